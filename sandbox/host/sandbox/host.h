@@ -1,0 +1,169 @@
+// The sandbox host: the part of Maya that the plug-in touches, as one
+// process-wide object. The Maya API classes of <maya/...> are implemented on
+// top of it; the application and the tests drive it directly.
+#pragma once
+
+#include <sandbox/mel.h>
+
+#include <QPair>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+class QWidget;
+
+namespace sandbox {
+
+enum class log_kind {
+    print,   // MEL print: the text exactly as printed
+    info,    // displayInfo
+    warning, // displayWarning and MEL warning
+    error,   // displayError and MEL errors
+    result,  // a result echoed by the console
+    echo,    // a command echoed because display was enabled
+    python   // a Python text the host was asked to run
+};
+
+struct log_entry {
+    log_kind kind;
+    QString text;
+    // The text as the script output shows it ("// Error: ...").
+    QString formatted() const;
+};
+
+// How an add to the active selection combines with what is there.
+enum class adjustment { replace, toggle, add, remove, add_to_head };
+
+// Host calls that a test can make fail.
+enum class fault {
+    register_command,
+    add_event_callback,
+    remove_callback,
+    get_active_selection_list,
+    select_by_name
+};
+
+class host {
+public:
+    static host& instance();
+
+    host(const host&) = delete;
+    host& operator=(const host&) = delete;
+
+    // Back to a fresh session: new empty scene without firing events, no
+    // queued texts, no faults, an empty log, not batch. Plug-ins stay loaded.
+    void reset();
+
+    // ----- MEL
+    mel::interpreter& interpreter();
+    // Runs MEL now; false when an error stopped it. With echo the text is
+    // logged first and a result is logged as "// Result: ... //".
+    bool execute(const QString& text, mel::value* result = nullptr, bool echo = false);
+
+    // ----- Script output
+    void log(log_kind kind, const QString& text);
+    const QVector<log_entry>& output() const;
+    QString output_text() const; // every entry formatted, one per line
+    void clear_output();
+    int error_count() const;     // errors logged since the last clear
+    std::function<void(const log_entry&)> on_output;
+
+    // ----- Idle queue (FIFO; a drain runs texts queued while draining too)
+    void queue_idle(const QString& text, bool python, bool display);
+    int idle_pending() const;
+    // Runs queued texts until none are left; stops with an error after
+    // max_idle_drain of them and drops the rest. Returns how many ran.
+    int drain_idle();
+    static constexpr int max_idle_drain = 10000;
+    std::function<void()> on_idle_queued; // the application schedules a drain
+
+    // ----- Events
+    bool is_known_event(const QString& event) const;
+    std::uintptr_t add_callback(const QString& event, void (*fn)(void*), void* data);
+    bool remove_callback(std::uintptr_t id);
+    void fire(const QString& event);
+    int callback_count(const QString& event) const;
+
+    // ----- Scene: nodes
+    // Creates a node; a taken or empty name gets Maya's numbered name.
+    // Returns the name given, or an empty string with *error set.
+    QString create_node(const QString& type, const QString& name, QString* error);
+    bool delete_node(const QString& name);
+    bool node_exists(const QString& name) const;
+    QString node_type(const QString& name) const;
+    QStringList nodes() const;
+
+    // ----- Scene: namespaces (full names without the leading ':'; "" is root)
+    bool add_namespace(const QString& name, const QString& parent, QString* full, QString* error);
+    bool remove_namespace(const QString& name, QString* error);
+    bool namespace_exists(const QString& name) const;
+    QStringList child_namespaces(const QString& parent) const; // full names, creation order
+    QStringList all_namespaces() const;                        // user namespaces, creation order
+    QString current_namespace() const;
+    bool set_current_namespace(const QString& name);
+    // Resolves a name relative to the current namespace (":a" is absolute).
+    QString resolve_namespace(const QString& name) const;
+
+    // ----- Scene: selection
+    QStringList selection() const;
+    // Items that a name or pattern stands for: exact node names, '*'/'?'
+    // patterns (which never cross a ':'), or components of existing nodes.
+    QStringList match(const QString& pattern) const;
+    // Changes the active list; fires "SelectionChanged" once when it changed.
+    void set_selection(const QStringList& items, adjustment how);
+    void clear_selection();
+
+    // ----- Scene: file info, modified flag, file name
+    void set_file_info(const QString& key, const QString& value);
+    bool file_info(const QString& key, QString* value) const;
+    bool remove_file_info(const QString& key);
+    QVector<QPair<QString, QString>> file_info_table() const;
+    bool modified() const;
+    void set_modified(bool on);
+    QString scene_name() const;
+    void set_scene_name(const QString& path);
+
+    // New scene: "deleteAll", empty scene, "NewSceneOpened".
+    void new_scene();
+    // Open: "deleteAll", read the file, "SceneOpened". A file that cannot be
+    // read changes nothing.
+    bool open_scene(const QString& path, QString* error);
+    bool save_scene(const QString& path, QString* error);
+    QString scene_text() const;
+    // "quitApplication".
+    void quit();
+
+    // ----- Plug-ins
+    bool load_plugin(const QString& path, QString* name, QString* error);
+    bool unload_plugin(const QString& name, QString* error);
+    QStringList plugins() const;
+    QString plugin_path(const QString& name) const;
+
+    // ----- Application state
+    void set_batch(bool on);
+    bool batch() const;
+    void set_main_window(QWidget* window);
+    QWidget* main_window() const;
+
+    // ----- Fault injection: the call after `after` successful ones fails once.
+    void inject_fault(fault which, int after = 0);
+    bool take_fault(fault which);
+    void clear_faults();
+
+    struct impl;
+    impl& data();
+
+private:
+    host();
+    ~host();
+    std::unique_ptr<impl> d;
+};
+
+// MEL-string escaping as scene files write values.
+QString mel_quote(const QString& text);
+
+} // namespace sandbox

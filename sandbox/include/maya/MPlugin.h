@@ -1,0 +1,4 @@
+#pragma once
+#include <maya/MTypes.h>
+
+typedef void* (*MCreatorFunction)();

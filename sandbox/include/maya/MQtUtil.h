@@ -1,0 +1,17 @@
+#pragma once
+#include <maya/MTypes.h>
+#include <maya/MString.h>
+
+class QString;
+class QWidget;
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
+
+class OPENMAYA_EXPORT MQtUtil {
+public:
+    static QWidget* mainWindow();
+    static QString toQString(const MString&);
+    static MString toMString(const QString&);
+};
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,0 +1,443 @@
+// Maya's own MEL commands, for the flags that scene files, the plug-in and a
+// user at the console use.
+#include "host_private.h"
+
+#include <QFileInfo>
+
+namespace sandbox {
+
+namespace {
+
+struct flag_spec {
+    const char* long_name;
+    const char* short_name;
+    bool takes_value;      // in create and edit mode
+    bool value_in_query;   // still takes its value under -q
+};
+
+struct parsed_args {
+    QHash<QString, QVector<mel::value>> flags; // by long name
+    QVector<mel::value> positional;
+    bool query = false;
+
+    bool has(const char* name) const { return flags.contains(QLatin1String(name)); }
+    mel::value value(const char* name) const
+    {
+        return flags.value(QLatin1String(name)).value(0);
+    }
+    // Positional arguments with arrays spread out, as Maya takes object lists.
+    QStringList names() const
+    {
+        QStringList out;
+        for (const mel::value& v : positional)
+            out += v.is_array() ? v.to_strings() : QStringList{v.to_string()};
+        return out;
+    }
+};
+
+[[noreturn]] void fail(const QString& command, const QString& message)
+{
+    throw mel::command_failed{QString("%1: %2").arg(command, message)};
+}
+
+bool is_flag(const mel::value& v)
+{
+    if (v.type() != mel::value::string)
+        return false;
+    QString s = v.to_string();
+    return s.size() > 1 && s[0] == '-' && s[1].isLetter();
+}
+
+parsed_args parse(const QString& command, const QVector<mel::value>& args,
+                  std::initializer_list<flag_spec> specs, bool has_query = true)
+{
+    parsed_args out;
+    for (int i = 0; i < args.size(); ++i) {
+        if (!is_flag(args[i])) {
+            out.positional.append(args[i]);
+            continue;
+        }
+        QString flag = args[i].to_string().mid(1);
+        if (has_query && (flag == "q" || flag == "query")) {
+            out.query = true;
+            continue;
+        }
+        const flag_spec* spec = nullptr;
+        for (const flag_spec& s : specs)
+            if (flag == QLatin1String(s.long_name) || flag == QLatin1String(s.short_name))
+                spec = &s;
+        if (!spec)
+            fail(command, QString("Invalid flag '-%1'").arg(flag));
+        QVector<mel::value>& values = out.flags[QLatin1String(spec->long_name)];
+        if (spec->takes_value && (!out.query || spec->value_in_query)) {
+            if (i + 1 >= args.size())
+                fail(command, QString("Flag '-%1' must be passed a value.").arg(flag));
+            values.append(args[++i]);
+        }
+    }
+    return out;
+}
+
+QString namespace_display(const QString& full, bool absolute)
+{
+    if (full.isEmpty())
+        return ":";
+    return absolute ? ':' + full : full;
+}
+
+void collect_namespaces(const host& h, const QString& parent, bool recurse, QStringList* out)
+{
+    for (const QString& child : h.child_namespaces(parent)) {
+        out->append(child);
+        if (recurse)
+            collect_namespaces(h, child, true, out);
+    }
+}
+
+} // namespace
+
+void install_builtin_commands(host& h, mel::interpreter& interp)
+{
+    using mel::value;
+    using args_t = QVector<value>;
+
+    interp.register_command("createNode", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("createNode", args,
+                              {{"name", "n", true, false},
+                               {"parent", "p", true, false},
+                               {"skipSelect", "ss", false, false},
+                               {"shared", "s", false, false}},
+                              false);
+        if (a.positional.size() != 1)
+            fail("createNode", "Exactly one node type is required.");
+        QString error;
+        QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error);
+        if (name.isEmpty())
+            fail("createNode", error);
+        if (!h.data().loading && !a.has("skipSelect"))
+            h.set_selection({name}, adjustment::replace);
+        return value::from_string(name);
+    });
+
+    interp.register_command("delete", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("delete", args, {}, false);
+        QStringList targets;
+        for (const QString& name : a.names()) {
+            QStringList found = h.match(name);
+            if (found.isEmpty())
+                fail("delete", QString("No object matches name: %1").arg(name));
+            targets += found;
+        }
+        if (targets.isEmpty())
+            targets = h.selection();
+        for (const QString& t : targets)
+            h.delete_node(t.section('.', 0, 0));
+        return value();
+    });
+
+    interp.register_command("objExists", [&h](mel::interpreter&, const args_t& args) {
+        if (args.size() != 1)
+            fail("objExists", "Exactly one object name is required.");
+        return value::from_int(h.match(args[0].to_string()).isEmpty() ? 0 : 1);
+    });
+
+    interp.register_command("namespace", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("namespace", args,
+                              {{"addNamespace", "add", true, false},
+                               {"parent", "p", true, false},
+                               {"setNamespace", "set", true, false},
+                               {"exists", "ex", false, false},
+                               {"removeNamespace", "rm", true, false},
+                               {"relativeNames", "rel", true, false}});
+        QString error;
+        if (a.has("addNamespace")) {
+            QString full;
+            QString parent = a.has("parent") ? a.value("parent").to_string() : QString();
+            if (!h.add_namespace(a.value("addNamespace").to_string(), parent, &full, &error))
+                fail("namespace", error);
+            return value::from_string(full);
+        }
+        if (a.has("setNamespace")) {
+            QString name = a.value("setNamespace").to_string();
+            if (!h.set_current_namespace(name))
+                fail("namespace", QString("Namespace \"%1\" does not exist.").arg(name));
+            return value::from_string(namespace_display(h.current_namespace(), true));
+        }
+        if (a.has("removeNamespace")) {
+            if (!h.remove_namespace(a.value("removeNamespace").to_string(), &error))
+                fail("namespace", error);
+            return value();
+        }
+        if (a.has("exists")) {
+            if (a.positional.size() != 1)
+                fail("namespace", "-exists needs one namespace name.");
+            return value::from_int(h.namespace_exists(h.resolve_namespace(a.positional[0].to_string())));
+        }
+        if (a.has("relativeNames"))
+            return value();
+        fail("namespace", "No operation given: use -add, -set, -exists or -rm.");
+    });
+
+    interp.register_command("namespaceInfo", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("namespaceInfo", args,
+                              {{"listOnlyNamespaces", "lon", false, false},
+                               {"listNamespace", "ls", false, false},
+                               {"recurse", "r", false, false},
+                               {"currentNamespace", "cur", false, false},
+                               {"absoluteName", "an", false, false},
+                               {"isRootNamespace", "ir", false, false}},
+                              false);
+        bool absolute = a.has("absoluteName");
+        QString target = h.current_namespace();
+        if (!a.positional.isEmpty()) {
+            target = h.resolve_namespace(a.positional[0].to_string());
+            if (!h.namespace_exists(target))
+                fail("namespaceInfo",
+                     QString("Namespace \"%1\" does not exist.").arg(a.positional[0].to_string()));
+        }
+        if (a.has("currentNamespace"))
+            return value::from_string(namespace_display(h.current_namespace(), absolute));
+        if (a.has("isRootNamespace"))
+            return value::from_int(target.isEmpty());
+        QStringList out;
+        if (a.has("listOnlyNamespaces") || a.has("listNamespace")) {
+            collect_namespaces(h, target, a.has("recurse"), &out);
+            if (a.has("listNamespace")) {
+                for (const QString& node : h.nodes()) {
+                    int colon = node.lastIndexOf(':');
+                    QString owner = colon < 0 ? QString() : node.left(colon);
+                    if (owner == target || (a.has("recurse") && owner.startsWith(target + ':')) ||
+                        (a.has("recurse") && target.isEmpty()))
+                        out.append(node);
+                }
+            }
+        }
+        if (absolute)
+            for (QString& s : out)
+                s.prepend(':');
+        return value::from_strings(out);
+    });
+
+    interp.register_command("ls", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("ls", args,
+                              {{"selection", "sl", false, false},
+                               {"type", "typ", true, false},
+                               {"long", "l", false, false},
+                               {"recursive", "r", true, false}},
+                              false);
+        QStringList out;
+        QStringList pool = a.has("selection") ? h.selection() : h.nodes();
+        QStringList patterns = a.names();
+        bool recursive = a.has("recursive") && a.value("recursive").to_int() != 0;
+        if (patterns.isEmpty()) {
+            out = pool;
+        } else {
+            for (const QString& p : patterns) {
+                QStringList found = h.match(p);
+                if (recursive && !p.contains(':'))
+                    for (const QString& ns : h.all_namespaces())
+                        found += h.match(ns + ':' + p);
+                for (const QString& f : found)
+                    if (pool.contains(f) && !out.contains(f))
+                        out.append(f);
+            }
+        }
+        if (a.has("type")) {
+            QString type = a.value("type").to_string();
+            QStringList typed;
+            for (const QString& item : out)
+                if (h.node_type(item.section('.', 0, 0)) == type)
+                    typed.append(item);
+            out = typed;
+        }
+        return value::from_strings(out);
+    });
+
+    interp.register_command("select", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("select", args,
+                              {{"replace", "r", false, false},
+                               {"add", "add", false, false},
+                               {"addFirst", "af", false, false},
+                               {"deselect", "d", false, false},
+                               {"toggle", "tgl", false, false},
+                               {"clear", "cl", false, false},
+                               {"noExpand", "ne", false, false},
+                               {"all", "all", false, false}},
+                              false);
+        if (a.has("clear")) {
+            h.clear_selection();
+            return value();
+        }
+        QStringList items;
+        if (a.has("all")) {
+            items = h.nodes();
+        } else {
+            // Maya checks every name before it changes anything.
+            for (const QString& name : a.names()) {
+                QStringList found = h.match(name);
+                if (found.isEmpty())
+                    fail("select", QString("No object matches name: %1").arg(name));
+                items += found;
+            }
+        }
+        adjustment how = adjustment::replace;
+        if (a.has("add"))
+            how = adjustment::add;
+        else if (a.has("addFirst"))
+            how = adjustment::add_to_head;
+        else if (a.has("deselect"))
+            how = adjustment::remove;
+        else if (a.has("toggle"))
+            how = adjustment::toggle;
+        h.set_selection(items, how);
+        return value();
+    });
+
+    interp.register_command("fileInfo", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("fileInfo", args, {{"remove", "rm", true, false}});
+        if (a.has("remove")) {
+            h.remove_file_info(a.value("remove").to_string());
+            return value();
+        }
+        if (a.query) {
+            QStringList out;
+            if (a.positional.isEmpty()) {
+                for (const auto& entry : h.file_info_table())
+                    out << entry.first << entry.second;
+            } else {
+                QString v;
+                if (h.file_info(a.positional[0].to_string(), &v))
+                    out << v;
+            }
+            return value::from_strings(out);
+        }
+        if (a.positional.size() != 2)
+            fail("fileInfo", "A key and a value are required.");
+        h.set_file_info(a.positional[0].to_string(), a.positional[1].to_string());
+        return value();
+    });
+
+    interp.register_command("file", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("file", args,
+                              {{"new", "new", false, false},
+                               {"open", "o", false, false},
+                               {"force", "f", false, false},
+                               {"save", "s", false, false},
+                               {"rename", "rn", true, false},
+                               {"type", "typ", true, false},
+                               {"sceneName", "sn", false, false},
+                               {"modified", "mf", true, false},
+                               {"prompt", "pmt", true, false},
+                               {"options", "op", true, false},
+                               {"ignoreVersion", "iv", false, false}});
+        QString error;
+        if (a.query) {
+            if (a.has("sceneName"))
+                return value::from_string(h.scene_name());
+            if (a.has("modified"))
+                return value::from_int(h.modified() ? 1 : 0);
+            fail("file", "Nothing to query: use -sceneName or -modified.");
+        }
+        if (a.has("modified")) {
+            h.set_modified(a.value("modified").to_int() != 0);
+            return value();
+        }
+        if (a.has("rename")) {
+            h.set_scene_name(QFileInfo(a.value("rename").to_string()).absoluteFilePath());
+            if (!a.has("save"))
+                return value::from_string(h.scene_name());
+        }
+        bool force = a.has("force");
+        if ((a.has("new") || a.has("open")) && !force && h.modified())
+            fail("file", "Unsaved changes.");
+        if (a.has("new")) {
+            h.new_scene();
+            return value::from_string(QString());
+        }
+        if (a.has("open")) {
+            if (a.positional.size() != 1)
+                fail("file", "-open needs one file name.");
+            QString path = a.positional[0].to_string();
+            if (!h.open_scene(path, &error))
+                fail("file", error);
+            return value::from_string(h.scene_name());
+        }
+        if (a.has("save")) {
+            if (!h.save_scene(QString(), &error))
+                fail("file", error);
+            return value::from_string(h.scene_name());
+        }
+        fail("file", "No operation given: use -new, -open, -save, -rename or -modified.");
+    });
+
+    interp.register_command("getApplicationVersionAsFloat",
+                            [](mel::interpreter&, const args_t&) { return value::from_float(2022.0); });
+
+    interp.register_command("python", [&h](mel::interpreter&, const args_t& args) {
+        if (args.size() != 1)
+            fail("python", "Exactly one Python text is required.");
+        // Python is not run here; the text is shown as it would have run.
+        h.log(log_kind::python, args[0].to_string());
+        return value::from_string(QString());
+    });
+
+    interp.register_command("evalDeferred", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("evalDeferred", args,
+                              {{"lowestPriority", "lp", false, false},
+                               {"lowPriority", "low", false, false},
+                               {"evaluateNext", "en", false, false}},
+                              false);
+        if (a.positional.size() != 1)
+            fail("evalDeferred", "Exactly one command text is required.");
+        h.queue_idle(a.positional[0].to_string(), false, false);
+        return value();
+    });
+
+    interp.register_command("requires", [](mel::interpreter&, const args_t&) { return value(); });
+
+    interp.register_command("currentUnit", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("currentUnit", args,
+                              {{"linear", "l", true, false},
+                               {"angle", "a", true, false},
+                               {"time", "t", true, false},
+                               {"fullName", "f", false, false},
+                               {"updateAnimation", "ua", true, false}});
+        auto& d = h.data();
+        if (a.query) {
+            if (a.has("angle"))
+                return value::from_string(d.angle_unit == "degree" ? "deg" : d.angle_unit);
+            if (a.has("time"))
+                return value::from_string(d.time_unit);
+            return value::from_string(d.linear_unit == "centimeter" ? "cm" : d.linear_unit);
+        }
+        if (a.has("linear"))
+            d.linear_unit = a.value("linear").to_string();
+        if (a.has("angle"))
+            d.angle_unit = a.value("angle").to_string();
+        if (a.has("time"))
+            d.time_unit = a.value("time").to_string();
+        return value();
+    });
+
+    interp.register_command("loadPlugin", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("loadPlugin", args, {{"quiet", "qt", false, false}}, false);
+        if (a.positional.size() != 1)
+            fail("loadPlugin", "Exactly one plug-in path is required.");
+        QString name, error;
+        if (!h.load_plugin(a.positional[0].to_string(), &name, &error))
+            fail("loadPlugin", error);
+        return value::from_strings({name});
+    });
+
+    interp.register_command("unloadPlugin", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("unloadPlugin", args, {{"force", "f", false, false}}, false);
+        if (a.positional.size() != 1)
+            fail("unloadPlugin", "Exactly one plug-in name is required.");
+        QString error;
+        if (!h.unload_plugin(a.positional[0].to_string(), &error))
+            fail("unloadPlugin", error);
+        return value();
+    });
+}
+
+} // namespace sandbox

@@ -1,0 +1,120 @@
+// What the API implementation files share about the host's insides.
+#pragma once
+
+#include <sandbox/host.h>
+
+#include <maya/MArgList.h>
+#include <maya/MObject.h>
+#include <maya/MPlugin.h>
+#include <maya/MSelectionList.h>
+#include <maya/MString.h>
+#include <maya/MStringArray.h>
+
+#include <QHash>
+#include <QList>
+#include <QPointer>
+#include <QWidget>
+
+#include <string>
+#include <vector>
+
+namespace sandbox {
+
+struct plugin_record {
+    QString name;
+    QString path;
+    void* handle = nullptr;
+    QStringList commands;
+    bool initializing = false;
+};
+
+struct plugin_command {
+    MCreatorFunction creator = nullptr;
+    plugin_record* owner = nullptr;
+};
+
+// What the running plug-in command has set as its result.
+struct command_result {
+    enum kind_t { none, single, array } kind = none;
+    QStringList values;
+};
+
+struct callback_record {
+    std::uintptr_t id;
+    QString event;
+    void (*fn)(void*);
+    void* data;
+};
+
+struct idle_item {
+    QString text;
+    bool python;
+    bool display;
+};
+
+struct host::impl {
+    mel::interpreter interp;
+
+    QVector<log_entry> output;
+    int errors = 0;
+
+    QList<idle_item> idle;
+    bool draining = false;
+
+    QVector<callback_record> callbacks;
+    std::uintptr_t next_callback_id = 1;
+
+    QStringList node_order;
+    QHash<QString, QString> node_types;
+    QStringList namespaces; // full names, creation order; "UI" and "shared" always first
+    QString current_namespace;
+    QStringList selection;
+    QVector<QPair<QString, QString>> file_info;
+    bool modified = false;
+    QString scene_name;
+    QString linear_unit = "centimeter", angle_unit = "degree", time_unit = "film";
+    bool loading = false; // reading a scene file: nodes are not selected
+
+    std::vector<std::unique_ptr<plugin_record>> plugins;
+    QHash<QString, plugin_command> commands;
+    QVector<command_result> results;
+
+    bool batch = false;
+    QPointer<QWidget> main_window;
+
+    QHash<int, int> faults; // fault -> successful calls still allowed before it fails
+
+    void reset_scene();
+};
+
+// Reaches the private data behind the API objects.
+} // namespace sandbox
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
+struct MSandboxAccess {
+    struct arg {
+        bool is_array;
+        std::string text;
+        std::vector<std::string> items;
+    };
+    static std::vector<arg>& args(MArgList& list);
+    static const std::vector<arg>& args(const MArgList& list);
+    static std::vector<QString>& items(MSelectionList& list);
+    static const std::vector<QString>& items(const MSelectionList& list);
+    static MObject plugin_object(sandbox::plugin_record* record);
+    static sandbox::plugin_record* plugin(const MObject& object);
+};
+OPENMAYA_NAMESPACE_CLOSE
+using Autodesk::Maya::OpenMaya20220000::MSandboxAccess;
+
+namespace sandbox {
+QString to_qstring(const MString& s);
+MString to_mstring(const QString& s);
+QStringList to_qstringlist(const MStringArray& a);
+MStringArray to_mstringarray(const QStringList& l);
+
+// Installs the built-in MEL commands on the interpreter.
+void install_builtin_commands(host& h, mel::interpreter& interp);
+// Runs a plug-in command from MEL.
+mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::value>& args);
+} // namespace sandbox

@@ -1,0 +1,273 @@
+// Loading plug-in modules through their entry points, and running the
+// commands they register.
+#include "host_private.h"
+
+#include <maya/MFnPlugin.h>
+#include <maya/MPxCommand.h>
+
+#include <QFileInfo>
+
+#include <dlfcn.h>
+
+#include <exception>
+
+namespace sandbox {
+
+namespace {
+
+// The entry points have C++ linkage and take an MObject of the API's
+// versioned namespace, so they are looked up by their mangled names.
+const char* const init_symbol = "_Z16initializePluginN8Autodesk4Maya16OpenMaya202200007MObjectE";
+const char* const uninit_symbol =
+    "_Z18uninitializePluginN8Autodesk4Maya16OpenMaya202200007MObjectE";
+using entry_fn = MStatus (*)(MObject);
+
+bool address_in(void* handle, const void* address)
+{
+    Dl_info info;
+    if (!dladdr(address, &info) || !info.dli_fname)
+        return false;
+    // Compare the module that holds the address with the one behind handle.
+    void* owner = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+    if (!owner)
+        return false;
+    dlclose(owner);
+    return owner == handle;
+}
+
+// Drops what a plug-in left behind so that nothing points into an unloaded module.
+void drop_registrations(host& h, plugin_record* record)
+{
+    auto& d = h.data();
+    for (const QString& name : record->commands) {
+        d.commands.remove(name);
+        d.interp.unregister_command(name);
+    }
+    record->commands.clear();
+    QVector<std::uintptr_t> stale;
+    for (const callback_record& c : d.callbacks)
+        if (address_in(record->handle, reinterpret_cast<const void*>(c.fn)))
+            stale.append(c.id);
+    for (std::uintptr_t id : stale) {
+        h.remove_callback(id);
+        h.log(log_kind::warning,
+              QString("A callback left installed by %1 was removed.").arg(record->name));
+    }
+}
+
+} // namespace
+
+bool host::load_plugin(const QString& path, QString* name, QString* error)
+{
+    auto fail = [&](const QString& text) {
+        if (error)
+            *error = text;
+        return false;
+    };
+    QFileInfo file(path);
+    QString pluginName = file.completeBaseName();
+    if (pluginName.startsWith("lib") && file.suffix() == "so" && !file.exists())
+        pluginName = pluginName.mid(3);
+    for (const auto& p : d->plugins) {
+        if (p->name == pluginName) {
+            if (name)
+                *name = pluginName;
+            return true; // already loaded, as Maya treats a second load
+        }
+    }
+    if (!file.exists())
+        return fail(QString("Plug-in file \"%1\" not found.").arg(path));
+    void* handle = dlopen(file.absoluteFilePath().toLocal8Bit().constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle)
+        return fail(QString("Could not load \"%1\": %2").arg(path, QString::fromLocal8Bit(dlerror())));
+    auto init = reinterpret_cast<entry_fn>(dlsym(handle, init_symbol));
+    auto uninit = reinterpret_cast<entry_fn>(dlsym(handle, uninit_symbol));
+    if (!init || !uninit || !dlsym(handle, "MApiVersion")) {
+        dlclose(handle);
+        return fail(QString("\"%1\" is not a Maya plug-in: initializePlugin, uninitializePlugin "
+                            "or MApiVersion is missing.")
+                        .arg(path));
+    }
+    auto record = std::make_unique<plugin_record>();
+    record->name = pluginName;
+    record->path = file.absoluteFilePath();
+    record->handle = handle;
+    plugin_record* raw = record.get();
+    d->plugins.push_back(std::move(record));
+
+    MStatus status;
+    try {
+        status = init(MSandboxAccess::plugin_object(raw));
+    } catch (const std::exception& e) {
+        log(log_kind::error, QString("initializePlugin of %1 threw: %2").arg(pluginName, e.what()));
+        status = MStatus::kFailure;
+    }
+    if (!status) {
+        drop_registrations(*this, raw);
+        for (auto it = d->plugins.begin(); it != d->plugins.end(); ++it) {
+            if (it->get() == raw) {
+                d->plugins.erase(it);
+                break;
+            }
+        }
+        dlclose(handle);
+        return fail(QString("initializePlugin function failed (%1)").arg(pluginName));
+    }
+    if (name)
+        *name = pluginName;
+    return true;
+}
+
+bool host::unload_plugin(const QString& name, QString* error)
+{
+    for (auto it = d->plugins.begin(); it != d->plugins.end(); ++it) {
+        plugin_record* record = it->get();
+        if (record->name != name && record->path != name)
+            continue;
+        auto uninit = reinterpret_cast<entry_fn>(dlsym(record->handle, uninit_symbol));
+        MStatus status;
+        try {
+            status = uninit(MSandboxAccess::plugin_object(record));
+        } catch (const std::exception& e) {
+            log(log_kind::error, QString("uninitializePlugin of %1 threw: %2").arg(name, e.what()));
+            status = MStatus::kFailure;
+        }
+        if (!status) {
+            if (error)
+                *error = QString("uninitializePlugin function failed (%1)").arg(record->name);
+            return false;
+        }
+        drop_registrations(*this, record);
+        void* handle = record->handle;
+        d->plugins.erase(it);
+        dlclose(handle);
+        return true;
+    }
+    if (error)
+        *error = QString("Plug-in \"%1\" is not loaded.").arg(name);
+    return false;
+}
+
+QStringList host::plugins() const
+{
+    QStringList out;
+    for (const auto& p : d->plugins)
+        out.append(p->name);
+    return out;
+}
+
+QString host::plugin_path(const QString& name) const
+{
+    for (const auto& p : d->plugins)
+        if (p->name == name)
+            return p->path;
+    return QString();
+}
+
+mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::value>& args)
+{
+    auto& d = h.data();
+    auto found = d.commands.find(name);
+    if (found == d.commands.end())
+        throw mel::command_failed{QString("Cannot find procedure \"%1\".").arg(name)};
+    MCreatorFunction creator = found->creator;
+
+    MArgList list;
+    auto& raw = MSandboxAccess::args(list);
+    for (const mel::value& arg : args) {
+        if (arg.is_array()) {
+            MSandboxAccess::arg a{true, {}, {}};
+            for (const QString& s : arg.to_strings())
+                a.items.push_back(s.toStdString());
+            raw.push_back(std::move(a));
+        } else {
+            raw.push_back({false, arg.to_string().toStdString(), {}});
+        }
+    }
+
+    d.results.append(command_result());
+    MStatus status = MStatus::kFailure;
+    QString thrown;
+    try {
+        MPxCommand* command = static_cast<MPxCommand*>(creator());
+        if (command) {
+            status = command->doIt(list);
+            delete command;
+        }
+    } catch (const std::exception& e) {
+        thrown = QString::fromUtf8(e.what());
+    } catch (...) {
+        thrown = "unknown exception";
+    }
+    command_result result = d.results.takeLast();
+    if (!thrown.isEmpty())
+        throw mel::command_failed{QString("%1: the command threw an exception: %2").arg(name, thrown)};
+    if (!status)
+        throw mel::command_failed{QString()};
+    switch (result.kind) {
+    case command_result::none: return mel::value();
+    case command_result::single: return mel::value::from_string(result.values.value(0));
+    case command_result::array: return mel::value::from_strings(result.values);
+    }
+    return mel::value();
+}
+
+} // namespace sandbox
+
+using sandbox::host;
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
+
+MFnPlugin::MFnPlugin(MObject& object, const char*, const char*, const char*, MStatus* ReturnStatus)
+    : object_(object)
+{
+    if (ReturnStatus)
+        *ReturnStatus = MSandboxAccess::plugin(object) ? MStatus::kSuccess : MStatus::kInvalidParameter;
+}
+
+MFnPlugin::~MFnPlugin() = default;
+
+MString MFnPlugin::loadPath(MStatus* ReturnStatus) const
+{
+    sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
+    if (ReturnStatus)
+        *ReturnStatus = record ? MStatus::kSuccess : MStatus::kFailure;
+    return record ? sandbox::to_mstring(QFileInfo(record->path).absolutePath()) : MString();
+}
+
+MStatus MFnPlugin::registerCommand(const MString& commandName, MCreatorFunction creatorFunction)
+{
+    host& h = host::instance();
+    sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
+    QString name = sandbox::to_qstring(commandName);
+    if (h.take_fault(sandbox::fault::register_command))
+        return MStatus::kFailure;
+    if (!record || !creatorFunction || name.isEmpty())
+        return MStatus::kInvalidParameter;
+    auto& d = h.data();
+    if (d.commands.contains(name) || d.interp.has_command(name))
+        return MStatus::kFailure;
+    d.commands.insert(name, {creatorFunction, record});
+    record->commands.append(name);
+    d.interp.register_command(name, [name](mel::interpreter&, const QVector<mel::value>& args) {
+        return sandbox::run_plugin_command(host::instance(), name, args);
+    });
+    return MStatus::kSuccess;
+}
+
+MStatus MFnPlugin::deregisterCommand(const MString& commandName)
+{
+    host& h = host::instance();
+    sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
+    QString name = sandbox::to_qstring(commandName);
+    auto& d = h.data();
+    auto found = d.commands.find(name);
+    if (!record || found == d.commands.end() || found->owner != record)
+        return MStatus::kFailure;
+    d.commands.erase(found);
+    record->commands.removeOne(name);
+    d.interp.unregister_command(name);
+    return MStatus::kSuccess;
+}
+
+OPENMAYA_NAMESPACE_CLOSE

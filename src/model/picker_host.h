@@ -1,0 +1,18 @@
+// The one way the interface reaches the host application: texts to run when
+// the host is idle. The plug-in installs the Maya side when it loads; tests
+// install a recording one.
+#pragma once
+
+#include <QString>
+
+class picker_host {
+public:
+    virtual ~picker_host();
+    virtual void run_mel_on_idle(const QString& text) = 0;
+    virtual void run_python_on_idle(const QString& text) = 0;
+
+    // The installed host; a quiet one that only warns when none is installed.
+    static picker_host& instance();
+    // Installs a host (not owned); null puts the quiet one back.
+    static void install(picker_host* host);
+};

@@ -1,0 +1,162 @@
+// A small plug-in for the tests: it registers "quillEcho", whose directives
+// show how arguments, results, host calls and callbacks reach a plug-in.
+#include <maya/MArgList.h>
+#include <maya/MEventMessage.h>
+#include <maya/MFnPlugin.h>
+#include <maya/MGlobal.h>
+#include <maya/MItSelectionList.h>
+#include <maya/MMessage.h>
+#include <maya/MPxCommand.h>
+#include <maya/MSelectionList.h>
+#include <maya/MString.h>
+#include <maya/MStringArray.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+MCallbackId selection_id = 0;
+MCallbackId opened_id = 0;
+std::vector<std::string> events;
+
+void on_selection_changed(void*)
+{
+    events.push_back("SelectionChanged");
+}
+
+void on_scene_opened(void*)
+{
+    events.push_back("SceneOpened");
+}
+
+class echo_cmd : public MPxCommand {
+public:
+    static void* creator() { return new echo_cmd; }
+
+    MStatus doIt(const MArgList& args) override
+    {
+        MStatus status;
+        unsigned n = args.length(&status);
+        if (!status)
+            return status;
+        if (n == 0) {
+            setResult(MString("ready"));
+            return MStatus::kSuccess;
+        }
+        MString directive = args.asString(0, &status);
+        if (!status)
+            return status;
+
+        if (directive == "echo") {
+            // One result per argument: "s:text" for a string, "a<count>:items" for an array.
+            clearResult();
+            for (unsigned i = 1; i < n; ++i) {
+                MString text;
+                if (args.get(i, text)) {
+                    appendToResult(MString("s:") + text);
+                    continue;
+                }
+                MStringArray items;
+                unsigned index = i;
+                if (!args.get(index, items))
+                    return MStatus::kFailure;
+                MString joined("a");
+                joined += items.length();
+                joined += ":";
+                for (unsigned k = 0; k < items.length(); ++k) {
+                    if (k)
+                        joined += ",";
+                    joined += items[k];
+                }
+                appendToResult(joined);
+            }
+            return MStatus::kSuccess;
+        }
+        if (directive == "single") {
+            setResult(args.asString(1));
+            return MStatus::kSuccess;
+        }
+        if (directive == "fail") {
+            displayError(MString("quillEcho - asked to fail"));
+            return MStatus::kFailure;
+        }
+        if (directive == "selection") {
+            MSelectionList list;
+            status = MGlobal::getActiveSelectionList(list);
+            if (!status)
+                return status;
+            clearResult();
+            for (MItSelectionList it(list); !it.isDone(); it.next()) {
+                MStringArray strings;
+                it.getStrings(strings);
+                appendToResult(strings);
+            }
+            return MStatus::kSuccess;
+        }
+        if (directive == "select") {
+            // First name that exists replaces, the rest add.
+            bool replaced = false;
+            for (unsigned i = 1; i < n; ++i) {
+                MString name = args.asString(i);
+                MStatus s = MGlobal::selectByName(name, replaced ? MGlobal::kAddToList
+                                                                 : MGlobal::kReplaceList);
+                replaced = replaced || s;
+            }
+            return MStatus::kSuccess;
+        }
+        if (directive == "run") {
+            MStringArray result;
+            status = MGlobal::executeCommand(args.asString(1), result);
+            setResult(result);
+            return status;
+        }
+        if (directive == "idle") {
+            return MGlobal::executeCommandOnIdle(args.asString(1));
+        }
+        if (directive == "events") {
+            MStringArray out;
+            for (const std::string& e : events)
+                out.append(MString(e.c_str()));
+            setResult(out);
+            events.clear();
+            return MStatus::kSuccess;
+        }
+        MGlobal::displayError(MString("quillEcho - unknown directive: ") + directive);
+        return MStatus::kFailure;
+    }
+};
+
+} // namespace
+
+MStatus initializePlugin(MObject obj)
+{
+    MStatus status;
+    MFnPlugin plugin(obj, "Quillmarsh, Inc.", "1.0", "Any", &status);
+    if (!status)
+        return status;
+    status = plugin.registerCommand("quillEcho", echo_cmd::creator);
+    if (!status)
+        return status;
+    selection_id = MEventMessage::addEventCallback("SelectionChanged", on_selection_changed,
+                                                   nullptr, &status);
+    if (!status)
+        return status;
+    opened_id = MEventMessage::addEventCallback("SceneOpened", on_scene_opened, nullptr, &status);
+    if (!status)
+        return status;
+    MGlobal::displayInfo(MString("quillEcho loaded from ") + plugin.loadPath());
+    return MStatus::kSuccess;
+}
+
+MStatus uninitializePlugin(MObject obj)
+{
+    MFnPlugin plugin(obj);
+    MStatus status = plugin.deregisterCommand("quillEcho");
+    if (!status)
+        return status;
+    MMessage::removeCallback(selection_id);
+    MMessage::removeCallback(opened_id);
+    events.clear();
+    return MStatus::kSuccess;
+}

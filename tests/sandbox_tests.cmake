@@ -1,0 +1,10 @@
+# The stand-in host and the plug-in fixture that proves it loads modules the
+# way the real plug-in needs.
+add_library(quillEcho MODULE plugin_fixture/echo_plugin.cpp)
+set_target_properties(quillEcho PROPERTIES PREFIX "" OUTPUT_NAME quillEcho)
+target_link_libraries(quillEcho PRIVATE maya_sandbox)
+quill_warnings(quillEcho)
+
+quill_test(test_sandbox SOURCES test_sandbox.cpp LIBS maya_sandbox_host)
+target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
+add_dependencies(test_sandbox quillEcho)

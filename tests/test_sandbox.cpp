@@ -1,0 +1,517 @@
+// The stand-in host behaves like the part of Maya the plug-in relies on.
+#include <sandbox/host.h>
+
+#include <maya/MEventMessage.h>
+#include <maya/MGlobal.h>
+#include <maya/MMessage.h>
+#include <maya/MSelectionList.h>
+#include <maya/MStringArray.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using sandbox::host;
+
+namespace {
+
+QStringList events_seen;
+
+void record_event(void* name)
+{
+    events_seen << *static_cast<QString*>(name);
+}
+
+QStringList strings(const mel::value& v)
+{
+    return v.to_strings();
+}
+
+bool log_contains(const QString& text)
+{
+    return host::instance().output_text().contains(text);
+}
+
+} // namespace
+
+class test_sandbox : public QObject {
+    Q_OBJECT
+
+    host& h = host::instance();
+
+    mel::value run(const QString& text, bool expect_ok = true)
+    {
+        mel::value result;
+        bool ok = h.execute(text, &result);
+        if (ok != expect_ok)
+            qWarning().noquote() << "script output:\n" << h.output_text();
+        [&] { QCOMPARE(ok, expect_ok); }();
+        return result;
+    }
+
+    void build_characters()
+    {
+        run("namespace -add hero; namespace -add sidekick;"
+            "createNode transform -n \"hero:L_arm_ctrl\";"
+            "createNode transform -n \"hero:R_arm_ctrl\";"
+            "createNode transform -n \"hero:body\";"
+            "createNode transform -n \"sidekick:L_arm_ctrl\";"
+            "createNode transform -n \"root_ctrl\";"
+            "select -cl;");
+    }
+
+private slots:
+    void init()
+    {
+        h.reset();
+        events_seen.clear();
+    }
+
+    void cleanup()
+    {
+        if (h.plugins().contains("quillEcho")) {
+            h.clear_faults();
+            QString error;
+            QVERIFY2(h.unload_plugin("quillEcho", &error), qPrintable(error));
+        }
+    }
+
+    void script_with_procedures_walks_namespaces()
+    {
+        run("namespace -add a; namespace -add b; namespace -add c -parent \":a\";"
+            "namespace -add d -parent \":a:c\";");
+        mel::value result = run(R"(
+            global proc string[] walk(string $prefix, string $list[]) {
+                string $children[] = ($prefix == "") ? `namespaceInfo -lon` : `namespaceInfo -lon $prefix`;
+                for ($ns in $children) {
+                    if ($ns == "UI" || $ns == "shared") continue;
+                    $list[size($list)] = $ns;
+                    $list = walk($ns, $list);
+                }
+                return $list;
+            }
+            string $found[];
+            $found = walk("", $found);
+            string $text = "";
+            for ($f in $found) $text += "[" + $f + "]";
+            $text;
+        )");
+        QCOMPARE(result.to_string(), QString("[a][a:c][a:c:d][b]"));
+    }
+
+    void unknown_procedure_stops_the_statement_list()
+    {
+        run("print \"before\"; noSuchProc 1 2; print \"after\";", false);
+        QVERIFY(log_contains("Cannot find procedure \"noSuchProc\"."));
+        QVERIFY(log_contains("before"));
+        QVERIFY(!log_contains("after"));
+        QCOMPARE(h.error_count(), 1);
+    }
+
+    void file_info_set_query_remove()
+    {
+        run("fileInfo \"first\" \"1\"; fileInfo \"second\" \"two\"; fileInfo \"first\" \"one\";");
+        QCOMPARE(strings(run("fileInfo -q \"first\"")), QStringList{"one"});
+        QCOMPARE(strings(run("fileInfo -q")), (QStringList{"first", "one", "second", "two"}));
+        QCOMPARE(strings(run("fileInfo -q \"missing\"")), QStringList());
+        run("fileInfo -rm \"first\"");
+        QCOMPARE(strings(run("fileInfo -q")), (QStringList{"second", "two"}));
+
+        QCOMPARE(run("file -q -modified").to_int(), 0);
+        run("file -modified 1");
+        QVERIFY(h.modified());
+        QCOMPARE(run("file -q -modified").to_int(), 1);
+    }
+
+    void select_by_name_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("selected");
+        QTest::newRow("exact") << "hero:body" << QStringList{"hero:body"};
+        QTest::newRow("absolute") << ":hero:body" << QStringList{"hero:body"};
+        QTest::newRow("wildcard") << "hero:*_arm_ctrl"
+                                  << QStringList{"hero:L_arm_ctrl", "hero:R_arm_ctrl"};
+        QTest::newRow("wildcard namespace") << "*:L_arm_ctrl"
+                                            << QStringList{"hero:L_arm_ctrl", "sidekick:L_arm_ctrl"};
+        QTest::newRow("no colon means root only") << "*ctrl" << QStringList{"root_ctrl"};
+        QTest::newRow("question mark") << "hero:?_arm_ctrl"
+                                       << QStringList{"hero:L_arm_ctrl", "hero:R_arm_ctrl"};
+        QTest::newRow("component") << "hero:body.vtx[0:3]" << QStringList{"hero:body.vtx[0:3]"};
+    }
+
+    void select_by_name()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, selected);
+        build_characters();
+        QCOMPARE(MGlobal::selectByName(MString(name.toUtf8().constData()), MGlobal::kReplaceList),
+                 MStatus(MStatus::kSuccess));
+        QCOMPARE(h.selection(), selected);
+    }
+
+    void select_by_name_without_match_changes_nothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("missing node") << "hero:nothing";
+        QTest::newRow("missing namespace") << "villain:L_arm_ctrl";
+        QTest::newRow("pattern without match") << "zz*";
+        QTest::newRow("component of missing node") << "ghost.vtx[1]";
+        QTest::newRow("blank") << "hero:L arm";
+    }
+
+    void select_by_name_without_match_changes_nothing()
+    {
+        QFETCH(QString, name);
+        build_characters();
+        run("select -r hero:body");
+        h.clear_output();
+        MStatus status = MGlobal::selectByName(MString(name.toUtf8().constData()), MGlobal::kReplaceList);
+        QCOMPARE(status, MStatus(MStatus::kFailure));
+        QCOMPARE(h.selection(), QStringList{"hero:body"});
+        QCOMPARE(h.output().size(), 0);
+    }
+
+    void selection_adjustments()
+    {
+        build_characters();
+        MGlobal::selectByName("hero:body", MGlobal::kReplaceList);
+        MGlobal::selectByName("root_ctrl", MGlobal::kAddToList);
+        QCOMPARE(h.selection(), (QStringList{"hero:body", "root_ctrl"}));
+        MGlobal::selectByName("hero:L_arm_ctrl", MGlobal::kAddToHeadOfList);
+        QCOMPARE(h.selection(), (QStringList{"hero:L_arm_ctrl", "hero:body", "root_ctrl"}));
+        MGlobal::selectByName("hero:body", MGlobal::kXORWithList);
+        MGlobal::selectByName("sidekick:L_arm_ctrl", MGlobal::kXORWithList);
+        QCOMPARE(h.selection(), (QStringList{"hero:L_arm_ctrl", "root_ctrl", "sidekick:L_arm_ctrl"}));
+        MGlobal::selectByName("*:L_arm_ctrl", MGlobal::kRemoveFromList);
+        QCOMPARE(h.selection(), QStringList{"root_ctrl"});
+
+        // The MEL command refuses the whole list when one name matches nothing.
+        run("select -add hero:body ghost", false);
+        QVERIFY(log_contains("select: No object matches name: ghost"));
+        QCOMPARE(h.selection(), QStringList{"root_ctrl"});
+        run("select -tgl hero:body root_ctrl");
+        QCOMPARE(strings(run("ls -sl")), QStringList{"hero:body"});
+        run("select -cl");
+        QVERIFY(h.selection().isEmpty());
+    }
+
+    void events_fire_in_order_once_each()
+    {
+        static QString names[] = {"SelectionChanged", "SceneOpened", "NewSceneOpened", "deleteAll",
+                           "quitApplication"};
+        QVector<MCallbackId> ids;
+        for (QString& name : names) {
+            MStatus status;
+            ids << MEventMessage::addEventCallback(name.toUtf8().constData(), record_event, &name,
+                                                   &status);
+            QVERIFY(status);
+        }
+        MStatus status;
+        QCOMPARE(MEventMessage::addEventCallback("noSuchEvent", record_event, nullptr, &status),
+                 MCallbackId(0));
+        QCOMPARE(status, MStatus(MStatus::kUnknownParameter));
+
+        build_characters();
+        events_seen.clear();
+        run("select -r hero:body");
+        run("select -r hero:body"); // unchanged: no event
+        run("select -add \"hero:*_arm_ctrl\"");
+        QCOMPARE(events_seen, (QStringList{"SelectionChanged", "SelectionChanged"}));
+
+        events_seen.clear();
+        run("file -f -new");
+        QCOMPARE(events_seen, (QStringList{"deleteAll", "NewSceneOpened"}));
+        QVERIFY(h.selection().isEmpty());
+
+        QTemporaryDir dir;
+        QString path = dir.filePath("scene.ma");
+        run("createNode transform -n a -ss");
+        QVERIFY(h.save_scene(path, nullptr));
+        events_seen.clear();
+        run(QString("file -f -open \"%1\"").arg(path));
+        QCOMPARE(events_seen, (QStringList{"deleteAll", "SceneOpened"}));
+        QCOMPARE(h.nodes(), QStringList{"a"});
+
+        events_seen.clear();
+        h.quit();
+        QCOMPARE(events_seen, QStringList{"quitApplication"});
+
+        for (MCallbackId id : ids)
+            QCOMPARE(MMessage::removeCallback(id), MStatus(MStatus::kSuccess));
+        QCOMPARE(MMessage::removeCallback(ids[0]), MStatus(MStatus::kInvalidParameter));
+        h.quit();
+        QCOMPARE(events_seen, QStringList{"quitApplication"});
+    }
+
+    void unsaved_changes_block_new_and_open_without_force()
+    {
+        run("createNode transform -n keep; file -modified 1");
+        run("file -new", false);
+        QVERIFY(log_contains("file: Unsaved changes."));
+        QVERIFY(h.node_exists("keep"));
+        run("file -open \"/nonexistent/x.ma\"", false);
+        QVERIFY(h.node_exists("keep"));
+        run("file -f -open \"/nonexistent/x.ma\"", false);
+        QVERIFY2(h.node_exists("keep"), "a file that cannot be read leaves the scene alone");
+    }
+
+    void idle_queue_runs_in_order()
+    {
+        run(R"(
+            global string $trail = "";
+            global proc step(string $s) {
+                global string $trail;
+                $trail += $s;
+                if ($s == "A") evalDeferred "step C";
+            }
+            evalDeferred "step A";
+            evalDeferred "step B";
+        )");
+        QCOMPARE(h.idle_pending(), 2);
+        QCOMPARE(h.drain_idle(), 3);
+        QCOMPARE(run("global string $trail; $trail").to_string(), QString("ABC"));
+        QCOMPARE(h.idle_pending(), 0);
+
+        h.queue_idle("print \"mel\"", false, true);
+        h.queue_idle("import maya.cmds", true, false);
+        h.drain_idle();
+        QVERIFY(log_contains("print \"mel\"\nmel\n# python: import maya.cmds"));
+    }
+
+    void idle_queue_stops_a_runaway()
+    {
+        run("global proc again() { evalDeferred \"again\"; } evalDeferred \"again\";");
+        QCOMPARE(h.drain_idle(), host::max_idle_drain);
+        QCOMPARE(h.idle_pending(), 0);
+        QVERIFY(log_contains("Idle queue stopped after 10000 commands"));
+    }
+
+    void scene_round_trip_is_identical()
+    {
+        QString base64;
+        QByteArray bytes(300000, Qt::Uninitialized);
+        QRandomGenerator rng(7);
+        for (char& c : bytes)
+            c = char(rng.bounded(256));
+        base64 = QString::fromLatin1(bytes.toBase64());
+
+        run("namespace -add hero; namespace -add face -parent \":hero\"; namespace -add sidekick;");
+        run("createNode transform -n \"hero:face:jaw\"; createNode joint -n \"sidekick:spine\";"
+            "createNode transform -n plain;");
+        h.set_file_info("QuillmarshPickerData", base64);
+        h.set_file_info("tricky", "quote \" backslash \\ newline \n tab \t end\\");
+        h.set_file_info("empty", "");
+
+        QTemporaryDir dir;
+        QString first = dir.filePath("first.ma");
+        QString error;
+        QVERIFY2(h.save_scene(first, &error), qPrintable(error));
+        const QString text = h.scene_text();
+        const auto info = h.file_info_table();
+
+        h.new_scene();
+        QVERIFY(h.nodes().isEmpty());
+        QVERIFY2(h.open_scene(first, &error), qPrintable(error));
+        QCOMPARE(h.file_info_table(), info);
+        QCOMPARE(h.nodes(), (QStringList{"hero:face:jaw", "sidekick:spine", "plain"}));
+        QCOMPARE(h.node_type("sidekick:spine"), QString("joint"));
+        QCOMPARE(h.all_namespaces(), (QStringList{"UI", "shared", "hero", "hero:face", "sidekick"}));
+        QCOMPARE(h.scene_text(), text);
+        QVERIFY(!h.modified());
+        QVERIFY(h.selection().isEmpty());
+
+        QVERIFY(h.save_scene(QString(), &error));
+        QFile saved(first);
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(saved.readAll()), text);
+    }
+
+    void namespaces_and_nodes_follow_maya_rules()
+    {
+        run("namespace -add hero");
+        run("namespace -add hero", false);
+        QVERIFY(log_contains("already exists"));
+        run("namespace -add \"bad name\"", false);
+        run("namespace -add x -parent \":nowhere\"", false);
+        QCOMPARE(run("namespace -exists hero").to_int(), 1);
+        QCOMPARE(run("namespace -exists UI").to_int(), 1);
+
+        // Taken names get the next free number; illegal characters become '_'.
+        QCOMPARE(run("createNode transform -n \"hero:arm1\"").to_string(), QString("hero:arm1"));
+        QCOMPARE(run("createNode transform -n \"hero:arm1\"").to_string(), QString("hero:arm2"));
+        QCOMPARE(run("createNode transform -n \"bad name;\"").to_string(), QString("bad_name_"));
+        run("createNode transform -n \"villain:arm\"", false);
+
+        run("namespace -set hero");
+        QCOMPARE(run("namespaceInfo -cur").to_string(), QString("hero"));
+        QCOMPARE(run("createNode transform -n leg").to_string(), QString("hero:leg"));
+        run("namespace -set \":\"");
+        QCOMPARE(strings(run("namespaceInfo -lon")), (QStringList{"UI", "shared", "hero"}));
+        QCOMPARE(strings(run("ls \"hero:*\"")), (QStringList{"hero:arm1", "hero:arm2", "hero:leg"}));
+        QCOMPARE(strings(run("ls -type joint")), QStringList());
+    }
+
+    void plugin_commands_take_strings_and_arrays_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QStringList>("received");
+        QTest::newRow("plain") << "quillEcho echo a hero:b.vtx[1] -3 2.5"
+                               << QStringList{"s:a", "s:hero:b.vtx[1]", "s:-3", "s:2.5"};
+        QTest::newRow("quoted") << "quillEcho \"echo\" \"two words\" \"\""
+                                << QStringList{"s:two words", "s:"};
+        QTest::newRow("array variable") << "string $a[] = {\"x\", \"y z\"}; quillEcho echo $a"
+                                        << QStringList{"a2:x,y z"};
+        QTest::newRow("back-quoted array") << "quillEcho echo `ls \"hero:*_arm_ctrl\"`"
+                                           << QStringList{"a2:hero:L_arm_ctrl,hero:R_arm_ctrl"};
+        QTest::newRow("empty array") << "quillEcho echo `ls \"nothing*\"`" << QStringList{"a0:"};
+        QTest::newRow("array among strings") << "string $a[] = {\"p\"}; quillEcho echo first $a last"
+                                             << QStringList{"s:first", "a1:p", "s:last"};
+        QTest::newRow("function syntax") << "quillEcho(\"echo\", \"f\", 7)"
+                                         << QStringList{"s:f", "s:7"};
+        QTest::newRow("nested call") << "quillEcho echo `quillEcho run \"ls -sl\"`"
+                                     << QStringList{"a1:root_ctrl"};
+    }
+
+    void plugin_commands_take_strings_and_arrays()
+    {
+        QFETCH(QString, script);
+        QFETCH(QStringList, received);
+        QString name, error;
+        QVERIFY2(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error), qPrintable(error));
+        build_characters();
+        run("select root_ctrl");
+        QCOMPARE(strings(run(script)), received);
+    }
+
+    void plugin_loads_runs_and_unloads()
+    {
+        QString name, error;
+        QVERIFY2(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error), qPrintable(error));
+        QCOMPARE(name, QString("quillEcho"));
+        QVERIFY(log_contains("quillEcho loaded from " + QFileInfo(ECHO_PLUGIN_PATH).absolutePath()));
+        QCOMPARE(h.callback_count("SelectionChanged"), 1);
+
+        QCOMPARE(run("quillEcho").to_string(), QString("ready"));
+        mel::value single = run("quillEcho single word");
+        QCOMPARE(single.type(), mel::value::string);
+        QCOMPARE(single.to_string(), QString("word"));
+
+        run("quillEcho fail; print \"not reached\";", false);
+        QVERIFY(log_contains("// Error: quillEcho - asked to fail"));
+        QVERIFY(!log_contains("not reached"));
+
+        // Callbacks reach the plug-in, once per change.
+        build_characters();
+        run("quillEcho events");
+        run("select hero:body; select -add root_ctrl; select -add root_ctrl");
+        QCOMPARE(strings(run("quillEcho events")),
+                 (QStringList{"SelectionChanged", "SelectionChanged"}));
+        QCOMPARE(strings(run("quillEcho selection")), (QStringList{"hero:body", "root_ctrl"}));
+        run("quillEcho select ghost hero:L_arm_ctrl root_ctrl");
+        QCOMPARE(h.selection(), (QStringList{"hero:L_arm_ctrl", "root_ctrl"}));
+
+        // A plug-in queues work for idle time; it runs on the next drain.
+        run("quillEcho idle \"createNode transform -n later\"");
+        QVERIFY(!h.node_exists("later"));
+        h.drain_idle();
+        QVERIFY(h.node_exists("later"));
+
+        QVERIFY2(h.unload_plugin("quillEcho", &error), qPrintable(error));
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        run("quillEcho", false);
+        QVERIFY(log_contains("Cannot find procedure \"quillEcho\"."));
+
+        // Loading again brings the command back, also through MEL.
+        QCOMPARE(strings(run(QString("loadPlugin \"%1\"").arg(ECHO_PLUGIN_PATH))),
+                 QStringList{"quillEcho"});
+        QCOMPARE(run("quillEcho").to_string(), QString("ready"));
+        run("unloadPlugin quillEcho");
+        QVERIFY(h.plugins().isEmpty());
+    }
+
+    void loading_what_is_not_a_plugin_fails_cleanly()
+    {
+        QTemporaryDir dir;
+        QString text = dir.filePath("notes.so");
+        QFile file(text);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("not a library");
+        file.close();
+        QString name, error;
+        QVERIFY(!h.load_plugin(text, &name, &error));
+        QVERIFY(error.contains("Could not load"));
+        QVERIFY(!h.load_plugin(dir.filePath("missing.so"), &name, &error));
+        QVERIFY(error.contains("not found"));
+        run("unloadPlugin nothing", false);
+        QVERIFY(log_contains("Plug-in \"nothing\" is not loaded."));
+        QVERIFY(h.plugins().isEmpty());
+    }
+
+    void faults_make_host_calls_fail_data()
+    {
+        QTest::addColumn<int>("which");
+        QTest::addColumn<int>("after");
+        QTest::newRow("registerCommand") << int(sandbox::fault::register_command) << 0;
+        QTest::newRow("first callback") << int(sandbox::fault::add_event_callback) << 0;
+        QTest::newRow("second callback") << int(sandbox::fault::add_event_callback) << 1;
+    }
+
+    void faults_make_host_calls_fail()
+    {
+        QFETCH(int, which);
+        QFETCH(int, after);
+        h.inject_fault(sandbox::fault(which), after);
+        QString name, error;
+        QVERIFY(!h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
+        QCOMPARE(error, QString("initializePlugin function failed (quillEcho)"));
+        // Nothing the failed plug-in registered survives it.
+        QVERIFY(!h.interpreter().has_command("quillEcho"));
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        QCOMPARE(h.callback_count("SceneOpened"), 0);
+        QVERIFY(h.plugins().isEmpty());
+    }
+
+    void faults_in_selection_and_removal()
+    {
+        QString name, error;
+        QVERIFY(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
+        build_characters();
+        run("select hero:body");
+        h.inject_fault(sandbox::fault::get_active_selection_list);
+        run("quillEcho selection", false);
+        QCOMPARE(strings(run("quillEcho selection")), QStringList{"hero:body"});
+
+        h.inject_fault(sandbox::fault::select_by_name);
+        QCOMPARE(MGlobal::selectByName("root_ctrl", MGlobal::kReplaceList), MStatus(MStatus::kFailure));
+        QCOMPARE(h.selection(), QStringList{"hero:body"});
+
+        // A callback the plug-in failed to remove is dropped at unload, so
+        // the host never calls into an unloaded module.
+        h.inject_fault(sandbox::fault::remove_callback);
+        QVERIFY(h.unload_plugin("quillEcho", &error));
+        QVERIFY(log_contains("A callback left installed by quillEcho was removed."));
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        run("select root_ctrl");
+    }
+
+    void execute_command_from_the_api()
+    {
+        build_characters();
+        MStringArray result;
+        QCOMPARE(MGlobal::executeCommand("ls \"hero:*_ctrl\"", result, true),
+                 MStatus(MStatus::kSuccess));
+        QCOMPARE(result.length(), 2u);
+        QCOMPARE(QString(result[1].asChar()), QString("hero:R_arm_ctrl"));
+        QVERIFY(log_contains("ls \"hero:*_ctrl\"\n// Result: hero:L_arm_ctrl hero:R_arm_ctrl //"));
+        QCOMPARE(MGlobal::executeCommand("error \"stop\""), MStatus(MStatus::kFailure));
+        QVERIFY(log_contains("// Error: "));
+        QCOMPARE(MGlobal::mayaState(), MGlobal::kInteractive);
+        h.set_batch(true);
+        QCOMPARE(MGlobal::mayaState(), MGlobal::kBatch);
+    }
+};
+
+QTEST_MAIN(test_sandbox)
+#include "test_sandbox.moc"

@@ -1,0 +1,35 @@
+# Shared by ./run and ./test: installs the Debian packages the build needs
+# (only those missing) and configures and builds the tree in build/.
+# Sourced, not run: the caller sets BUILD_DIR and CMAKE_EXTRA if it wants.
+
+packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools
+          fonts-dejavu-core)
+
+missing=()
+for p in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "== Installing Debian packages: ${missing[*]}"
+    if [ "$(id -u)" -ne 0 ]; then
+        if command -v sudo >/dev/null; then SUDO=sudo; else
+            echo "error: these packages are missing and installing them needs root: ${missing[*]}" >&2
+            exit 1
+        fi
+    fi
+    export DEBIAN_FRONTEND=noninteractive
+    ${SUDO:-} apt-get update -q
+    ${SUDO:-} apt-get install -y -q --no-install-recommends "${missing[@]}"
+else
+    echo "== Debian packages: all present"
+fi
+
+BUILD_DIR=${BUILD_DIR:-build}
+generator=()
+[ -f "$BUILD_DIR/CMakeCache.txt" ] || generator=(-G Ninja)
+echo "== Configuring in $BUILD_DIR"
+cmake -S . -B "$BUILD_DIR" "${generator[@]}" -DQUILL_WERROR=ON ${CMAKE_EXTRA:-} >"$BUILD_DIR.configure.log" 2>&1 || {
+    cat "$BUILD_DIR.configure.log"; echo "error: configuring failed" >&2; exit 1; }
+echo "== Building (log: $BUILD_DIR.build.log)"
+cmake --build "$BUILD_DIR" -j "$(nproc)" >"$BUILD_DIR.build.log" 2>&1 || {
+    tail -n 60 "$BUILD_DIR.build.log"; echo "error: the build failed" >&2; exit 1; }
