@@ -1,11 +1,14 @@
 // The stand-in host behaves like the part of Maya the plug-in relies on.
 #include <sandbox/host.h>
 
+#include <maya/MArgList.h>
 #include <maya/MEventMessage.h>
 #include <maya/MGlobal.h>
 #include <maya/MMessage.h>
 #include <maya/MSelectionList.h>
 #include <maya/MStringArray.h>
+#include <maya/MItSelectionList.h>
+#include <maya/MQtUtil.h>
 
 #include <QApplication>
 #include <QFile>
@@ -494,6 +497,115 @@ private slots:
         QVERIFY(log_contains("A callback left installed by quillEcho was removed."));
         QCOMPARE(h.callback_count("SelectionChanged"), 0);
         run("select root_ctrl");
+    }
+
+    void argument_lists_keep_strings_and_arrays_apart()
+    {
+        // The plug-in tells a single string[] argument from plain words by
+        // which form of get() succeeds, so both must refuse the other kind.
+        MArgList args;
+        args.addArg("select");
+        args.addArg("hero:arm");
+        MString text;
+        MStringArray array;
+        unsigned index = 1;
+        QVERIFY(args.get(1, text));
+        QCOMPARE(QString(text.asChar()), QString("hero:arm"));
+        QVERIFY(!args.get(index, array));
+        QVERIFY(!args.get(2, text));
+        MStatus status;
+        args.asString(5, &status);
+        QCOMPARE(status, MStatus(MStatus::kFailure));
+
+        QString name, error;
+        QVERIFY(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
+        run("string $none[]; quillEcho echo $none \"\" $none");
+        QCOMPARE(strings(run("string $none[]; quillEcho echo $none \"\" $none")),
+                 (QStringList{"a0:", "s:", "a0:"}));
+    }
+
+    void strings_are_utf8_inside()
+    {
+        QString text = QString::fromUtf8("Bra\xc3\xa7o_\xe8\x85\x95");
+        MString m = MQtUtil::toMString(text);
+        QCOMPARE(m.numChars(), 7u);
+        QCOMPARE(m.length(), 10u);
+        QCOMPARE(MQtUtil::toQString(m), text);
+        MString built("w");
+        built += 12;
+        built += 0.5;
+        built += " end";
+        QCOMPARE(QString(built.asChar()), QString("w120.5 end"));
+        QVERIFY(built == "w120.5 end");
+        QVERIFY(built != MString("other"));
+
+        MStringArray list(2, "x");
+        list.append("y");
+        list[0] = "first";
+        QCOMPARE(list.length(), 3u);
+        QCOMPARE(list.indexOf("y"), 2);
+        QCOMPARE(list.indexOf("x"), 1);
+        QCOMPARE(list.indexOf("none"), -1);
+        QCOMPARE(QString(MStatus(MStatus::kNotFound).errorString().asChar()), QString("(kNotFound)"));
+    }
+
+    void selection_lists_and_iterators()
+    {
+        build_characters();
+        MSelectionList list;
+        QCOMPARE(list.add("ghost"), MStatus(MStatus::kInvalidParameter));
+        QVERIFY(list.add("hero:*_arm_ctrl"));
+        QVERIFY(list.add("hero:L_arm_ctrl"));
+        QCOMPARE(list.length(), 2u);
+        QVERIFY(list.add("body", true)); // found in a namespace when asked to look there
+        QCOMPARE(list.length(), 3u);
+        QVERIFY(MGlobal::setActiveSelectionList(list));
+        QCOMPARE(h.selection(), (QStringList{"hero:L_arm_ctrl", "hero:R_arm_ctrl", "hero:body"}));
+
+        run("select -add \"hero:body.vtx[2]\"");
+        MSelectionList active;
+        QVERIFY(MGlobal::getActiveSelectionList(active));
+        QStringList walked;
+        for (MItSelectionList it(active); !it.isDone(); it.next()) {
+            MStringArray item;
+            QVERIFY(it.getStrings(item));
+            QCOMPARE(item.length(), 1u);
+            walked << item[0].asChar();
+        }
+        QCOMPARE(walked, (QStringList{"hero:L_arm_ctrl", "hero:R_arm_ctrl", "hero:body",
+                                      "hero:body.vtx[2]"}));
+        QVERIFY(MGlobal::clearSelectionList());
+        QVERIFY(h.selection().isEmpty());
+    }
+
+    void scene_commands_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QStringList>("result");
+        QTest::newRow("nested namespaces, recursive")
+            << "namespace -add a; namespace -add b -p \":a\"; namespaceInfo -lon -r"
+            << QStringList{"UI", "shared", "a", "a:b"};
+        QTest::newRow("children of one namespace, absolute")
+            << "namespace -add a; namespace -add b -p \":a\"; namespaceInfo -lon -an \"a\""
+            << QStringList{":a:b"};
+        QTest::newRow("root as current") << "namespaceInfo -cur" << QStringList{":"};
+        QTest::newRow("ls by type") << "createNode joint -n j; createNode transform -n t; ls -type joint"
+                                    << QStringList{"j"};
+        QTest::newRow("delete") << "createNode transform -n t; createNode transform -n u; delete t; ls"
+                                << QStringList{"u"};
+        QTest::newRow("objExists") << "createNode transform -n t; objExists t" << QStringList{"1"};
+        QTest::newRow("version") << "getApplicationVersionAsFloat" << QStringList{"2022"};
+        QTest::newRow("unit query") << "currentUnit -l meter; currentUnit -q -l" << QStringList{"meter"};
+        QTest::newRow("python is shown, not run") << "python \"import os\"" << QStringList{""};
+        QTest::newRow("scene name after rename")
+            << "file -rename \"/tmp/quill_named.ma\"; file -q -sn" << QStringList{"/tmp/quill_named.ma"};
+    }
+
+    void scene_commands()
+    {
+        QFETCH(QString, script);
+        QFETCH(QStringList, result);
+        QCOMPARE(strings(run(script)), result);
     }
 
     void execute_command_from_the_api()

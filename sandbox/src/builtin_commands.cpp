@@ -8,7 +8,7 @@ namespace sandbox {
 
 namespace {
 
-struct flag_spec {
+struct flag_rule {
     const char* long_name;
     const char* short_name;
     bool takes_value;      // in create and edit mode
@@ -49,7 +49,7 @@ bool is_flag(const mel::value& v)
 }
 
 parsed_args parse(const QString& command, const QVector<mel::value>& args,
-                  std::initializer_list<flag_spec> specs, bool has_query = true)
+                  std::initializer_list<flag_rule> rules, bool has_query = true)
 {
     parsed_args out;
     for (int i = 0; i < args.size(); ++i) {
@@ -62,14 +62,14 @@ parsed_args parse(const QString& command, const QVector<mel::value>& args,
             out.query = true;
             continue;
         }
-        const flag_spec* spec = nullptr;
-        for (const flag_spec& s : specs)
+        const flag_rule* rule = nullptr;
+        for (const flag_rule& s : rules)
             if (flag == QLatin1String(s.long_name) || flag == QLatin1String(s.short_name))
-                spec = &s;
-        if (!spec)
+                rule = &s;
+        if (!rule)
             fail(command, QString("Invalid flag '-%1'").arg(flag));
-        QVector<mel::value>& values = out.flags[QLatin1String(spec->long_name)];
-        if (spec->takes_value && (!out.query || spec->value_in_query)) {
+        QVector<mel::value>& values = out.flags[QLatin1String(rule->long_name)];
+        if (rule->takes_value && (!out.query || rule->value_in_query)) {
             if (i + 1 >= args.size())
                 fail(command, QString("Flag '-%1' must be passed a value.").arg(flag));
             values.append(args[++i]);
