@@ -1,0 +1,130 @@
+#include "model/button_model.h"
+
+namespace {
+
+buttonRecord::name_hook select_hook = nullptr;
+buttonRecord::name_hook unselect_hook = nullptr;
+
+} // namespace
+
+bool buttonAttributes::operator==(const buttonAttributes& other) const
+{
+    return pos == other.pos && size == other.size && width == other.width
+        && height == other.height && kind == other.kind && language == other.language
+        && color == other.color && labelColor == other.labelColor && label == other.label
+        && names == other.names;
+}
+
+buttonRecord::buttonRecord(const buttonAttributes& attributes)
+    : buttonAttributes(attributes)
+    , nameFlags(attributes.names.size(), 0)
+{
+}
+
+void buttonRecord::moveTo(const QPoint& p)
+{
+    pos = p;
+    bounds.moveCenter(p);
+}
+
+void buttonRecord::set_selection_hooks(name_hook select_name, name_hook unselect_name)
+{
+    select_hook = select_name;
+    unselect_hook = unselect_name;
+}
+
+bool buttonRecord::select(bool quiet)
+{
+    bool passed = false;
+    if (quiet) {
+        nameFlags.fill(1);
+    } else {
+        // Names edited after the record was built would otherwise index past the flags.
+        if (nameFlags.size() < names.size())
+            nameFlags.resize(names.size());
+        for (int i = 0; i < names.size(); ++i) {
+            if (nameFlags[i])
+                continue;
+            if (select_hook)
+                select_hook(names[i]);
+            nameFlags[i] = 1;
+            passed = true;
+        }
+    }
+    selected = 1;
+    return passed;
+}
+
+bool buttonRecord::unselect(bool quiet)
+{
+    bool passed = false;
+    if (quiet) {
+        nameFlags.fill(0);
+    } else {
+        const int n = qMin(names.size(), nameFlags.size());
+        for (int i = 0; i < n; ++i) {
+            if (!nameFlags[i])
+                continue;
+            if (unselect_hook)
+                unselect_hook(names[i]);
+            nameFlags[i] = 0;
+            passed = true;
+        }
+    }
+    selected = 0;
+    return passed;
+}
+
+button_set button_set::fromStringList(const QStringList& names)
+{
+    button_set set;
+    for (const QString& name : names)
+        set.append(name);
+    return set;
+}
+
+void button_set::append(const QString& name)
+{
+    if (contains(name))
+        return;
+    items_.append(name);
+    count_.insert(name, 1);
+}
+
+void button_set::add_button(const buttonRecord& record)
+{
+    for (const QString& name : record.names)
+        append(name);
+}
+
+void button_set::remove_button(const buttonRecord& record)
+{
+    for (const QString& name : record.names)
+        removeOne(name);
+}
+
+void button_set::removeOne(const QString& name)
+{
+    // The hash answers the common "not there" case without a scan.
+    if (!contains(name))
+        return;
+    const int i = items_.indexOf(name);
+    if (i >= 0)
+        items_.remove(i);
+    count_.remove(name);
+}
+
+bool button_set::contains(const QString& name) const
+{
+    return count_.value(name, 0) > 0;
+}
+
+void button_set::appendAllToString(QString* out) const
+{
+    if (!out)
+        return;
+    for (const QString& name : items_) {
+        out->append(QLatin1Char(' '));
+        out->append(name);
+    }
+}

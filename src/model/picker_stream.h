@@ -1,0 +1,52 @@
+// The one binary layout shared by scene data, .pkr files and the clipboard:
+// big-endian QDataStream records, current format version 5.
+#pragma once
+
+#include "model/button_model.h"
+
+#include <QDataStream>
+#include <QList>
+#include <QPixmap>
+#include <QString>
+
+#include <functional>
+
+namespace picker_format {
+constexpr qint32 current_version = 5;
+// .pkr files are always read and written at this QDataStream version.
+constexpr int pkr_stream_version = QDataStream::Qt_4_0;
+constexpr qint32 payload_version = 1;
+} // namespace picker_format
+
+// One button record with every field of the current version.
+void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a);
+
+// Reads one record written at `version` into `a` (every field is assigned).
+// False when the record is damaged (index other than `index`, kind or
+// language outside 0..1, no names) or the stream failed while reading it.
+bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a);
+
+// A view's button list: the count, then the records. A count below 1 writes
+// nothing more.
+void write_button_list(QDataStream& out, const QList<buttonAttributes>& buttons);
+// Reads a button list and hands every valid record to `accept`, in order.
+// Stops at the first stream error. Returns the number accepted.
+int read_button_list(QDataStream& in, int version,
+                     const std::function<void(const buttonAttributes&)>& accept);
+
+// The clipboard payload: payload version 1, the count, version-5 records.
+void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons);
+// Empty for a payload of another version or a bad count.
+QList<buttonAttributes> readButtonAttributes(QDataStream& in);
+
+// The head of a .pkr file, in front of the view's button list. The caller
+// sets the stream version to picker_format::pkr_stream_version.
+struct pkr_header {
+    qint32 version = picker_format::current_version;
+    QString name;
+    QString backgroundKey; // empty: no pixmap follows
+    QPixmap background;
+};
+void write_pkr_header(QDataStream& out, const pkr_header& header);
+// False when the stream failed before the header was complete.
+bool read_pkr_header(QDataStream& in, pkr_header& header);

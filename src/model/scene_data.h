@@ -1,0 +1,23 @@
+// How pickers are kept in the host scene's file info: the whole window as
+// compressed, base64-encoded stream data, and each background image as a
+// base64-encoded pixmap stream under a key of its own.
+#pragma once
+
+#include <QByteArray>
+#include <QLatin1String>
+#include <QPixmap>
+
+namespace scene_keys {
+const QLatin1String picker_data("QuillmarshPickerData");
+const QLatin1String image_prefix("QuillmarshPickerImage_");
+} // namespace scene_keys
+
+// qCompress at level 9, then base64 (standard alphabet, padded, one line).
+QByteArray encode_picker_data(const QByteArray& stream);
+// The reverse; empty when the text does not decode and decompress.
+QByteArray decode_picker_data(const QByteArray& text);
+
+// A pixmap written with its stream operator at the default stream version, base64.
+QByteArray encode_image(const QPixmap& pixmap);
+// Null when the text holds no PNG image.
+QPixmap decode_image(const QByteArray& text);

@@ -1,0 +1,517 @@
+#include "view/picker_view.h"
+
+#include "model/picker_stream.h"
+#include "view/picker_mouse_cmd.h"
+#include "window/picker_window.h"
+
+#include <QFileDialog>
+#include <QFont>
+#include <QFontMetrics>
+#include <QImage>
+#include <QLinearGradient>
+#include <QMessageBox>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QResizeEvent>
+
+#include <algorithm>
+
+static void init_resources_once()
+{
+    Q_INIT_RESOURCE(picker);
+}
+
+void init_picker_resources()
+{
+    // The resources live in a static library; without an explicit call the
+    // linker may drop their registration.
+    static bool done = (init_resources_once(), true);
+    Q_UNUSED(done);
+}
+
+float limitZoom(float z)
+{
+    if (z < 0.25f)
+        return 0.25f;
+    if (z > 16.0f)
+        return 16.0f;
+    return z;
+}
+
+float mix_fn(float s, float a, float b)
+{
+    return a + s * (b - a);
+}
+
+int round_fn(double x)
+{
+    return int(x + 0.5);
+}
+
+namespace {
+
+const QColor canvas_color(51, 51, 51, 255);
+const QColor selected_fill(224, 224, 224, 255);
+const QColor partial_fill(128, 128, 128, 255);
+const int zoom_interval_ms = 20;
+const float zoom_step = 0.125f;
+
+QFont label_font()
+{
+    QFont font("Tahoma", -1, -1, false);
+    font.setPixelSize(16);
+    font.setStyleStrategy(QFont::NoAntialias);
+    return font;
+}
+
+} // namespace
+
+picker_view::picker_view(picker_window* w)
+    : QWidget(w), window(w), overlays(this)
+{
+    init_picker_resources();
+    setMouseTracking(true);
+    zoomTimer.setSingleShot(false);
+    connect(&zoomTimer, SIGNAL(timeout()), this, SLOT(animate_zoom()));
+}
+
+picker_view::~picker_view()
+{
+    delete mouseCmd;
+}
+
+// ----- Coordinates
+
+QPoint picker_view::mapToPicker(const QPoint& p) const
+{
+    return QPoint(int(double(float(p.x() - shift.x())) / zoom),
+                  int(double(float(p.y() - shift.y())) / zoom));
+}
+
+QRect picker_view::mapToPicker(const QRect& r) const
+{
+    auto map = [this](int v, int s) { return int(float(double(v - s) / zoom)); };
+    int l = map(r.left(), shift.x()), rt = map(r.right(), shift.x());
+    int t = map(r.top(), shift.y()), b = map(r.bottom(), shift.y());
+    return QRect(l, t, rt - l, b - t);
+}
+
+QPoint picker_view::mapToScreen(const QPoint& p) const
+{
+    return QPoint(int(float(p.x()) * zoom + shift.x()), int(float(p.y()) * zoom + shift.y()));
+}
+
+QRect picker_view::mapToScreen(const QRect& r) const
+{
+    auto map = [this](int v, int s) { return int(float(v * zoom + s)); };
+    int l = map(r.left(), shift.x()), rt = map(r.right(), shift.x());
+    int t = map(r.top(), shift.y()), b = map(r.bottom(), shift.y());
+    return QRect(l, t, rt - l, b - t);
+}
+
+QRectF picker_view::mapToScreenF(const QRect& r) const
+{
+    double l = r.left() * zoom + shift.x(), rt = r.right() * zoom + shift.x();
+    double t = r.top() * zoom + shift.y(), b = r.bottom() * zoom + shift.y();
+    return QRectF(l, t, rt - l, b - t);
+}
+
+// ----- Zoom and pan
+
+void picker_view::setZoom(float z, const QPoint& anchor)
+{
+    z = limitZoom(z);
+    if (double(z) == zoom)
+        return;
+    QPoint p = mapToPicker(anchor);
+    QPoint s1 = mapToScreen(p);
+    zoom = z;
+    QPoint s2 = mapToScreen(p);
+    shift += s1 - s2;
+    update();
+}
+
+void picker_view::setShift(const QPoint& s)
+{
+    if (s == shift)
+        return;
+    shift = s;
+    update();
+}
+
+void picker_view::zoomWindow(float z, const QPoint& newShift)
+{
+    if (double(z) == zoom && newShift == shift)
+        return;
+    interpolate.t = 0.0f;
+    interpolate.startZoom = float(zoom);
+    interpolate.startShift = shift;
+    interpolate.endZoom = z;
+    interpolate.endShift = newShift;
+    zoomTimer.start(zoom_interval_ms);
+}
+
+void picker_view::animate_zoom()
+{
+    interpolate.t += zoom_step;
+    if (interpolate.t < 1.0f) {
+        float t = interpolate.t;
+        float s = 3 * t * t - 2 * t * t * t;
+        zoom = mix_fn(s, interpolate.startZoom, interpolate.endZoom);
+        shift = QPoint(int(mix_fn(s, float(interpolate.startShift.x()), float(interpolate.endShift.x()))),
+                       int(mix_fn(s, float(interpolate.startShift.y()), float(interpolate.endShift.y()))));
+    } else {
+        zoomTimer.stop();
+        zoom = interpolate.endZoom;
+        shift = interpolate.endShift;
+    }
+    update();
+}
+
+void picker_view::reset_view()
+{
+    zoomWindow(1.0f, QPoint(0, 0));
+    update();
+}
+
+void picker_view::frame_view()
+{
+    frameBounds(button_bounds(any_selected()), false);
+}
+
+bool picker_view::any_selected() const
+{
+    for (const buttonRecord& r : buttons)
+        if (r.selected)
+            return true;
+    return false;
+}
+
+QRect picker_view::button_bounds(bool selectedOnly) const
+{
+    QRect united(0, 0, 0, 0);
+    bool first = true;
+    for (const buttonRecord& r : buttons) {
+        if (selectedOnly && !r.selected)
+            continue;
+        united = first ? r.bounds : (united | r.bounds);
+        first = false;
+    }
+    return united;
+}
+
+void picker_view::frameBounds(const QRect& r, bool noZoomIn)
+{
+    if (r.isEmpty())
+        return;
+    float sx = 0.75f * (float(width()) / float(r.width()));
+    float sy = 0.75f * (float(height()) / float(r.height()));
+    float z = limitZoom(sx < sy ? sx : sy);
+    if (noZoomIn && double(z) > zoom)
+        z = float(zoom);
+    QPoint c = r.center();
+    QPoint target(int(float(width() / 2) - z * float(c.x())), int(float(height() / 2) - z * float(c.y())));
+    zoomWindow(z, target);
+}
+
+// ----- Background
+
+void picker_view::setBackground(const QString& key, const QPixmap& pixmap)
+{
+    backgroundKey = key;
+    background = pixmap;
+    update();
+}
+
+void picker_view::change_background()
+{
+    QString file = QFileDialog::getOpenFileName(this, "Choose Background", QString(),
+                                                "Images (*.png *.xpm *.jpg)");
+    if (file.isEmpty()) {
+        if (background.isNull())
+            return;
+        auto answer = QMessageBox::question(this, "Background", "Remove current background image?",
+                                            QMessageBox::Yes | QMessageBox::Cancel,
+                                            QMessageBox::Cancel);
+        if (answer != QMessageBox::Yes)
+            return;
+        if (window)
+            window->removeImageData(this);
+        background = QPixmap();
+        backgroundKey = QString::number(background.cacheKey());
+        update();
+        if (window)
+            window->setImageData(this);
+        return;
+    }
+    if (!background.isNull() && window)
+        window->removeImageData(this);
+    background = QPixmap(file);
+    backgroundKey = QString::number(background.cacheKey());
+    update();
+    if (window)
+        window->setImageData(this);
+}
+
+// ----- Buttons
+
+int picker_view::push_button(const buttonAttributes& a, int index)
+{
+    buttonRecord record(a);
+    set_button_size(record, a.width, a.height);
+    if (index < 0) {
+        buttons.append(record);
+        return buttons.size() - 1;
+    }
+    buttons.insert(index, record);
+    return index;
+}
+
+void picker_view::pop_button(int index)
+{
+    if (index >= 0 && index < buttons.size())
+        buttons.removeAt(index);
+}
+
+void picker_view::reset_buttons()
+{
+    if (buttons.isEmpty())
+        return;
+    undo.clear();
+    buttons.clear();
+}
+
+void picker_view::make_button_label(const buttonAttributes& a, buttonRecord* r)
+{
+    if (a.label.isEmpty()) {
+        // No text: a plain box of the set size.
+        r->labelPixmap = QPixmap();
+        QRect box(0, 0, a.width, a.height);
+        box.moveCenter(a.pos);
+        r->bounds = box;
+        return;
+    }
+    QFont font = label_font();
+    QRect text = QFontMetrics(font).boundingRect(a.label);
+    QSize size = text.size();
+    if (size.width() % 2)
+        size.rwidth() += 1;
+    if (size.height() % 2)
+        size.rheight() += 1;
+    size.rwidth() += 2;
+
+    int w = std::max(size.width() + 2, a.width);
+    int h = std::max(size.height(), a.height);
+    QRect box(0, 0, w, h);
+    box.moveCenter(a.pos);
+    r->bounds = box;
+
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(0);
+    QPainter painter;
+    if (painter.begin(&image)) {
+        painter.setFont(font);
+        painter.setBrush(Qt::black);
+        painter.setPen(QColor(QRgb(a.labelColor)));
+        painter.drawText(QRect(QPoint(0, 0), size), Qt::AlignCenter, a.label);
+        painter.end();
+    }
+    r->labelPixmap = QPixmap::fromImage(image);
+}
+
+void picker_view::set_button_label(buttonRecord& r, const QString& label)
+{
+    r.label = label;
+    make_button_label(r, &r);
+    update();
+}
+
+void picker_view::set_button_width(buttonRecord& r, int w)
+{
+    set_button_size(r, w, r.height);
+}
+
+void picker_view::set_button_height(buttonRecord& r, int h)
+{
+    set_button_size(r, r.width, h);
+}
+
+void picker_view::set_button_size(buttonRecord& r, int s)
+{
+    set_button_size(r, s, s);
+}
+
+void picker_view::set_button_size(buttonRecord& r, int w, int h)
+{
+    w = std::max(w, 1);
+    h = std::max(h, 1);
+    r.size = w;
+    r.width = w;
+    r.height = h;
+    make_button_label(r, &r);
+    update();
+}
+
+bool picker_view::conform_to_set(const button_set& set)
+{
+    bool changed = false;
+    for (buttonRecord& r : buttons) {
+        if (r.nameFlags.size() != r.names.size())
+            r.nameFlags.resize(r.names.size());
+        int count = 0;
+        for (int i = 0; i < r.names.size(); ++i) {
+            bool on = set.contains(r.names[i]);
+            r.nameFlags[i] = on ? 1 : 0;
+            count += on;
+        }
+        qint16 state = count == r.names.size() ? 1 : (count < 1 ? 0 : 2);
+        if (state != r.selected)
+            changed = true;
+        r.selected = state;
+    }
+    return changed;
+}
+
+void picker_view::refresh()
+{
+    update();
+}
+
+void picker_view::signal_changed()
+{
+    emit changed();
+}
+
+void picker_view::addMouseCommand(picker_mouse_cmd* command)
+{
+    if (mouseCmd && mouseCmd != command)
+        delete mouseCmd;
+    mouseCmd = command;
+}
+
+// ----- Streams
+
+void picker_view::streamTo(QDataStream& out) const
+{
+    QList<buttonAttributes> list;
+    list.reserve(buttons.size());
+    for (const buttonRecord& r : buttons)
+        list.append(r);
+    write_button_list(out, list);
+}
+
+void picker_view::streamFrom(QDataStream& in, int version)
+{
+    reset_buttons();
+    read_button_list(in, version, [this](const buttonAttributes& a) { push_button(a, -1); });
+    update();
+}
+
+// ----- Painting
+
+void picker_view::paintEvent(QPaintEvent* e)
+{
+    if (!isVisible())
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(e->rect(), canvas_color);
+    if (!background.isNull())
+        painter.drawPixmap(mapToScreen(background.rect()), background);
+    draw_buttons(painter, e->rect());
+    overlays.draw(painter);
+}
+
+void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
+{
+    painter.setPen(Qt::NoPen);
+    const QRect area = mapToPicker(exposed);
+    for (const buttonRecord& r : buttons) {
+        if (!r.bounds.intersects(area))
+            continue;
+        if (r.kind)
+            draw_command_button(painter, r);
+        else
+            draw_one_button(painter, r);
+    }
+}
+
+void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
+{
+    QColor fill;
+    switch (r.selected) {
+    case 0: fill = QColor(QRgb(r.color)); break;
+    case 1: fill = selected_fill; break;
+    default: fill = partial_fill; break;
+    }
+    QBrush brush(fill);
+    QRectF R(mapToScreen(r.bounds));
+    // No pen is set here on purpose: a command button drawn earlier in the
+    // same paint leaves its thin outline pen, and shapes pick it up.
+    if (r.names.size() < 2) {
+        painter.fillRect(R, brush);
+    } else {
+        painter.setBrush(brush);
+        if (!r.labelPixmap.isNull()) {
+            qreal k = 0.2 * std::min(R.width(), R.height());
+            painter.drawRoundedRect(R, k, k, Qt::AbsoluteSize);
+        } else {
+            painter.drawEllipse(R);
+        }
+    }
+    draw_label(painter, r, R.center());
+}
+
+void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
+{
+    QRectF R(mapToScreen(r.bounds));
+    QColor color = QColor(QRgb(r.color));
+    QBrush outline;
+    switch (r.selected) {
+    case 0: {
+        QLinearGradient gradient(R.topLeft(), R.bottomLeft());
+        gradient.setColorAt(0.0, color.lighter(150));
+        gradient.setColorAt(0.1, color);
+        gradient.setColorAt(0.9, color);
+        gradient.setColorAt(1.0, color.darker(150));
+        painter.setBrush(gradient);
+        outline = QBrush(Qt::black);
+        break;
+    }
+    case 1:
+        painter.setBrush(color.lighter(150));
+        outline = QBrush(Qt::white);
+        break;
+    default:
+        painter.setBrush(partial_fill);
+        outline = QBrush(partial_fill);
+        break;
+    }
+    painter.setPen(QPen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
+    qreal k = 0.05 * std::min(R.width(), R.height());
+    painter.drawRoundedRect(R, k, k, Qt::AbsoluteSize);
+    draw_label(painter, r, R.center());
+}
+
+void picker_view::draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre)
+{
+    if (r.labelPixmap.isNull())
+        return;
+    QRectF source(QPointF(0, 0), QSizeF(r.labelPixmap.size()));
+    QRect target(0, 0, round_fn(zoom * r.labelPixmap.width()), round_fn(zoom * r.labelPixmap.height()));
+    target.moveCenter(QPoint(round_fn(centre.x()), round_fn(centre.y())));
+    // A light label on the light selected face would vanish; Xor keeps it readable.
+    if (r.kind == 0 && r.selected == 1 && (r.labelColor & 0x808080)) {
+        painter.setCompositionMode(QPainter::CompositionMode_Xor);
+        painter.drawPixmap(QRectF(target), r.labelPixmap, source);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    } else {
+        painter.drawPixmap(QRectF(target), r.labelPixmap, source);
+    }
+}
+
+void picker_view::resizeEvent(QResizeEvent* e)
+{
+    overlays.banner()->resize(e->size().width(), e->size().height());
+    QWidget::resizeEvent(e);
+}

@@ -1,0 +1,127 @@
+// One picker tab: a canvas of buttons over an optional background image, with
+// its own zoom, pan, overlays and undo stack.
+#pragma once
+
+#include "model/button_model.h"
+#include "view/overlays.h"
+
+#include <QList>
+#include <QPixmap>
+#include <QPoint>
+#include <QRect>
+#include <QRectF>
+#include <QTimer>
+#include <QUndoStack>
+#include <QWidget>
+
+class QDataStream;
+class picker_mouse_cmd;
+class picker_window;
+
+// Zoom stays within these limits wherever a user or a framing asks for it.
+float limitZoom(float z);
+// a + s * (b - a), in single precision as the animation needs it.
+float mix_fn(float s, float a, float b);
+// Rounds halves up: truncate(x + 0.5).
+int round_fn(double x);
+
+// Makes the icons, logo and scripts of the picker available; safe to call often.
+void init_picker_resources();
+
+class picker_view : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit picker_view(picker_window* window);
+    ~picker_view() override;
+
+    // ----- Coordinates: widget = picker * zoom + shift; back again truncated
+    QPoint mapToPicker(const QPoint& widget) const;
+    QRect mapToPicker(const QRect& widget) const;
+    QPoint mapToScreen(const QPoint& picker) const;
+    QRect mapToScreen(const QRect& picker) const;
+    QRectF mapToScreenF(const QRect& picker) const;
+
+    // ----- Zoom and pan
+    void setZoom(float z, const QPoint& anchor);
+    void setShift(const QPoint& s);
+    void zoomWindow(float z, const QPoint& newShift);
+    QRect button_bounds(bool selectedOnly) const;
+    void frameBounds(const QRect& r, bool noZoomIn);
+    bool any_selected() const;
+    bool animating() const { return zoomTimer.isActive(); }
+
+    // ----- Background
+    void setBackground(const QString& key, const QPixmap& pixmap);
+
+    // ----- Buttons
+    int push_button(const buttonAttributes& a, int index);
+    void pop_button(int index);
+    void reset_buttons();
+    void make_button_label(const buttonAttributes& a, buttonRecord* r);
+    void set_button_label(buttonRecord& r, const QString& label);
+    void set_button_width(buttonRecord& r, int w);
+    void set_button_height(buttonRecord& r, int h);
+    void set_button_size(buttonRecord& r, int s);
+    void set_button_size(buttonRecord& r, int w, int h);
+
+    // Sets every button's name flags and state from the set; true when any
+    // button's shown state changed.
+    bool conform_to_set(const button_set& set);
+
+    // Repaints the whole canvas.
+    void refresh();
+    // Announces that the picker's content changed (scene storage listens).
+    void signal_changed();
+
+    // ----- Gestures
+    void addMouseCommand(picker_mouse_cmd* command);
+    picker_mouse_cmd* mouseCommand() const { return mouseCmd; }
+
+    // ----- Streams: the button list of this view
+    void streamTo(QDataStream& out) const;
+    void streamFrom(QDataStream& in, int version);
+
+    QUndoStack* undoStack() { return &undo; }
+
+    QPixmap background;
+    QString backgroundKey;
+    picker_window* window;
+    picker_mouse_cmd* mouseCmd = nullptr;
+    QPoint shift;
+    double zoom = 1.0;
+    QString name;
+    QList<buttonRecord> buttons;
+    overlay_list overlays;
+
+    struct interpolateRecord {
+        float t = 1.0f;
+        float startZoom = 1.0f;
+        QPoint startShift;
+        float endZoom = 1.0f;
+        QPoint endShift;
+    };
+
+signals:
+    void changed();
+
+public slots:
+    void animate_zoom();
+    void reset_view();
+    void frame_view();
+    void change_background();
+
+protected:
+    void paintEvent(QPaintEvent* e) override;
+    void resizeEvent(QResizeEvent* e) override;
+
+    void draw_buttons(QPainter& painter, const QRect& exposed);
+    void draw_one_button(QPainter& painter, const buttonRecord& r);
+    void draw_command_button(QPainter& painter, const buttonRecord& r);
+    void draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre);
+
+private:
+    QUndoStack undo;
+    QTimer zoomTimer;
+    interpolateRecord interpolate;
+};

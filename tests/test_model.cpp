@@ -1,0 +1,240 @@
+// Buttons and name sets: which names reach the host on select and unselect,
+// and the set's exact, ordered, duplicate-free behaviour.
+#include "model/button_model.h"
+
+#include <QtTest>
+
+namespace {
+
+QStringList selected_names;
+QStringList unselected_names;
+
+bool record_select(const QString& name)
+{
+    selected_names << name;
+    return true;
+}
+
+bool record_unselect(const QString& name)
+{
+    unselected_names << name;
+    return true;
+}
+
+QVector<quint8> flags_from(const QString& digits)
+{
+    QVector<quint8> flags;
+    for (QChar c : digits)
+        flags << quint8(c == QLatin1Char('1'));
+    return flags;
+}
+
+buttonAttributes sample()
+{
+    buttonAttributes a;
+    a.pos = QPoint(10, -4);
+    a.size = a.width = 30;
+    a.height = 20;
+    a.kind = 0;
+    a.language = 0;
+    a.color = 0xff336699;
+    a.labelColor = 0xffffff;
+    a.label = QStringLiteral("Arm");
+    a.names = QStringList{QStringLiteral("arm"), QStringLiteral("hand")};
+    return a;
+}
+
+} // namespace
+
+class test_model : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup()
+    {
+        buttonRecord::set_selection_hooks(nullptr, nullptr);
+        selected_names.clear();
+        unselected_names.clear();
+    }
+
+    void equality_sees_every_field_data()
+    {
+        QTest::addColumn<int>("field");
+        const char* fields[] = {"pos", "size", "width", "height", "kind", "language",
+                                "color", "labelColor", "label", "names"};
+        for (int i = 0; i < 10; ++i)
+            QTest::newRow(fields[i]) << i;
+    }
+    void equality_sees_every_field()
+    {
+        QFETCH(int, field);
+        const buttonAttributes a = sample();
+        buttonAttributes b = a;
+        QVERIFY(a == b);
+        switch (field) {
+        case 0: b.pos.ry() += 1; break;
+        case 1: b.size += 1; break;
+        case 2: b.width += 1; break;
+        case 3: b.height += 1; break;
+        case 4: b.kind = 1; break;
+        case 5: b.language = 1; break;
+        case 6: b.color ^= 1; break;
+        case 7: b.labelColor ^= 1; break;
+        case 8: b.label += QLatin1Char('x'); break;
+        case 9: b.names.swapItemsAt(0, 1); break;
+        }
+        QVERIFY(a != b);
+    }
+
+    void new_record_is_unselected()
+    {
+        buttonRecord r(sample());
+        QCOMPARE(static_cast<const buttonAttributes&>(r), sample());
+        QCOMPARE(r.selected, qint16(0));
+        QCOMPARE(r.nameFlags, flags_from("00"));
+
+        r.bounds = QRect(0, 0, 10, 6);
+        r.moveTo(QPoint(100, 50));
+        QCOMPARE(r.pos, QPoint(100, 50));
+        QCOMPARE(r.bounds.center(), QPoint(100, 50));
+        QCOMPARE(r.bounds.size(), QSize(10, 6));
+    }
+
+    void select_passes_new_names_once_data()
+    {
+        QTest::addColumn<bool>("selecting");
+        QTest::addColumn<bool>("hooked");
+        QTest::addColumn<bool>("quiet");
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("flags");
+        QTest::addColumn<QStringList>("calls");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<int>("selected");
+
+        const QStringList abc{"a", "b", "c"};
+        QTest::newRow("select clear names") << true << true << false << abc << "010"
+                                            << QStringList{"a", "c"} << true << "111" << 1;
+        QTest::newRow("select all flagged") << true << true << false << abc << "111"
+                                            << QStringList() << false << "111" << 1;
+        QTest::newRow("select quiet") << true << true << true << abc << "000"
+                                      << QStringList() << false << "111" << 1;
+        QTest::newRow("select without names") << true << true << false << QStringList() << ""
+                                              << QStringList() << false << "" << 1;
+        QTest::newRow("select without hook") << true << false << false << abc << "100"
+                                             << QStringList() << true << "111" << 1;
+        QTest::newRow("unselect set names") << false << true << false << abc << "101"
+                                            << QStringList{"a", "c"} << true << "000" << 0;
+        QTest::newRow("unselect none set") << false << true << false << abc << "000"
+                                           << QStringList() << false << "000" << 0;
+        QTest::newRow("unselect quiet") << false << true << true << abc << "111"
+                                        << QStringList() << false << "000" << 0;
+        QTest::newRow("unselect without hook") << false << false << false << abc << "010"
+                                               << QStringList() << true << "000" << 0;
+    }
+    void select_passes_new_names_once()
+    {
+        QFETCH(bool, selecting);
+        QFETCH(bool, hooked);
+        QFETCH(bool, quiet);
+        QFETCH(QStringList, names);
+        QFETCH(QString, flags);
+        QFETCH(QStringList, calls);
+        QFETCH(bool, result);
+        QFETCH(QString, after);
+        QFETCH(int, selected);
+
+        if (hooked)
+            buttonRecord::set_selection_hooks(record_select, record_unselect);
+        buttonAttributes a = sample();
+        a.names = names;
+        buttonRecord r(a);
+        r.nameFlags = flags_from(flags);
+        r.selected = selecting ? 0 : 1;
+
+        QCOMPARE(selecting ? r.select(quiet) : r.unselect(quiet), result);
+        QCOMPARE(selecting ? selected_names : unselected_names, calls);
+        QVERIFY((selecting ? unselected_names : selected_names).isEmpty());
+        QCOMPARE(r.nameFlags, flags_from(after));
+        QCOMPARE(int(r.selected), selected);
+    }
+
+    void set_building_and_text_data()
+    {
+        QTest::addColumn<QStringList>("input");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("empty") << QStringList() << QString("x");
+        QTest::newRow("one") << QStringList{"n"} << QString("x n");
+        QTest::newRow("two") << QStringList{"a", "b"} << QString("x a b");
+        QTest::newRow("duplicates dropped") << QStringList{"a", "b", "a"} << QString("x a b");
+        QTest::newRow("case kept apart") << QStringList{"arm", "Arm"} << QString("x arm Arm");
+        QTest::newRow("empty name") << QStringList{"", "a", ""} << QString("x  a");
+    }
+    void set_building_and_text()
+    {
+        QFETCH(QStringList, input);
+        QFETCH(QString, text);
+        QString out = QStringLiteral("x");
+        button_set::fromStringList(input).appendAllToString(&out);
+        QCOMPARE(out, text);
+    }
+
+    void contains_is_exact()
+    {
+        const button_set set = button_set::fromStringList({"arm", "ns:leg"});
+        QVERIFY(set.contains("arm"));
+        QVERIFY(!set.contains("Arm"));
+        QVERIFY(!set.contains("leg"));
+        QVERIFY(!button_set().contains(QString()));
+    }
+
+    void remove_one_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("left");
+        QTest::newRow("absent") << "d" << QStringList{"a", "b", "c"};
+        QTest::newRow("other case") << "B" << QStringList{"a", "b", "c"};
+        QTest::newRow("middle") << "b" << QStringList{"a", "c"};
+        QTest::newRow("first") << "a" << QStringList{"b", "c"};
+    }
+    void remove_one()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, left);
+        button_set set = button_set::fromStringList({"a", "b", "c"});
+        set.removeOne(name);
+        QCOMPARE(set.items().toList(), left);
+        QCOMPARE(set.contains(name), left.contains(name));
+        // Once gone, a name can come back, and only once, at the end.
+        set.append(name);
+        set.append(name);
+        QCOMPARE(set.items().last(), name);
+        QCOMPARE(set.size(), left.size() + (left.contains(name) ? 0 : 1));
+    }
+
+    void index_follows_removals()
+    {
+        QStringList all;
+        for (int i = 0; i < 3000; ++i)
+            all << QStringLiteral("ns:ctrl_%1").arg(i);
+        button_set set = button_set::fromStringList(all);
+
+        buttonAttributes a = sample();
+        for (int i = 0; i < all.size(); i += 2)
+            a.names << all[i];
+        set.remove_button(buttonRecord(a));
+        for (int i = 0; i < all.size(); ++i)
+            QVERIFY2(set.contains(all[i]) == (i % 2 == 1), qPrintable(all[i]));
+        QCOMPARE(set.size(), all.size() / 2);
+        QCOMPARE(set.items().first(), all[1]);
+
+        set.add_button(buttonRecord(a));
+        QCOMPARE(set.size(), all.size() + 2); // plus "arm" and "hand" from the sample
+        QCOMPARE(set.items().last(), all[all.size() - 2]);
+        for (const QString& name : all)
+            QVERIFY(set.contains(name));
+    }
+};
+
+QTEST_MAIN(test_model)
+#include "test_model.moc"

@@ -1,0 +1,550 @@
+// The canvas: coordinates, zoom and framing, labels, painting and overlays.
+#include "model/scene_data.h"
+#include "modal_helper.h"
+#include "recording_host.h"
+#include "view/picker_mouse_cmd.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <QBuffer>
+#include <QDesktopServices>
+#include <QFontMetrics>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+buttonAttributes make_button(QPoint pos, int w, int h, QStringList names, quint32 color = 0xff0000,
+                             QString label = QString(), int kind = 0)
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = w;
+    a.width = w;
+    a.height = h;
+    a.kind = kind;
+    a.language = 0;
+    a.color = color;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+QColor pixel(const QImage& image, int x, int y)
+{
+    return QColor::fromRgba(image.pixel(x, y));
+}
+
+// Renders the view as it paints itself, into a transparent ARGB image.
+QImage render(picker_view& view)
+{
+    QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    view.render(&image);
+    return image;
+}
+
+class url_catcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public slots:
+    void open(const QUrl& url) { opened << url; }
+};
+
+} // namespace
+
+class test_view : public QObject {
+    Q_OBJECT
+
+private slots:
+    void map_to_picker_truncates_toward_zero_data()
+    {
+        QTest::addColumn<double>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::addColumn<QPoint>("widget");
+        QTest::addColumn<QPoint>("picker");
+        QTest::newRow("identity") << 1.0 << QPoint(0, 0) << QPoint(7, -7) << QPoint(7, -7);
+        QTest::newRow("half up") << 2.0 << QPoint(3, 3) << QPoint(10, 10) << QPoint(3, 3);
+        QTest::newRow("negative half") << 2.0 << QPoint(3, 3) << QPoint(0, 0) << QPoint(-1, -1);
+        QTest::newRow("small negative") << 4.0 << QPoint(0, 0) << QPoint(-3, 3) << QPoint(0, 0);
+        QTest::newRow("zoomed out") << 0.25 << QPoint(-10, 20) << QPoint(-11, 19) << QPoint(-4, -4);
+    }
+
+    void map_to_picker_truncates_toward_zero()
+    {
+        QFETCH(double, zoom);
+        QFETCH(QPoint, shift);
+        QFETCH(QPoint, widget);
+        QFETCH(QPoint, picker);
+        picker_view view(nullptr);
+        view.zoom = zoom;
+        view.shift = shift;
+        QCOMPARE(view.mapToPicker(widget), picker);
+    }
+
+    void map_to_screen_truncates_toward_zero_data()
+    {
+        QTest::addColumn<double>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::addColumn<QPoint>("picker");
+        QTest::addColumn<QPoint>("widget");
+        QTest::newRow("fraction up") << 1.5 << QPoint(0, 0) << QPoint(3, 3) << QPoint(4, 4);
+        QTest::newRow("fraction negative") << 1.5 << QPoint(0, 0) << QPoint(-1, -3) << QPoint(-1, -4);
+        QTest::newRow("shifted") << 2.0 << QPoint(-5, 7) << QPoint(2, -2) << QPoint(-1, 3);
+    }
+
+    void map_to_screen_truncates_toward_zero()
+    {
+        QFETCH(double, zoom);
+        QFETCH(QPoint, shift);
+        QFETCH(QPoint, picker);
+        QFETCH(QPoint, widget);
+        picker_view view(nullptr);
+        view.zoom = zoom;
+        view.shift = shift;
+        QCOMPARE(view.mapToScreen(picker), widget);
+    }
+
+    void rectangles_map_edge_by_edge()
+    {
+        picker_view view(nullptr);
+        view.zoom = 2.0;
+        view.shift = QPoint(10, 0);
+        // Edges are mapped, sizes are their differences: one unit short.
+        QCOMPARE(view.mapToScreen(QRect(0, 0, 10, 5)), QRect(10, 0, 18, 8));
+        QCOMPARE(view.mapToScreenF(QRect(0, 0, 10, 5)), QRectF(10, 0, 18, 8));
+        QCOMPARE(view.mapToPicker(QRect(10, 0, 21, 9)), QRect(0, 0, 10, 4));
+        view.zoom = 1.5;
+        QCOMPARE(view.mapToScreenF(QRect(1, 1, 2, 2)), QRectF(11.5, 1.5, 1.5, 1.5));
+    }
+
+    void zoom_limits_data()
+    {
+        QTest::addColumn<float>("asked");
+        QTest::addColumn<float>("limited");
+        QTest::newRow("too small") << 0.1f << 0.25f;
+        QTest::newRow("lower edge") << 0.25f << 0.25f;
+        QTest::newRow("inside") << 3.5f << 3.5f;
+        QTest::newRow("upper edge") << 16.0f << 16.0f;
+        QTest::newRow("too large") << 20.0f << 16.0f;
+    }
+
+    void zoom_limits()
+    {
+        QFETCH(float, asked);
+        QFETCH(float, limited);
+        QCOMPARE(limitZoom(asked), limited);
+    }
+
+    void set_zoom_keeps_the_anchor_in_place()
+    {
+        picker_view view(nullptr);
+        view.resize(400, 300);
+        view.shift = QPoint(13, -7);
+        const QPoint anchor(150, 100);
+        for (float z : {2.0f, 0.5f, 16.0f, 0.25f, 1.0625f}) {
+            const QPoint under = view.mapToPicker(anchor);
+            const QPoint before = view.mapToScreen(under);
+            view.setZoom(z, anchor);
+            QCOMPARE(view.zoom, double(limitZoom(z)));
+            QVERIFY((view.mapToScreen(under) - before).manhattanLength() <= 2);
+            QVERIFY(qAbs(view.mapToScreen(under).x() - anchor.x()) <= qCeil(view.zoom));
+        }
+        // Asking for the zoom it has changes nothing, not even the shift.
+        view.shift = QPoint(99, 99);
+        view.setZoom(float(view.zoom), QPoint(0, 0));
+        QCOMPARE(view.shift, QPoint(99, 99));
+        view.setZoom(100.0f, anchor);
+        QCOMPARE(view.zoom, 16.0);
+    }
+
+    void zoom_animation_takes_eight_ticks()
+    {
+        picker_view view(nullptr);
+        view.zoomWindow(1.0f, QPoint(0, 0));
+        QVERIFY2(!view.animating(), "no animation towards the current state");
+
+        view.zoomWindow(3.0f, QPoint(-100, 40));
+        QVERIFY(view.animating());
+        double previous = view.zoom;
+        for (int tick = 1; tick < 8; ++tick) {
+            view.animate_zoom();
+            QVERIFY(view.animating());
+            QVERIFY(view.zoom > previous);
+            QVERIFY(view.zoom < 3.0);
+            previous = view.zoom;
+        }
+        // Halfway through the smoothstep is exactly halfway.
+        picker_view half(nullptr);
+        half.zoomWindow(3.0f, QPoint(-100, 40));
+        for (int tick = 0; tick < 4; ++tick)
+            half.animate_zoom();
+        QCOMPARE(half.zoom, 2.0);
+        QCOMPARE(half.shift, QPoint(-50, 20));
+
+        view.animate_zoom();
+        QVERIFY(!view.animating());
+        QCOMPARE(view.zoom, 3.0);
+        QCOMPARE(view.shift, QPoint(-100, 40));
+    }
+
+    void framing()
+    {
+        picker_view view(nullptr);
+        view.resize(400, 300);
+        view.frameBounds(QRect(), false);
+        QVERIFY(!view.animating());
+        view.frame_view(); // no buttons: empty bounds
+        QVERIFY(!view.animating());
+
+        // 0.75 * min(400/100, 300/50) = 3, centre (50, 25) to the middle.
+        view.frameBounds(QRect(0, 0, 100, 50), false);
+        for (int tick = 0; tick < 8; ++tick)
+            view.animate_zoom();
+        QCOMPARE(view.zoom, 3.0);
+        QCOMPARE(view.shift, QPoint(200 - 3 * 49, 150 - 3 * 24));
+
+        // With noZoomIn the view may zoom out but never in.
+        view.frameBounds(QRect(0, 0, 10, 10), true);
+        for (int tick = 0; tick < 8; ++tick)
+            view.animate_zoom();
+        QCOMPARE(view.zoom, 3.0);
+        view.frameBounds(QRect(0, 0, 4000, 4000), true);
+        for (int tick = 0; tick < 8; ++tick)
+            view.animate_zoom();
+        QCOMPARE(view.zoom, 0.25);
+    }
+
+    void frame_view_prefers_the_selection()
+    {
+        picker_view view(nullptr);
+        view.resize(300, 300);
+        view.push_button(make_button(QPoint(0, 0), 10, 10, {"a"}), -1);
+        view.push_button(make_button(QPoint(200, 100), 20, 20, {"b"}), -1);
+        QCOMPARE(view.button_bounds(false), QRect(QPoint(-4, -4), QPoint(210, 110)));
+        QCOMPARE(view.button_bounds(true), QRect(0, 0, 0, 0));
+        view.buttons[1].selected = 2; // partly selected counts
+        QCOMPARE(view.button_bounds(true), view.buttons[1].bounds);
+        view.frame_view();
+        for (int tick = 0; tick < 8; ++tick)
+            view.animate_zoom();
+        QCOMPARE(view.mapToScreen(view.buttons[1].pos), QPoint(150, 150));
+    }
+
+    void label_sets_pixmap_and_button_size()
+    {
+        picker_view view(nullptr);
+        QFont font("Tahoma", -1, -1, false);
+        font.setPixelSize(16);
+        font.setStyleStrategy(QFont::NoAntialias);
+        QRect text = QFontMetrics(font).boundingRect("ab");
+        int tw = text.width() + (text.width() % 2) + 2;
+        int th = text.height() + (text.height() % 2);
+
+        int i = view.push_button(make_button(QPoint(50, 60), 1, 1, {"a"}, 0xff0000, "ab"), -1);
+        const buttonRecord& r = view.buttons[i];
+        QCOMPARE(r.labelPixmap.size(), QSize(tw, th));
+        QCOMPARE(r.bounds.size(), QSize(tw + 2, th));
+        QCOMPARE(r.bounds.center(), QPoint(50, 60));
+
+        // A label widens a button but never shrinks it below its set size.
+        view.set_button_size(view.buttons[i], 200, 3);
+        QCOMPARE(view.buttons[i].bounds.size(), QSize(200, th));
+        view.set_button_label(view.buttons[i], QString());
+        QVERIFY(view.buttons[i].labelPixmap.isNull());
+        QCOMPARE(view.buttons[i].bounds.size(), QSize(200, 3));
+    }
+
+    void sizes_are_at_least_one()
+    {
+        picker_view view(nullptr);
+        int i = view.push_button(make_button(QPoint(0, 0), 0, -4, {"a"}), -1);
+        QCOMPARE(view.buttons[i].size, 1);
+        QCOMPARE(view.buttons[i].width, 1);
+        QCOMPARE(view.buttons[i].height, 1);
+        view.set_button_size(view.buttons[i], -3);
+        QCOMPARE(view.buttons[i].bounds.size(), QSize(1, 1));
+        view.set_button_width(view.buttons[i], 12);
+        QCOMPARE(view.buttons[i].size, 12);
+        QCOMPARE(view.buttons[i].height, 1);
+
+        // push_button appends or inserts and says where.
+        QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"b"}), -1), 1);
+        QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"c"}), 0), 0);
+        QCOMPARE(view.buttons[0].names, QStringList{"c"});
+        QCOMPARE(view.buttons[2].names, QStringList{"b"});
+    }
+
+    void conforming_to_a_name_set_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QStringList>("set");
+        QTest::addColumn<int>("selected");
+        QTest::addColumn<QVector<quint8>>("flags");
+        QTest::newRow("some") << QStringList{"a", "b"} << QStringList{"a"} << 2 << QVector<quint8>{1, 0};
+        QTest::newRow("all") << QStringList{"a", "b"} << QStringList{"b", "a"} << 1 << QVector<quint8>{1, 1};
+        QTest::newRow("none") << QStringList{"a", "b"} << QStringList{} << 0 << QVector<quint8>{0, 0};
+        QTest::newRow("case matters") << QStringList{"Arm"} << QStringList{"arm"} << 0 << QVector<quint8>{0};
+        QTest::newRow("no names") << QStringList{} << QStringList{} << 1 << QVector<quint8>{};
+    }
+
+    void conforming_to_a_name_set()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QStringList, set);
+        QFETCH(int, selected);
+        QFETCH(QVector<quint8>, flags);
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(), 5, 5, names), -1);
+        bool changed = view.conform_to_set(button_set::fromStringList(set));
+        QCOMPARE(int(view.buttons[0].selected), selected);
+        QCOMPARE(view.buttons[0].nameFlags, flags);
+        QCOMPARE(changed, selected != 0);
+        QVERIFY(!view.conform_to_set(button_set::fromStringList(set)));
+    }
+
+    void marquee_bounds_and_drawing()
+    {
+        marquee_overlay m;
+        QVERIFY(m.isEmpty());
+        m.setAnchor(QPoint(10, 10));
+        m.setPoint(QPoint(5, 20));
+        QCOMPARE(m.bounds(), QRect(5, 10, 5, 10));
+        QVERIFY(!m.isEmpty());
+
+        QImage image(30, 30, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::black);
+        QPainter painter(&image);
+        m.setPoint(QPoint(10, 10));
+        m.draw(painter); // anchor equals point: nothing
+        QCOMPARE(image.pixel(10, 10), QColor(Qt::black).rgba());
+        m.setPoint(QPoint(25, 25));
+        m.draw(painter);
+        painter.end();
+        QCOMPARE(pixel(image, 10, 10), QColor(Qt::white)); // the outline
+        QColor inside = pixel(image, 18, 18);
+        QVERIFY(inside.red() > 30 && inside.red() < 80); // white at one fifth
+        m.reset();
+        QVERIFY(m.isEmpty());
+    }
+
+    void banner_layout_and_links()
+    {
+        picker_view view(nullptr);
+        banner_overlay* banner = view.overlays.banner();
+        QVERIFY(view.overlays.get(0) == view.overlays.marquee());
+        QVERIFY(view.overlays.get(2) == nullptr);
+        banner->resize(800, 500);
+        const int logo_w = banner_overlay::logo.width();
+        const int logo_h = banner_overlay::logo.height();
+        QVERIFY(logo_w > 0);
+        QCOMPARE(banner->rect, QRect(0, 500 - logo_h, 800, logo_h));
+        QCOMPARE(banner->links.size(), 4);
+        QCOMPARE(banner->links[0].label, QString("Learn at Quillmarsh"));
+        QCOMPARE(banner->links[3].label, QString("Forums"));
+        QCOMPARE(banner->links[0].rect.top(), 478);
+        QCOMPARE(banner->links[0].rect.bottom(), 500);
+        int gap = banner->links[0].rect.left() - logo_w;
+        QVERIFY(gap > 10);
+        QCOMPARE(banner->links[1].rect.left(), banner->links[0].rect.left() + banner->links[0].rect.width() + gap);
+
+        // Narrow views keep a gap of 10 and let the labels run off the edge.
+        banner->resize(100, 300);
+        QCOMPARE(banner->links[0].rect.left(), logo_w + 10);
+        QVERIFY(banner->links[3].rect.right() > 100);
+
+        banner->resize(800, 500);
+        QVERIFY(!banner->click(QPoint(logo_w - 2, 495)));         // on the logo's strip
+        QVERIFY(!banner->click(QPoint(banner->links[0].rect.left() + 2, 470))); // above the strip
+        QVERIFY(!banner->click(QPoint(banner->links[0].rect.left() - 2, 495))); // between
+        QVERIFY(view.mouseCommand() == nullptr);
+
+        url_catcher catcher;
+        QDesktopServices::setUrlHandler("https", &catcher, "open");
+        QPoint on_blog(banner->links[2].rect.center().x(), 495);
+        QVERIFY(banner->click(on_blog));
+        QVERIFY(dynamic_cast<track_url_cmd*>(view.mouseCommand()));
+        view.mouseCommand()->update(QPoint(0, 0), 0); // released elsewhere: nothing opens
+        view.mouseCommand()->finish();
+        QVERIFY(catcher.opened.isEmpty());
+        view.mouseCommand()->update(on_blog, 0);
+        view.mouseCommand()->finish();
+        QCOMPARE(catcher.opened.size(), 1);
+        QVERIFY(catcher.opened[0].toString().contains("quillmarsh"));
+        QDesktopServices::unsetUrlHandler("https");
+    }
+
+    void paints_selection_button_states()
+    {
+        picker_view view(nullptr);
+        view.resize(200, 200); // the banner stays clear of the buttons
+        view.show();
+        view.push_button(make_button(QPoint(20, 20), 20, 20, {"a"}, 0x0000ff), -1);
+        view.push_button(make_button(QPoint(60, 20), 20, 20, {"a"}, 0x0000ff), -1);
+        view.push_button(make_button(QPoint(100, 20), 20, 20, {"a", "b"}, 0x0000ff), -1);
+        view.push_button(make_button(QPoint(140, 20), 20, 20, {"a", "b"}, 0x00ff00), -1);
+        view.buttons[1].selected = 1;
+        view.buttons[2].selected = 2;
+        QImage image = render(view);
+        QCOMPARE(pixel(image, 20, 20), QColor(0, 0, 255));
+        QCOMPARE(pixel(image, 60, 20), QColor(224, 224, 224));
+        QCOMPARE(pixel(image, 100, 20), QColor(128, 128, 128));
+        // One name: a square corner. Two names, no label: an ellipse.
+        QRect one = view.mapToScreen(view.buttons[0].bounds);
+        QCOMPARE(pixel(image, one.left(), one.top()), QColor(0, 0, 255));
+        QRect two = view.mapToScreen(view.buttons[3].bounds);
+        QCOMPARE(pixel(image, two.left(), two.top()), QColor(51, 51, 51));
+        QCOMPARE(pixel(image, two.center().x(), two.center().y()), QColor(0, 255, 0));
+        QCOMPARE(pixel(image, 195, 95), QColor(51, 51, 51));
+    }
+
+    void paints_command_button_outlines()
+    {
+        picker_view view(nullptr);
+        view.resize(200, 200); // the banner stays clear of the buttons
+        view.show();
+        const quint32 navy = 0x000064;
+        view.push_button(make_button(QPoint(40, 40), 40, 40, {"print 1"}, navy, QString(), 1), -1);
+        view.push_button(make_button(QPoint(120, 40), 40, 40, {"print 2"}, navy, QString(), 1), -1);
+        view.buttons[0].selected = 1;
+        QImage image = render(view);
+        QRect on = view.mapToScreen(view.buttons[0].bounds);
+        QRect off = view.mapToScreen(view.buttons[1].bounds);
+        // A selected one is lighter inside and outlined white; an unselected
+        // one has a gradient and a black outline.
+        QCOMPARE(pixel(image, on.center().x(), on.center().y()), QColor(navy).lighter(150));
+        QCOMPARE(pixel(image, off.center().x(), off.center().y()), QColor(0, 0, 0x64));
+        QVERIFY(pixel(image, on.center().x(), on.top()).red() > 40);
+        QCOMPARE(pixel(image, off.center().x(), off.top()).red(), 0);
+        QVERIFY(pixel(image, off.center().x(), off.top() + 1).blue() > 0x64); // lighter top of the gradient
+        QVERIFY(pixel(image, off.center().x(), off.bottom() - 1).blue() < 0x64);
+    }
+
+    void background_sits_at_the_origin_and_scales()
+    {
+        picker_view view(nullptr);
+        view.resize(100, 100);
+        view.show();
+        QPixmap red(20, 20);
+        red.fill(Qt::red);
+        view.setBackground(QString::number(red.cacheKey()), red);
+        view.zoom = 2.0;
+        view.shift = QPoint(10, 10);
+        QImage image = render(view);
+        QCOMPARE(pixel(image, 9, 9), QColor(51, 51, 51));
+        QCOMPARE(pixel(image, 11, 11), QColor(Qt::red));
+        QCOMPARE(pixel(image, 45, 45), QColor(Qt::red));
+        QCOMPARE(pixel(image, 52, 52), QColor(51, 51, 51));
+    }
+
+    void light_label_on_selected_button_uses_xor()
+    {
+        picker_view view(nullptr);
+        view.resize(200, 200); // the banner stays clear of the buttons
+        view.show();
+        buttonAttributes white = make_button(QPoint(50, 50), 60, 40, {"a"}, 0x0000ff, "HH");
+        buttonAttributes black = white;
+        black.pos = QPoint(150, 50);
+        black.labelColor = 0x000000;
+        view.push_button(white, -1);
+        view.push_button(black, -1);
+        view.buttons[0].selected = 1;
+        view.buttons[1].selected = 1;
+        QImage image = render(view);
+        auto count = [&](QRect area, auto test) {
+            int n = 0;
+            for (int y = area.top(); y <= area.bottom(); ++y)
+                for (int x = area.left(); x <= area.right(); ++x)
+                    n += test(pixel(image, x, y));
+            return n;
+        };
+        QRect w = view.mapToScreen(view.buttons[0].bounds);
+        QRect b = view.mapToScreen(view.buttons[1].bounds);
+        // Xor punches the opaque text out of the opaque face.
+        QVERIFY(count(w, [](QColor c) { return c.alpha() == 0; }) > 10);
+        QCOMPARE(count(w, [](QColor c) { return c == QColor(Qt::white); }), 0);
+        QCOMPARE(count(b, [](QColor c) { return c.alpha() == 0; }), 0);
+        QVERIFY(count(b, [](QColor c) { return c == QColor(Qt::black); }) > 10);
+    }
+
+    void streams_its_buttons()
+    {
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(3, 4), 10, 12, {"hero:a", "hero:b"}, 0x123456, "lbl"), -1);
+        view.push_button(make_button(QPoint(-3, 9), 30, 8, {"print \"x\";"}, 0xabcdef, QString(), 1), -1);
+        QByteArray bytes;
+        {
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            view.streamTo(out);
+        }
+        picker_view copy(nullptr);
+        copy.push_button(make_button(QPoint(), 1, 1, {"old"}), -1);
+        QDataStream in(bytes);
+        copy.streamFrom(in, 5);
+        QCOMPARE(copy.buttons.size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(static_cast<const buttonAttributes&>(copy.buttons[i]),
+                     static_cast<const buttonAttributes&>(view.buttons[i]));
+            QCOMPARE(copy.buttons[i].bounds, view.buttons[i].bounds);
+            QCOMPARE(copy.buttons[i].selected, qint16(0));
+        }
+    }
+
+    void change_background_through_the_dialog()
+    {
+        recording_host host;
+        QTemporaryDir dir;
+        QString file = dir.filePath("back.png");
+        QPixmap image(8, 6);
+        image.fill(Qt::green);
+        QVERIFY(image.save(file));
+
+        picker_window window;
+        picker_view view(&window);
+        modal_helper::answer_next(file);
+        view.change_background();
+        QCOMPARE(view.background.size(), QSize(8, 6));
+        QCOMPARE(view.backgroundKey, QString::number(view.background.cacheKey()));
+        QCOMPARE(host.mel.size(), 1);
+        QCOMPARE(host.mel[0], QString("fileInfo \"QuillmarshPickerImage_%1\" \"%2\"; file -modified 1;")
+                                  .arg(view.backgroundKey, QString(encode_image(view.background))));
+        QCOMPARE(decode_image(encode_image(view.background)).size(), QSize(8, 6));
+
+        // Cancelling the file and declining the question keeps the image.
+        host.clear();
+        modal_helper::answer_next(QString());
+        QTimer::singleShot(300, [] { modal_helper::answer_next("Cancel"); });
+        view.change_background();
+        QVERIFY(!view.background.isNull());
+        QVERIFY(host.mel.isEmpty());
+
+        // Accepting removes the stored image first.
+        const QString old_key = view.backgroundKey;
+        modal_helper::answer_next(QString());
+        QTimer::singleShot(300, [] { modal_helper::answer_next("Yes"); });
+        view.change_background();
+        QVERIFY(view.background.isNull());
+        QCOMPARE(view.backgroundKey, QString("0"));
+        QCOMPARE(host.mel.value(0),
+                 QString("fileInfo -remove \"QuillmarshPickerImage_%1\"; file -modified 1;").arg(old_key));
+        QVERIFY(host.mel.value(1).startsWith("fileInfo \"QuillmarshPickerImage_0\""));
+    }
+
+    void reset_buttons_clears_history_only_when_there_are_buttons()
+    {
+        picker_view view(nullptr);
+        view.undoStack()->push(new QUndoCommand("kept"));
+        view.reset_buttons();
+        QCOMPARE(view.undoStack()->count(), 1);
+        view.push_button(make_button(QPoint(), 1, 1, {"a"}), -1);
+        view.reset_buttons();
+        QCOMPARE(view.undoStack()->count(), 0);
+        QVERIFY(view.buttons.isEmpty());
+    }
+};
+
+QTEST_MAIN(test_view)
+#include "test_view.moc"
