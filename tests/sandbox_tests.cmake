@@ -8,3 +8,11 @@ quill_warnings(quillEcho)
 quill_test(test_sandbox SOURCES test_sandbox.cpp LIBS maya_sandbox_host)
 target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
 add_dependencies(test_sandbox quillEcho)
+
+
+# The plug-in's code linked in, loaded through its entry points.
+quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
+
+# The window alone, with a real MEL evaluator to run what it sends.
+quill_test(test_window SOURCES test_window.cpp LIBS picker_ui maya_sandbox_host)

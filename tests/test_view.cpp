@@ -502,7 +502,7 @@ private slots:
         image.fill(Qt::green);
         QVERIFY(image.save(file));
 
-        picker_window window;
+        picker_window window(nullptr);
         picker_view view(&window);
         modal_helper::answer_next(file);
         view.change_background();

@@ -23,7 +23,9 @@ namespace sandbox {
 struct plugin_record {
     QString name;
     QString path;
-    void* handle = nullptr;
+    void* handle = nullptr; // null for a plug-in linked into the process
+    void* init = nullptr;
+    void* uninit = nullptr;
     QStringList commands;
     bool initializing = false;
 };

@@ -44,6 +44,8 @@ void drop_registrations(host& h, plugin_record* record)
         d.interp.unregister_command(name);
     }
     record->commands.clear();
+    if (!record->handle)
+        return; // linked code never goes away
     QVector<std::uintptr_t> stale;
     for (const callback_record& c : d.callbacks)
         if (address_in(record->handle, reinterpret_cast<const void*>(c.fn)))
@@ -53,6 +55,52 @@ void drop_registrations(host& h, plugin_record* record)
         h.log(log_kind::warning,
               QString("A callback left installed by %1 was removed.").arg(record->name));
     }
+}
+
+// Makes the record and runs initializePlugin; a failing plug-in leaves
+// nothing registered behind and its module is closed again.
+bool start_plugin(host& h, const QString& name, const QString& path, void* handle, void* init,
+                  void* uninit, QString* error)
+{
+    auto& d = h.data();
+    auto record = std::make_unique<plugin_record>();
+    record->name = name;
+    record->path = path;
+    record->handle = handle;
+    record->init = init;
+    record->uninit = uninit;
+    plugin_record* raw = record.get();
+    d.plugins.push_back(std::move(record));
+    const std::uintptr_t first_callback = d.next_callback_id;
+
+    MStatus status;
+    try {
+        status = reinterpret_cast<entry_fn>(init)(MSandboxAccess::plugin_object(raw));
+    } catch (const std::exception& e) {
+        h.log(log_kind::error, QString("initializePlugin of %1 threw: %2").arg(name, e.what()));
+        status = MStatus::kFailure;
+    }
+    if (status)
+        return true;
+    drop_registrations(h, raw);
+    // Callbacks the failed initialisation installed go with it.
+    QVector<std::uintptr_t> installed;
+    for (const callback_record& c : d.callbacks)
+        if (c.id >= first_callback)
+            installed.append(c.id);
+    for (std::uintptr_t id : installed)
+        h.remove_callback(id);
+    for (auto it = d.plugins.begin(); it != d.plugins.end(); ++it) {
+        if (it->get() == raw) {
+            d.plugins.erase(it);
+            break;
+        }
+    }
+    if (handle)
+        dlclose(handle);
+    if (error)
+        *error = QString("initializePlugin function failed (%1)").arg(name);
+    return false;
 }
 
 } // namespace
@@ -88,34 +136,23 @@ bool host::load_plugin(const QString& path, QString* name, QString* error)
                             "or MApiVersion is missing.")
                         .arg(path));
     }
-    auto record = std::make_unique<plugin_record>();
-    record->name = pluginName;
-    record->path = file.absoluteFilePath();
-    record->handle = handle;
-    plugin_record* raw = record.get();
-    d->plugins.push_back(std::move(record));
-
-    MStatus status;
-    try {
-        status = init(MSandboxAccess::plugin_object(raw));
-    } catch (const std::exception& e) {
-        log(log_kind::error, QString("initializePlugin of %1 threw: %2").arg(pluginName, e.what()));
-        status = MStatus::kFailure;
-    }
-    if (!status) {
-        drop_registrations(*this, raw);
-        for (auto it = d->plugins.begin(); it != d->plugins.end(); ++it) {
-            if (it->get() == raw) {
-                d->plugins.erase(it);
-                break;
-            }
-        }
-        dlclose(handle);
-        return fail(QString("initializePlugin function failed (%1)").arg(pluginName));
-    }
+    QString pluginError;
+    bool ok = start_plugin(*this, pluginName, file.absoluteFilePath(), handle,
+                           reinterpret_cast<void*>(init), reinterpret_cast<void*>(uninit), &pluginError);
+    if (!ok)
+        return fail(pluginError);
     if (name)
         *name = pluginName;
     return true;
+}
+
+bool host::load_linked_plugin(const QString& name, const QString& path, entry_point init,
+                              entry_point uninit, QString* error)
+{
+    for (const auto& p : d->plugins)
+        if (p->name == name)
+            return true;
+    return start_plugin(*this, name, QFileInfo(path).absoluteFilePath(), nullptr, init, uninit, error);
 }
 
 bool host::unload_plugin(const QString& name, QString* error)
@@ -124,7 +161,7 @@ bool host::unload_plugin(const QString& name, QString* error)
         plugin_record* record = it->get();
         if (record->name != name && record->path != name)
             continue;
-        auto uninit = reinterpret_cast<entry_fn>(dlsym(record->handle, uninit_symbol));
+        auto uninit = reinterpret_cast<entry_fn>(record->uninit);
         MStatus status;
         try {
             status = uninit(MSandboxAccess::plugin_object(record));
@@ -140,7 +177,8 @@ bool host::unload_plugin(const QString& name, QString* error)
         drop_registrations(*this, record);
         void* handle = record->handle;
         d->plugins.erase(it);
-        dlclose(handle);
+        if (handle)
+            dlclose(handle);
         return true;
     }
     if (error)

@@ -16,6 +16,8 @@ constexpr qint32 current_version = 5;
 // .pkr files are always read and written at this QDataStream version.
 constexpr int pkr_stream_version = QDataStream::Qt_4_0;
 constexpr qint32 payload_version = 1;
+// The clipboard format of copied buttons.
+const char* const clipboard_mime = "application/x-qt-picker-mime;value=\"buttons\"";
 } // namespace picker_format
 
 // One button record with every field of the current version.

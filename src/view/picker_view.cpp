@@ -4,7 +4,9 @@
 #include "view/picker_mouse_cmd.h"
 #include "window/picker_window.h"
 
+#include <QAction>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QFont>
 #include <QFontMetrics>
 #include <QImage>
@@ -375,6 +377,32 @@ bool picker_view::conform_to_set(const button_set& set)
 void picker_view::refresh()
 {
     update();
+}
+
+void picker_view::update_toolbox()
+{
+    if (window)
+        window->updateControls();
+}
+
+bool picker_view::execute_shortcut(QKeyEvent* e)
+{
+    if (actions().isEmpty() || !window || window->frontPicker() != this)
+        return false;
+    QKeySequence key(int(e->modifiers()) | e->key());
+    bool handled = false;
+    for (QAction* action : actions()) {
+        if (!action->isEnabled())
+            continue;
+        for (const QKeySequence& shortcut : action->shortcuts()) {
+            if (shortcut == key) {
+                action->trigger();
+                handled = true;
+                break;
+            }
+        }
+    }
+    return handled;
 }
 
 void picker_view::signal_changed()

@@ -15,6 +15,7 @@
 #include <QWidget>
 
 class QDataStream;
+class QKeyEvent;
 class picker_mouse_cmd;
 class picker_window;
 
@@ -71,6 +72,8 @@ public:
 
     // Repaints the whole canvas.
     void refresh();
+    // Brings the window's toolbox in line with this view's selection.
+    void update_toolbox();
     // Announces that the picker's content changed (scene storage listens).
     void signal_changed();
 
@@ -83,6 +86,14 @@ public:
     void streamFrom(QDataStream& in, int version);
 
     QUndoStack* undoStack() { return &undo; }
+
+    // The .pkr file the picker was loaded from or saved to; empty if none.
+    QString path() const { return filePath; }
+    void setPath(const QString& p) { filePath = p; }
+
+    // Triggers every enabled action of the view bound to the key; only the
+    // window's front picker takes keys.
+    bool execute_shortcut(QKeyEvent* e);
 
     QPixmap background;
     QString backgroundKey;
@@ -121,6 +132,7 @@ protected:
     void draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre);
 
 private:
+    QString filePath;
     QUndoStack undo;
     QTimer zoomTimer;
     interpolateRecord interpolate;

@@ -1,5 +1,674 @@
 #include "window/picker_window.h"
 
-picker_window::picker_window(QWidget* parent) : QWidget(parent) {}
+#include "model/picker_host.h"
+#include "model/picker_stream.h"
+#include "view/picker_view.h"
+#include "window/window_texts.h"
 
-picker_window::~picker_window() = default;
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QDockWidget>
+#include <QFile>
+#include <QDir>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSaveFile>
+#include <QTabWidget>
+#include <QUndoStack>
+#include <QVBoxLayout>
+
+QDockWidget* picker_window::dock_ = nullptr;
+QStringList picker_window::selection_;
+
+namespace {
+const QStringList size_items = {"5",  "6",  "7",  "8",  "9",  "10", "11", "12", "13", "14", "15",
+                                "16", "17", "18", "19", "20", "30", "40", "50", "75", "100"};
+} // namespace
+
+QIcon make_icon(unsigned int rgb)
+{
+    QPixmap swatch(12, 12);
+    swatch.fill(QColor(QRgb(rgb)));
+    return QIcon(swatch);
+}
+
+void clear_layout(QLayout* layout)
+{
+    if (!layout)
+        return;
+    while (QLayoutItem* item = layout->takeAt(0)) {
+        if (QLayout* nested = item->layout())
+            clear_layout(nested);
+        if (QWidget* widget = item->widget())
+            delete widget;
+        delete item;
+    }
+}
+
+picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
+{
+    dock_ = dock;
+    init_picker_resources();
+    buttonRecord::set_selection_hooks(&picker_window::selectButton, &picker_window::unselectButton);
+    setWindowTitle(texts::command_name);
+    setObjectName(texts::command_name);
+    setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
+    setAttribute(Qt::WA_DeleteOnClose);
+
+    menuBar = new QMenuBar;
+    tabWidget = new QTabWidget;
+    tabWidget->setMovable(true);
+    tabWidget->setTabsClosable(true);
+    make_menus();
+
+    new_tab();
+    make_toolbox();
+
+    mainLayout = new QVBoxLayout;
+    mainLayout->setSpacing(0);
+    mainLayout->setContentsMargins(0, 0, 0, 0);
+    mainLayout->setSizeConstraint(QLayout::SetNoConstraint);
+    mainLayout->setMenuBar(menuBar);
+    mainLayout->addWidget(tabWidget);
+    mainLayout->addSpacing(4);
+    mainLayout->addLayout(toolboxLayout);
+    mainLayout->addSpacing(4);
+    setLayout(mainLayout);
+
+    connect(fileMenu, SIGNAL(aboutToShow()), this, SLOT(updateFileMenu()));
+    connect(editMenu, SIGNAL(aboutToShow()), this, SLOT(updateEditMenu()));
+    connect(pickerMenu, SIGNAL(aboutToShow()), this, SLOT(updatePickerMenu()));
+    connect(tabWidget, SIGNAL(tabCloseRequested(int)), this, SLOT(close_one(int)));
+}
+
+picker_window::~picker_window()
+{
+    // Pages go without touching the scene's image entries: the scene keeps them.
+    closing = true;
+    clear_tabs();
+}
+
+QAction* picker_window::add_item(QMenu* menu, const QString& text, const char* slot, QObject* receiver)
+{
+    QAction* action = menu->addAction(text);
+    if (slot)
+        connect(action, SIGNAL(triggered(bool)), receiver ? receiver : this, slot);
+    return action;
+}
+
+void picker_window::make_menus()
+{
+    fileMenu = menuBar->addMenu(tr("&File"));
+    editMenu = menuBar->addMenu(tr("&Edit"));
+    pickerMenu = menuBar->addMenu(tr("&Picker"));
+    helpMenu = menuBar->addMenu(tr("&Help"));
+
+    newAction = add_item(fileMenu, tr("New..."), SLOT(new_tab()));
+    setWidgetShortcut(newAction, QKeySequence("Ctrl+N"));
+    openAction = add_item(fileMenu, tr("Open..."), SLOT(open_tab()));
+    setWidgetShortcut(openAction, QKeySequence("Ctrl+O"));
+    fileMenu->addSeparator();
+    saveAction = add_item(fileMenu, tr("Save"), SLOT(request_save()));
+    setWidgetShortcut(saveAction, QKeySequence("Ctrl+S"));
+    saveAsAction = add_item(fileMenu, tr("Save As..."), SLOT(request_saveas()));
+    fileMenu->addSeparator();
+    renameAction = add_item(fileMenu, tr("Rename Tab..."), SLOT(rename_tab()));
+    closeAction = add_item(fileMenu, tr("Close Tab..."), SLOT(close_current()));
+    setWidgetShortcut(closeAction, QKeySequence("Ctrl+W"));
+    fileMenu->addSeparator();
+    exitAction = add_item(fileMenu, tr("Exit Picker"), nullptr);
+    if (dock_)
+        connect(exitAction, SIGNAL(triggered(bool)), dock_, SLOT(close()));
+    setWidgetShortcut(exitAction, QKeySequence("Ctrl+Shift+W"));
+
+    undoAction = add_item(editMenu, tr("Undo"), SLOT(do_undo()));
+    setWidgetShortcut(undoAction, QKeySequence("Ctrl+Z"));
+    redoAction = add_item(editMenu, tr("Redo"), SLOT(do_redo()));
+    setWidgetShortcut(redoAction, QKeySequence("Shift+Ctrl+Z"));
+    editMenu->addSeparator();
+    cutAction = add_item(editMenu, tr("Cut"), nullptr);
+    setWidgetShortcut(cutAction, QKeySequence("Ctrl+X"));
+    copyAction = add_item(editMenu, tr("Copy"), nullptr);
+    setWidgetShortcut(copyAction, QKeySequence("Ctrl+C"));
+    pasteAction = add_item(editMenu, tr("Paste"), nullptr);
+    setWidgetShortcut(pasteAction, QKeySequence("Ctrl+V"));
+    pasteInPlaceAction = add_item(editMenu, tr("Paste in Place"), nullptr);
+    setWidgetShortcut(pasteInPlaceAction, QKeySequence("Shift+Ctrl+V"));
+    editMenu->addSeparator();
+    toolboxAction = add_item(editMenu, "Hide Toolbox", SLOT(toggle_toolbox()));
+
+    addOneAction = add_item(pickerMenu, "Add One Button", nullptr);
+    addManyAction = add_item(pickerMenu, "Add Many Buttons", nullptr);
+    updateAction = add_item(pickerMenu, "Update Button", nullptr);
+    pickerMenu->addSeparator();
+    backgroundAction = add_item(pickerMenu, "Change Background...", SLOT(change_background()));
+    namespaceAction = add_item(pickerMenu, "Change Namespace...", SLOT(change_namespace()));
+
+    QAction* about = add_item(helpMenu, "About QuillmarshPicker...", SLOT(about_dialog()));
+
+    // The window's own shortcut search walks this list; Paste in Place and
+    // Change Namespace are left out of it on purpose.
+    addActions({newAction, openAction, saveAction, saveAsAction, renameAction, closeAction, exitAction});
+    addActions({undoAction, redoAction, cutAction, copyAction, pasteAction, toolboxAction});
+    addActions({addOneAction, addManyAction, updateAction, backgroundAction});
+    addAction(about);
+}
+
+void picker_window::setWidgetShortcut(QAction* action, const QKeySequence& key) const
+{
+    action->setShortcut(key);
+    action->setShortcutContext(Qt::WidgetShortcut);
+}
+
+QSize picker_window::minimumSizeHint() const
+{
+    return QSize(100, 100);
+}
+
+// ----- Tabs
+
+picker_view* picker_window::frontPicker() const
+{
+    if (!tabWidget || tabWidget->count() == 0)
+        return nullptr;
+    return qobject_cast<picker_view*>(tabWidget->currentWidget());
+}
+
+void picker_window::connect_picker(picker_view* view)
+{
+    connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
+}
+
+void picker_window::new_tab()
+{
+    picker_view* view = new picker_view(this);
+    int index = tabWidget->addTab(view, "Untitled");
+    tabWidget->setCurrentIndex(index);
+    connect_picker(view);
+}
+
+void picker_window::reset()
+{
+    clear_tabs();
+    new_tab();
+}
+
+void picker_window::close_one(int index)
+{
+    auto answer = QMessageBox::warning(this, "Close Tab", texts::close_tab_question.arg(tabWidget->tabText(index)),
+                                       QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton);
+    if (answer == QMessageBox::Cancel)
+        return;
+    close_tab(index);
+    updateSceneData();
+}
+
+void picker_window::close_current()
+{
+    if (tabWidget->count() > 0 && tabWidget->currentIndex() >= 0)
+        close_one(tabWidget->currentIndex());
+}
+
+void picker_window::close_tab(int index)
+{
+    picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index));
+    if (!view)
+        return;
+    tabWidget->removeTab(index);
+    if (closing || view->backgroundKey.isEmpty()) {
+        delete view;
+        return;
+    }
+    // The page that moved into the closed tab's place is not compared; that
+    // skip is part of how shared images are kept.
+    bool shared = false;
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        if (i == index)
+            continue;
+        picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (other && other->backgroundKey == view->backgroundKey)
+            shared = true;
+    }
+    if (!shared)
+        removeImageData(view);
+    delete view;
+}
+
+void picker_window::clear_tabs()
+{
+    for (int i = tabWidget->count() - 1; i >= 0; --i)
+        close_tab(i);
+}
+
+void picker_window::rename_tab()
+{
+    int index = tabWidget->currentIndex();
+    if (tabWidget->count() == 0 || index < 0)
+        return;
+    bool ok = false;
+    QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal,
+                                         tabWidget->tabText(index), &ok);
+    if (ok && !name.isEmpty())
+        tabWidget->setTabText(index, name);
+}
+
+// ----- Forwarding
+
+void picker_window::change_background()
+{
+    if (picker_view* view = frontPicker())
+        view->change_background();
+}
+
+void picker_window::change_namespace()
+{
+    request_rebind(true);
+}
+
+void picker_window::request_rebind(bool rebind)
+{
+    picker_host::instance().run_mel_on_idle(QString(texts::command_name) + ' ' +
+                                            (rebind ? texts::rebind_tail : texts::bind_tail));
+}
+
+void picker_window::do_undo()
+{
+    if (picker_view* view = frontPicker())
+        view->undoStack()->undo();
+}
+
+void picker_window::do_redo()
+{
+    if (picker_view* view = frontPicker())
+        view->undoStack()->redo();
+}
+
+// ----- Menus
+
+void picker_window::updateFileMenu()
+{
+    bool any = tabWidget->count() > 0;
+    saveAction->setEnabled(any);
+    saveAsAction->setEnabled(any);
+    renameAction->setEnabled(any);
+    closeAction->setEnabled(any);
+}
+
+void picker_window::updatePickerMenu()
+{
+    bool any = tabWidget->count() > 0;
+    addOneAction->setEnabled(any);
+    addManyAction->setEnabled(any);
+    updateAction->setEnabled(any);
+    backgroundAction->setEnabled(any);
+}
+
+void picker_window::updateEditMenu()
+{
+    picker_view* view = qobject_cast<picker_view*>(tabWidget->currentWidget());
+    if (!view) {
+        // Paste in Place keeps its state here; only the others are reset.
+        undoAction->setText("Can't Undo");
+        redoAction->setText("Can't Redo");
+        undoAction->setEnabled(false);
+        redoAction->setEnabled(false);
+        copyAction->setEnabled(false);
+        cutAction->setEnabled(false);
+        pasteAction->setEnabled(false);
+        return;
+    }
+    QUndoStack* stack = view->undoStack();
+    undoAction->setEnabled(stack->canUndo());
+    undoAction->setText(stack->canUndo() ? QString("Undo %1").arg(stack->undoText()) : QString("Can't Undo"));
+    redoAction->setEnabled(stack->canRedo());
+    redoAction->setText(stack->canRedo() ? QString("Redo %1").arg(stack->redoText()) : QString("Can't Redo"));
+    bool selected = view->any_selected();
+    cutAction->setEnabled(selected);
+    copyAction->setEnabled(selected);
+    const QMimeData* mime = QApplication::clipboard()->mimeData(QClipboard::Clipboard);
+    bool payload = mime && mime->hasFormat(picker_format::clipboard_mime);
+    pasteAction->setEnabled(payload);
+    pasteInPlaceAction->setEnabled(payload);
+}
+
+void picker_window::about_dialog()
+{
+    QMessageBox::about(this, "About",
+                       QString("QuillmarshPicker\nVersion %1 (build %2)")
+                           .arg(texts::version, QString(texts::build_time).left(2)));
+}
+
+// ----- Files
+
+void picker_window::open_tab()
+{
+    QStringList files = QFileDialog::getOpenFileNames(this, "Select Picker", QString(),
+                                                      "Quillmarsh Picker (*.pkr)");
+    if (!files.isEmpty())
+        load_pickers(files);
+}
+
+void picker_window::load_one_picker(const QString& path)
+{
+    load_pickers(QStringList{path});
+}
+
+void picker_window::load_pickers(const QStringList& paths)
+{
+    for (int i = 0; i < paths.size(); ++i) {
+        const QString& path = paths[i];
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            bool more = paths.size() > 1 && i < paths.size() - 1;
+            auto buttons = more ? QMessageBox::Cancel | QMessageBox::Ignore : QMessageBox::Ok;
+            auto answer = QMessageBox::critical(this, "Open Failed",
+                                                texts::open_failed.arg(QDir::toNativeSeparators(path)),
+                                                buttons);
+            if (answer == QMessageBox::Cancel)
+                return;
+            continue;
+        }
+        picker_view* view = new picker_view(this);
+        QDataStream in(&file);
+        in.setVersion(picker_format::pkr_stream_version);
+        pkr_header header;
+        if (read_pkr_header(in, header) && header.version >= 2 && !header.backgroundKey.isEmpty())
+            view->setBackground(header.backgroundKey, header.background);
+        view->streamFrom(in, header.version);
+        file.close();
+        view->setPath(path);
+        connect_picker(view);
+        int index = tabWidget->addTab(view, header.name);
+        tabWidget->setCurrentIndex(index);
+        updateSceneData();
+        request_rebind(false);
+    }
+}
+
+void picker_window::request_save()
+{
+    picker_host::instance().run_mel_on_idle(QString(texts::command_name) + " save");
+}
+
+void picker_window::request_saveas()
+{
+    picker_host::instance().run_mel_on_idle(QString(texts::command_name) + " saveas");
+}
+
+void picker_window::save_current()
+{
+    picker_view* view = frontPicker();
+    if (!view)
+        return;
+    if (view->path().isEmpty())
+        saveas_current();
+    else
+        do_save(view, view->path());
+}
+
+void picker_window::saveas_current()
+{
+    picker_view* view = frontPicker();
+    if (!view)
+        return;
+    QString answer = QFileDialog::getSaveFileName(this, "Save Tab:", view->path(), "Quillmarsh Picker (*.pkr)");
+    if (answer.isEmpty())
+        return;
+    view->setPath(do_save(view, answer) ? answer : QString());
+}
+
+bool picker_window::do_save(picker_view* view, const QString& path)
+{
+    // Written to a temporary file that replaces the old one only when
+    // complete, so a failed save never destroys what was there.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        QMessageBox::critical(this, "Save Failed", texts::save_failed.arg(path), QMessageBox::Ok);
+        return false;
+    }
+    QDataStream out(&file);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header header;
+    header.name = tabWidget->tabText(tabWidget->indexOf(view));
+    header.backgroundKey = view->backgroundKey;
+    header.background = view->background;
+    write_pkr_header(out, header);
+    view->streamTo(out);
+    if (out.status() != QDataStream::Ok || !file.commit()) {
+        QMessageBox::critical(this, "Save Failed", texts::save_failed.arg(path), QMessageBox::Ok);
+        return false;
+    }
+    return true;
+}
+
+// ----- Keys and focus
+
+bool picker_window::execute_shortcut(QKeyEvent* e)
+{
+    if (actions().isEmpty() || !hasFocus())
+        return false;
+    QKeySequence key(int(e->modifiers()) | e->key());
+    bool handled = false;
+    for (QAction* action : actions()) {
+        if (!action->isEnabled())
+            continue;
+        for (const QKeySequence& shortcut : action->shortcuts()) {
+            if (shortcut == key) {
+                action->trigger();
+                handled = true;
+                break;
+            }
+        }
+    }
+    return handled;
+}
+
+namespace {
+bool bound(const QList<QAction*>& actions, const QKeySequence& key)
+{
+    for (QAction* action : actions)
+        if (action->isEnabled() && action->shortcuts().contains(key))
+            return true;
+    return false;
+}
+} // namespace
+
+bool picker_window::event(QEvent* e)
+{
+    // Keys bound to our actions come to keyPressEvent rather than to Qt's
+    // shortcut map, which would refuse a key that two actions share.
+    if (e->type() == QEvent::ShortcutOverride) {
+        auto* key = static_cast<QKeyEvent*>(e);
+        QKeySequence sequence(int(key->modifiers()) | key->key());
+        picker_view* view = frontPicker();
+        if (bound(actions(), sequence) || (view && bound(view->actions(), sequence))) {
+            e->accept();
+            return true;
+        }
+    }
+    return QWidget::event(e);
+}
+
+void picker_window::keyPressEvent(QKeyEvent* e)
+{
+    if (e->key() == 0 || e->key() == Qt::Key_unknown) {
+        QWidget::keyPressEvent(e);
+        return;
+    }
+    if (execute_shortcut(e)) {
+        e->accept();
+        return;
+    }
+    if (tabWidget->count() == 0) {
+        QWidget::keyPressEvent(e);
+        return;
+    }
+    picker_view* view = qobject_cast<picker_view*>(tabWidget->currentWidget());
+    if (!view)
+        return;
+    if (view->execute_shortcut(e))
+        e->accept();
+    else
+        QWidget::keyPressEvent(e);
+}
+
+void picker_window::enterEvent(QEvent* e)
+{
+    QWidget::enterEvent(e);
+    setFocus(Qt::MouseFocusReason);
+}
+
+void picker_window::leaveEvent(QEvent* e)
+{
+    QWidget::leaveEvent(e);
+    clearFocus();
+}
+
+// ----- Toolbox
+
+void picker_window::make_toolbox()
+{
+    colorButton = new QPushButton(make_icon(0xB22222), QString());
+    colorButton->setToolTip("Button Color");
+    labelColorButton = new QPushButton(make_icon(0x000000), QString());
+    labelColorButton->setToolTip("Label Color");
+
+    auto size_button = [this](const QString& tip, const char* slot) {
+        QPushButton* button = new QPushButton(QString());
+        button->setToolTip(tip);
+        QMenu* menu = new QMenu(button);
+        for (const QString& item : size_items)
+            menu->addAction(item);
+        button->setMenu(menu);
+        button->setMinimumWidth(50);
+        QAction* initial = menu->actions().at(5);
+        menu->setActiveAction(initial);
+        button->setStyleSheet("text-align: left; padding: 3px");
+        connect(menu, SIGNAL(triggered(QAction*)), this, slot);
+        return std::make_pair(button, initial);
+    };
+    auto width = size_button("Button Width", SLOT(set_button_width(QAction*)));
+    widthButton = width.first;
+    set_button_width(width.second);
+    auto height = size_button("Button Height", SLOT(set_button_height(QAction*)));
+    heightButton = height.first;
+    set_button_height(height.second);
+
+    labelEdit = new QLineEdit;
+    labelEdit->setToolTip("Button Label");
+
+    toolboxLayout = new QHBoxLayout;
+    toolboxLayout->addSpacing(8);
+    toolboxLayout->addWidget(new QLabel("Color: "));
+    toolboxLayout->addWidget(colorButton);
+    toolboxLayout->addSpacing(8);
+    toolboxLayout->addWidget(new QLabel("Width: "));
+    toolboxLayout->addWidget(widthButton);
+    toolboxLayout->addSpacing(8);
+    toolboxLayout->addWidget(new QLabel("Height: "));
+    toolboxLayout->addWidget(heightButton);
+    toolboxLayout->addSpacing(8);
+    toolboxLayout->addWidget(new QLabel("Label: "));
+    toolboxLayout->addWidget(labelEdit);
+    toolboxLayout->addWidget(labelColorButton);
+    toolboxLayout->addSpacing(8);
+    toolboxLayout->setStretch(11, 1);
+}
+
+bool picker_window::toolboxShown() const
+{
+    return mainLayout && mainLayout->count() >= 4;
+}
+
+void picker_window::toggle_toolbox()
+{
+    if (!toolboxShown()) {
+        make_toolbox();
+        mainLayout->addSpacing(4);
+        mainLayout->addLayout(toolboxLayout);
+        mainLayout->addSpacing(4);
+        toolboxAction->setText("Hide Toolbox");
+        return;
+    }
+    QLayoutItem* items[3];
+    for (int i = 0; i < 3; ++i)
+        items[i] = mainLayout->takeAt(1);
+    for (QLayoutItem* item : items) {
+        clear_layout(item->layout());
+        delete item->widget();
+        delete item;
+    }
+    colorButton = widthButton = heightButton = labelColorButton = nullptr;
+    labelEdit = nullptr;
+    toolboxLayout = nullptr;
+    toolboxAction->setText("Show Toolbox");
+}
+
+void picker_window::set_button_width(QAction* action)
+{
+    if (widthButton)
+        widthButton->setText(action->text());
+    bool ok = false;
+    int value = action->text().toInt(&ok, 10);
+    toolboxState.width = ok ? value : 10;
+}
+
+void picker_window::set_button_height(QAction* action)
+{
+    if (heightButton)
+        heightButton->setText(action->text());
+    bool ok = false;
+    int value = action->text().toInt(&ok, 10);
+    toolboxState.height = ok ? value : 10;
+}
+
+void picker_window::updateControls()
+{
+    picker_view* view = frontPicker();
+    if (!toolboxShown() || !view || view->buttons.isEmpty())
+        return;
+    QSet<unsigned int> colors, labelColors;
+    QSet<int> sizes, widths, heights;
+    QSet<QString> labels;
+    int count = 0;
+    for (const buttonRecord& r : view->buttons) {
+        if (r.selected != 1)
+            continue;
+        colors << r.color;
+        sizes << r.size;
+        widths << r.width;
+        heights << r.height;
+        labels << r.label;
+        labelColors << r.labelColor;
+        ++count;
+    }
+    if (!count)
+        return;
+    colorButton->setIcon(make_icon(*colors.begin()));
+    widthButton->blockSignals(true);
+    heightButton->blockSignals(true);
+    widthButton->setText(QString("%1").arg(*widths.begin()));
+    heightButton->setText(QString("%1").arg(*heights.begin()));
+    widthButton->blockSignals(false);
+    heightButton->blockSignals(false);
+    labelEdit->blockSignals(true);
+    labelEdit->setText(labels.size() == 1 ? *labels.begin() : QString());
+    labelEdit->blockSignals(false);
+    labelColorButton->setIcon(make_icon(*labelColors.begin()));
+    toolboxState.color = *colors.begin();
+    toolboxState.labelColor = *labelColors.begin();
+    toolboxState.label = labelEdit->text();
+    toolboxState.width = *widths.begin();
+    toolboxState.height = *heights.begin();
+}

@@ -1,23 +1,178 @@
-// The picker window: one tab per picker, and the bridge between the views
-// and the host scene.
+// The picker window: a menu bar, one tab per picker and the toolbox strip.
+// Everything else reaches the interface through it.
 #pragma once
 
+#include <QMap>
 #include <QPixmap>
+#include <QPointer>
+#include <QRgb>
 #include <QString>
+#include <QStringList>
 #include <QWidget>
 
+class QAction;
+class QDataStream;
+class QDockWidget;
+class QHBoxLayout;
+class QKeyEvent;
+class QKeySequence;
+class QLayout;
+class QLineEdit;
+class QMenu;
+class QMenuBar;
+class QPushButton;
+class QTabWidget;
+class QVBoxLayout;
 class picker_view;
+
+// A 12 by 12 swatch of the colour.
+QIcon make_icon(unsigned int rgb);
+// Empties a layout, nested layouts included, deleting its widgets.
+void clear_layout(QLayout* layout);
 
 class picker_window : public QWidget {
     Q_OBJECT
 
 public:
-    explicit picker_window(QWidget* parent = nullptr);
+    explicit picker_window(QDockWidget* dock);
     ~picker_window() override;
 
-    // ----- Scene storage: each background image lives in a file-info entry
-    // of its own, keyed by the view's background key.
+    static QDockWidget* dock_;
+    // The host's selection as the picker knows it, in the order received.
+    static QStringList selection_;
+
+    // Values that new buttons and the toolbox use.
+    struct toolbox_values {
+        QRgb color = 0xB22222;
+        QRgb labelColor = 0x000000;
+        QString label;
+        int size = 10;
+        int width = 10;
+        int height = 10;
+    };
+
+    picker_view* frontPicker() const;
+    QTabWidget* tabs() const { return tabWidget; }
+    void reset();
+    void connect_picker(picker_view* view);
+    void request_rebind(bool rebind);
+    void setWidgetShortcut(QAction* action, const QKeySequence& key) const;
+
+    QRgb currentColor() const { return toolboxState.color; }
+    QRgb currentLabelColor() const { return toolboxState.labelColor; }
+    int currentWidth() const { return toolboxState.width; }
+    int currentHeight() const { return toolboxState.height; }
+    int currentSize() const { return toolboxState.size; }
+    QString currentLabel() const { return toolboxState.label; }
+    const toolbox_values& toolbox() const { return toolboxState; }
+    bool toolboxShown() const;
+    void updateControls();
+
+    // ----- Host selection
+    void setSelection(const QStringList& names);
+    void clearAllSelected();
+    static bool selectButton(const QString& name);
+    static bool unselectButton(const QString& name);
+    bool postSelection();
+    // Only these characters can reach the host in a selection command.
+    static bool is_object_name(const QString& name);
+
+    // ----- Scene storage
     void setImageData(picker_view* view);
     void removeImageData(picker_view* view);
     void fetchImageData(picker_view* view);
+    void setBackgroundImage(const QString& key, const QPixmap& pixmap);
+
+    // ----- Streams: every tab, for the scene
+    void streamTo(QDataStream& out) const;
+    void streamFrom(QDataStream& in);
+
+    // ----- Files
+    bool do_save(picker_view* view, const QString& path);
+    void load_one_picker(const QString& path);
+    void load_pickers(const QStringList& paths);
+
+    bool execute_shortcut(QKeyEvent* e);
+
+    // The stored window size is honoured even below what the toolbox would
+    // like; a narrow picker just clips its toolbox.
+    QSize minimumSizeHint() const override;
+
+public slots:
+    void set_button_width(QAction* action);
+    void set_button_height(QAction* action);
+    void toggle_toolbox();
+    void about_dialog();
+    void change_background();
+    void change_namespace();
+    void updateEditMenu();
+    void updateFileMenu();
+    void updatePickerMenu();
+    void do_undo();
+    void do_redo();
+    void open_tab();
+    void close_one(int index);
+    void close_current();
+    void updateSceneData();
+    void request_save();
+    void request_saveas();
+    void save_current();
+    void saveas_current();
+    void new_tab();
+    void rename_tab();
+    void close_tab(int index);
+    void clear_tabs();
+
+protected:
+    bool event(QEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
+    void enterEvent(QEvent* e) override;
+    void leaveEvent(QEvent* e) override;
+
+private:
+    void make_menus();
+    void make_toolbox();
+    QAction* add_item(QMenu* menu, const QString& text, const char* slot, QObject* receiver = nullptr);
+
+    QTabWidget* tabWidget = nullptr;
+    QMenuBar* menuBar = nullptr;
+    QMenu* fileMenu = nullptr;
+    QMenu* editMenu = nullptr;
+    QMenu* pickerMenu = nullptr;
+    QMenu* helpMenu = nullptr;
+
+    QPushButton* colorButton = nullptr;
+    QPushButton* widthButton = nullptr;
+    QPushButton* heightButton = nullptr;
+    QLineEdit* labelEdit = nullptr;
+    QPushButton* labelColorButton = nullptr;
+    QHBoxLayout* toolboxLayout = nullptr;
+
+    QAction* newAction = nullptr;
+    QAction* openAction = nullptr;
+    QAction* saveAction = nullptr;
+    QAction* saveAsAction = nullptr;
+    QAction* renameAction = nullptr;
+    QAction* closeAction = nullptr;
+    QAction* exitAction = nullptr;
+
+    QAction* undoAction = nullptr;
+    QAction* redoAction = nullptr;
+    QAction* copyAction = nullptr;
+    QAction* cutAction = nullptr;
+    QAction* pasteAction = nullptr;
+    QAction* pasteInPlaceAction = nullptr;
+
+    QAction* addOneAction = nullptr;
+    QAction* addManyAction = nullptr;
+    QAction* updateAction = nullptr;
+    QAction* backgroundAction = nullptr;
+    QAction* namespaceAction = nullptr;
+
+    QAction* toolboxAction = nullptr;
+
+    QMap<QString, QString> recent;
+    QVBoxLayout* mainLayout = nullptr;
+    toolbox_values toolboxState;
+    bool closing = false;
 };

@@ -139,6 +139,11 @@ public:
 
     // ----- Plug-ins
     bool load_plugin(const QString& path, QString* name, QString* error);
+    // A plug-in whose code is linked into this process (tests): registered
+    // under `name` as if loaded from `path`, through the given entry points.
+    using entry_point = void*; // MStatus (*)(MObject)
+    bool load_linked_plugin(const QString& name, const QString& path, entry_point init,
+                            entry_point uninit, QString* error);
     bool unload_plugin(const QString& name, QString* error);
     QStringList plugins() const;
     QString plugin_path(const QString& name) const;

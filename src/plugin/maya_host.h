@@ -1,0 +1,10 @@
+// The host seam's Maya side: texts go to Maya's idle queue.
+#pragma once
+
+#include "model/picker_host.h"
+
+class maya_host final : public picker_host {
+public:
+    void run_mel_on_idle(const QString& text) override;
+    void run_python_on_idle(const QString& text) override;
+};

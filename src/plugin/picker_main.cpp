@@ -1,0 +1,511 @@
+#include "plugin/picker_main.h"
+
+#include "model/scene_data.h"
+#include "plugin/string_lists.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+#include "window/window_texts.h"
+
+#include <maya/MGlobal.h>
+#include <maya/MItSelectionList.h>
+#include <maya/MQtUtil.h>
+#include <maya/MSelectionList.h>
+
+#include <QDataStream>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QMainWindow>
+#include <QResource>
+#include <QScreen>
+#include <QSettings>
+#include <QTabWidget>
+
+// Constructed at library load in this order, destroyed in reverse at unload.
+QPointer<QDockWidget> picker_main::window_;
+QMutex picker_main::mutex_;
+MString picker_main::name_(texts::command_name);
+MString picker_main::path_;
+MCallbackId picker_main::selectionChangedId_ = 0;
+MCallbackId picker_main::quitApplicationId_ = 0;
+MCallbackId picker_main::deleteAllId_ = 0;
+MCallbackId picker_main::newSceneOpenedId_ = 0;
+MCallbackId picker_main::sceneOpenedId_ = 0;
+char in_batch_mode = 0;
+
+namespace {
+
+MString to_m(const QString& s)
+{
+    return MQtUtil::toMString(s);
+}
+
+QString to_q(const MString& s)
+{
+    return MQtUtil::toQString(s);
+}
+
+const char* const settings_organisation = "Quillmarsh";
+const char* const settings_application = "picker";
+
+} // namespace
+
+const picker_main::directive_entry picker_main::directives[] = {
+    {"clear", &picker_main::clear_selection},
+    {"select", &picker_main::select_objects},
+    {"restore", &picker_main::fetch_pickerdata},
+    {"fetch_image", &picker_main::fetch_image},
+    {"set_background", &picker_main::set_background},
+    {"clear_background", &picker_main::clear_background},
+    {"bind", &picker_main::bind_picker},
+    {"rebind", &picker_main::rebind_picker},
+    {"update_namespace", &picker_main::update_namespace},
+    {"save", &picker_main::save},
+    {"saveas", &picker_main::saveas},
+    {"new_tab", &picker_main::new_tab},
+    {"close_tab", &picker_main::close_current_tab},
+    {"clear_tabs", &picker_main::clear_tabs},
+    {"rename_tab", &picker_main::rename_tab},
+    {"query_tabs", &picker_main::query_tabs},
+    {"set_tab", &picker_main::set_tab},
+    {"add_button", &picker_main::button_directive},
+    {"add_cmd_button", &picker_main::button_directive},
+    {"move_button", &picker_main::button_directive},
+    {"rename_button", &picker_main::button_directive},
+    {"update_button", &picker_main::button_directive},
+    {"delete_button", &picker_main::button_directive},
+    {"query_button", &picker_main::button_directive},
+    {"get_button_bounds", &picker_main::button_directive},
+    {"resize_button", &picker_main::button_directive},
+    {"color_button", &picker_main::button_directive},
+    {"color_button_text", &picker_main::button_directive},
+    {"get_button_properties", &picker_main::button_directive},
+    {"set_button_properties", &picker_main::button_directive},
+    {"get_namespaces", &picker_main::get_namespaces},
+    {"enable_batch_mode", &picker_main::enable_batch_mode},
+    {"disable_batch_mode", &picker_main::disable_batch_mode},
+    {"open", &picker_main::open},
+};
+
+void report_error(const MStatus& status, const QString& message)
+{
+    if (status)
+        return;
+    MGlobal::displayError(to_m(QString("%1 - %2: %3 ")
+                                   .arg(texts::command_name, message, to_q(status.errorString()))));
+}
+
+void* picker_main::creator()
+{
+    return new picker_main;
+}
+
+picker_window* picker_main::picker()
+{
+    return window_ ? dynamic_cast<picker_window*>(window_->widget()) : nullptr;
+}
+
+picker_view* picker_main::current_view()
+{
+    picker_window* w = picker();
+    if (!w || w->tabs()->count() == 0)
+        return nullptr;
+    return qobject_cast<picker_view*>(w->tabs()->currentWidget());
+}
+
+// ----- The command
+
+MStatus picker_main::doIt(const MArgList& args)
+{
+    MStatus status;
+    unsigned n = args.length(&status);
+    if (!status) {
+        report_error(status, "could not determine the number of parameters");
+        return status;
+    }
+    if (!window_)
+        create_window();
+
+    if (n == 0) {
+        if (!window_->isVisible())
+            window_->showNormal();
+        else if (window_->isActiveWindow())
+            window_->raise();
+        selectionChangedFn(nullptr);
+        return MStatus::kSuccess;
+    }
+
+    MString directive = args.asString(0, &status);
+    if (!status) {
+        report_error(status, "could not parse the command");
+        return status;
+    }
+    MStringArray list;
+    if (n >= 2) {
+        bool taken = false;
+        if (n == 2) {
+            // A single MEL string[] after the directive is taken element by element.
+            unsigned index = 1;
+            taken = args.get(index, list) == MStatus::kSuccess;
+        }
+        if (!taken) {
+            list.clear();
+            for (unsigned i = 1; i < n; ++i) {
+                MString item;
+                status = args.get(i, item);
+                if (!status)
+                    break;
+                list.append(item);
+            }
+        }
+    }
+    if (!status) {
+        report_error(status, "could not parse the command");
+        return status;
+    }
+    return process_command(directive, list);
+}
+
+MStatus picker_main::process_command(const MString& directive, const MStringArray& args)
+{
+    for (const directive_entry& entry : directives)
+        if (directive == entry.name)
+            return (this->*entry.run)(args);
+    MGlobal::displayError(to_m(QString("%1 - unknown directive: %2").arg(texts::command_name, to_q(directive))));
+    return MStatus::kFailure;
+}
+
+void picker_main::create_window()
+{
+    init_picker_resources();
+    QMainWindow* main = qobject_cast<QMainWindow*>(MQtUtil::mainWindow());
+    QDockWidget* dock = new QDockWidget;
+    dock->setObjectName(texts::command_name);
+    picker_window* window = new picker_window(dock);
+    dock->setWidget(window);
+    window_ = dock;
+    if (main)
+        main->addDockWidget(Qt::RightDockWidgetArea, dock);
+    dock->setFloating(true);
+    dock->setAllowedAreas(Qt::NoDockWidgetArea);
+    dock->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
+                      QDockWidget::DockWidgetFloatable);
+    dock->setWindowTitle(texts::command_name);
+    dock->setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
+    read_settings();
+    dock->show();
+    sceneOpenedFn(nullptr);
+}
+
+void picker_main::cleanup()
+{
+    if (!window_)
+        return;
+    write_settings();
+    delete window_.data();
+}
+
+// ----- Window geometry
+
+void picker_main::write_settings()
+{
+    if (!window_)
+        return;
+    QSettings settings(settings_organisation, settings_application);
+    settings.setValue("pickerSize", window_->size());
+    settings.setValue("pickerPosition", window_->pos());
+}
+
+void picker_main::read_settings()
+{
+    if (!window_)
+        return;
+    QSettings settings(settings_organisation, settings_application);
+    QSize size = settings.value("pickerSize", QSize(400, 400)).toSize();
+    QPoint pos = settings.value("pickerPosition", QPoint(120, 100)).toPoint();
+    if (size.width() < 150)
+        size.setWidth(150);
+    // A low stored height widens the window instead; kept as it always was.
+    if (size.height() < 150)
+        size.setWidth(150);
+    QRect rect(pos, size);
+    bool visible = false;
+    for (QScreen* screen : QGuiApplication::screens())
+        if (screen->availableGeometry().contains(rect))
+            visible = true;
+    if (!visible) {
+        if (QScreen* primary = QGuiApplication::primaryScreen())
+            rect.moveCenter(primary->availableGeometry().center());
+    }
+    window_->resize(rect.size());
+    window_->move(rect.topLeft());
+}
+
+// ----- Host callbacks
+
+void picker_main::selectionChangedFn(void*)
+{
+    if (!window_)
+        return;
+    if (!mutex_.tryLock(0))
+        return; // the picker itself is changing the selection
+    MSelectionList list;
+    MStatus status = MGlobal::getActiveSelectionList(list);
+    if (!status) {
+        MGlobal::displayError(to_m(QString("%1- could not get the current selection: %2")
+                                       .arg(texts::command_name, to_q(status.errorString()))));
+        mutex_.unlock();
+        return;
+    }
+    QStringList names;
+    if (!list.isEmpty()) {
+        for (MItSelectionList it(list); !it.isDone(); it.next()) {
+            MStringArray strings;
+            it.getStrings(strings);
+            names += MStringArrayToQStringList(strings);
+        }
+    }
+    if (picker_window* w = picker())
+        w->setSelection(names);
+    mutex_.unlock();
+}
+
+void picker_main::quitApplicationFn(void*)
+{
+    cleanup();
+}
+
+void picker_main::deleteAllFn(void*)
+{
+    if (picker_window* w = picker())
+        w->reset();
+}
+
+void picker_main::sceneOpenedFn(void*)
+{
+    if (!window_)
+        return;
+    MGlobal::executeCommandOnIdle(
+        to_m(QString("%1 restore `fileInfo -q \"%2\"`;").arg(texts::command_name, scene_keys::picker_data)),
+        false);
+}
+
+void load_script(const QString& name)
+{
+    init_picker_resources();
+    QResource resource(QString(":/scripts/%1").arg(name));
+    if (!resource.isValid())
+        return;
+    QByteArray text = resource.uncompressedData();
+    MGlobal::executeCommandOnIdle(MString(text.constData(), text.size()), false);
+}
+
+// ----- Selection directives
+
+MStatus picker_main::clear_selection(const MStringArray&)
+{
+    mutex_.lock();
+    MStatus status = MGlobal::clearSelectionList();
+    mutex_.unlock();
+    selectionChangedFn(nullptr);
+    return status;
+}
+
+MStatus picker_main::select_objects(const MStringArray& args)
+{
+    if (args.length() == 0)
+        return clear_selection(args);
+    mutex_.lock();
+    MStatus status = MStatus::kFailure;
+    unsigned first = 0;
+    // The first name Maya accepts replaces the selection; the rest add to it.
+    for (; first < args.length(); ++first) {
+        status = MGlobal::selectByName(args[first], MGlobal::kReplaceList);
+        if (status)
+            break;
+    }
+    for (unsigned i = first; i < args.length(); ++i)
+        status = MGlobal::selectByName(args[i], MGlobal::kAddToList);
+    mutex_.unlock();
+    selectionChangedFn(nullptr);
+    return status;
+}
+
+// ----- Scene data directives
+
+MStatus picker_main::fetch_pickerdata(const MStringArray& args)
+{
+    picker_window* w = picker();
+    if (!w)
+        return MStatus::kSuccess;
+    if (args.length() != 1 || args[0].length() == 0) {
+        // A scene without picker data: the query returned nothing.
+        w->reset();
+        return MStatus::kSuccess;
+    }
+    QByteArray bytes = decode_picker_data(QByteArray(args[0].asChar(), int(args[0].length())));
+    if (bytes.isEmpty()) {
+        w->reset();
+        return MStatus::kFailure;
+    }
+    QDataStream in(bytes);
+    w->streamFrom(in);
+    selectionChangedFn(nullptr);
+    w->fetchImageData(w->frontPicker());
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::fetch_image(const MStringArray& args)
+{
+    picker_window* w = picker();
+    if (!w || args.length() != 2 || args[0].length() == 0)
+        return MStatus::kSuccess;
+    QByteArray text(args[1].asChar(), int(args[1].length()));
+    if (QByteArray::fromBase64(text).isEmpty())
+        return MStatus::kFailure;
+    w->setBackgroundImage(to_q(args[0]), decode_image(text));
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::set_background(const MStringArray& args)
+{
+    picker_view* view = current_view();
+    if (!view || args.length() == 0)
+        return MStatus::kSuccess;
+    QPixmap pixmap(to_q(args[0]));
+    QString key = QString::number(pixmap.cacheKey());
+    // The scene record is written before the view takes the new key.
+    picker()->setImageData(view);
+    view->setBackground(key, pixmap);
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::clear_background(const MStringArray&)
+{
+    picker_view* view = current_view();
+    if (!view)
+        return MStatus::kSuccess;
+    picker()->removeImageData(view);
+    QPixmap none;
+    view->setBackground(QString::number(none.cacheKey()), none);
+    return MStatus::kSuccess;
+}
+
+// ----- Tab directives
+
+MStatus picker_main::save(const MStringArray&)
+{
+    if (picker_window* w = picker())
+        w->save_current();
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::saveas(const MStringArray&)
+{
+    if (picker_window* w = picker())
+        w->saveas_current();
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::new_tab(const MStringArray&)
+{
+    if (picker_window* w = picker())
+        w->new_tab();
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::close_current_tab(const MStringArray&)
+{
+    picker_window* w = picker();
+    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0)
+        w->close_tab(w->tabs()->currentIndex());
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::clear_tabs(const MStringArray&)
+{
+    if (picker_window* w = picker())
+        w->clear_tabs();
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::rename_tab(const MStringArray& args)
+{
+    picker_window* w = picker();
+    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0 && args.length() > 0 &&
+        args[0].length() > 0)
+        w->tabs()->setTabText(w->tabs()->currentIndex(), to_q(args[0]));
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::query_tabs(const MStringArray&)
+{
+    clearResult();
+    if (picker_window* w = picker())
+        for (int i = 0; i < w->tabs()->count(); ++i)
+            appendToResult(to_m(w->tabs()->tabText(i)));
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::set_tab(const MStringArray& args)
+{
+    picker_window* w = picker();
+    if (!w || args.length() == 0)
+        return MStatus::kSuccess;
+    // Every tab of that name is made current in turn: the last one wins.
+    for (int i = 0; i < w->tabs()->count(); ++i)
+        if (w->tabs()->tabText(i) == to_q(args[0]))
+            w->tabs()->setCurrentIndex(i);
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::open(const MStringArray& args)
+{
+    if (picker_window* w = picker())
+        w->load_pickers(MStringArrayToQStringList(args));
+    return MStatus::kSuccess;
+}
+
+// ----- Batch mode
+
+MStatus picker_main::enable_batch_mode(const MStringArray&)
+{
+    in_batch_mode = 1;
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::disable_batch_mode(const MStringArray&)
+{
+    in_batch_mode = 0;
+    if (picker_view* view = current_view()) {
+        view->signal_changed();
+        view->update_toolbox();
+    }
+    return MStatus::kSuccess;
+}
+
+// ----- Namespace and button directives
+
+MStatus picker_main::bind_picker(const MStringArray&)
+{
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::rebind_picker(const MStringArray&)
+{
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::update_namespace(const MStringArray&)
+{
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::get_namespaces(const MStringArray&)
+{
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::button_directive(const MStringArray&)
+{
+    return MStatus::kSuccess;
+}

@@ -1,0 +1,94 @@
+// The QuillmarshPicker command: opens the picker window, or runs one
+// directive on it. Everything it keeps lives in process-wide statics; a new
+// instance is made for every invocation.
+#pragma once
+
+#include <maya/MArgList.h>
+#include <maya/MMessage.h>
+#include <maya/MPxCommand.h>
+#include <maya/MStatus.h>
+#include <maya/MString.h>
+#include <maya/MStringArray.h>
+
+#include <QDockWidget>
+#include <QMutex>
+#include <QPointer>
+#include <QString>
+
+class picker_window;
+class picker_view;
+
+// Set by "enable_batch_mode": button directives then skip the scene write
+// and the toolbox refresh until "disable_batch_mode".
+extern char in_batch_mode;
+
+// Shows "QuillmarshPicker - <message>: <status text> " when status failed.
+void report_error(const MStatus& status, const QString& message);
+
+class picker_main : public MPxCommand {
+public:
+    static void* creator();
+    MStatus doIt(const MArgList& args) override;
+    bool isUndoable() const override { return false; }
+
+    MStatus process_command(const MString& directive, const MStringArray& args);
+
+    static QPointer<QDockWidget> window_;
+    static QMutex mutex_;
+    static MString name_;
+    static MString path_;
+    static MCallbackId selectionChangedId_;
+    static MCallbackId quitApplicationId_;
+    static MCallbackId deleteAllId_;
+    static MCallbackId newSceneOpenedId_;
+    static MCallbackId sceneOpenedId_;
+
+    static void selectionChangedFn(void* data);
+    static void quitApplicationFn(void* data);
+    static void deleteAllFn(void* data);
+    static void sceneOpenedFn(void* data);
+
+    static void cleanup();
+    static void read_settings();
+    static void write_settings();
+
+    // The window inside the dock, and its current tab; null when missing.
+    static picker_window* picker();
+    static picker_view* current_view();
+
+private:
+    static void create_window();
+
+    MStatus select_objects(const MStringArray& args);
+    MStatus clear_selection(const MStringArray& args);
+    MStatus fetch_pickerdata(const MStringArray& args);
+    MStatus fetch_image(const MStringArray& args);
+    MStatus set_background(const MStringArray& args);
+    MStatus clear_background(const MStringArray& args);
+    MStatus bind_picker(const MStringArray& args);
+    MStatus rebind_picker(const MStringArray& args);
+    MStatus update_namespace(const MStringArray& args);
+    MStatus save(const MStringArray& args);
+    MStatus saveas(const MStringArray& args);
+    MStatus new_tab(const MStringArray& args);
+    MStatus close_current_tab(const MStringArray& args);
+    MStatus clear_tabs(const MStringArray& args);
+    MStatus rename_tab(const MStringArray& args);
+    MStatus query_tabs(const MStringArray& args);
+    MStatus set_tab(const MStringArray& args);
+    MStatus get_namespaces(const MStringArray& args);
+    MStatus enable_batch_mode(const MStringArray& args);
+    MStatus disable_batch_mode(const MStringArray& args);
+    MStatus open(const MStringArray& args);
+    MStatus button_directive(const MStringArray& args);
+
+    using handler = MStatus (picker_main::*)(const MStringArray&);
+    struct directive_entry {
+        const char* name;
+        handler run;
+    };
+    static const directive_entry directives[];
+};
+
+// Runs a MEL script kept in the plug-in's resources (":/scripts/<name>") on idle.
+void load_script(const QString& name);

@@ -1,0 +1,91 @@
+// Keeping the picker's highlights in step with the host's selection, and
+// sending the picker's own selections to the host.
+#include "model/picker_host.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+#include "window/window_texts.h"
+
+#include <QAction>
+#include <QTabWidget>
+
+void picker_window::setSelection(const QStringList& names)
+{
+    selection_ = names;
+    if (tabWidget->count() == 0) {
+        addOneAction->setEnabled(false);
+        addManyAction->setEnabled(false);
+        updateAction->setEnabled(false);
+        return;
+    }
+    const button_set set = button_set::fromStringList(selection_);
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (view && view->conform_to_set(set))
+            view->refresh();
+    }
+    bool any = !set.isEmpty();
+    addOneAction->setEnabled(any);
+    addManyAction->setEnabled(any);
+    updateAction->setEnabled(any);
+}
+
+void picker_window::clearAllSelected()
+{
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (!view)
+            continue;
+        bool changed = false;
+        for (buttonRecord& r : view->buttons) {
+            changed = changed || r.selected != 0;
+            r.unselect(true);
+        }
+        if (changed)
+            view->refresh();
+    }
+    selection_.clear();
+}
+
+bool picker_window::selectButton(const QString& name)
+{
+    if (selection_.contains(name))
+        return false;
+    selection_.append(name);
+    return true;
+}
+
+bool picker_window::unselectButton(const QString& name)
+{
+    return selection_.removeAll(name) > 0;
+}
+
+bool picker_window::is_object_name(const QString& name)
+{
+    if (name.isEmpty())
+        return false;
+    for (QChar c : name) {
+        ushort u = c.unicode();
+        bool ok = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') ||
+                  QStringLiteral("_:|.[]*?-").contains(c);
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+bool picker_window::postSelection()
+{
+    // The text is run as MEL: a name that could not be a Maya object name
+    // (a blank, a quote, a semicolon...) could run something, so it is left out.
+    QStringList names;
+    for (const QString& name : selection_)
+        if (is_object_name(name))
+            names << name;
+    QString command = QString(texts::command_name);
+    if (names.isEmpty())
+        command += " clear";
+    else
+        command += " select " + names.join(' ');
+    picker_host::instance().run_mel_on_idle(command);
+    return true;
+}

@@ -1,0 +1,480 @@
+// The plug-in in the stand-in host: registration, the command and its
+// directives, callbacks, selection round trips and scene storage.
+#include "model/picker_stream.h"
+#include "model/scene_data.h"
+#include "modal_helper.h"
+#include "plugin/picker_main.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <sandbox/host.h>
+
+#include <maya/MObject.h>
+#include <maya/MStatus.h>
+
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QScreen>
+#include <QSettings>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+MStatus initializePlugin(MObject obj);
+MStatus uninitializePlugin(MObject obj);
+
+using sandbox::host;
+
+namespace {
+
+buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = a.width = 20;
+    a.height = 20;
+    a.kind = 0;
+    a.language = 0;
+    a.color = 0x3366cc;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+void write_pkr(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
+               const QPixmap& background = QPixmap())
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QDataStream out(&file);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header header;
+    header.name = name;
+    if (!background.isNull()) {
+        header.backgroundKey = "4242";
+        header.background = background;
+    }
+    write_pkr_header(out, header);
+    write_button_list(out, buttons);
+}
+
+} // namespace
+
+class test_plugin : public QObject {
+    Q_OBJECT
+
+    host& h = host::instance();
+    QMainWindow main;
+    QTemporaryDir dir;
+
+    bool run(const QString& mel, mel::value* result = nullptr)
+    {
+        return h.execute(mel, result);
+    }
+
+    QStringList strings(const QString& mel)
+    {
+        mel::value v;
+        run(mel, &v);
+        return v.is_none() ? QStringList() : v.to_strings();
+    }
+
+    void load()
+    {
+        QString error;
+        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
+                                      reinterpret_cast<void*>(&initializePlugin),
+                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+                 qPrintable(error));
+        h.drain_idle();
+    }
+
+    picker_window* window() { return picker_main::picker(); }
+
+    // A window with the given pickers opened from files, one tab each.
+    void open_pickers(const QList<QList<buttonAttributes>>& pickers)
+    {
+        run("QuillmarshPicker");
+        run("QuillmarshPicker clear_tabs");
+        QStringList paths;
+        for (int i = 0; i < pickers.size(); ++i) {
+            QString path = dir.filePath(QString("p%1.pkr").arg(i));
+            write_pkr(path, QString("picker%1").arg(i), pickers[i]);
+            paths << path;
+        }
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(paths.join("\" \""))));
+        h.drain_idle();
+    }
+
+    void characters()
+    {
+        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss;"
+            "createNode transform -n \"hero:leg\" -ss; createNode transform -n \"hero:head\" -ss;");
+    }
+
+private slots:
+    void initTestCase()
+    {
+        main.resize(300, 200);
+        h.set_main_window(&main);
+        load();
+        QVERIFY(h.interpreter().has_command("QuillmarshPicker"));
+        QCOMPARE(h.callback_count("SelectionChanged"), 1);
+        QCOMPARE(h.callback_count("deleteAll"), 1);
+        QCOMPARE(h.callback_count("NewSceneOpened"), 1);
+        QCOMPARE(h.callback_count("SceneOpened"), 1);
+        QCOMPARE(h.callback_count("quitApplication"), 1);
+        QCOMPARE(picker_main::path_, MString(QFileInfo("plug-ins").absoluteFilePath().toUtf8().constData()));
+    }
+
+    void init()
+    {
+        if (!h.plugins().contains("QuillmarshPicker"))
+            load();
+        h.reset();
+        h.set_main_window(&main);
+    }
+
+    void namespace_script_lists_parents_first_data()
+    {
+        QTest::addColumn<QString>("setup");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("no namespaces") << "" << QStringList{":"};
+        QTest::newRow("nested") << "namespace -add b; namespace -add a; namespace -add c -p \":a\";"
+                                   "namespace -add d -p \":a:c\"; namespace -add e -p \":b\";"
+                                << QStringList{"b", "b:e", "a", "a:c", "a:c:d", ":"};
+        QTest::newRow("current namespace elsewhere")
+            << "namespace -add x; namespace -add y -p \":x\"; namespace -set \":\";"
+            << QStringList{"x", "x:y", ":"};
+    }
+
+    void namespace_script_lists_parents_first()
+    {
+        QFETCH(QString, setup);
+        QFETCH(QStringList, expected);
+        run(setup);
+        QCOMPARE(strings("picker_ListNamespaces"), expected);
+    }
+
+    void command_opens_a_floating_dock()
+    {
+        run("QuillmarshPicker");
+        auto* dock = main.findChild<QDockWidget*>("QuillmarshPicker");
+        QVERIFY(dock);
+        QVERIFY(dock->isFloating());
+        QCOMPARE(dock->windowTitle(), QString("QuillmarshPicker"));
+        QCOMPARE(dock->allowedAreas(), Qt::NoDockWidgetArea);
+        QCOMPARE(dock->features(), QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
+                                       QDockWidget::DockWidgetFloatable);
+        QVERIFY(window());
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+    }
+
+    void unknown_directives_fail_data()
+    {
+        QTest::addColumn<QString>("directive");
+        QTest::newRow("unknown") << "foo";
+        QTest::newRow("case matters") << "Select";
+        QTest::newRow("blank") << "\" select\"";
+    }
+
+    void unknown_directives_fail()
+    {
+        QFETCH(QString, directive);
+        QVERIFY(!run("QuillmarshPicker " + directive));
+        QString shown = directive;
+        shown.remove('"');
+        QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - unknown directive: " + shown),
+                 qPrintable(h.output_text()));
+    }
+
+    void opening_the_window_restores_the_scene_data()
+    {
+        // The scene holds a picker before the window first opens.
+        run("QuillmarshPicker");
+        open_pickers({{button(QPoint(20, 20), {"hero:arm"})}});
+        h.drain_idle();
+        QString data;
+        QVERIFY(h.file_info("QuillmarshPickerData", &data));
+        QVERIFY(h.modified());
+        picker_main::cleanup();
+        QVERIFY(!picker_main::window_);
+
+        run("QuillmarshPicker");
+        QCOMPARE(h.idle_pending(), 1);
+        h.drain_idle();
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
+        QCOMPARE(picker_main::current_view()->buttons.size(), 1);
+    }
+
+    void select_directive_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QStringList>("selected");
+        QTest::newRow("plain names") << "QuillmarshPicker select hero:arm hero:leg"
+                                     << QStringList{"hero:arm", "hero:leg"};
+        QTest::newRow("first missing") << "QuillmarshPicker select ghost hero:leg"
+                                       << QStringList{"hero:leg"};
+        QTest::newRow("array") << "string $n[] = {\"hero:head\", \"hero:arm\"}; QuillmarshPicker select $n"
+                               << QStringList{"hero:head", "hero:arm"};
+        QTest::newRow("no names clears") << "QuillmarshPicker select" << QStringList{};
+        QTest::newRow("clear") << "QuillmarshPicker clear" << QStringList{};
+    }
+
+    void select_directive()
+    {
+        QFETCH(QString, command);
+        QFETCH(QStringList, selected);
+        characters();
+        open_pickers({{button(QPoint(20, 20), {"hero:arm"}), button(QPoint(60, 20), {"hero:leg", "hero:head"})}});
+        run("select -r hero:head");
+        run(command);
+        QCOMPARE(h.selection(), selected);
+        // The picker shows exactly what the host selected.
+        picker_view* view = picker_main::current_view();
+        QCOMPARE(int(view->buttons[0].selected), selected.contains("hero:arm") ? 1 : 0);
+        int partial = selected.contains("hero:leg") + selected.contains("hero:head");
+        QCOMPARE(int(view->buttons[1].selected), partial == 2 ? 1 : partial * 2);
+        QCOMPARE(picker_window::selection_, selected);
+        QVERIFY2(picker_main::mutex_.tryLock(), "the echo guard is released");
+        picker_main::mutex_.unlock();
+    }
+
+    void array_among_arguments_cannot_be_parsed()
+    {
+        run("QuillmarshPicker");
+        QVERIFY(!run("string $n[] = {\"a\"}; QuillmarshPicker select $n hero:arm"));
+        QVERIFY(h.output_text().contains("QuillmarshPicker - could not parse the command: (kFailure) "));
+    }
+
+    void host_selection_lights_every_tab()
+    {
+        characters();
+        open_pickers({{button(QPoint(20, 20), {"hero:arm"})}, {button(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
+        QTabWidget* tabs = window()->tabs();
+        QCOMPARE(tabs->count(), 2);
+        run("select -r hero:arm");
+        auto* first = qobject_cast<picker_view*>(tabs->widget(0));
+        auto* second = qobject_cast<picker_view*>(tabs->widget(1));
+        QCOMPARE(int(first->buttons[0].selected), 1);
+        QCOMPARE(int(second->buttons[0].selected), 2);
+        run("select -add hero:leg");
+        QCOMPARE(int(second->buttons[0].selected), 1);
+        run("select -cl");
+        QCOMPARE(int(first->buttons[0].selected), 0);
+        QCOMPARE(picker_window::selection_, QStringList());
+    }
+
+    void a_failed_selection_query_is_reported()
+    {
+        run("QuillmarshPicker");
+        h.inject_fault(sandbox::fault::get_active_selection_list);
+        run("QuillmarshPicker clear");
+        QVERIFY(h.output_text().contains(
+            "// Error: QuillmarshPicker- could not get the current selection: (kFailure)"));
+        QVERIFY(picker_main::mutex_.tryLock());
+        picker_main::mutex_.unlock();
+    }
+
+    void scene_round_trip()
+    {
+        characters();
+        QPixmap back(16, 8);
+        back.fill(Qt::yellow);
+        run("QuillmarshPicker");
+        run("QuillmarshPicker clear_tabs");
+        QString path = dir.filePath("with_image.pkr");
+        write_pkr(path, "body", {button(QPoint(5, 5), {"hero:arm"}, "arm")}, back);
+        run(QString("QuillmarshPicker open \"%1\"").arg(path));
+        run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab face; QuillmarshPicker set_tab body");
+        window()->updateSceneData();
+        h.drain_idle();
+
+        QString scene = dir.filePath("scene.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        run("file -f -new");
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        QVERIFY(h.idle_pending() > 0); // the restore waits for the scene to finish loading
+        QVERIFY(strings("QuillmarshPicker query_tabs") == QStringList{"Untitled"});
+        h.drain_idle();
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "face"}));
+        picker_view* view = picker_main::current_view();
+        QCOMPARE(window()->tabs()->currentIndex(), 0);
+        QCOMPARE(view->buttons.size(), 1);
+        QCOMPARE(view->buttons[0].label, QString("arm"));
+        QCOMPARE(view->backgroundKey, QString("4242"));
+        QCOMPARE(view->background.size(), QSize(16, 8));
+    }
+
+    void restore_without_data_resets()
+    {
+        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        QVERIFY(run("QuillmarshPicker restore"));
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        QVERIFY(!run("QuillmarshPicker restore \"bm90IGNvbXByZXNzZWQ=\""));
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+    }
+
+    void too_new_data_warns_and_keeps_the_tabs()
+    {
+        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << qint32(6) << qint32(0) << qint32(-1);
+        modal_helper::answer_next("OK");
+        run(QString("QuillmarshPicker restore \"%1\"").arg(QString(encode_picker_data(bytes))));
+        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (6)"));
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
+    }
+
+    void fetch_image_sets_matching_backgrounds()
+    {
+        run("QuillmarshPicker");
+        run("QuillmarshPicker clear_tabs");
+        QPixmap back(4, 4);
+        back.fill(Qt::red);
+        QString path = dir.filePath("a.pkr");
+        write_pkr(path, "a", {button(QPoint(5, 5), {"x"})}, back);
+        run(QString("QuillmarshPicker open \"%1\" \"%1\"").arg(path));
+        run("QuillmarshPicker new_tab");
+        QPixmap fresh(9, 9);
+        fresh.fill(Qt::blue);
+        QVERIFY(run(QString("QuillmarshPicker fetch_image 4242 \"%1\"").arg(QString(encode_image(fresh)))));
+        QTabWidget* tabs = window()->tabs();
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(0))->background.size(), QSize(9, 9));
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(1))->background.size(), QSize(9, 9));
+        QVERIFY(qobject_cast<picker_view*>(tabs->widget(2))->background.isNull());
+        QVERIFY(!run("QuillmarshPicker fetch_image 4242 \"\""));
+        QVERIFY(run("QuillmarshPicker fetch_image 4242"));
+    }
+
+    void tab_directives()
+    {
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs");
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList());
+        QVERIFY(run("QuillmarshPicker close_tab; QuillmarshPicker rename_tab x; QuillmarshPicker set_tab x"));
+        run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab body; QuillmarshPicker new_tab;"
+            "QuillmarshPicker rename_tab body; QuillmarshPicker new_tab; QuillmarshPicker rename_tab \"\"");
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "body", "Untitled"}));
+        run("QuillmarshPicker set_tab body");
+        QCOMPARE(window()->tabs()->currentIndex(), 1);
+        run("QuillmarshPicker close_tab");
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "Untitled"}));
+    }
+
+    void batch_mode_defers_the_scene_write()
+    {
+        run("QuillmarshPicker");
+        h.drain_idle();
+        run("QuillmarshPicker enable_batch_mode");
+        QCOMPARE(int(in_batch_mode), 1);
+        run("QuillmarshPicker disable_batch_mode");
+        QCOMPARE(int(in_batch_mode), 0);
+        QCOMPARE(h.idle_pending(), 1);
+        h.drain_idle();
+        QVERIFY(h.file_info("QuillmarshPickerData", nullptr));
+        QVERIFY(h.modified());
+    }
+
+    void window_geometry_settings_data()
+    {
+        QTest::addColumn<QSize>("stored");
+        QTest::addColumn<QPoint>("position");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 100);
+        QTest::newRow("low only widens") << QSize(300, 100) << QPoint(10, 10) << QSize(150, 100);
+        QTest::newRow("fine") << QSize(300, 250) << QPoint(10, 10) << QSize(300, 250);
+    }
+
+    void window_geometry_settings()
+    {
+        QFETCH(QSize, stored);
+        QFETCH(QPoint, position);
+        QFETCH(QSize, size);
+        picker_main::cleanup();
+        {
+            QSettings settings("Quillmarsh", "picker");
+            settings.setValue("pickerSize", stored);
+            settings.setValue("pickerPosition", position);
+        }
+        run("QuillmarshPicker");
+        QCOMPARE(picker_main::window_->size(), size);
+        QCOMPARE(picker_main::window_->pos(), position);
+
+        // Quitting stores what the window has now.
+        picker_main::window_->resize(333, 222);
+        picker_main::window_->move(20, 30);
+        h.quit();
+        QVERIFY(!picker_main::window_);
+        QSettings settings("Quillmarsh", "picker");
+        QCOMPARE(settings.value("pickerSize").toSize(), QSize(333, 222));
+        QCOMPARE(settings.value("pickerPosition").toPoint(), QPoint(20, 30));
+    }
+
+    void off_screen_window_is_centred()
+    {
+        picker_main::cleanup();
+        {
+            QSettings settings("Quillmarsh", "picker");
+            settings.setValue("pickerSize", QSize(200, 160));
+            settings.setValue("pickerPosition", QPoint(90000, 90000));
+        }
+        run("QuillmarshPicker");
+        QRect expected(QPoint(0, 0), QSize(200, 160));
+        expected.moveCenter(QGuiApplication::primaryScreen()->availableGeometry().center());
+        QCOMPARE(picker_main::window_->pos(), expected.topLeft());
+    }
+
+    void unloading_reports_each_failed_removal()
+    {
+        run("QuillmarshPicker");
+        h.inject_fault(sandbox::fault::remove_callback, 1);
+        QString error;
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(!picker_main::window_);
+        const QString out = h.output_text();
+        QVERIFY(out.contains("// Error: QuillmarshPicker - could not remove the quitApplicaiton callback: (kFailure) "));
+        QCOMPARE(out.count("could not remove"), 1);
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        QCOMPARE(h.callback_count("SceneOpened"), 0);
+        QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+    }
+
+    void registration_failures_are_reported_data()
+    {
+        QTest::addColumn<int>("which");
+        QTest::addColumn<int>("after");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("command") << int(sandbox::fault::register_command) << 0
+                                 << "could not initialize the plugin";
+        QTest::newRow("selection") << int(sandbox::fault::add_event_callback) << 0
+                                   << "could not install SelectionChanged callback";
+        QTest::newRow("new scene") << int(sandbox::fault::add_event_callback) << 3
+                                   << "could not install the NewSceneOpened callback";
+        QTest::newRow("scene opened") << int(sandbox::fault::add_event_callback) << 4
+                                      << "could not install the SceneOpened callback";
+    }
+
+    void registration_failures_are_reported()
+    {
+        QFETCH(int, which);
+        QFETCH(int, after);
+        QFETCH(QString, message);
+        QString error;
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        h.clear_output();
+        h.inject_fault(sandbox::fault(which), after);
+        QVERIFY(!h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
+                                      reinterpret_cast<void*>(&initializePlugin),
+                                      reinterpret_cast<void*>(&uninitializePlugin), &error));
+        QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - " + message + ": (kFailure) "),
+                 qPrintable(h.output_text()));
+    }
+};
+
+QTEST_MAIN(test_plugin)
+#include "test_plugin.moc"

@@ -1,0 +1,357 @@
+// The picker window on its own: tabs, the selection it sends to the host,
+// scene storage commands, its stream and its keys.
+#include "model/picker_stream.h"
+#include "model/scene_data.h"
+#include "modal_helper.h"
+#include "recording_host.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <sandbox/host.h>
+
+#include <QAction>
+#include <QTabWidget>
+#include <QtTest>
+
+namespace {
+
+buttonAttributes button(QStringList names)
+{
+    buttonAttributes a;
+    a.pos = QPoint(10, 10);
+    a.size = a.width = a.height = 10;
+    a.color = 0xff0000;
+    a.labelColor = 0xffffff;
+    a.names = names;
+    return a;
+}
+
+picker_view* view_at(picker_window& w, int i)
+{
+    return qobject_cast<picker_view*>(w.tabs()->widget(i));
+}
+
+void give_background(picker_view* view, const QString& key)
+{
+    QPixmap p(2, 2);
+    p.fill(Qt::green);
+    view->setBackground(key, p);
+}
+
+} // namespace
+
+class test_window : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { picker_window::selection_.clear(); }
+
+    void post_selection_sends_only_object_names_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("sent");
+        QTest::newRow("plain") << QStringList{"hero:L_arm_ctrl", "|grp|node", "body.vtx[0:3]", "a*", "b?-1"}
+                               << "QuillmarshPicker select hero:L_arm_ctrl |grp|node body.vtx[0:3] a* b?-1";
+        QTest::newRow("nothing") << QStringList{} << "QuillmarshPicker clear";
+        QTest::newRow("semicolon") << QStringList{"a;file -f -new", "ok"} << "QuillmarshPicker select ok";
+        QTest::newRow("quotes and back quotes")
+            << QStringList{"a\"b", "`ls`", "c'd", "ok"} << "QuillmarshPicker select ok";
+        QTest::newRow("dollar, blank, line break")
+            << QStringList{"$x", "a b", "a\nb", "a\tb", "ok"} << "QuillmarshPicker select ok";
+        QTest::newRow("only bad names clear") << QStringList{"a;b"} << "QuillmarshPicker clear";
+    }
+
+    void post_selection_sends_only_object_names()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, sent);
+        recording_host host;
+        picker_window w(nullptr);
+        view_at(w, 0)->push_button(button(names), -1);
+        view_at(w, 0)->buttons[0].select(false);
+        QCOMPARE(picker_window::selection_, names);
+        QVERIFY(w.postSelection());
+        QCOMPARE(host.mel, QStringList{sent});
+    }
+
+    void hostile_names_run_nothing_in_the_host()
+    {
+        // The text the picker queues, run by a real MEL evaluator, does
+        // nothing but select.
+        recording_host recorder;
+        sandbox::host& h = sandbox::host::instance();
+        h.reset();
+        h.execute("createNode transform -n keep -ss; file -modified 0;");
+        picker_window w(nullptr);
+        view_at(w, 0)->push_button(
+            button({"keep;createNode transform -n evil", "x\";file -f -new;\"", "`file -f -new`", "keep"}), -1);
+        view_at(w, 0)->buttons[0].select(false);
+        w.postSelection();
+        h.interpreter().register_command("QuillmarshPicker", [&h](mel::interpreter&, const QVector<mel::value>& args) {
+            QStringList names;
+            for (int i = 1; i < args.size(); ++i)
+                names << args[i].to_string();
+            h.set_selection(names, sandbox::adjustment::replace);
+            return mel::value();
+        });
+        QVERIFY(h.execute(recorder.mel.value(0)));
+        h.interpreter().unregister_command("QuillmarshPicker");
+        QCOMPARE(h.nodes(), QStringList{"keep"});
+        QCOMPARE(h.selection(), QStringList{"keep"});
+    }
+
+    void select_button_keeps_names_once()
+    {
+        QVERIFY(picker_window::selectButton("a"));
+        QVERIFY(!picker_window::selectButton("a"));
+        QVERIFY(picker_window::selectButton("A"));
+        QCOMPARE(picker_window::selection_, (QStringList{"a", "A"}));
+        QVERIFY(picker_window::unselectButton("a"));
+        QVERIFY(!picker_window::unselectButton("a"));
+    }
+
+    void closing_a_tab_asks_first()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        modal_helper::answer_next("Cancel");
+        w.close_one(0);
+        QCOMPARE(modal_helper::last_text(),
+                 QString("Are you sure you want to close the tab \"Untitled\"?\n\nAll changes will be lost."));
+        QCOMPARE(w.tabs()->count(), 1);
+        QVERIFY(host.mel.isEmpty());
+        modal_helper::answer_next("OK");
+        w.close_one(0);
+        QCOMPARE(w.tabs()->count(), 0);
+        QCOMPARE(host.mel.size(), 1);
+        QVERIFY(host.mel[0].startsWith("fileInfo \"QuillmarshPickerData\" \""));
+        QVERIFY(host.mel[0].endsWith("\"; file -modified 1;"));
+        QVERIFY(w.frontPicker() == nullptr);
+    }
+
+    void closing_keeps_images_other_tabs_use_data()
+    {
+        // Keys of tabs 0..3 and the tab closed; the image entry of the closed
+        // tab goes unless a compared tab shares it. The tab that moves into
+        // the closed one's place is never compared.
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<int>("closed");
+        QTest::addColumn<bool>("removed");
+        QTest::newRow("alone") << QStringList{"1", "2", "3"} << 0 << true;
+        QTest::newRow("shared further on") << QStringList{"1", "2", "1"} << 0 << false;
+        QTest::newRow("shared right after") << QStringList{"1", "1", "2"} << 0 << true;
+        QTest::newRow("shared before") << QStringList{"1", "2", "1"} << 2 << false;
+        QTest::newRow("no key") << QStringList{"", "", ""} << 1 << false;
+    }
+
+    void closing_keeps_images_other_tabs_use()
+    {
+        QFETCH(QStringList, keys);
+        QFETCH(int, closed);
+        QFETCH(bool, removed);
+        recording_host host;
+        picker_window w(nullptr);
+        w.clear_tabs();
+        for (const QString& key : keys) {
+            w.new_tab();
+            if (!key.isEmpty())
+                give_background(w.frontPicker(), key);
+        }
+        host.clear();
+        w.close_tab(closed);
+        QCOMPARE(w.tabs()->count(), keys.size() - 1);
+        QStringList expected;
+        if (removed)
+            expected << QString("fileInfo -remove \"QuillmarshPickerImage_%1\"; file -modified 1;").arg(keys[closed]);
+        QCOMPARE(host.mel, expected);
+    }
+
+    void destroying_the_window_keeps_scene_images()
+    {
+        recording_host host;
+        {
+            picker_window w(nullptr);
+            give_background(w.frontPicker(), "7");
+            host.clear();
+        }
+        QVERIFY(host.mel.isEmpty());
+    }
+
+    void image_commands()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        picker_view* view = w.frontPicker();
+        w.setImageData(view);
+        w.removeImageData(view);
+        w.fetchImageData(view);
+        QVERIFY2(host.mel.isEmpty(), "no key, no command");
+        give_background(view, "99");
+        w.fetchImageData(view);
+        w.removeImageData(view);
+        QCOMPARE(host.mel, (QStringList{
+                               "QuillmarshPicker fetch_image `fileInfo -q \"QuillmarshPickerImage_99\"`;",
+                               "fileInfo -remove \"QuillmarshPickerImage_99\"; file -modified 1;"}));
+        w.request_rebind(true);
+        w.request_rebind(false);
+        QCOMPARE(host.mel.mid(2), (QStringList{"QuillmarshPicker \"rebind\" `picker_ListNamespaces`;",
+                                               "QuillmarshPicker \"bind\" `picker_ListNamespaces`;"}));
+    }
+
+    void empty_window_scene_data()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        w.clear_tabs();
+        w.updateSceneData();
+        QByteArray expected;
+        for (int v : {5, 0, -1})
+            expected.append(char(v >> 24)).append(char(v >> 16)).append(char(v >> 8)).append(char(v));
+        QCOMPARE(host.mel, QStringList{QString("fileInfo \"QuillmarshPickerData\" \"%1\"; file -modified 1;")
+                                           .arg(QString(qCompress(expected, 9).toBase64()))});
+    }
+
+    void window_stream_round_trip()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        w.tabs()->setTabText(0, "body");
+        view_at(w, 0)->push_button(button({"a", "b"}), -1);
+        w.new_tab();
+        w.tabs()->setTabText(1, "face");
+        give_background(w.frontPicker(), "55");
+        w.frontPicker()->push_button(button({"c"}), -1);
+        w.tabs()->setCurrentIndex(0);
+        QByteArray bytes;
+        {
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            w.streamTo(out);
+        }
+        picker_window copy(nullptr);
+        host.clear();
+        QDataStream in(bytes);
+        copy.streamFrom(in);
+        QCOMPARE(copy.tabs()->count(), 2);
+        QCOMPARE(copy.tabs()->tabText(1), QString("face"));
+        QCOMPARE(copy.tabs()->currentIndex(), 0);
+        QCOMPARE(view_at(copy, 0)->buttons[0].names, (QStringList{"a", "b"}));
+        QCOMPARE(view_at(copy, 1)->backgroundKey, QString("55"));
+        QCOMPARE(view_at(copy, 1)->background.size(), QSize(2, 2));
+        // The image is written back to the scene under its key.
+        QCOMPARE(host.mel.size(), 1);
+        QVERIFY(host.mel[0].startsWith("fileInfo \"QuillmarshPickerImage_55\""));
+    }
+
+    void window_stream_damage_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("tabs");
+        QTest::addColumn<int>("current");
+        auto ints = [](QVector<qint32> values) {
+            QByteArray b;
+            QDataStream out(&b, QIODevice::WriteOnly);
+            for (qint32 v : values)
+                out << v;
+            return b;
+        };
+        QByteArray empty_tab = ints({0}) + QByteArray("\xff\xff\xff\xff", 4) + QByteArray("\xff\xff\xff\xff", 4) + ints({0});
+        QByteArray three = ints({5, 3, 7});
+        for (int i = 0; i < 3; ++i)
+            three += ints({i}) + QByteArray("\xff\xff\xff\xff", 4) + QByteArray("\xff\xff\xff\xff", 4) + ints({0});
+        QTest::newRow("current out of range") << three << 3 << 0;
+        QTest::newRow("two billion tabs") << ints({5, 2000000000, 0}) << 0 << -1;
+        QTest::newRow("negative count") << ints({5, -4, 0}) << 0 << -1;
+        QTest::newRow("cut inside the first tab") << ints({5, 2, 0}) + empty_tab.left(6) << 0 << -1;
+        QTest::newRow("one good tab, then nothing") << ints({5, 2, 0}) + empty_tab << 1 << 0;
+    }
+
+    void window_stream_damage()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, tabs);
+        QFETCH(int, current);
+        recording_host host;
+        picker_window w(nullptr);
+        QDataStream in(bytes);
+        w.streamFrom(in);
+        QCOMPARE(w.tabs()->count(), tabs);
+        QCOMPARE(w.tabs()->currentIndex(), current);
+    }
+
+    void setting_the_selection_conforms_every_tab()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        view_at(w, 0)->push_button(button({"a"}), -1);
+        w.new_tab();
+        w.frontPicker()->push_button(button({"a", "b"}), -1);
+        w.setSelection({"a"});
+        QCOMPARE(int(view_at(w, 0)->buttons[0].selected), 1);
+        QCOMPARE(int(view_at(w, 1)->buttons[0].selected), 2);
+        w.clearAllSelected();
+        QCOMPARE(int(view_at(w, 0)->buttons[0].selected), 0);
+        QCOMPARE(view_at(w, 1)->buttons[0].nameFlags, (QVector<quint8>{0, 0}));
+        QVERIFY(picker_window::selection_.isEmpty());
+        QVERIFY(host.mel.isEmpty());
+    }
+
+    void keys_without_tabs_reach_the_base_handler()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        w.clear_tabs();
+        w.show();
+        w.setFocus();
+        QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(w.frontPicker() == nullptr);
+        QVERIFY(host.mel.isEmpty());
+    }
+
+    void one_key_triggers_every_action_bound_to_it()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        w.show();
+        QApplication::setActiveWindow(&w);
+        w.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&w));
+        int fired = 0;
+        QAction* extra = new QAction("again", &w);
+        w.setWidgetShortcut(extra, QKeySequence("Ctrl+N"));
+        connect(extra, &QAction::triggered, [&] { ++fired; });
+        w.addAction(extra);
+        QTest::keyClick(&w, Qt::Key_N, Qt::ControlModifier);
+        QCOMPARE(fired, 1);
+        QCOMPARE(w.tabs()->count(), 2); // "New..." ran too
+    }
+
+    void menus_follow_the_tabs()
+    {
+        recording_host host;
+        picker_window w(nullptr);
+        auto action = [&w](const QString& text) {
+            for (QAction* a : w.findChildren<QAction*>())
+                if (a->text() == text)
+                    return a;
+            return static_cast<QAction*>(nullptr);
+        };
+        QAction* save = action("Save");
+        QAction* undo = action("Undo");
+        QVERIFY(save && undo);
+        w.updateFileMenu();
+        QVERIFY(save->isEnabled());
+        w.frontPicker()->undoStack()->push(new QUndoCommand("Move Buttons"));
+        w.updateEditMenu();
+        QCOMPARE(undo->text(), QString("Undo Move Buttons"));
+        QVERIFY(undo->isEnabled());
+        w.clear_tabs();
+        w.updateFileMenu();
+        w.updateEditMenu();
+        QVERIFY(!save->isEnabled());
+        QCOMPARE(undo->text(), QString("Can't Undo"));
+        QVERIFY(!undo->isEnabled());
+    }
+};
+
+QTEST_MAIN(test_window)
+#include "test_window.moc"
