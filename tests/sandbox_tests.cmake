@@ -9,6 +9,9 @@ quill_test(test_sandbox SOURCES test_sandbox.cpp LIBS maya_sandbox_host)
 target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
 add_dependencies(test_sandbox quillEcho)
 
+quill_test(test_app SOURCES test_app.cpp LIBS maya_sandbox_host)
+target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
+add_dependencies(test_app quillmarsh-sandbox quillEcho)
 
 # The plug-in's code linked in, loaded through its entry points.
 quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
@@ -16,3 +19,9 @@ quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/pl
 
 # The window alone, with a real MEL evaluator to run what it sends.
 quill_test(test_window SOURCES test_window.cpp LIBS picker_ui maya_sandbox_host)
+
+# The demo scene in examples/ is reproducible from the code.
+add_test(NAME demo_is_current COMMAND ${CMAKE_COMMAND} -DMAKE_DEMO=$<TARGET_FILE:make_demo>
+         -DSOURCE=${CMAKE_SOURCE_DIR}/examples/demo -DOUT=${CMAKE_CURRENT_BINARY_DIR}/demo
+         -P ${CMAKE_CURRENT_SOURCE_DIR}/check_demo.cmake)
+set_tests_properties(demo_is_current PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")

@@ -241,6 +241,94 @@ private slots:
         picker_main::mutex_.unlock();
     }
 
+    void select_conforms_the_views_once()
+    {
+        characters();
+        open_pickers({{button(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
+        static int fired = 0;
+        static bool held = true;
+        fired = 0;
+        MCallbackId id = h.add_callback("SelectionChanged", [](void*) {
+            ++fired;
+            // The picker's own change: its callback finds the guard taken.
+            held = held && !picker_main::mutex_.tryLock();
+        }, nullptr);
+        const int before = window()->selection_updates();
+        QVERIFY(run("QuillmarshPicker select hero:arm hero:leg"));
+        h.remove_callback(id);
+        QCOMPARE(fired, 2);
+        QVERIFY(held);
+        QCOMPARE(window()->selection_updates(), before + 1);
+        QCOMPARE(int(picker_main::current_view()->buttons[0].selected), 1);
+    }
+
+    void scene_writes_decode_back()
+    {
+        run("QuillmarshPicker");
+        run("QuillmarshPicker clear_tabs");
+        QPixmap back(6, 5);
+        back.fill(Qt::cyan);
+        QString path = dir.filePath("img.pkr");
+        write_pkr(path, "img", {button(QPoint(5, 5), {"n"})}, back);
+        h.drain_idle();
+        run(QString("QuillmarshPicker open \"%1\"").arg(path));
+        const QStringList queued = h.idle_texts();
+        QCOMPARE(queued.size(), 2);
+        QVERIFY(queued[0].startsWith("fileInfo \"QuillmarshPickerData\" \""));
+        QVERIFY(queued[0].endsWith("\"; file -modified 1;"));
+        QCOMPARE(queued[1], QString("QuillmarshPicker \"bind\" `picker_ListNamespaces`;"));
+        h.drain_idle();
+
+        QString text;
+        QVERIFY(h.file_info("QuillmarshPickerData", &text));
+        QByteArray expected;
+        {
+            QDataStream out(&expected, QIODevice::WriteOnly);
+            window()->streamTo(out);
+        }
+        QCOMPARE(decode_picker_data(text.toLatin1()), expected);
+
+        window()->setImageData(window()->frontPicker());
+        QCOMPARE(h.idle_texts(), QStringList{QString("fileInfo \"QuillmarshPickerImage_4242\" \"%1\"; file -modified 1;")
+                                                 .arg(QString(encode_image(back)))});
+        h.drain_idle();
+        QVERIFY(h.file_info("QuillmarshPickerImage_4242", &text));
+        QCOMPARE(decode_image(text.toLatin1()).size(), QSize(6, 5));
+    }
+
+    void damaged_scene_data_resets_the_window_data()
+    {
+        QTest::addColumn<QString>("data");
+        QTest::addColumn<bool>("reported");
+        QByteArray stream;
+        {
+            QDataStream out(&stream, QIODevice::WriteOnly);
+            out << qint32(5) << qint32(3) << qint32(0) << qint32(0) << QString("cut");
+        }
+        QTest::newRow("bad base64") << "!!!*" << true;
+        QTest::newRow("not compressed") << QString(QByteArray("plain text").toBase64()) << true;
+        QTest::newRow("stream cut short") << QString(encode_picker_data(stream)) << false;
+    }
+
+    void damaged_scene_data_resets_the_window()
+    {
+        QFETCH(QString, data);
+        QFETCH(bool, reported);
+        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        h.set_file_info("QuillmarshPickerData", data);
+        QString scene = dir.filePath("damaged.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        h.clear_output();
+        run(QString("file -f -open \"%1\"").arg(scene));
+        h.drain_idle();
+        QVERIFY(picker_main::window_);
+        QCOMPARE(h.output_text().contains("QuillmarshPicker: command failed."), reported);
+        if (reported)
+            QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+        else
+            QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"cut"});
+    }
+
     void array_among_arguments_cannot_be_parsed()
     {
         run("QuillmarshPicker");

@@ -202,6 +202,14 @@ int host::idle_pending() const
     return d->idle.size();
 }
 
+QStringList host::idle_texts() const
+{
+    QStringList texts;
+    for (const idle_item& item : d->idle)
+        texts << item.text;
+    return texts;
+}
+
 int host::drain_idle()
 {
     if (d->draining)

@@ -74,6 +74,8 @@ public:
     static bool selectButton(const QString& name);
     static bool unselectButton(const QString& name);
     bool postSelection();
+    // How often the views were brought in line with the host's selection.
+    int selection_updates() const { return selectionUpdates; }
     // Only these characters can reach the host in a selection command.
     static bool is_object_name(const QString& name);
 
@@ -175,4 +177,5 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    int selectionUpdates = 0;
 };

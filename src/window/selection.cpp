@@ -11,6 +11,7 @@
 void picker_window::setSelection(const QStringList& names)
 {
     selection_ = names;
+    ++selectionUpdates;
     if (tabWidget->count() == 0) {
         addOneAction->setEnabled(false);
         addManyAction->setEnabled(false);

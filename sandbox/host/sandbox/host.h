@@ -75,6 +75,7 @@ public:
     // ----- Idle queue (FIFO; a drain runs texts queued while draining too)
     void queue_idle(const QString& text, bool python, bool display);
     int idle_pending() const;
+    QStringList idle_texts() const; // what is queued, in order
     // Runs queued texts until none are left; stops with an error after
     // max_idle_drain of them and drops the rest. Returns how many ran.
     int drain_idle();

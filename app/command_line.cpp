@@ -1,0 +1,57 @@
+#include "command_line.h"
+
+namespace {
+
+const QStringList value_options = {"--plugin", "--mel", "--mel-file", "--screenshot",
+                                   "--save-scene"};
+
+} // namespace
+
+QString usage_text()
+{
+    return "usage: quillmarsh-sandbox [scene.ma] [--plugin PATH] [--mel TEXT]... "
+           "[--mel-file FILE]...\n"
+           "                          [--screenshot FILE.png] [--save-scene FILE.ma] [--quit]\n";
+}
+
+bool parse_command_line(const QStringList& args, app_options* options, QString* error)
+{
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& arg = args[i];
+        if (arg == "--quit") {
+            options->quit = true;
+            continue;
+        }
+        if (value_options.contains(arg)) {
+            // An option name where a value belongs is a forgotten value, not
+            // a file called "--quit".
+            if (i + 1 >= args.size() || args[i + 1] == "--quit"
+                || value_options.contains(args[i + 1])) {
+                *error = QString("%1 needs a value").arg(arg);
+                return false;
+            }
+            const QString value = args[++i];
+            if (arg == "--plugin")
+                options->plugin = value;
+            else if (arg == "--mel")
+                options->steps.append({app_step::mel, value});
+            else if (arg == "--mel-file")
+                options->steps.append({app_step::mel_file, value});
+            else if (arg == "--screenshot")
+                options->steps.append({app_step::screenshot, value});
+            else
+                options->steps.append({app_step::save_scene, value});
+            continue;
+        }
+        if (arg.startsWith('-')) {
+            *error = QString("unknown option %1").arg(arg);
+            return false;
+        }
+        if (!options->scene.isEmpty()) {
+            *error = QString("only one scene can be opened, got %1 and %2").arg(options->scene, arg);
+            return false;
+        }
+        options->scene = arg;
+    }
+    return true;
+}

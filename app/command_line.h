@@ -1,0 +1,26 @@
+// The command line of the application: a scene, a plug-in, and steps that run
+// in the order given once the session is up.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+struct app_step {
+    enum kind { mel, mel_file, screenshot, save_scene };
+    kind what;
+    QString value;
+};
+
+struct app_options {
+    QString scene;
+    QString plugin; // empty: the module beside the executable
+    QVector<app_step> steps;
+    bool quit = false;
+};
+
+// Fills *options from the arguments after the program name; false with
+// *error set for an unknown option, a missing value or a second scene.
+bool parse_command_line(const QStringList& args, app_options* options, QString* error);
+
+QString usage_text();

@@ -1,0 +1,212 @@
+// The sandbox application driven the way scripts drive it: a child process
+// with --quit, judged by its standard output, its files and its exit status.
+#include <QImage>
+#include <QProcess>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct run_result {
+    int status = -1;
+    QStringList lines; // standard output
+    QString errors;    // standard error
+};
+
+// Whether `expected` appear in `lines` in this order, each line whole; a
+// trailing "..." matches any rest of the line.
+bool in_order(const QStringList& lines, const QStringList& expected)
+{
+    int at = 0;
+    for (const QString& want : expected) {
+        const bool prefix = want.endsWith("...");
+        const QString head = prefix ? want.chopped(3) : want;
+        while (at < lines.size() && !(prefix ? lines[at].startsWith(head) : lines[at] == want))
+            ++at;
+        if (at == lines.size())
+            return false;
+        ++at;
+    }
+    return true;
+}
+
+} // namespace
+
+class test_app : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir dir_;
+    QString app_; // a copy with no plug-in module beside it
+
+    QString fill(QString text) const
+    {
+        return text.replace("@echo", ECHO_PLUGIN_PATH).replace("@dir", dir_.path());
+    }
+
+    run_result launch(const QStringList& args) const
+    {
+        QStringList filled;
+        for (const QString& arg : args)
+            filled << fill(arg);
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        env.insert("HOME", dir_.filePath("home"));
+        env.insert("XDG_CONFIG_HOME", dir_.filePath("config"));
+        process.setProcessEnvironment(env);
+        process.setWorkingDirectory(dir_.path());
+        process.start(app_, filled);
+        run_result result;
+        if (!process.waitForFinished(30000)) {
+            process.kill();
+            process.waitForFinished();
+            return result;
+        }
+        result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        result.lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
+        result.errors = QString::fromUtf8(process.readAllStandardError());
+        return result;
+    }
+
+    void write(const QString& name, const QByteArray& text) const
+    {
+        QFile file(dir_.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir_.isValid());
+        QVERIFY(QDir(dir_.path()).mkpath("bin"));
+        app_ = dir_.filePath("bin/quillmarsh-sandbox");
+        QVERIFY(QFile::copy(SANDBOX_APP, app_));
+        write("greet.mel", "global proc string greet(string $who)\n"
+                           "{\n"
+                           "    return (\"hello \" + $who);\n"
+                           "}\n"
+                           "print (greet(\"file\") + \"\\n\");\n");
+        write("start.ma", "//Maya ASCII 2022 scene\n"
+                          "requires maya \"2022\";\n"
+                          "namespace -add \"hero\";\n"
+                          "namespace -add \"cape\" -parent \":hero\";\n"
+                          "createNode transform -n \"hero:body\";\n"
+                          "createNode transform -n \"hero:cape:tip\";\n"
+                          "createNode joint -n \"root\";\n");
+    }
+
+    void scripted_runs_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("expected");
+
+        QTest::newRow("steps in order, echoed")
+            << QStringList{"--mel", "print \"one\\n\"", "--mel", "size(\"abcd\")", "--mel", "print \"two\\n\""}
+            << 0 << QStringList{"print \"one\\n\"", "one", "size(\"abcd\")", "// Result: 4 //", "two"};
+        QTest::newRow("error sets the status, later steps still run")
+            << QStringList{"--mel", "nosuch", "--mel", "print \"after\\n\""} << 1
+            << QStringList{"// Error: line 1: Cannot find procedure \"nosuch\".", "after"};
+        QTest::newRow("idle texts run after their step, before the next")
+            << QStringList{"--mel", "evalDeferred \"print \\\"later\\\\n\\\"\"; print \"now\\n\";", "--mel",
+                           "print \"next\\n\""}
+            << 0 << QStringList{"now", "later", "print \"next\\n\"", "next"};
+        QTest::newRow("error in an idle text counts")
+            << QStringList{"--mel", "evalDeferred \"nosuch\""} << 1
+            << QStringList{"// Error: line 1: Cannot find procedure \"nosuch\"."};
+        QTest::newRow("multi-line script")
+            << QStringList{"--mel", "proc twice(string $s)\n{\n    print ($s + $s + \"\\n\");\n}\ntwice(\"ab\");"}
+            << 0 << QStringList{"abab"};
+        QTest::newRow("plug-in loads before the scene opens")
+            << QStringList{"@dir/start.ma", "--plugin", "@echo", "--mel", "quillEcho events"} << 0
+            << QStringList{"// Result: SceneOpened //"};
+        QTest::newRow("plug-in given is callable")
+            << QStringList{"--plugin", "@echo", "--mel", "print(`quillEcho`)"} << 0 << QStringList{"ready"};
+        QTest::newRow("plug-in given but missing")
+            << QStringList{"--plugin", "@dir/none.so", "--mel", "print \"still\\n\""} << 1
+            << QStringList{"// Error: Plug-in file \"@dir/none.so\" not found.", "still"};
+        QTest::newRow("default plug-in missing only warns")
+            << QStringList{"--mel", "print \"ok\\n\""} << 0
+            << QStringList{"// Warning: No plug-in module at @dir/bin/QuillmarshPicker.so: starting without the picker.",
+                           "ok"};
+        QTest::newRow("mel file, its procedures stay defined")
+            << QStringList{"--mel-file", "@dir/greet.mel", "--mel", "print(greet(\"again\"))"} << 0
+            << QStringList{"hello file", "hello again"};
+        QTest::newRow("mel file missing")
+            << QStringList{"--mel-file", "@dir/none.mel"} << 1
+            << QStringList{"// Error: Could not read MEL file \"@dir/none.mel\"..."};
+        QTest::newRow("scene missing")
+            << QStringList{"@dir/none.ma", "--mel", "print \"on\\n\""} << 1
+            << QStringList{"// Error: Could not open file \"@dir/none.ma\"...", "on"};
+        QTest::newRow("scene cannot be saved")
+            << QStringList{"--save-scene", "@dir/no/such/folder/a.ma"} << 1
+            << QStringList{"// Error: Could not write \"@dir/no/such/folder/a.ma\"..."};
+    }
+
+    void scripted_runs()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, status);
+        QFETCH(QStringList, expected);
+        run_result run = launch(args << "--quit");
+        QStringList wanted;
+        for (const QString& line : expected)
+            wanted << fill(line);
+        QVERIFY2(in_order(run.lines, wanted), qPrintable(run.lines.join('\n') + run.errors));
+        QCOMPARE(run.status, status);
+    }
+
+    void bad_command_lines_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("unknown option") << QStringList{"--frobnicate", "--quit"} << "unknown option --frobnicate";
+        QTest::newRow("value missing at the end") << QStringList{"--quit", "--mel"} << "--mel needs a value";
+        QTest::newRow("option where the value belongs")
+            << QStringList{"--screenshot", "--quit"} << "--screenshot needs a value";
+        QTest::newRow("two scenes") << QStringList{"a.ma", "b.ma", "--quit"} << "only one scene";
+    }
+
+    void bad_command_lines()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QString, message);
+        run_result run = launch(args);
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.errors.contains(message), qPrintable(run.errors));
+        QCOMPARE(run.lines.join(QString()), QString()); // nothing ran
+    }
+
+    void scene_round_trip()
+    {
+        const QString nodes = "// Result: hero:body hero:cape:tip root //";
+        run_result first = launch({"@dir/start.ma", "--mel", "ls", "--save-scene", "@dir/saved.ma", "--quit"});
+        QVERIFY2(in_order(first.lines, {nodes}), qPrintable(first.lines.join('\n')));
+        QCOMPARE(first.status, 0);
+
+        run_result again = launch({"@dir/saved.ma", "--mel", "ls", "--mel", "ls -type joint", "--quit"});
+        QVERIFY2(in_order(again.lines, {nodes, "// Result: root //"}), qPrintable(again.lines.join('\n')));
+        QCOMPARE(again.status, 0);
+    }
+
+    void screenshot()
+    {
+        run_result run = launch({"--mel", "createNode transform -n shot", "--screenshot", "@dir/shot.png", "--quit"});
+        QCOMPARE(run.status, 0);
+        QImage shot(dir_.filePath("shot.png"));
+        QVERIFY(!shot.isNull());
+        QVERIFY2(shot.width() >= 600 && shot.height() >= 400 && shot.width() <= 4000 && shot.height() <= 3000,
+                 qPrintable(QString("%1x%2").arg(shot.width()).arg(shot.height())));
+        // A blank grab would be one or two colours; a drawn window has text.
+        QSet<QRgb> colours;
+        for (int y = 0; y < shot.height(); y += 3)
+            for (int x = 0; x < shot.width(); x += 3)
+                colours.insert(shot.pixel(x, y));
+        QVERIFY2(colours.size() > 20, qPrintable(QString::number(colours.size())));
+    }
+};
+
+QTEST_GUILESS_MAIN(test_app)
+#include "test_app.moc"
