@@ -25,3 +25,6 @@ add_test(NAME demo_is_current COMMAND ${CMAKE_COMMAND} -DMAKE_DEMO=$<TARGET_FILE
          -DSOURCE=${CMAKE_SOURCE_DIR}/examples/demo -DOUT=${CMAKE_CURRENT_BINARY_DIR}/demo
          -P ${CMAKE_CURRENT_SOURCE_DIR}/check_demo.cmake)
 set_tests_properties(demo_is_current PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+
+quill_test(test_gestures SOURCES test_gestures.cpp LIBS picker_ui)
+quill_test(test_edit SOURCES test_edit.cpp LIBS picker_ui)

@@ -73,6 +73,7 @@ picker_view::picker_view(picker_window* w)
 {
     init_picker_resources();
     setMouseTracking(true);
+    make_menu();
     zoomTimer.setSingleShot(false);
     connect(&zoomTimer, SIGNAL(timeout()), this, SLOT(animate_zoom()));
 }
@@ -80,6 +81,8 @@ picker_view::picker_view(picker_window* w)
 picker_view::~picker_view()
 {
     delete mouseCmd;
+    delete editCursor;
+    delete addManyCursor;
 }
 
 // ----- Coordinates
@@ -328,14 +331,21 @@ void picker_view::set_button_label(buttonRecord& r, const QString& label)
     update();
 }
 
+// Width and height alone are stored as given (an edit may set 0); only the
+// size setters keep them at least 1.
 void picker_view::set_button_width(buttonRecord& r, int w)
 {
-    set_button_size(r, w, r.height);
+    r.size = w;
+    r.width = w;
+    make_button_label(r, &r);
+    update();
 }
 
 void picker_view::set_button_height(buttonRecord& r, int h)
 {
-    set_button_size(r, r.width, h);
+    r.height = h;
+    make_button_label(r, &r);
+    update();
 }
 
 void picker_view::set_button_size(buttonRecord& r, int s)
@@ -372,6 +382,49 @@ bool picker_view::conform_to_set(const button_set& set)
         r.selected = state;
     }
     return changed;
+}
+
+bool picker_view::conform_to_selection()
+{
+    return conform_to_set(button_set::fromStringList(picker_window::selection_));
+}
+
+bool picker_view::conform_to_selected()
+{
+    button_set set;
+    for (const buttonRecord& r : buttons)
+        for (int i = 0; i < r.names.size() && i < r.nameFlags.size(); ++i)
+            if (r.nameFlags[i])
+                set.append(r.names[i]);
+    return conform_to_set(set);
+}
+
+void picker_view::clear_selected()
+{
+    for (buttonRecord& r : buttons)
+        r.unselect(false);
+}
+
+void picker_view::select_list(const QVector<int>& indices, bool quiet)
+{
+    for (int i : indices)
+        if (i >= 0 && i < buttons.size())
+            buttons[i].select(quiet);
+}
+
+QList<buttonAttributes> picker_view::getButtons() const
+{
+    QList<buttonAttributes> list;
+    for (const buttonRecord& r : buttons)
+        if (r.selected & 1)
+            list.append(r);
+    return list;
+}
+
+void picker_view::update_label(buttonRecord& r)
+{
+    make_button_label(r, &r);
+    update();
 }
 
 void picker_view::refresh()

@@ -12,10 +12,16 @@
 #include <QRectF>
 #include <QTimer>
 #include <QUndoStack>
+#include <QKeySequence>
 #include <QWidget>
 
 class QDataStream;
 class QKeyEvent;
+class QMenu;
+class QMouseEvent;
+class QWheelEvent;
+class QCursor;
+class QAction;
 class picker_mouse_cmd;
 class picker_window;
 
@@ -69,6 +75,19 @@ public:
     // Sets every button's name flags and state from the set; true when any
     // button's shown state changed.
     bool conform_to_set(const button_set& set);
+    // Conforms to the host selection as the window knows it.
+    bool conform_to_selection();
+    // Conforms to the names the view's buttons have selected, so buttons
+    // sharing a name light together.
+    bool conform_to_selected();
+    // Unselects every button, passing each selected name to the host hook.
+    void clear_selected();
+    // Selects the buttons at the indices (quietly: the host is not told).
+    void select_list(const QVector<int>& indices, bool quiet);
+    // The attributes of the selected buttons, in list order.
+    QList<buttonAttributes> getButtons() const;
+    // Re-renders a button's label, after its colour changed.
+    void update_label(buttonRecord& r);
 
     // Repaints the whole canvas.
     void refresh();
@@ -80,6 +99,22 @@ public:
     // ----- Gestures
     void addMouseCommand(picker_mouse_cmd* command);
     picker_mouse_cmd* mouseCommand() const { return mouseCmd; }
+
+    // ----- Hit tests: the first match in list order (the one painted underneath)
+    buttonRecord* find_button(const QPoint& widgetPos);
+    int find_button_index(const QPoint& widgetPos) const;
+    buttonRecord* find_button_from_label(const QString& label);
+    int find_button_index_from_label(const QString& label) const;
+    buttonRecord* find_button_from_object(const QString& name);
+    int find_button_index_from_object(const QString& name) const;
+    // Selects (or with additive only adds) the buttons meeting a widget rectangle.
+    bool select_bounds(const QRect& widgetRect, bool additive);
+
+    // Runs a command button's script in the host, when it is idle.
+    void do_button_action(const buttonAttributes& a);
+    void nudge_buttons(int dx, int dy);
+    void adjustCursor(bool force);
+    QMenu* contextMenu() const { return menu; }
 
     // ----- Streams: the button list of this view
     void streamTo(QDataStream& out) const;
@@ -121,10 +156,31 @@ public slots:
     void reset_view();
     void frame_view();
     void change_background();
+    void add_one_button();
+    void add_many_buttons();
+    void update_button();
+    void delete_button();
+    void add_command_button();
+    void align_horizontal();
+    void align_vertical();
+    void distribute_horizontal();
+    void distribute_vertical();
+    void adjust_size_up();
+    void adjust_size_down();
+    void nudge_left();
+    void nudge_right();
+    void nudge_up();
+    void nudge_down();
 
 protected:
     void paintEvent(QPaintEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseMoveEvent(QMouseEvent* e) override;
+    void mouseReleaseEvent(QMouseEvent* e) override;
+    void wheelEvent(QWheelEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
+    void keyReleaseEvent(QKeyEvent* e) override;
 
     void draw_buttons(QPainter& painter, const QRect& exposed);
     void draw_one_button(QPainter& painter, const buttonRecord& r);
@@ -132,6 +188,23 @@ protected:
     void draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre);
 
 private:
+    void make_menu();
+    void show_context_menu(QMouseEvent* e);
+    QAction* make_action(const QString& text, const char* slot, QList<QKeySequence> keys = {});
+
+    QPoint pressPoint;
+    QPoint hoverPoint;
+    QString tooltipText;
+    QMenu* menu = nullptr;
+    QAction* addOneAction = nullptr;
+    QAction* addManyAction = nullptr;
+    QAction* updateAction = nullptr;
+    QAction* deleteAction = nullptr;
+    QAction* commandAction = nullptr;
+    QCursor* editCursor = nullptr;
+    QCursor* addManyCursor = nullptr;
+    int modeWord = 0;
+    buttonRecord* hitButton = nullptr;
     QString filePath;
     QUndoStack undo;
     QTimer zoomTimer;

@@ -1,5 +1,8 @@
 #include "window/picker_window.h"
 
+#include "edit/button_commands.h"
+#include "edit/clipboard.h"
+#include "edit/property_commands.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "view/picker_view.h"
@@ -137,20 +140,20 @@ void picker_window::make_menus()
     redoAction = add_item(editMenu, tr("Redo"), SLOT(do_redo()));
     setWidgetShortcut(redoAction, QKeySequence("Shift+Ctrl+Z"));
     editMenu->addSeparator();
-    cutAction = add_item(editMenu, tr("Cut"), nullptr);
+    cutAction = add_item(editMenu, tr("Cut"), SLOT(cut_buttons()));
     setWidgetShortcut(cutAction, QKeySequence("Ctrl+X"));
-    copyAction = add_item(editMenu, tr("Copy"), nullptr);
+    copyAction = add_item(editMenu, tr("Copy"), SLOT(copy_buttons()));
     setWidgetShortcut(copyAction, QKeySequence("Ctrl+C"));
-    pasteAction = add_item(editMenu, tr("Paste"), nullptr);
+    pasteAction = add_item(editMenu, tr("Paste"), SLOT(paste_buttons()));
     setWidgetShortcut(pasteAction, QKeySequence("Ctrl+V"));
-    pasteInPlaceAction = add_item(editMenu, tr("Paste in Place"), nullptr);
+    pasteInPlaceAction = add_item(editMenu, tr("Paste in Place"), SLOT(paste_inplace_buttons()));
     setWidgetShortcut(pasteInPlaceAction, QKeySequence("Shift+Ctrl+V"));
     editMenu->addSeparator();
     toolboxAction = add_item(editMenu, "Hide Toolbox", SLOT(toggle_toolbox()));
 
-    addOneAction = add_item(pickerMenu, "Add One Button", nullptr);
-    addManyAction = add_item(pickerMenu, "Add Many Buttons", nullptr);
-    updateAction = add_item(pickerMenu, "Update Button", nullptr);
+    addOneAction = add_item(pickerMenu, "Add One Button", SLOT(add_one_button()));
+    addManyAction = add_item(pickerMenu, "Add Many Buttons", SLOT(add_many_buttons()));
+    updateAction = add_item(pickerMenu, "Update Button", SLOT(update_button()));
     pickerMenu->addSeparator();
     backgroundAction = add_item(pickerMenu, "Change Background...", SLOT(change_background()));
     namespaceAction = add_item(pickerMenu, "Change Namespace...", SLOT(change_namespace()));
@@ -264,6 +267,58 @@ void picker_window::rename_tab()
 }
 
 // ----- Forwarding
+
+void picker_window::add_one_button()
+{
+    picker_view* view = frontPicker();
+    if (!view || selection_.isEmpty())
+        return;
+    view->add_one_button();
+    view->frame_view();
+}
+
+void picker_window::add_many_buttons()
+{
+    picker_view* view = frontPicker();
+    if (!view || selection_.isEmpty())
+        return;
+    view->add_many_buttons();
+    view->frame_view();
+}
+
+void picker_window::update_button()
+{
+    picker_view* view = frontPicker();
+    if (view && !selection_.isEmpty())
+        view->update_button();
+}
+
+void picker_window::cut_buttons()
+{
+    picker_view* view = frontPicker();
+    if (!view || !view->any_selected())
+        return;
+    auto* command = new cut_buttons_cmd(view);
+    copyButtonsToClipboard(command->buttons());
+    view->undoStack()->push(command);
+}
+
+void picker_window::copy_buttons()
+{
+    picker_view* view = frontPicker();
+    if (view && view->any_selected())
+        copyButtonsToClipboard(view->getButtons());
+}
+
+void picker_window::paste_buttons()
+{
+    handle_paste(frontPicker(), false);
+}
+
+void picker_window::paste_inplace_buttons()
+{
+    handle_paste(frontPicker(), true);
+}
 
 void picker_window::change_background()
 {
@@ -567,6 +622,7 @@ void picker_window::make_toolbox()
 
     labelEdit = new QLineEdit;
     labelEdit->setToolTip("Button Label");
+    connect(labelEdit, SIGNAL(editingFinished()), this, SLOT(set_button_label()));
 
     toolboxLayout = new QHBoxLayout;
     toolboxLayout->addSpacing(8);
@@ -615,6 +671,24 @@ void picker_window::toggle_toolbox()
     toolboxAction->setText("Show Toolbox");
 }
 
+void picker_window::set_button_color(QRgb which)
+{
+    if (colorButton)
+        colorButton->setIcon(make_icon(which));
+    picker_view* view = frontPicker();
+    if (view && view->any_selected())
+        view->undoStack()->push(new change_color_cmd(view, which));
+}
+
+void picker_window::set_label_color(QRgb which)
+{
+    if (labelColorButton)
+        labelColorButton->setIcon(make_icon(which));
+    picker_view* view = frontPicker();
+    if (view && view->any_selected())
+        view->undoStack()->push(new change_labelc_cmd(view, which));
+}
+
 void picker_window::set_button_width(QAction* action)
 {
     if (widthButton)
@@ -622,6 +696,9 @@ void picker_window::set_button_width(QAction* action)
     bool ok = false;
     int value = action->text().toInt(&ok, 10);
     toolboxState.width = ok ? value : 10;
+    picker_view* view = frontPicker();
+    if (view && view->any_selected())
+        view->undoStack()->push(new change_width_cmd(view, currentWidth()));
 }
 
 void picker_window::set_button_height(QAction* action)
@@ -631,6 +708,18 @@ void picker_window::set_button_height(QAction* action)
     bool ok = false;
     int value = action->text().toInt(&ok, 10);
     toolboxState.height = ok ? value : 10;
+    picker_view* view = frontPicker();
+    if (view && view->any_selected())
+        view->undoStack()->push(new change_height_cmd(view, currentHeight()));
+}
+
+void picker_window::set_button_label()
+{
+    picker_view* view = frontPicker();
+    if (!view || !view->any_selected() || !labelEdit)
+        return;
+    view->undoStack()->push(new change_label_cmd(view, labelEdit->text()));
+    labelEdit->clearFocus();
 }
 
 void picker_window::updateControls()

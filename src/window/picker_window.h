@@ -101,10 +101,16 @@ public:
     QSize minimumSizeHint() const override;
 
 public slots:
+    void set_button_color(QRgb which);
+    void set_label_color(QRgb which);
     void set_button_width(QAction* action);
     void set_button_height(QAction* action);
+    void set_button_label();
     void toggle_toolbox();
     void about_dialog();
+    void add_one_button();
+    void add_many_buttons();
+    void update_button();
     void change_background();
     void change_namespace();
     void updateEditMenu();
@@ -118,6 +124,10 @@ public slots:
     void updateSceneData();
     void request_save();
     void request_saveas();
+    void cut_buttons();
+    void copy_buttons();
+    void paste_buttons();
+    void paste_inplace_buttons();
     void save_current();
     void saveas_current();
     void new_tab();

@@ -1,0 +1,40 @@
+#include "edit/clipboard.h"
+
+#include "edit/button_commands.h"
+#include "model/picker_stream.h"
+#include "view/picker_view.h"
+
+#include <QByteArray>
+#include <QClipboard>
+#include <QDataStream>
+#include <QGuiApplication>
+#include <QMimeData>
+
+void copyButtonsToClipboard(const QList<buttonAttributes>& buttons)
+{
+    QByteArray payload;
+    {
+        QDataStream out(&payload, QIODevice::WriteOnly);
+        writeButtonAttributes(out, buttons);
+    }
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    clipboard->clear(QClipboard::Clipboard);
+    auto* data = new QMimeData;
+    data->setData(QString::fromLatin1(picker_format::clipboard_mime), payload);
+    clipboard->setMimeData(data, QClipboard::Clipboard);
+}
+
+void handle_paste(picker_view* view, bool inPlace)
+{
+    if (!view)
+        return;
+    const QString format = QString::fromLatin1(picker_format::clipboard_mime);
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
+    if (!data || !data->hasFormat(format))
+        return;
+    const QByteArray payload = data->data(format);
+    QDataStream in(payload);
+    // Even an unreadable payload becomes an (empty) undo entry: the user
+    // asked for a paste and sees one.
+    view->undoStack()->push(new paste_buttons_cmd(view, readButtonAttributes(in), inPlace));
+}

@@ -1,0 +1,549 @@
+// How a view answers the mouse, the wheel and the keyboard: gestures, the
+// context menu and its actions, hover tooltips and cursors.
+#include "view/picker_view.h"
+
+#include "edit/arrange_command.h"
+#include "edit/button_commands.h"
+#include "edit/property_commands.h"
+#include "model/picker_host.h"
+#include "view/gestures.h"
+#include "window/command_dialog.h"
+#include "window/picker_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QBitmap>
+#include <QCursor>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QWheelEvent>
+
+namespace {
+
+// 32 by 32 cursor pictures: 'X' black, '.' white, anything else transparent.
+const char* const edit_cursor_art[] = {
+    "                                ",
+    " X                              ",
+    " XX                             ",
+    " X.X                            ",
+    " X..X                           ",
+    " X...X                          ",
+    " X....X                         ",
+    " X.....X                        ",
+    " X......X                       ",
+    " X.......X                      ",
+    " X........X                     ",
+    " X.....XXXXX                    ",
+    " X..X..X                        ",
+    " X.X X..X         X             ",
+    " XX  X..X        X.X            ",
+    " X    X..X      X...X           ",
+    "      X..X     XXX.XXX          ",
+    "       XX     X X...X X         ",
+    "             X.XX...XX.X        ",
+    "            X...........X       ",
+    "             X.XX...XX.X        ",
+    "              X X...X X         ",
+    "               XXX.XXX          ",
+    "                X...X           ",
+    "                 X.X            ",
+    "                  X             ",
+};
+
+const char* const add_many_cursor_art[] = {
+    "                                ",
+    " X                              ",
+    " XX                             ",
+    " X.X                            ",
+    " X..X                           ",
+    " X...X                          ",
+    " X....X                         ",
+    " X.....X                        ",
+    " X......X                       ",
+    " X.......X                      ",
+    " X........X                     ",
+    " X.....XXXXX                    ",
+    " X..X..X                        ",
+    " X.X X..X                       ",
+    " XX  X..X                       ",
+    " X    X..X    XXXX XXXX XXXX    ",
+    "      X..X    X..X X..X X..X    ",
+    "       XX     X..X X..X X..X    ",
+    "              XXXX XXXX XXXX    ",
+    "                                ",
+    "                   XXX          ",
+    "                   X.X          ",
+    "                 XXX.XXX        ",
+    "                 X.....X        ",
+    "                 XXX.XXX        ",
+    "                   X.X          ",
+    "                   XXX          ",
+};
+
+template <std::size_t rows>
+QCursor* build_cursor(const char* const (&art)[rows])
+{
+    // Least significant bit first, 4 bytes a row.
+    uchar bits[32 * 4] = {};
+    uchar mask[32 * 4] = {};
+    for (std::size_t y = 0; y < rows && y < 32; ++y) {
+        for (int x = 0; x < 32 && art[y][x]; ++x) {
+            const char c = art[y][x];
+            const int byte = int(y) * 4 + x / 8;
+            const uchar bit = uchar(1u << (x % 8));
+            if (c == 'X' || c == '.')
+                mask[byte] |= bit;
+            if (c == 'X')
+                bits[byte] |= bit;
+        }
+    }
+    QBitmap bitmap = QBitmap::fromData(QSize(32, 32), bits, QImage::Format_MonoLSB);
+    QBitmap maskmap = QBitmap::fromData(QSize(32, 32), mask, QImage::Format_MonoLSB);
+    return new QCursor(bitmap, maskmap, 1, 1);
+}
+
+} // namespace
+
+QCursor* buildEditCursor()
+{
+    return build_cursor(edit_cursor_art);
+}
+
+QCursor* buildAddManyCursor()
+{
+    return build_cursor(add_many_cursor_art);
+}
+
+// ----- Menu and actions
+
+QAction* picker_view::make_action(const QString& text, const char* slot, QList<QKeySequence> keys)
+{
+    QAction* action = new QAction(text, this);
+    if (!keys.isEmpty()) {
+        action->setShortcuts(keys);
+        action->setShortcutContext(Qt::WidgetShortcut);
+    }
+    connect(action, SIGNAL(triggered(bool)), this, slot);
+    addAction(action);
+    return action;
+}
+
+void picker_view::make_menu()
+{
+    menu = new QMenu("Picker", this);
+    addOneAction = make_action("Add One Button", SLOT(add_one_button()));
+    addManyAction = make_action("Add Many Buttons", SLOT(add_many_buttons()));
+    updateAction = make_action("Update Button", SLOT(update_button()));
+    deleteAction = make_action("Delete Button", SLOT(delete_button()), {QKeySequence(Qt::Key_Backspace)});
+    commandAction = make_action("Add Command Button...", SLOT(add_command_button()));
+    QAction* reset = make_action("Reset View", SLOT(reset_view()), {QKeySequence(Qt::Key_H)});
+    QAction* frame = make_action("Frame View", SLOT(frame_view()), {QKeySequence(Qt::Key_F)});
+    menu->addAction(addOneAction);
+    menu->addAction(addManyAction);
+    menu->addAction(updateAction);
+    menu->addAction(deleteAction);
+    menu->addSeparator();
+    menu->addAction(commandAction);
+    menu->addSeparator();
+    menu->addAction(reset);
+    menu->addAction(frame);
+    menu->addSeparator();
+
+    QMenu* arrange = menu->addMenu("Buttons");
+    QAction* a = make_action("Align Horizontally", SLOT(align_horizontal()));
+    a->setIcon(QIcon(":/resources/align-horizontal.png"));
+    arrange->addAction(a);
+    a = make_action("Align Vertically", SLOT(align_vertical()));
+    a->setIcon(QIcon(":/resources/align-vertical.png"));
+    arrange->addAction(a);
+    a = make_action("Distribute Horizontally", SLOT(distribute_horizontal()));
+    a->setIcon(QIcon(":/resources/distribute-horizontal.png"));
+    arrange->addAction(a);
+    a = make_action("Distribute Vertically", SLOT(distribute_vertical()));
+    a->setIcon(QIcon(":/resources/distribute-vertical.png"));
+    arrange->addAction(a);
+    arrange->addSeparator();
+    arrange->addAction(make_action("Increase Size", SLOT(adjust_size_up()),
+                                   {QKeySequence("+"), QKeySequence("="), QKeySequence("Shift++")}));
+    arrange->addAction(make_action("Decrease Size", SLOT(adjust_size_down()), {QKeySequence("-")}));
+
+    make_action("Nudge Left", SLOT(nudge_left()), {QKeySequence(Qt::Key_Left)});
+    make_action("Nudge Right", SLOT(nudge_right()), {QKeySequence(Qt::Key_Right)});
+    make_action("Nudge Up", SLOT(nudge_up()), {QKeySequence(Qt::Key_Up)});
+    make_action("Nudge Down", SLOT(nudge_down()), {QKeySequence(Qt::Key_Down)});
+
+    editCursor = buildEditCursor();
+    addManyCursor = buildAddManyCursor();
+}
+
+void picker_view::show_context_menu(QMouseEvent* e)
+{
+    const bool hostSelection = !picker_window::selection_.isEmpty();
+    buttonRecord* hit = find_button(e->pos());
+    commandAction->setText("Add Command Button...");
+    if (!hit) {
+        updateAction->setEnabled(false);
+        deleteAction->setEnabled(any_selected());
+    } else {
+        if (hit->selected == 1) {
+            updateAction->setEnabled(hit->kind == 0 && hostSelection);
+        } else {
+            // Shown selected in the view only; the host's selection stays.
+            hit->selected = 1;
+            updateAction->setEnabled(hit->kind == 0);
+            update();
+        }
+        if (hit->kind == 1)
+            commandAction->setText("Edit Command Button...");
+        deleteAction->setEnabled(true);
+    }
+    addOneAction->setEnabled(hostSelection);
+    addManyAction->setEnabled(true);
+    menu->exec(e->globalPos(), addOneAction);
+    deleteAction->setEnabled(true);
+    e->accept();
+    setFocus(Qt::MouseFocusReason);
+    adjustCursor(false);
+}
+
+// ----- Hit tests
+
+buttonRecord* picker_view::find_button(const QPoint& widgetPos)
+{
+    int i = find_button_index(widgetPos);
+    return i < 0 ? nullptr : &buttons[i];
+}
+
+int picker_view::find_button_index(const QPoint& widgetPos) const
+{
+    for (int i = 0; i < buttons.size(); ++i) {
+        // Edges included, unlike QRect::contains of a mapped rectangle's size.
+        const QRect r = mapToScreen(buttons[i].bounds);
+        if (widgetPos.x() >= r.left() && widgetPos.x() <= r.left() + r.width() && widgetPos.y() >= r.top() &&
+            widgetPos.y() <= r.top() + r.height())
+            return i;
+    }
+    return -1;
+}
+
+buttonRecord* picker_view::find_button_from_label(const QString& label)
+{
+    int i = find_button_index_from_label(label);
+    return i < 0 ? nullptr : &buttons[i];
+}
+
+int picker_view::find_button_index_from_label(const QString& label) const
+{
+    for (int i = 0; i < buttons.size(); ++i)
+        if (buttons[i].label == label)
+            return i;
+    return -1;
+}
+
+buttonRecord* picker_view::find_button_from_object(const QString& name)
+{
+    int i = find_button_index_from_object(name);
+    return i < 0 ? nullptr : &buttons[i];
+}
+
+int picker_view::find_button_index_from_object(const QString& name) const
+{
+    for (int i = 0; i < buttons.size(); ++i)
+        if (buttons[i].names.contains(name))
+            return i;
+    return -1;
+}
+
+bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
+{
+    bool changed = false;
+    for (buttonRecord& r : buttons) {
+        if (!mapToScreen(r.bounds).intersects(widgetRect))
+            continue;
+        if (additive) {
+            if (r.selected != 1) {
+                r.select(false);
+                changed = true;
+            }
+        } else if (r.selected == 1) {
+            r.unselect(false);
+            changed = true;
+        } else {
+            r.select(false);
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+// ----- Actions
+
+void picker_view::do_button_action(const buttonAttributes& a)
+{
+    if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
+        return;
+    if (a.language == 0)
+        picker_host::instance().run_mel_on_idle(a.names[0]);
+    else if (a.language == 1)
+        picker_host::instance().run_python_on_idle(a.names[0]);
+}
+
+void picker_view::nudge_buttons(int dx, int dy)
+{
+    if (any_selected())
+        undo.push(new nudge_buttons_cmd(this, QPoint(dx, dy)));
+}
+
+void picker_view::nudge_left()
+{
+    nudge_buttons(-1, 0);
+}
+
+void picker_view::nudge_right()
+{
+    nudge_buttons(1, 0);
+}
+
+void picker_view::nudge_up()
+{
+    nudge_buttons(0, -1);
+}
+
+void picker_view::nudge_down()
+{
+    nudge_buttons(0, 1);
+}
+
+void picker_view::adjust_size_up()
+{
+    if (!any_selected())
+        return;
+    undo.push(new adjust_width_cmd(this, 1));
+    undo.push(new adjust_height_cmd(this, 1));
+}
+
+void picker_view::adjust_size_down()
+{
+    if (!any_selected())
+        return;
+    undo.push(new adjust_width_cmd(this, -1));
+    undo.push(new adjust_height_cmd(this, -1));
+}
+
+void picker_view::align_horizontal()
+{
+    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::align_horizontal));
+}
+
+void picker_view::align_vertical()
+{
+    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::align_vertical));
+}
+
+void picker_view::distribute_horizontal()
+{
+    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::distribute_horizontal));
+}
+
+void picker_view::distribute_vertical()
+{
+    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::distribute_vertical));
+}
+
+void picker_view::add_one_button()
+{
+    undo.push(new add_button_cmd(this, pressPoint, "Add One Button"));
+}
+
+void picker_view::add_many_buttons()
+{
+    if (mouseCmd) {
+        picker_mouse_cmd* held = mouseCmd;
+        mouseCmd = nullptr;
+        held->finish();
+        delete held;
+    }
+    mouseCmd = new add_manybuttons_cmd(this);
+    adjustCursor(true);
+}
+
+void picker_view::update_button()
+{
+    if (!any_selected())
+        return;
+    undo.push(new update_buttons_cmd(this, hitButton, picker_window::selection_));
+}
+
+void picker_view::delete_button()
+{
+    if (any_selected())
+        undo.push(new delete_buttons_cmd(this));
+}
+
+void picker_view::add_command_button()
+{
+    buttonRecord* b = find_button(pressPoint);
+    if (b && b->kind == 1) {
+        // Editing a command button in place is not an undo step.
+        buttonAttributes copy = *b;
+        if (picker_editCmdDialog::do_dialog(this, &copy)) {
+            static_cast<buttonAttributes&>(*b) = copy;
+            make_button_label(*b, b);
+            signal_changed();
+            update();
+        }
+        return;
+    }
+    auto* command = new add_button_cmd(this, pressPoint, "Add Command Button", 0, QString(), QString());
+    if (picker_editCmdDialog::do_dialog(this, &command->attributes()))
+        undo.push(command);
+    else
+        delete command;
+}
+
+// ----- Events
+
+void picker_view::mousePressEvent(QMouseEvent* e)
+{
+    pressPoint = e->pos();
+    hitButton = nullptr;
+    adjustCursor(false);
+    const int modifiers = int(e->modifiers());
+
+    if (mouseCmd) {
+        auto* many = dynamic_cast<add_manybuttons_cmd*>(mouseCmd);
+        if (many) {
+            many->setActive(true);
+            many->update(e->pos(), modifiers);
+            e->accept();
+            return;
+        }
+        picker_mouse_cmd* held = mouseCmd;
+        mouseCmd = nullptr;
+        held->finish();
+        delete held;
+    }
+
+    const Qt::MouseButtons held = e->buttons();
+    const bool ctrlOnly = e->modifiers() == Qt::ControlModifier;
+    if (!(e->modifiers() & Qt::AltModifier)) {
+        if (window)
+            window->setFocus(Qt::ActiveWindowFocusReason);
+        if (held == Qt::LeftButton) {
+            if (overlays.banner()->click(e->pos())) {
+                e->accept();
+                return;
+            }
+            int index = find_button_index(e->pos());
+            hitButton = index < 0 ? nullptr : &buttons[index];
+            if (index < 0 || ctrlOnly || buttons[index].kind == 0)
+                mouseCmd = new select_button_cmd(this, e->pos(), modifiers);
+            else
+                mouseCmd = new track_button_cmd(this, e->pos(), index);
+            e->accept();
+        } else if (held == Qt::RightButton) {
+            hitButton = find_button(e->pos());
+            show_context_menu(e);
+        } else if (held == Qt::MiddleButton) {
+            mouseCmd = new shift_picker_cmd(this, e->pos());
+            e->accept();
+        } else {
+            e->ignore();
+        }
+        return;
+    }
+    if (held == Qt::RightButton || held == (Qt::LeftButton | Qt::MiddleButton)) {
+        mouseCmd = new zoom_picker_cmd(this, e->pos());
+        e->accept();
+    } else if (held == Qt::MiddleButton) {
+        mouseCmd = new shift_picker_cmd(this, e->pos());
+        e->accept();
+    } else {
+        e->ignore();
+    }
+}
+
+void picker_view::mouseMoveEvent(QMouseEvent* e)
+{
+    if (mouseCmd) {
+        mouseCmd->update(e->pos(), int(e->modifiers()));
+        e->accept();
+        return;
+    }
+    e->ignore();
+    if (e->pos() == hoverPoint)
+        return;
+    hoverPoint = e->pos();
+    const buttonRecord* hit = find_button(e->pos());
+    if (!hit || hit->kind != 0) {
+        if (!tooltipText.isEmpty()) {
+            tooltipText.clear();
+            setToolTip(QString());
+        }
+        return;
+    }
+    const QStringList& names = hit->names;
+    QString text;
+    if (names.size() < 5) {
+        text = names.join('\n');
+    } else {
+        for (int i = 0; i < 3; ++i)
+            text += names[i] + '\n';
+        text += QString("...and %1 more").arg(names.size() - 3);
+    }
+    tooltipText = text;
+    if (toolTip() != text)
+        setToolTip(text);
+}
+
+void picker_view::mouseReleaseEvent(QMouseEvent* e)
+{
+    if (!mouseCmd) {
+        e->ignore();
+        return;
+    }
+    picker_mouse_cmd* command = mouseCmd;
+    mouseCmd = nullptr;
+    command->update(e->pos(), int(e->modifiers()));
+    command->finish();
+    delete command;
+    e->accept();
+}
+
+void picker_view::wheelEvent(QWheelEvent* e)
+{
+    if (e->buttons() != Qt::NoButton)
+        return;
+    // One step fewer than the notches: a delta under 120 does nothing.
+    int steps = e->angleDelta().y() / 60;
+    setZoom(step_zoom(float(zoom), steps), e->position().toPoint());
+    e->accept();
+}
+
+void picker_view::keyPressEvent(QKeyEvent* e)
+{
+    adjustCursor(false);
+    QWidget::keyPressEvent(e);
+}
+
+void picker_view::keyReleaseEvent(QKeyEvent* e)
+{
+    adjustCursor(false);
+    QWidget::keyReleaseEvent(e);
+}
+
+void picker_view::adjustCursor(bool force)
+{
+    const Qt::KeyboardModifiers mods = QApplication::keyboardModifiers();
+    const int mode = ((mods & Qt::ControlModifier) ? 1 : 0) | ((mods & Qt::ShiftModifier) ? 2 : 0);
+    if (mode == modeWord && !force)
+        return;
+    modeWord = mode;
+    if (mods & Qt::ControlModifier)
+        setCursor(*editCursor);
+    else if (dynamic_cast<add_manybuttons_cmd*>(mouseCmd))
+        setCursor(*addManyCursor);
+    else
+        setCursor(Qt::ArrowCursor);
+}
