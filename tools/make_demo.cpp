@@ -214,7 +214,9 @@ int main(int argc, char** argv)
         window->tabs()->setTabText(window->tabs()->currentIndex(), ns);
         picker_view* view = window->frontPicker();
         QPixmap pixmap(picture);
-        view->setBackground(QString::number(pixmap.cacheKey()), pixmap);
+        // A named key rather than the pixmap's cache key keeps the scene the
+        // same from one build to the next.
+        view->setBackground(ns + "_background", pixmap);
         window->setImageData(view);
         fill_picker(view, ns);
     }
