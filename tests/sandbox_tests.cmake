@@ -16,6 +16,7 @@ add_dependencies(test_app quillmarsh-sandbox quillEcho)
 # The plug-in's code linked in, loaded through its entry points.
 quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+target_compile_definitions(test_plugin PRIVATE SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 
 # The window alone, with a real MEL evaluator to run what it sends.
 quill_test(test_window SOURCES test_window.cpp LIBS picker_ui maya_sandbox_host)

@@ -11,6 +11,7 @@
 #include <QTextEdit>
 #include <QTabWidget>
 #include <QUndoStack>
+#include <QStandardPaths>
 #include <QtTest>
 
 namespace {
@@ -84,6 +85,8 @@ class test_gestures : public QObject {
     int scene_writes() const { return host->mel.filter("fileInfo \"QuillmarshPickerData\"").size(); }
 
 private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
     void init()
     {
         picker_window::selection_.clear();

@@ -16,6 +16,7 @@
 #include <QMainWindow>
 #include <QScreen>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -116,6 +117,7 @@ class test_plugin : public QObject {
 private slots:
     void initTestCase()
     {
+        QStandardPaths::setTestModeEnabled(true); // settings stay out of the user's folder
         main.resize(300, 200);
         h.set_main_window(&main);
         load();
@@ -327,6 +329,45 @@ private slots:
             QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
         else
             QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"cut"});
+    }
+
+    void demo_scene_is_what_its_script_builds()
+    {
+        // What a scene's pickers hold, background keys aside.
+        auto snapshot = [this] {
+            QStringList out;
+            QTabWidget* tabs = window()->tabs();
+            for (int i = 0; i < tabs->count(); ++i) {
+                auto* view = qobject_cast<picker_view*>(tabs->widget(i));
+                out << QString("tab %1 background %2x%3").arg(tabs->tabText(i)).arg(view->background.width())
+                           .arg(view->background.height());
+                for (const buttonRecord& r : view->buttons)
+                    out << QString("%1,%2 %3x%4 k%5 l%6 %7 %8 '%9' %10")
+                               .arg(r.pos.x()).arg(r.pos.y()).arg(r.width).arg(r.height).arg(r.kind)
+                               .arg(r.language).arg(r.color & 0xffffff, 6, 16).arg(r.labelColor & 0xffffff, 6, 16)
+                               .arg(r.label, r.names.join(' '));
+            }
+            return out;
+        };
+        run("QuillmarshPicker");
+        h.drain_idle();
+        QVERIFY(run(QString("file -f -open \"%1/examples/demo/demo.ma\"").arg(SOURCE_DIR)));
+        h.drain_idle();
+        const QStringList stored = snapshot();
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick"}));
+        QCOMPARE(h.nodes().size(), 88);
+
+        QFile script(QString("%1/examples/demo/build_demo.mel").arg(SOURCE_DIR));
+        QVERIFY(script.open(QIODevice::ReadOnly));
+        QVERIFY(run(QString::fromUtf8(script.readAll())));
+        QVERIFY(run(QString("quillmarshBuildDemo(\"%1/examples/demo/images\")").arg(SOURCE_DIR)));
+        h.drain_idle();
+        QCOMPARE(h.error_count(), 0);
+        const QStringList built = snapshot();
+        QCOMPARE(built.size(), stored.size());
+        for (int i = 0; i < built.size(); ++i)
+            QCOMPARE(built[i], stored[i]);
+        QCOMPARE(window()->tabs()->currentIndex(), 0);
     }
 
     void array_among_arguments_cannot_be_parsed()

@@ -11,6 +11,7 @@
 
 #include <QAction>
 #include <QTabWidget>
+#include <QStandardPaths>
 #include <QtTest>
 
 namespace {
@@ -44,6 +45,8 @@ class test_window : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
     void init() { picker_window::selection_.clear(); }
 
     void post_selection_sends_only_object_names_data()

@@ -67,19 +67,19 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"rename_tab", &picker_main::rename_tab},
     {"query_tabs", &picker_main::query_tabs},
     {"set_tab", &picker_main::set_tab},
-    {"add_button", &picker_main::button_directive},
-    {"add_cmd_button", &picker_main::button_directive},
-    {"move_button", &picker_main::button_directive},
-    {"rename_button", &picker_main::button_directive},
-    {"update_button", &picker_main::button_directive},
-    {"delete_button", &picker_main::button_directive},
-    {"query_button", &picker_main::button_directive},
-    {"get_button_bounds", &picker_main::button_directive},
-    {"resize_button", &picker_main::button_directive},
-    {"color_button", &picker_main::button_directive},
-    {"color_button_text", &picker_main::button_directive},
-    {"get_button_properties", &picker_main::button_directive},
-    {"set_button_properties", &picker_main::button_directive},
+    {"add_button", &picker_main::add_button},
+    {"add_cmd_button", &picker_main::add_cmd_button},
+    {"move_button", &picker_main::move_button},
+    {"rename_button", &picker_main::rename_button},
+    {"update_button", &picker_main::update_button},
+    {"delete_button", &picker_main::delete_button},
+    {"query_button", &picker_main::query_button},
+    {"get_button_bounds", &picker_main::get_button_bounds},
+    {"resize_button", &picker_main::resize_button},
+    {"color_button", &picker_main::color_button},
+    {"color_button_text", &picker_main::color_button_text},
+    {"get_button_properties", &picker_main::get_button_properties},
+    {"set_button_properties", &picker_main::set_button_properties},
     {"get_namespaces", &picker_main::get_namespaces},
     {"enable_batch_mode", &picker_main::enable_batch_mode},
     {"disable_batch_mode", &picker_main::disable_batch_mode},
@@ -485,27 +485,44 @@ MStatus picker_main::disable_batch_mode(const MStringArray&)
 
 // ----- Namespace and button directives
 
-MStatus picker_main::bind_picker(const MStringArray&)
+MStatus picker_main::bind_picker(const MStringArray& args)
 {
+    picker_window* w = picker();
+    if (picker_view* view = w ? w->frontPicker() : nullptr) {
+        QStringList names = MStringArrayToQStringList(args);
+        view->rebind(names, false);
+    }
     return MStatus::kSuccess;
 }
 
-MStatus picker_main::rebind_picker(const MStringArray&)
+MStatus picker_main::rebind_picker(const MStringArray& args)
 {
+    picker_window* w = picker();
+    if (picker_view* view = w ? w->frontPicker() : nullptr) {
+        QStringList names = MStringArrayToQStringList(args);
+        view->rebind(names, true);
+    }
     return MStatus::kSuccess;
 }
 
-MStatus picker_main::update_namespace(const MStringArray&)
+MStatus picker_main::update_namespace(const MStringArray& args)
 {
+    if (picker_view* view = current_view())
+        view->update_namespace(MStringArrayToQStringList(args));
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::get_namespaces(const MStringArray&)
 {
-    return MStatus::kSuccess;
-}
-
-MStatus picker_main::button_directive(const MStringArray&)
-{
+    picker_view* view = current_view();
+    if (!view)
+        return MStatus::kSuccess;
+    QStringList names;
+    view->collectCurrentNamespace(names);
+    names.removeAll(QString());
+    if (names.isEmpty())
+        names << ":";
+    clearResult();
+    appendToResult(QStringListToMStringArray(names));
     return MStatus::kSuccess;
 }

@@ -80,7 +80,20 @@ private:
     MStatus enable_batch_mode(const MStringArray& args);
     MStatus disable_batch_mode(const MStringArray& args);
     MStatus open(const MStringArray& args);
-    MStatus button_directive(const MStringArray& args);
+    MStatus add_button(const MStringArray& args);
+    MStatus add_cmd_button(const MStringArray& args);
+    MStatus move_button(const MStringArray& args);
+    MStatus rename_button(const MStringArray& args);
+    MStatus update_button(const MStringArray& args);
+    MStatus delete_button(const MStringArray& args);
+    MStatus query_button(const MStringArray& args);
+    MStatus get_button_bounds(const MStringArray& args);
+    MStatus resize_button(const MStringArray& args);
+    MStatus color_button(const MStringArray& args);
+    MStatus color_button_text(const MStringArray& args);
+    MStatus get_button_properties(const MStringArray& args);
+    MStatus set_button_properties(const MStringArray& args);
+    MStatus color_directive(const MStringArray& args, bool label);
 
     using handler = MStatus (picker_main::*)(const MStringArray&);
     struct directive_entry {

@@ -116,6 +116,15 @@ public:
     void adjustCursor(bool force);
     QMenu* contextMenu() const { return menu; }
 
+    // ----- Namespaces
+    // The namespaces the selection buttons use, sorted case-insensitively.
+    void collectCurrentNamespace(QStringList& out) const;
+    // Asks the user to bind the picker to the scene's namespaces when it
+    // uses one the scene lacks (always with force).
+    void rebind(QStringList& sceneNamespaces, bool force);
+    // Moves every namespace in use to the first chosen one.
+    void update_namespace(const QStringList& chosen);
+
     // ----- Streams: the button list of this view
     void streamTo(QDataStream& out) const;
     void streamFrom(QDataStream& in, int version);
