@@ -29,3 +29,6 @@ set_tests_properties(demo_is_current PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=off
 
 quill_test(test_gestures SOURCES test_gestures.cpp LIBS picker_ui)
 quill_test(test_edit SOURCES test_edit.cpp LIBS picker_ui)
+
+quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)

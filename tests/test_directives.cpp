@@ -1,0 +1,461 @@
+// Scripting the picker with real MEL in the stand-in host: the button
+// directives, namespace binding and the namespace chooser.
+#include "modal_helper.h"
+#include "model/picker_stream.h"
+#include "plugin/picker_main.h"
+#include "view/namespace_binding.h"
+#include "view/picker_view.h"
+#include "window/namespace_dialog.h"
+#include "window/picker_window.h"
+
+#include <sandbox/host.h>
+
+#include <maya/MObject.h>
+
+#include <QComboBox>
+#include <QMainWindow>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+MStatus initializePlugin(MObject obj);
+MStatus uninitializePlugin(MObject obj);
+
+using sandbox::host;
+
+namespace {
+
+const QStringList all_directives = {
+    "clear", "select", "restore", "fetch_image", "set_background", "clear_background", "bind", "rebind",
+    "update_namespace", "new_tab", "close_tab", "clear_tabs", "rename_tab", "query_tabs", "set_tab",
+    "add_button", "add_cmd_button", "move_button", "rename_button", "update_button", "delete_button",
+    "query_button", "get_button_bounds", "resize_button", "color_button", "color_button_text",
+    "get_button_properties", "set_button_properties", "get_namespaces", "enable_batch_mode",
+    "disable_batch_mode"};
+
+// Every button of the current tab as text, for before/after comparisons.
+QStringList describe(picker_view* view)
+{
+    QStringList out;
+    if (!view)
+        return out;
+    for (const buttonRecord& r : view->buttons)
+        out << QString("%1,%2 %3 %4x%5 k%6 l%7 %8 %9 '%10' [%11]")
+                   .arg(r.pos.x()).arg(r.pos.y()).arg(r.size).arg(r.width).arg(r.height).arg(r.kind)
+                   .arg(r.language).arg(r.color, 0, 16).arg(r.labelColor, 0, 16).arg(r.label)
+                   .arg(r.names.join(','));
+    return out;
+}
+
+} // namespace
+
+class test_directives : public QObject {
+    Q_OBJECT
+
+    host& h = host::instance();
+    QMainWindow main;
+
+    bool run(const QString& mel) { return h.execute(mel); }
+
+    QStringList result(const QString& mel)
+    {
+        mel::value v;
+        bool ok = h.execute(mel, &v);
+        if (!ok)
+            return {"<failed>"};
+        return v.is_none() ? QStringList() : v.to_strings();
+    }
+
+    picker_view* view() { return picker_main::current_view(); }
+
+    // One tab holding rig:arm (label "arm") at (10, 20) and rig:leg at (60, 20).
+    void arm_and_leg()
+    {
+        run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab");
+        run("select -r rig:arm; QuillmarshPicker add_button 10 20 \"arm\";"
+            "select -r rig:leg; QuillmarshPicker add_button 60 20; select -cl;");
+        h.drain_idle();
+        h.clear_output();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        h.set_main_window(&main);
+        QString error;
+        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "QuillmarshPicker.so",
+                                      reinterpret_cast<void*>(&initializePlugin),
+                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+                 qPrintable(error));
+        run("QuillmarshPicker");
+        h.drain_idle();
+    }
+
+    void init()
+    {
+        h.execute("file -f -new");
+        h.clear_output();
+        run("namespace -add rig; createNode transform -n \"rig:arm\" -ss; createNode transform -n \"rig:leg\" -ss;"
+            "createNode transform -n \"rig:hand\" -ss");
+        arm_and_leg();
+    }
+
+    void results_are_exact_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("bounds by label") << "QuillmarshPicker get_button_bounds label arm"
+                                         << QStringList{"-6", "11", "34", "20"};
+        QTest::newRow("bounds by point") << "QuillmarshPicker get_button_bounds x 60 20"
+                                         << QStringList{"56", "16", "10", "10"};
+        QTest::newRow("properties by object")
+            << "QuillmarshPicker get_button_properties object rig:leg"
+            << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("query") << "QuillmarshPicker query_button label arm" << QStringList{"rig:arm"};
+        QTest::newRow("query by point") << "QuillmarshPicker query_button any 12 22" << QStringList{"rig:arm"};
+        QTest::newRow("namespaces") << "QuillmarshPicker get_namespaces" << QStringList{"rig"};
+        QTest::newRow("tabs") << "QuillmarshPicker query_tabs" << QStringList{"Untitled"};
+    }
+
+    void results_are_exact()
+    {
+        QFETCH(QString, command);
+        QFETCH(QStringList, expected);
+        QCOMPARE(result(command), expected);
+    }
+
+    void edits_by_name_and_by_point_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("expected");
+        const QString props = "QuillmarshPicker get_button_properties object rig:leg";
+        QTest::newRow("move by name") << "QuillmarshPicker move_button object rig:leg 100.9 -5.7" << props
+                                      << QStringList{"100", "-5", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("move by point") << "QuillmarshPicker move_button x 60 20 70 30" << props
+                                       << QStringList{"70", "30", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("resize by label") << "QuillmarshPicker resize_button label arm 50 30"
+                                         << "QuillmarshPicker get_button_bounds label arm"
+                                         << QStringList{"-14", "6", "50", "30"};
+        QTest::newRow("resize by point") << "QuillmarshPicker resize_button label 60 20 4 6" << props
+                                         << QStringList{"60", "20", "0", "0", "4", "4", "6", "#b22222", "#000000"};
+        QTest::newRow("color rgb by name") << "QuillmarshPicker color_button object rig:leg 255 128 0" << props
+                                           << QStringList{"60", "20", "0", "0", "10", "10", "10", "#ff8000", "#000000"};
+        QTest::newRow("color name by name") << "QuillmarshPicker color_button object rig:leg \"#00ff00\"" << props
+                                            << QStringList{"60", "20", "0", "0", "10", "10", "10", "#00ff00", "#000000"};
+        QTest::newRow("color rgb by point") << "QuillmarshPicker color_button x 60 20 1 2 3" << props
+                                            << QStringList{"60", "20", "0", "0", "10", "10", "10", "#010203", "#000000"};
+        QTest::newRow("color name by point") << "QuillmarshPicker color_button x 60 20 navy" << props
+                                             << QStringList{"60", "20", "0", "0", "10", "10", "10", "#000080", "#000000"};
+        QTest::newRow("text color") << "QuillmarshPicker color_button_text object rig:leg white" << props
+                                    << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#ffffff"};
+        QTest::newRow("rename") << "QuillmarshPicker rename_button object rig:leg legs"
+                                << "QuillmarshPicker query_button label legs" << QStringList{"rig:leg"};
+        QTest::newRow("rename by point") << "QuillmarshPicker rename_button x 60 20 \"\""
+                                         << "QuillmarshPicker get_button_bounds x 60 20"
+                                         << QStringList{"56", "16", "10", "10"};
+        QTest::newRow("update keeps one object")
+            << "QuillmarshPicker update_button label arm rig:hand"
+            << "QuillmarshPicker query_button label arm" << QStringList{"rig:hand"};
+        QTest::newRow("update by point") << "QuillmarshPicker update_button x 60 20 rig:hand"
+                                         << "QuillmarshPicker query_button x 60 20" << QStringList{"rig:hand"};
+        QTest::newRow("numbers that do not parse are 0")
+            << "QuillmarshPicker move_button object rig:leg abc 7x" << props
+            << QStringList{"0", "7", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("set properties")
+            << "QuillmarshPicker set_button_properties object rig:leg \"L\" 5 6 \"\" 1 \"\" 30 8 \"#102030\" \"#ffffff\""
+            << props << QStringList{"5", "6", "0", "1", "30", "30", "8", "#102030", "#ffffff"};
+        QTest::newRow("set properties, all empty, by point")
+            << "QuillmarshPicker set_button_properties p 60 20 \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\""
+            << props << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("delete by label") << "QuillmarshPicker delete_button label arm"
+                                         << "QuillmarshPicker get_namespaces" << QStringList{"rig"};
+    }
+
+    void edits_by_name_and_by_point()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, query);
+        QFETCH(QStringList, expected);
+        QVERIFY2(run(command), qPrintable(h.output_text()));
+        QCOMPARE(result(query), expected);
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    void delete_and_add()
+    {
+        QVERIFY(run("QuillmarshPicker delete_button x 12 22"));
+        QCOMPARE(view()->buttons.size(), 1);
+        QVERIFY(run("QuillmarshPicker delete_button object rig:leg"));
+        QVERIFY(view()->buttons.isEmpty());
+
+        // Nothing selected in the host: nothing is added, and that is no error.
+        QVERIFY(run("select -cl; QuillmarshPicker add_button 5 5; QuillmarshPicker add_cmd_button 5 5 x mel \"ls\""));
+        QVERIFY(view()->buttons.isEmpty());
+        QVERIFY(run("select -r rig:arm rig:leg; QuillmarshPicker add_button 5 6 both"));
+        QCOMPARE(result("QuillmarshPicker query_button label both"), (QStringList{"rig:arm", "rig:leg"}));
+        QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 py python \"print('x')\""));
+        QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 mel"));
+        QCOMPARE(result("QuillmarshPicker get_button_properties label py").mid(2, 2), (QStringList{"1", "1"}));
+        QCOMPARE(view()->buttons[1].names, QStringList{"print('x')"});
+        QCOMPARE(view()->buttons[2].language, 0);
+        QCOMPARE(view()->buttons[2].names, QStringList{""});
+    }
+
+    void unknown_buttons_fail_with_the_message_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("label") << "QuillmarshPicker query_button label nothing";
+        QTest::newRow("object") << "QuillmarshPicker move_button object rig:nothing 1 1";
+        QTest::newRow("point") << "QuillmarshPicker resize_button x 300 300 4 4";
+        QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x";
+        QTest::newRow("colour") << "QuillmarshPicker color_button label nothing red";
+    }
+
+    void unknown_buttons_fail_with_the_message()
+    {
+        QFETCH(QString, command);
+        const QStringList before = describe(view());
+        QVERIFY(!run(command));
+        QVERIFY(h.output_text().contains("// Error: Couldn't find any matching buttons!"));
+        QCOMPARE(describe(view()), before);
+    }
+
+    void no_tab_is_a_silent_success()
+    {
+        run("QuillmarshPicker clear_tabs");
+        for (const QString& d : all_directives) {
+            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image")
+                continue;
+            QVERIFY2(run("QuillmarshPicker " + d + " label arm 1 2 3"), qPrintable(d));
+        }
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    void junk_arguments_never_crash()
+    {
+        // Every directive, with zero to fourteen arguments of junk: the host
+        // keeps running, and a directive that fails leaves the picker alone.
+        const QStringList junk = {"label", "-1e308", "\"\"", "nan", "99999999999", "\"a b\"", "\";\"",
+                                  "rig:arm", "#zz", "-0", "1.5", "\"\\n\"", "`ls`", "python", "label"};
+        for (const QString& d : all_directives) {
+            if (d == "clear_tabs" || d == "close_tab" || d == "new_tab" || d == "rebind" || d == "bind" ||
+                d == "restore")
+                continue; // these change the tabs whatever the arguments
+            for (int n = 0; n <= 14; ++n) {
+                arm_and_leg();
+                const QStringList before = describe(view());
+                const bool ok = run(QString("QuillmarshPicker %1 %2").arg(d, QStringList(junk.mid(0, n)).join(' ')));
+                if (!ok)
+                    QVERIFY2(describe(view()) == before, qPrintable(QString("%1 with %2").arg(d).arg(n)));
+            }
+        }
+        run("QuillmarshPicker restore junk; QuillmarshPicker bind; QuillmarshPicker update_namespace");
+        QVERIFY(picker_main::window_);
+    }
+
+    void wrong_counts_say_so()
+    {
+        QVERIFY(!run("QuillmarshPicker move_button label arm 5"));
+        QVERIFY(h.output_text().contains("QuillmarshPicker - move_button: wrong number of arguments"));
+        QVERIFY(!run("QuillmarshPicker color_button label"));
+        QVERIFY(!run("QuillmarshPicker add_button 5"));
+        QVERIFY(!run("QuillmarshPicker set_button_properties label arm \"\" \"\" \"\" 7 \"\" \"\" \"\" \"\" \"\" \"\""));
+        QVERIFY(h.output_text().contains("kind must be 0 or 1"));
+    }
+
+    void batch_mode_holds_back_the_scene_write()
+    {
+        h.drain_idle();
+        run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand");
+        QCOMPARE(view()->buttons.size(), 3); // added and painted at once
+        QVERIFY(h.idle_texts().filter("QuillmarshPickerData").isEmpty());
+        run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
+        QCOMPARE(h.idle_texts().filter("QuillmarshPickerData").size(), 1);
+    }
+
+    // ----- Namespaces
+
+    void namespace_prefixes_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("prefixes");
+        QTest::newRow("attribute index") << "rig:arm_ctrl.rotateX[0]" << QStringList{"rig"};
+        QTest::newRow("nested") << "a:b:c" << QStringList{"a:b", "a"};
+        QTest::newRow("colon in brackets") << "rig:mesh.vtx[a:b]" << QStringList{"rig"};
+        QTest::newRow("root") << "arm" << QStringList{};
+    }
+
+    void namespace_prefixes()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, prefixes);
+        QStringList out;
+        extract_namespace(out, name);
+        QCOMPARE(out, prefixes);
+    }
+
+    void rebinding_names_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QStringList>("from");
+        QTest::addColumn<QStringList>("to");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("root into hero") << QStringList{"arm_ctrl"} << 0 << QStringList{":"} << QStringList{"hero:"}
+                                        << QStringList{"hero:arm_ctrl"};
+        QTest::newRow("root stays root") << QStringList{"arm"} << 0 << QStringList{":"} << QStringList{":"}
+                                         << QStringList{"arm"};
+        QTest::newRow("to the root") << QStringList{"rig:arm_ctrl"} << 0 << QStringList{"rig:"} << QStringList{":"}
+                                     << QStringList{"arm_ctrl"};
+        QTest::newRow("renamed") << QStringList{"rig:arm", "other:leg"} << 0 << QStringList{"rig:"}
+                                 << QStringList{"hero:"} << QStringList{"hero:arm", "other:leg"};
+        QTest::newRow("last pair first") << QStringList{"a:b:x"} << 0 << QStringList{"a:", "a:b:"}
+                                         << QStringList{"p:", "q:"} << QStringList{"q:x"};
+        QTest::newRow("script") << QStringList{"select -r rig:arm_ctrl rig:leg_ctrl;"} << 1 << QStringList{"rig:"}
+                                << QStringList{"hero:"} << QStringList{"select -r hero:arm_ctrl hero:leg_ctrl;"};
+        QTest::newRow("script keeps root words") << QStringList{"setAttr arm.tx -1;"} << 1 << QStringList{":"}
+                                                 << QStringList{"hero:"} << QStringList{"setAttr arm.tx -1;"};
+        QTest::newRow("empty script") << QStringList{""} << 1 << QStringList{"rig:"} << QStringList{"hero:"}
+                                      << QStringList{""};
+    }
+
+    void rebinding_names()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(int, kind);
+        QFETCH(QStringList, from);
+        QFETCH(QStringList, to);
+        QFETCH(QStringList, expected);
+        buttonAttributes a;
+        a.kind = kind;
+        a.names = names;
+        if (kind == 0)
+            rebind_picker_button(a, from, to);
+        else
+            rebind_cmd_button(a, from, to);
+        QCOMPARE(a.names, expected);
+    }
+
+    void update_namespace_moves_everything_to_the_first_choice()
+    {
+        run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; createNode transform -n free -ss;"
+            "select -r free; QuillmarshPicker add_button 5 5 f; select -cl");
+        QCOMPARE(result("QuillmarshPicker get_namespaces"), QStringList{":"});
+        run("QuillmarshPicker update_namespace hero");
+        QCOMPARE(result("QuillmarshPicker query_button label f"), QStringList{"hero:free"});
+        run("QuillmarshPicker update_namespace \":\"");
+        QCOMPARE(result("QuillmarshPicker query_button label f"), QStringList{"free"});
+
+        arm_and_leg();
+        run("select -r rig:hand; QuillmarshPicker add_cmd_button 5 5 c mel \"select -r rig:arm rig:leg;\"");
+        run("QuillmarshPicker update_namespace \":\" other");
+        QCOMPARE(result("QuillmarshPicker query_button label arm"), QStringList{"arm"});
+        // In a script the root is written out: ":arm" is the same object.
+        QCOMPARE(view()->buttons[2].names, QStringList{"select -r :arm :leg;"});
+    }
+
+    void chooser_preselects_what_the_scene_has_data()
+    {
+        QTest::addColumn<QString>("current");
+        QTest::addColumn<QStringList>("available");
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<QString>("chosen");
+        QTest::newRow("present") << "rig" << QStringList{"hero", "rig", ":"} << QStringList{"hero", "rig", ":"} << "rig";
+        QTest::newRow("nested") << "rig" << QStringList{"hero", "char1:rig", ":"}
+                                << QStringList{"hero", "char1:rig", ":"} << "char1:rig";
+        QTest::newRow("absent is kept") << "rig" << QStringList{"hero", ":"} << QStringList{"rig", "hero", ":"} << "rig";
+    }
+
+    void chooser_preselects_what_the_scene_has()
+    {
+        QFETCH(QString, current);
+        QFETCH(QStringList, available);
+        QFETCH(QStringList, entries);
+        QFETCH(QString, chosen);
+        picker_editNamespaceDialog dialog(nullptr, {current}, available);
+        QCOMPARE(dialog.pairs().size(), 1);
+        QComboBox* combo = dialog.pairs()[0].choice;
+        QStringList items;
+        for (int i = 0; i < combo->count(); ++i)
+            items << combo->itemText(i);
+        QCOMPARE(items, entries);
+        QCOMPARE(combo->currentText(), chosen);
+    }
+
+    void chooser_ok_cancel_and_empty_choice()
+    {
+        const QStringList before = describe(view());
+        modal_helper::answer_next("Cancel");
+        QVERIFY(!picker_editNamespaceDialog::do_dialog(view(), {"rig"}, {"hero", ":"}));
+        QCOMPARE(describe(view()), before);
+
+        // OK with the absent namespace kept changes nothing.
+        modal_helper::answer_next("OK");
+        QVERIFY(picker_editNamespaceDialog::do_dialog(view(), {"rig"}, {"hero", ":"}));
+        QCOMPARE(describe(view()), before);
+
+        // An empty choice strips the namespace.
+        QTimer::singleShot(20, [] {
+            QWidget* dialog = modal_helper::waiting_dialog();
+            QVERIFY(dialog);
+            dialog->findChild<QComboBox*>()->setEditText(QString());
+            modal_helper::answer(dialog, "OK");
+        });
+        QVERIFY(picker_editNamespaceDialog::do_dialog(view(), {"rig"}, {"hero", ":"}));
+        QCOMPARE(view()->buttons[0].names, QStringList{"arm"});
+    }
+
+    void picker_for_hero_binds_to_sidekick()
+    {
+        // A picker made for hero, opened where only sidekick exists: the
+        // chooser asks, and afterwards a click selects the sidekick's controls.
+        QTemporaryDir dir;
+        QString path = dir.filePath("hero.pkr");
+        {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QDataStream out(&file);
+            out.setVersion(picker_format::pkr_stream_version);
+            pkr_header header;
+            header.name = "hero";
+            write_pkr_header(out, header);
+            buttonAttributes a;
+            a.pos = QPoint(30, 30);
+            a.size = a.width = a.height = 20;
+            a.color = 0xff0000;
+            a.labelColor = 0xffffff;
+            a.names = QStringList{"hero:arm", "hero:leg"};
+            write_button_list(out, {a});
+        }
+        run("file -f -new; namespace -add sidekick;"
+            "createNode transform -n \"sidekick:arm\" -ss; createNode transform -n \"sidekick:leg\" -ss");
+        h.drain_idle();
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(path)));
+        QTimer::singleShot(20, [] {
+            QWidget* dialog = modal_helper::waiting_dialog();
+            QVERIFY(dialog);
+            auto* combo = dialog->findChild<QComboBox*>();
+            QCOMPARE(combo->currentText(), QString("hero")); // absent: kept unless the user says otherwise
+            combo->setCurrentText("sidekick");
+            modal_helper::answer(dialog, "OK");
+        });
+        h.drain_idle(); // the queued "bind" asks
+        QCOMPARE(view()->buttons[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
+
+        QMouseEvent press(QEvent::MouseButtonPress, QPoint(30, 30), view()->mapToGlobal(QPoint(30, 30)),
+                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, QPoint(30, 30), view()->mapToGlobal(QPoint(30, 30)),
+                            Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(view(), &press);
+        QApplication::sendEvent(view(), &release);
+        h.drain_idle();
+        QCOMPARE(h.selection(), (QStringList{"sidekick:arm", "sidekick:leg"}));
+        QCOMPARE(int(view()->buttons[0].selected), 1);
+    }
+};
+
+QTEST_MAIN(test_directives)
+#include "test_directives.moc"
