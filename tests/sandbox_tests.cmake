@@ -32,3 +32,5 @@ quill_test(test_edit SOURCES test_edit.cpp LIBS picker_ui)
 
 quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+
+quill_test(test_menus SOURCES test_menus.cpp LIBS picker_ui)

@@ -6,11 +6,13 @@
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "view/picker_view.h"
+#include "window/color_menu.h"
 #include "window/window_texts.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QCursor>
 #include <QDockWidget>
 #include <QFile>
 #include <QDir>
@@ -93,6 +95,8 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     connect(editMenu, SIGNAL(aboutToShow()), this, SLOT(updateEditMenu()));
     connect(pickerMenu, SIGNAL(aboutToShow()), this, SLOT(updatePickerMenu()));
     connect(tabWidget, SIGNAL(tabCloseRequested(int)), this, SLOT(close_one(int)));
+
+    parse_picker_config(recent_pickers_path());
 }
 
 picker_window::~picker_window()
@@ -596,8 +600,10 @@ void picker_window::make_toolbox()
 {
     colorButton = new QPushButton(make_icon(0xB22222), QString());
     colorButton->setToolTip("Button Color");
+    connect(colorButton, SIGNAL(pressed()), this, SLOT(do_color_menu()));
     labelColorButton = new QPushButton(make_icon(0x000000), QString());
     labelColorButton->setToolTip("Label Color");
+    connect(labelColorButton, SIGNAL(pressed()), this, SLOT(do_labelcolor_menu()));
 
     auto size_button = [this](const QString& tip, const char* slot) {
         QPushButton* button = new QPushButton(QString());
@@ -640,6 +646,18 @@ void picker_window::make_toolbox()
     toolboxLayout->addWidget(labelColorButton);
     toolboxLayout->addSpacing(8);
     toolboxLayout->setStretch(11, 1);
+}
+
+void picker_window::do_color_menu()
+{
+    QColor current = QColor(QRgb(currentColor()));
+    picker_colorMenu::execute_color(this, QCursor::pos(), &current);
+}
+
+void picker_window::do_labelcolor_menu()
+{
+    QColor current = QColor(QRgb(toolboxState.labelColor));
+    picker_colorMenu::execute_bw(this, QCursor::pos(), &current);
 }
 
 bool picker_window::toolboxShown() const

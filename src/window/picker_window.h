@@ -29,6 +29,12 @@ class picker_view;
 QIcon make_icon(unsigned int rgb);
 // Empties a layout, nested layouts included, deleting its widgets.
 void clear_layout(QLayout* layout);
+// Splits a configuration line into tokens: bare words, "double" and 'single'
+// quoted strings and "=", up to a '#' comment. Returns the token count.
+int tokenize(int length, const QString& line, QStringList& tokens);
+// Where the recent-pickers list is kept: recent_pickers.cfg beside the
+// picker's settings.
+QString recent_pickers_path();
 
 class picker_window : public QWidget {
     Q_OBJECT
@@ -90,6 +96,10 @@ public:
     void streamFrom(QDataStream& in);
 
     // ----- Files
+    // Reads "name = path" lines into the recent-pickers entries of the File menu.
+    void parse_picker_config(const QString& path);
+    void add_recent(const QString& name, const QString& path);
+    const QMap<QString, QString>& recentPickers() const { return recent; }
     bool do_save(picker_view* view, const QString& path);
     void load_one_picker(const QString& path);
     void load_pickers(const QStringList& paths);
@@ -108,6 +118,9 @@ public slots:
     void set_button_label();
     void toggle_toolbox();
     void about_dialog();
+    void open_recent_file();
+    void do_color_menu();
+    void do_labelcolor_menu();
     void add_one_button();
     void add_many_buttons();
     void update_button();

@@ -1,0 +1,458 @@
+// The window's menus, files, recent pickers, toolbox and colour menu.
+#include "edit/clipboard.h"
+#include "modal_helper.h"
+#include "model/picker_stream.h"
+#include "recording_host.h"
+#include "view/picker_view.h"
+#include "window/color_menu.h"
+#include "window/picker_window.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QUndoStack>
+#include <QtTest>
+
+namespace {
+
+buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = a.width = a.height = 12;
+    a.color = 0x102030;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+// Big-endian pieces of the expected file, written out by hand.
+struct bytes {
+    QByteArray data;
+    bytes& i32(qint32 v)
+    {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            data.append(char((quint32(v) >> shift) & 0xff));
+        return *this;
+    }
+    bytes& null_str() { return i32(-1); }
+    bytes& str(const QString& s)
+    {
+        i32(s.size() * 2);
+        for (QChar c : s)
+            data.append(char(c.unicode() >> 8)).append(char(c.unicode() & 0xff));
+        return *this;
+    }
+};
+
+QAction* find_action(QWidget* w, const QString& text)
+{
+    for (QAction* a : w->findChildren<QAction*>())
+        if (a->text() == text)
+            return a;
+    return nullptr;
+}
+
+// Makes a folder refuse new files even for root; false when this machine can't.
+bool lock_folder(const QString& path, bool on)
+{
+    if (QProcess::execute("chattr", {on ? "+i" : "-i", path}) == 0)
+        return true;
+    return QFile::setPermissions(path, on ? QFileDevice::ReadOwner | QFileDevice::ExeOwner
+                                          : QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+} // namespace
+
+class test_menus : public QObject {
+    Q_OBJECT
+
+    recording_host* host = nullptr;
+    picker_window* window = nullptr;
+    QTemporaryDir dir;
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void init()
+    {
+        picker_window::selection_.clear();
+        host = new recording_host;
+        window = new picker_window(nullptr);
+    }
+
+    void cleanup()
+    {
+        delete window;
+        delete host;
+    }
+
+    void tokenize_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QStringList>("tokens");
+        QTest::newRow("spaced") << "name = path" << QStringList{"name", "=", "path"};
+        QTest::newRow("joined") << "name=path" << QStringList{"name", "=", "path"};
+        QTest::newRow("equals joined, blank after") << "name= path" << QStringList{"name", "=", "", "path"};
+        QTest::newRow("quoted with comment")
+            << "body = \"/shows/a b/body.pkr\" # the body" << QStringList{"body", "=", "/shows/a b/body.pkr"};
+        QTest::newRow("single quotes, empty") << "'' = 'x y'" << QStringList{"", "=", "x y"};
+        QTest::newRow("hash inside words") << "a#b = \"c#d\"" << QStringList{"a#b", "=", "c#d"};
+        QTest::newRow("comment only") << "   # nothing here" << QStringList{};
+        QTest::newRow("unterminated quote") << "n = \"open" << QStringList{"n", "=", "open"};
+        QTest::newRow("tabs") << "\tn\t=\tp\t" << QStringList{"n", "=", "p"};
+    }
+
+    void tokenize()
+    {
+        QFETCH(QString, line);
+        QFETCH(QStringList, tokens);
+        QStringList out;
+        QCOMPARE(::tokenize(line.size(), line, out), tokens.size());
+        QCOMPARE(out, tokens);
+        QStringList cut;
+        ::tokenize(4, "abcdefg", cut);
+        QCOMPARE(cut, QStringList{"abcd"});
+    }
+
+    void recent_pickers_from_the_configuration()
+    {
+        const QString pkr = dir.filePath("arm.pkr");
+        QVERIFY(window->do_save(window->frontPicker(), pkr));
+        QFile config(dir.filePath("recent.cfg"));
+        QVERIFY(config.open(QIODevice::WriteOnly | QIODevice::Text));
+        config.write(QString("# studio pickers\narm = \"%1\"\nbroken= x\nlegs = '/pickers/legs one.pkr'\n").arg(pkr).toUtf8());
+        config.close();
+        window->parse_picker_config(config.fileName());
+        window->parse_picker_config(dir.filePath("missing.cfg"));
+        QCOMPARE(window->recentPickers().keys(), (QStringList{"arm", "legs"}));
+        QCOMPARE(window->recentPickers().value("legs"), QString("/pickers/legs one.pkr"));
+        QAction* arm = find_action(window, "arm");
+        QVERIFY(arm);
+        QVERIFY(window->actions().contains(arm));
+        arm->trigger();
+        QCOMPARE(window->tabs()->count(), 2);
+        QCOMPARE(window->frontPicker()->path(), pkr);
+    }
+
+    void saved_file_is_the_documented_bytes()
+    {
+        picker_view* view = window->frontPicker();
+        window->tabs()->setTabText(0, "body");
+        view->push_button(button(QPoint(3, -4), {"a:b", "c"}, "L"), -1);
+        const QString path = dir.filePath("body.pkr");
+        QVERIFY(window->do_save(view, path));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        bytes expected;
+        // A tab that never had a background keeps a null key.
+        expected.i32(5).str("body").null_str().i32(1);
+        expected.i32(0).i32(3).i32(-4).i32(12).i32(12).i32(12).i32(0).i32(0).i32(0x102030).i32(0xffffff);
+        expected.str("L").i32(2).str("a:b").str("c");
+        QCOMPARE(file.readAll(), expected.data);
+
+        // With a background the key and the pixmap (Qt's own encoding) follow the name.
+        QPixmap back(3, 2);
+        back.fill(Qt::blue);
+        view->setBackground("77", back);
+        QVERIFY(window->do_save(view, path));
+        QByteArray pixmap;
+        {
+            QDataStream out(&pixmap, QIODevice::WriteOnly);
+            out.setVersion(QDataStream::Qt_4_0);
+            out << back;
+        }
+        bytes head;
+        head.i32(5).str("body").str("77");
+        QFile again(path);
+        QVERIFY(again.open(QIODevice::ReadOnly));
+        const QByteArray written = again.readAll();
+        QVERIFY(written.startsWith(head.data + pixmap));
+        QCOMPARE(written.mid(head.data.size() + pixmap.size()), expected.data.mid(expected.data.indexOf(bytes().i32(1).data + bytes().i32(0).data)));
+    }
+
+    void failed_save_keeps_the_old_file()
+    {
+        QTemporaryDir locked;
+        const QString path = locked.filePath("old.pkr");
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write("previous contents");
+        old.close();
+        if (!lock_folder(locked.path(), true))
+            QSKIP("this machine cannot make a folder unwritable");
+        QFile probe(locked.filePath("probe"));
+        const bool writable = probe.open(QIODevice::WriteOnly);
+        if (writable) {
+            probe.remove();
+            lock_folder(locked.path(), false);
+            QSKIP("the folder stays writable for this user");
+        }
+        modal_helper::answer_next("OK");
+        const bool saved = window->do_save(window->frontPicker(), path);
+        lock_folder(locked.path(), false);
+        QVERIFY(!saved);
+        QCOMPARE(modal_helper::last_text(),
+                 QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file is not locked "
+                         "and that you have the proper permissions and try again.")
+                     .arg(path));
+        QVERIFY(old.open(QIODevice::ReadOnly));
+        QCOMPARE(old.readAll(), QByteArray("previous contents"));
+    }
+
+    void save_as_paths()
+    {
+        // "Save" on a never-saved tab asks for a name; a failed Save As leaves no path.
+        modal_helper::answer_next(dir.filePath("first.pkr"));
+        window->save_current();
+        QCOMPARE(window->frontPicker()->path(), dir.filePath("first.pkr"));
+        QVERIFY(QFile::exists(dir.filePath("first.pkr")));
+        modal_helper::answer_next(dir.filePath("no/such/folder/x.pkr"));
+        QTimer::singleShot(400, [] { modal_helper::answer_next("OK"); });
+        window->saveas_current();
+        QVERIFY(window->frontPicker()->path().isEmpty());
+        window->request_save();
+        window->request_saveas();
+        QCOMPARE(host->mel.mid(host->mel.size() - 2), (QStringList{"QuillmarshPicker save", "QuillmarshPicker saveas"}));
+    }
+
+    void opening_several_files_offers_cancel_and_ignore()
+    {
+        const QString a = dir.filePath("a.pkr"), c = dir.filePath("c.pkr");
+        window->tabs()->setTabText(0, "a");
+        QVERIFY(window->do_save(window->frontPicker(), a));
+        window->tabs()->setTabText(0, "c");
+        QVERIFY(window->do_save(window->frontPicker(), c));
+        const QStringList files{a, dir.filePath("missing.pkr"), c};
+
+        modal_helper::answer_next("Ignore");
+        window->load_pickers(files);
+        QCOMPARE(window->tabs()->count(), 3);
+        QCOMPARE(window->tabs()->tabText(2), QString("c"));
+        QVERIFY(modal_helper::last_text().contains("missing.pkr"));
+
+        modal_helper::answer_next("Cancel");
+        window->load_pickers(files);
+        QCOMPARE(window->tabs()->count(), 4);
+
+        // One file alone: just OK.
+        modal_helper::answer_next("OK");
+        window->load_one_picker(dir.filePath("gone.pkr"));
+        QCOMPARE(modal_helper::last_text(),
+                 QString("Could not open the file \"%1\".\n\nPlease check the file permissions and try again.")
+                     .arg(QDir::toNativeSeparators(dir.filePath("gone.pkr"))));
+        // Each loaded picker is written to the scene and bound to its namespaces.
+        QVERIFY(host->mel.contains("QuillmarshPicker \"bind\" `picker_ListNamespaces`;"));
+    }
+
+    void menus_follow_tabs_selection_and_clipboard()
+    {
+        QAction* cut = find_action(window, "Cut");
+        QAction* paste = find_action(window, "Paste");
+        QAction* inPlace = find_action(window, "Paste in Place");
+        QAction* addOne = find_action(window, "Add One Button");
+        QAction* rename = find_action(window, "Rename Tab...");
+        QAction* space = find_action(window, "Change Namespace...");
+        QApplication::clipboard()->setText("not ours");
+        window->updateEditMenu();
+        QVERIFY(!cut->isEnabled());
+        QVERIFY(!paste->isEnabled());
+        QVERIFY(!inPlace->isEnabled());
+
+        window->frontPicker()->push_button(button(QPoint(5, 5), {"x"}), -1);
+        window->frontPicker()->buttons[0].selected = 1;
+        copyButtonsToClipboard(window->frontPicker()->getButtons());
+        window->updateEditMenu();
+        QVERIFY(cut->isEnabled());
+        QVERIFY(paste->isEnabled());
+        QVERIFY(inPlace->isEnabled());
+
+        window->clear_tabs();
+        window->updateEditMenu();
+        window->updateFileMenu();
+        window->updatePickerMenu();
+        QVERIFY(!paste->isEnabled());
+        QVERIFY(inPlace->isEnabled()); // kept as it was without a tab
+        QVERIFY(!rename->isEnabled());
+        QVERIFY(!addOne->isEnabled());
+        QVERIFY(space->isEnabled());
+        window->new_tab();
+        window->updatePickerMenu();
+        QVERIFY(addOne->isEnabled());
+    }
+
+    void toolbox_shows_the_selection()
+    {
+        picker_view* view = window->frontPicker();
+        for (QString label : {"A", "A", "B"}) {
+            view->push_button(button(QPoint(5, 5), {"x"}, label), -1);
+            view->buttons.last().selected = 1;
+        }
+        auto* field = window->findChild<QLineEdit*>();
+        window->updateControls();
+        QCOMPARE(field->text(), QString());
+        view->buttons[2].selected = 0;
+        view->buttons[1].width = 33;
+        view->buttons[1].size = 33;
+        window->updateControls();
+        QCOMPARE(field->text(), QString("A"));
+        QCOMPARE(window->currentLabel(), QString("A"));
+
+        // Hidden, the toolbox neither shows nor stores anything.
+        window->toggle_toolbox();
+        QVERIFY(!window->toolboxShown());
+        QVERIFY(!window->findChild<QLineEdit*>());
+        view->buttons[2].selected = 1;
+        window->updateControls();
+        QCOMPARE(window->currentLabel(), QString("A"));
+        window->toggle_toolbox();
+        QVERIFY(window->toolboxShown());
+        QCOMPARE(find_action(window, "Hide Toolbox")->text(), QString("Hide Toolbox"));
+    }
+
+    void toolbox_edits_are_undoable()
+    {
+        picker_view* view = window->frontPicker();
+        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        auto* widthButton = window->findChildren<QPushButton*>()[1];
+        QMenu* widths = widthButton->menu();
+        QVERIFY(widths);
+        QCOMPARE(widths->actions().size(), 21);
+        QCOMPARE(widthButton->text(), QString("10"));
+
+        // Nothing selected: only the toolbox changes.
+        widths->actions()[16]->trigger(); // "30"
+        QCOMPARE(window->currentWidth(), 30);
+        QCOMPARE(view->undoStack()->count(), 0);
+        window->set_button_color(0xff00ff00);
+        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(window->currentColor(), QRgb(0xB22222));
+
+        view->buttons[0].selected = 1;
+        widths->actions()[20]->trigger(); // "100"
+        QCOMPARE(view->undoStack()->count(), 1);
+        QCOMPARE(view->undoStack()->undoText(), QString("Change Width"));
+        QCOMPARE(view->buttons[0].width, 100);
+        view->undoStack()->undo();
+        QCOMPARE(view->buttons[0].width, 12);
+
+        QAction junk("wide", nullptr);
+        window->set_button_width(&junk);
+        QCOMPARE(window->currentWidth(), 10);
+    }
+
+    void colour_menu_geometry_data()
+    {
+        QTest::addColumn<bool>("colours");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("colours") << true << QSize(230, 116);
+        QTest::newRow("black and white") << false << QSize(21, 40);
+    }
+
+    void colour_menu_geometry()
+    {
+        QFETCH(bool, colours);
+        QFETCH(QSize, size);
+        QVector<unsigned int> palette = colours ? picker_colorMenu::color_palette() : picker_colorMenu::bw_palette();
+        QCOMPARE(palette.size(), colours ? 72 : 2);
+        picker_colorMenu menu(palette, colours ? 12 : 1, 17);
+        QCOMPARE(menu.size(), size);
+        QCOMPARE(menu.minimumSize(), size);
+    }
+
+    void colour_menu_mapping_data()
+    {
+        QTest::addColumn<QPoint>("point");
+        QTest::addColumn<int>("index");
+        QTest::newRow("first cell") << QPoint(0, 0) << 0;
+        QTest::newRow("second column") << QPoint(19, 0) << 1;
+        QTest::newRow("second row") << QPoint(0, 19) << 12;
+        QTest::newRow("right edge runs into the next row") << QPoint(230, 0) << 12;
+        QTest::newRow("bottom right") << QPoint(230, 116) << 84;
+        QTest::newRow("outside") << QPoint(231, 5) << -1;
+        QTest::newRow("left of it") << QPoint(-1, 5) << -1;
+    }
+
+    void colour_menu_mapping()
+    {
+        QFETCH(QPoint, point);
+        QFETCH(int, index);
+        picker_colorMenu menu(picker_colorMenu::color_palette(), 12, 17);
+        QCOMPARE(menu.positionToIndex(point), index);
+        // Cell centres: no spacing in x, spacing in y.
+        QCOMPARE(menu.indexToPosition(0), QPoint(8, 10));
+        QCOMPARE(menu.indexToPosition(13), QPoint(8 + 19, 10 + 19));
+    }
+
+    void nearest_colour_and_ties()
+    {
+        QCOMPARE(distance_fn(QColor(10, 20, 30, 0), QColor(13, 24, 30, 255)), 25u);
+        picker_colorMenu bw(picker_colorMenu::bw_palette(), 1, 17);
+        QCOMPARE(bw.findColorIndex(QColor(0x80, 0x80, 0x80)), 1); // white is nearer
+        QCOMPARE(bw.findColorIndex(QColor(0x70, 0x70, 0x70)), 0);
+        picker_colorMenu tie({0xff000000, 0xff0a0000, 0xff000000}, 3, 17);
+        QCOMPARE(tie.findColorIndex(QColor(5, 0, 0)), 0); // equally near: the earlier
+        picker_colorMenu palette(picker_colorMenu::color_palette(), 12, 17);
+        QCOMPARE(palette.findColorIndex(QColor(0xffffff)), 71);
+        QCOMPARE(palette.findColorIndex(QColor(0xff0000)), 24);
+    }
+
+    void palette_press_arms_and_release_chooses()
+    {
+        picker_view* view = window->frontPicker();
+        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        view->buttons[0].selected = 1;
+        QColor current(0xff0000);
+        picker_colorMenu* menu = picker_colorMenu::execute_color(window, QPoint(300, 300), &current);
+        QCOMPARE(menu->tracking(), 24);
+        QPointer<picker_colorMenu> alive(menu);
+        const QPoint cell = menu->indexToPosition(37);
+        QTest::mouseMove(menu, cell);
+        QCOMPARE(menu->tracking(), 37);
+        QTest::mousePress(menu, Qt::LeftButton, Qt::NoModifier, cell);
+        QVERIFY(menu->isArmed());
+        QCOMPARE(view->undoStack()->count(), 0);
+        QTest::mouseRelease(menu, Qt::LeftButton, Qt::NoModifier, cell);
+        QCOMPARE(view->undoStack()->count(), 1);
+        QCOMPARE(view->undoStack()->undoText(), QString("Change Color"));
+        QCOMPARE(view->buttons[0].color, picker_colorMenu::color_palette()[37]);
+        QTRY_VERIFY(alive.isNull()); // closed and gone
+    }
+
+    void about_box()
+    {
+        modal_helper::answer_next("OK");
+        window->about_dialog();
+        QCOMPARE(modal_helper::last_text(), QString("QuillmarshPicker\nVersion 2.0.1 (build 19)"));
+    }
+
+    void rename_tab_through_the_dialog()
+    {
+        QTimer::singleShot(20, [] {
+            QWidget* dialog = modal_helper::waiting_dialog();
+            QVERIFY(dialog);
+            dialog->findChild<QLineEdit*>()->setText("face");
+            modal_helper::answer(dialog, "OK");
+        });
+        window->rename_tab();
+        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+        QTimer::singleShot(20, [] {
+            QWidget* dialog = modal_helper::waiting_dialog();
+            dialog->findChild<QLineEdit*>()->setText(QString());
+            modal_helper::answer(dialog, "OK");
+        });
+        window->rename_tab();
+        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+    }
+};
+
+QTEST_MAIN(test_menus)
+#include "test_menus.moc"
