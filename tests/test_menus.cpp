@@ -5,6 +5,7 @@
 #include "recording_host.h"
 #include "view/picker_view.h"
 #include "window/color_menu.h"
+#include "window/command_dialog.h"
 #include "window/picker_window.h"
 
 #include <QAction>
@@ -14,6 +15,8 @@
 #include <QMimeData>
 #include <QProcess>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QTextEdit>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -425,6 +428,49 @@ private slots:
         QCOMPARE(view->undoStack()->undoText(), QString("Change Color"));
         QCOMPARE(view->buttons[0].color, picker_colorMenu::color_palette()[37]);
         QTRY_VERIFY(alive.isNull()); // closed and gone
+    }
+
+    void command_editor()
+    {
+        picker_view* view = window->frontPicker();
+        buttonAttributes a = button(QPoint(0, 0), {"print 1;"}, "one");
+        a.kind = 1;
+        buttonAttributes empty;
+        QVERIFY2(!picker_editCmdDialog::do_dialog(view, &empty), "no names: no dialog");
+
+        // Test runs what the dialog holds; Cancel afterwards keeps it in the attributes.
+        QPoint placed;
+        QTimer::singleShot(20, [&placed] {
+            auto* dialog = qobject_cast<picker_editCmdDialog*>(modal_helper::waiting_dialog());
+            QVERIFY(dialog);
+            auto* name = dialog->findChild<QLineEdit*>();
+            QCOMPARE(name->maxLength(), 128);
+            QTest::keyClicks(name, QString(140, 'n'));
+            QCOMPARE(name->text().size(), 128);
+            dialog->findChild<QTextEdit*>()->setPlainText("print 2;");
+            dialog->findChildren<QRadioButton*>()[1]->setChecked(true);
+            dialog->move(70, 80);
+            dialog->resize(420, 460);
+            placed = dialog->pos();
+            modal_helper::answer(dialog, "Test");
+            modal_helper::answer(dialog, "Cancel");
+        });
+        QVERIFY(!picker_editCmdDialog::do_dialog(view, &a));
+        QCOMPARE(host->python, QStringList{"print 2;"});
+        QCOMPARE(a.names, QStringList{"print 2;"});
+        QCOMPARE(a.language, 1);
+
+        // The next run opens where the last one was left, and OK applies.
+        QTimer::singleShot(20, [&placed] {
+            QWidget* dialog = modal_helper::waiting_dialog();
+            QVERIFY(dialog);
+            QCOMPARE(dialog->size(), QSize(420, 460));
+            QCOMPARE(dialog->pos(), placed);
+            dialog->findChild<QTextEdit*>()->setPlainText("print 3;");
+            modal_helper::answer(dialog, "OK");
+        });
+        QVERIFY(picker_editCmdDialog::do_dialog(view, &a));
+        QCOMPARE(a.names, QStringList{"print 3;"});
     }
 
     void about_box()
