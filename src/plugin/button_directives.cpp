@@ -311,53 +311,44 @@ MStatus picker_main::color_button_text(const MStringArray& args)
     return color_directive(args, true);
 }
 
-MStatus picker_main::add_button(const MStringArray& args)
+namespace {
+// Both add directives: a button at the point (x, y) with the toolbox's size
+// and colours. Nothing is added while nothing is selected in the host.
+MStatus add_one(const char* directive, const MStringArray& args, int kind, const QString& label,
+                const QStringList& names, int language)
 {
-    picker_window* w = picker();
-    picker_view* view = current_view();
+    picker_window* w = picker_main::picker();
+    picker_view* view = picker_main::current_view();
     if (!view)
         return MStatus::kSuccess;
     if (args.length() < 2)
-        return wrong_count("add_button");
+        return wrong_count(directive);
     if (picker_window::selection_.isEmpty())
         return MStatus::kSuccess;
     buttonAttributes a;
     a.pos = view->mapToPicker(QPoint(int(number_at(args, 0)), int(number_at(args, 1))));
     a.size = a.width = w->currentWidth();
     a.height = w->currentHeight();
-    a.kind = 0;
-    a.language = 0;
+    a.kind = kind;
+    a.language = language;
     a.color = w->currentColor();
     a.labelColor = w->currentLabelColor();
-    a.label = args.length() >= 3 ? text_at(args, 2) : QString();
-    a.names = picker_window::selection_;
+    a.label = label;
+    a.names = names;
     view->push_button(a, -1);
     view->conform_to_selection();
     changed(view);
     return MStatus::kSuccess;
 }
+} // namespace
+
+MStatus picker_main::add_button(const MStringArray& args)
+{
+    return add_one("add_button", args, 0, text_at(args, 2), picker_window::selection_, 0);
+}
 
 MStatus picker_main::add_cmd_button(const MStringArray& args)
 {
-    picker_window* w = picker();
-    picker_view* view = current_view();
-    if (!view)
-        return MStatus::kSuccess;
-    if (args.length() < 2)
-        return wrong_count("add_cmd_button");
-    if (picker_window::selection_.isEmpty())
-        return MStatus::kSuccess;
-    buttonAttributes a;
-    a.pos = view->mapToPicker(QPoint(int(number_at(args, 0)), int(number_at(args, 1))));
-    a.size = a.width = w->currentWidth();
-    a.height = w->currentHeight();
-    a.kind = 1;
-    a.language = text_at(args, 3) == "python" ? 1 : 0;
-    a.color = w->currentColor();
-    a.labelColor = w->currentLabelColor();
-    a.label = text_at(args, 2);
-    a.names = QStringList{text_at(args, 4)};
-    view->push_button(a, -1);
-    changed(view);
-    return MStatus::kSuccess;
+    return add_one("add_cmd_button", args, 1, text_at(args, 2), QStringList{text_at(args, 4)},
+                   text_at(args, 3) == "python" ? 1 : 0);
 }

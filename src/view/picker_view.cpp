@@ -2,6 +2,7 @@
 
 #include "model/picker_stream.h"
 #include "view/picker_mouse_cmd.h"
+#include "view/shortcuts.h"
 #include "window/picker_window.h"
 
 #include <QAction>
@@ -442,20 +443,7 @@ bool picker_view::execute_shortcut(QKeyEvent* e)
 {
     if (actions().isEmpty() || !window || window->frontPicker() != this)
         return false;
-    QKeySequence key(int(e->modifiers()) | e->key());
-    bool handled = false;
-    for (QAction* action : actions()) {
-        if (!action->isEnabled())
-            continue;
-        for (const QKeySequence& shortcut : action->shortcuts()) {
-            if (shortcut == key) {
-                action->trigger();
-                handled = true;
-                break;
-            }
-        }
-    }
-    return handled;
+    return trigger_bound(actions(), key_of(e));
 }
 
 void picker_view::signal_changed()

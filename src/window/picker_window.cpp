@@ -6,6 +6,7 @@
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "view/picker_view.h"
+#include "view/shortcuts.h"
 #include "window/color_menu.h"
 #include "window/window_texts.h"
 
@@ -517,41 +518,17 @@ bool picker_window::execute_shortcut(QKeyEvent* e)
 {
     if (actions().isEmpty() || !hasFocus())
         return false;
-    QKeySequence key(int(e->modifiers()) | e->key());
-    bool handled = false;
-    for (QAction* action : actions()) {
-        if (!action->isEnabled())
-            continue;
-        for (const QKeySequence& shortcut : action->shortcuts()) {
-            if (shortcut == key) {
-                action->trigger();
-                handled = true;
-                break;
-            }
-        }
-    }
-    return handled;
+    return trigger_bound(actions(), key_of(e));
 }
-
-namespace {
-bool bound(const QList<QAction*>& actions, const QKeySequence& key)
-{
-    for (QAction* action : actions)
-        if (action->isEnabled() && action->shortcuts().contains(key))
-            return true;
-    return false;
-}
-} // namespace
 
 bool picker_window::event(QEvent* e)
 {
     // Keys bound to our actions come to keyPressEvent rather than to Qt's
     // shortcut map, which would refuse a key that two actions share.
     if (e->type() == QEvent::ShortcutOverride) {
-        auto* key = static_cast<QKeyEvent*>(e);
-        QKeySequence sequence(int(key->modifiers()) | key->key());
+        const QKeySequence key = key_of(static_cast<QKeyEvent*>(e));
         picker_view* view = frontPicker();
-        if (bound(actions(), sequence) || (view && bound(view->actions(), sequence))) {
+        if (is_bound(actions(), key) || (view && is_bound(view->actions(), key))) {
             e->accept();
             return true;
         }
