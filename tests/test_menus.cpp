@@ -350,6 +350,10 @@ private slots:
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
         QCOMPARE(window->currentWidth(), 10);
+        const int entries = view->undoStack()->count();
+        window->toggle_toolbox();
+        window->toggle_toolbox(); // shown again: sizes read 10, the selection keeps its sizes
+        QCOMPARE(view->undoStack()->count(), entries);
     }
 
     void colour_menu_geometry_data()

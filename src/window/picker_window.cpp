@@ -596,12 +596,16 @@ void picker_window::make_toolbox()
         connect(menu, SIGNAL(triggered(QAction*)), this, slot);
         return std::make_pair(button, initial);
     };
+    // Showing the toolbox sets its sizes to 10 but must not resize the
+    // buttons that happen to be selected.
+    buildingToolbox = true;
     auto width = size_button("Button Width", SLOT(set_button_width(QAction*)));
     widthButton = width.first;
     set_button_width(width.second);
     auto height = size_button("Button Height", SLOT(set_button_height(QAction*)));
     heightButton = height.first;
     set_button_height(height.second);
+    buildingToolbox = false;
 
     labelEdit = new QLineEdit;
     labelEdit->setToolTip("Button Label");
@@ -692,7 +696,7 @@ void picker_window::set_button_width(QAction* action)
     int value = action->text().toInt(&ok, 10);
     toolboxState.width = ok ? value : 10;
     picker_view* view = frontPicker();
-    if (view && view->any_selected())
+    if (view && view->any_selected() && !buildingToolbox)
         view->undoStack()->push(new change_width_cmd(view, currentWidth()));
 }
 
@@ -704,7 +708,7 @@ void picker_window::set_button_height(QAction* action)
     int value = action->text().toInt(&ok, 10);
     toolboxState.height = ok ? value : 10;
     picker_view* view = frontPicker();
-    if (view && view->any_selected())
+    if (view && view->any_selected() && !buildingToolbox)
         view->undoStack()->push(new change_height_cmd(view, currentHeight()));
 }
 

@@ -200,5 +200,6 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    bool buildingToolbox = false;
     int selectionUpdates = 0;
 };
