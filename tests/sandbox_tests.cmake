@@ -10,8 +10,9 @@ target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:
 add_dependencies(test_sandbox quillEcho)
 
 quill_test(test_app SOURCES test_app.cpp LIBS maya_sandbox_host)
-target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
-add_dependencies(test_app quillmarsh-sandbox quillEcho)
+target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"
+    PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>" DEMO_SCENE="${CMAKE_SOURCE_DIR}/examples/demo/demo.ma")
+add_dependencies(test_app quillmarsh-sandbox quillEcho QuillmarshPicker)
 
 # The plug-in's code linked in, loaded through its entry points.
 quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp

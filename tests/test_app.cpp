@@ -1,5 +1,6 @@
 // The sandbox application driven the way scripts drive it: a child process
 // with --quit, judged by its standard output, its files and its exit status.
+#include <QColor>
 #include <QImage>
 #include <QProcess>
 #include <QSet>
@@ -189,6 +190,24 @@ private slots:
         run_result again = launch({"@dir/saved.ma", "--mel", "ls", "--mel", "ls -type joint", "--quit"});
         QVERIFY2(in_order(again.lines, {nodes, "// Result: root //"}), qPrintable(again.lines.join('\n')));
         QCOMPARE(again.status, 0);
+    }
+
+    void real_plugin_shows_the_demo()
+    {
+        // The real module, loaded from its file as Maya would, on the demo scene.
+        run_result run = launch({"--plugin", PICKER_PLUGIN_PATH, DEMO_SCENE, "--mel", "select -r \"hero:L_*_ctrl\"",
+                                 "--mel", "print(`QuillmarshPicker query_tabs`)", "--screenshot", "@dir/demo.png",
+                                 "--quit"});
+        QVERIFY2(in_order(run.lines, {"hero", "sidekick"}), qPrintable(run.lines.join('\n')));
+        QCOMPARE(run.status, 0);
+        QImage shot(dir_.filePath("demo.png"));
+        QVERIFY(!shot.isNull());
+        // The demo picture's dark card shows: the picker is painted over its background.
+        int card = 0;
+        for (int y = 0; y < shot.height(); y += 2)
+            for (int x = 0; x < shot.width(); x += 2)
+                card += QColor(shot.pixel(x, y)) == QColor(34, 38, 46);
+        QVERIFY2(card > 500, qPrintable(QString::number(card)));
     }
 
     void screenshot()
