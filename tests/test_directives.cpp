@@ -17,6 +17,7 @@
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QUndoStack>
 #include <QtTest>
 
 MStatus initializePlugin(MObject obj);
@@ -274,6 +275,26 @@ private slots:
         QVERIFY(h.idle_texts().filter("QuillmarshPickerData").isEmpty());
         run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
         QCOMPARE(h.idle_texts().filter("QuillmarshPickerData").size(), 1);
+    }
+
+    void history_survives_scripts_removing_buttons()
+    {
+        // A script deletes buttons behind the undo history; undoing and
+        // redoing what is left must not reach past the list.
+        picker_view* v = view();
+        for (buttonRecord& r : v->buttons)
+            r.selected = 1;
+        v->nudge_right();
+        v->align_vertical();
+        v->adjust_size_up();
+        v->undoStack()->push(new QUndoCommand("marker"));
+        QVERIFY(run("QuillmarshPicker delete_button object rig:leg; QuillmarshPicker delete_button label arm"));
+        QVERIFY(v->buttons.isEmpty());
+        while (v->undoStack()->canUndo())
+            v->undoStack()->undo();
+        while (v->undoStack()->canRedo())
+            v->undoStack()->redo();
+        QVERIFY(v->buttons.isEmpty());
     }
 
     // ----- Namespaces

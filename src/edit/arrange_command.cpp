@@ -77,6 +77,8 @@ void arrange_buttons_cmd::redo()
     const int stepX = extent.width() / (n - 1);
     const int stepY = extent.height() / (n - 1);
     for (int i = 0; i < n; ++i) {
+        if (indices[i] < 0 || indices[i] >= view->buttons.size())
+            continue;
         buttonRecord& b = view->buttons[indices[i]];
         switch (mode) {
         case align_horizontal:
@@ -107,7 +109,8 @@ void arrange_buttons_cmd::undo()
     if (indices.isEmpty())
         return;
     for (int i = 0; i < indices.size() && i < oldPositions.size(); ++i)
-        view->buttons[indices[i]].pos = oldPositions[i];
+        if (indices[i] >= 0 && indices[i] < view->buttons.size())
+            view->buttons[indices[i]].pos = oldPositions[i];
     view->refresh();
     view->signal_changed();
 }

@@ -46,7 +46,7 @@ void restore_buttons(picker_view* view, const QVector<int>& indices, const QList
         return;
     const int n = qMin(indices.size(), saved.size());
     for (int i = 0; i < n; ++i)
-        view->push_button(saved[i], indices[i]);
+        view->push_button(saved[i], qBound(0, indices[i], view->buttons.size()));
     announce(view);
 }
 
@@ -146,7 +146,8 @@ void move_buttons_cmd::redo()
 {
     const int n = qMin(indices.size(), oldPositions.size());
     for (int i = 0; i < n; ++i)
-        view->buttons[indices[i]].moveTo(oldPositions[i] + delta);
+        if (indices[i] >= 0 && indices[i] < view->buttons.size())
+            view->buttons[indices[i]].moveTo(oldPositions[i] + delta);
     view->refresh();
     view->signal_changed();
 }
@@ -155,7 +156,8 @@ void move_buttons_cmd::undo()
 {
     const int n = qMin(indices.size(), oldPositions.size());
     for (int i = 0; i < n; ++i)
-        view->buttons[indices[i]].moveTo(oldPositions[i]);
+        if (indices[i] >= 0 && indices[i] < view->buttons.size())
+            view->buttons[indices[i]].moveTo(oldPositions[i]);
     view->refresh();
     view->signal_changed();
 }

@@ -20,19 +20,18 @@ void capture(picker_view* view, QVector<int>& indices, Values& old, Read read)
     }
 }
 
-enum class range { checked, unchecked };
-
 // Applies `change(record, i)` to every captured button, then repaints and
 // announces the change. Nothing at all happens for an empty capture, so an
-// edit with nothing selected does not mark the scene modified.
+// edit with nothing selected does not mark the scene modified. An index the
+// list no longer has (a script removed buttons behind the history) is skipped.
 template <class Change>
-void apply(picker_view* view, const QVector<int>& indices, range check, bool toolbox, Change change)
+void apply(picker_view* view, const QVector<int>& indices, bool toolbox, Change change)
 {
     if (indices.isEmpty())
         return;
     for (int i = 0; i < indices.size(); ++i) {
         const int k = indices[i];
-        if (check == range::checked && (k < 0 || k >= view->buttons.size()))
+        if (k < 0 || k >= view->buttons.size())
             continue;
         change(view->buttons[k], i);
     }
@@ -69,12 +68,12 @@ change_color_cmd::change_color_cmd(picker_view* view, unsigned int color) : view
 
 void change_color_cmd::redo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int) { r.color = color; });
+    apply(view, indices, true, [this](buttonRecord& r, int) { r.color = color; });
 }
 
 void change_color_cmd::undo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int i) { r.color = oldColors[i]; });
+    apply(view, indices, true, [this](buttonRecord& r, int i) { r.color = oldColors[i]; });
 }
 
 bool change_color_cmd::mergeWith(const QUndoCommand* other)
@@ -97,7 +96,7 @@ change_labelc_cmd::change_labelc_cmd(picker_view* view, unsigned int color) : vi
 
 void change_labelc_cmd::redo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int) {
+    apply(view, indices, true, [this](buttonRecord& r, int) {
         r.labelColor = color;
         view->update_label(r);
     });
@@ -105,7 +104,7 @@ void change_labelc_cmd::redo()
 
 void change_labelc_cmd::undo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int i) {
+    apply(view, indices, true, [this](buttonRecord& r, int i) {
         r.labelColor = oldColors[i];
         view->update_label(r);
     });
@@ -130,12 +129,12 @@ change_width_cmd::change_width_cmd(picker_view* view, int width) : view(view), w
 
 void change_width_cmd::redo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int) { view->set_button_width(r, width); });
+    apply(view, indices, true, [this](buttonRecord& r, int) { view->set_button_width(r, width); });
 }
 
 void change_width_cmd::undo()
 {
-    apply(view, indices, range::checked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int i) { view->set_button_width(r, oldWidths[i]); });
 }
 
@@ -158,13 +157,13 @@ change_height_cmd::change_height_cmd(picker_view* view, int height) : view(view)
 
 void change_height_cmd::redo()
 {
-    apply(view, indices, range::checked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int) { view->set_button_height(r, height); });
 }
 
 void change_height_cmd::undo()
 {
-    apply(view, indices, range::checked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int i) { view->set_button_height(r, oldHeights[i]); });
 }
 
@@ -187,14 +186,14 @@ adjust_width_cmd::adjust_width_cmd(picker_view* view, int delta) : view(view), d
 
 void adjust_width_cmd::redo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int) {
+    apply(view, indices, true, [this](buttonRecord& r, int) {
         view->set_button_size(r, qMax(r.width + delta, 1), r.height);
     });
 }
 
 void adjust_width_cmd::undo()
 {
-    apply(view, indices, range::checked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int i) { view->set_button_size(r, oldWidths[i], r.height); });
 }
 
@@ -219,14 +218,14 @@ adjust_height_cmd::adjust_height_cmd(picker_view* view, int delta) : view(view),
 
 void adjust_height_cmd::redo()
 {
-    apply(view, indices, range::checked, true, [this](buttonRecord& r, int) {
+    apply(view, indices, true, [this](buttonRecord& r, int) {
         view->set_button_size(r, r.width, qMax(r.height + delta, 1));
     });
 }
 
 void adjust_height_cmd::undo()
 {
-    apply(view, indices, range::checked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int i) { view->set_button_size(r, r.width, oldHeights[i]); });
 }
 
@@ -249,13 +248,13 @@ change_label_cmd::change_label_cmd(picker_view* view, const QString& label) : vi
 
 void change_label_cmd::redo()
 {
-    apply(view, indices, range::unchecked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int) { view->set_button_label(r, label); });
 }
 
 void change_label_cmd::undo()
 {
-    apply(view, indices, range::unchecked, true,
+    apply(view, indices, true,
           [this](buttonRecord& r, int i) { view->set_button_label(r, oldLabels[i]); });
 }
 
@@ -271,13 +270,13 @@ nudge_buttons_cmd::nudge_buttons_cmd(picker_view* view, const QPoint& delta) : v
 // lands where the sum of its steps says.
 void nudge_buttons_cmd::redo()
 {
-    apply(view, indices, range::unchecked, false,
+    apply(view, indices, false,
           [this](buttonRecord& r, int i) { r.moveTo(oldPositions[i] + delta); });
 }
 
 void nudge_buttons_cmd::undo()
 {
-    apply(view, indices, range::unchecked, false, [this](buttonRecord& r, int i) { r.moveTo(oldPositions[i]); });
+    apply(view, indices, false, [this](buttonRecord& r, int i) { r.moveTo(oldPositions[i]); });
 }
 
 bool nudge_buttons_cmd::mergeWith(const QUndoCommand* other)
