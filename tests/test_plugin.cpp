@@ -204,7 +204,7 @@ private slots:
         QVERIFY(!picker_main::window_);
 
         run("QuillmarshPicker");
-        QCOMPARE(h.idle_pending(), 1);
+        QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker restore `fileInfo -q \"QuillmarshPickerData\"`;"});
         h.drain_idle();
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
         QCOMPARE(picker_main::current_view()->buttons.size(), 1);
