@@ -287,13 +287,13 @@ private slots:
         v->nudge_right();
         v->align_vertical();
         v->adjust_size_up();
-        v->undoStack()->push(new QUndoCommand("marker"));
+        v->undoer()->push(new QUndoCommand("marker"));
         QVERIFY(run("QuillmarshPicker delete_button object rig:leg; QuillmarshPicker delete_button label arm"));
         QVERIFY(v->buttons.isEmpty());
-        while (v->undoStack()->canUndo())
-            v->undoStack()->undo();
-        while (v->undoStack()->canRedo())
-            v->undoStack()->redo();
+        while (v->undoer()->canUndo())
+            v->undoer()->undo();
+        while (v->undoer()->canRedo())
+            v->undoer()->redo();
         QVERIFY(v->buttons.isEmpty());
     }
 

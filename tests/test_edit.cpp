@@ -183,7 +183,7 @@ private slots:
             view_state pre, post;
         };
         QVector<entry> entries;
-        QUndoStack* stack = view.undoStack();
+        QUndoStack* stack = view.undoer();
         for (int step = 0; step < 3000; ++step) {
             const states before = take(view).selection;
             states s;
@@ -252,7 +252,7 @@ private slots:
         add_buttons(view, {{5, 5}, {20, 5}, {40, 5}});
         set_selection(view, {1, 1, 0});
         const view_state start = take(view);
-        QUndoStack* stack = view.undoStack();
+        QUndoStack* stack = view.undoer();
         stack->push(make_edit(&view, first, a));
         if (reselect)
             set_selection(view, {1, 0, 0});
@@ -289,11 +289,11 @@ private slots:
         add_buttons(view, {{0, 0}, {20, 0}, {40, 0}, {60, 0}, {80, 0}});
         set_selection(view, selection);
         const view_state before = take(view);
-        view.undoStack()->push(cut ? static_cast<QUndoCommand*>(new cut_buttons_cmd(&view))
+        view.undoer()->push(cut ? static_cast<QUndoCommand*>(new cut_buttons_cmd(&view))
                                    : new delete_buttons_cmd(&view));
-        QCOMPARE(view.undoStack()->text(0), text);
+        QCOMPARE(view.undoer()->text(0), text);
         QCOMPARE(view.buttons.size(), 5 - selection.count(1));
-        view.undoStack()->undo();
+        view.undoer()->undo();
         QVERIFY(same(before, take(view), false));
         for (int i = 0; i < 5; ++i) // only an undone cut selects again
             QCOMPARE(view.buttons[i].selected, qint16(cut && selection[i] == 1));
@@ -321,8 +321,8 @@ private slots:
         QList<buttonAttributes> list;
         for (const QPoint& p : at)
             list << make_button(p);
-        view.undoStack()->push(new paste_buttons_cmd(&view, list, inPlace));
-        QCOMPARE(view.undoStack()->text(0), QString("Paste Buttons"));
+        view.undoer()->push(new paste_buttons_cmd(&view, list, inPlace));
+        QCOMPARE(view.undoer()->text(0), QString("Paste Buttons"));
         QCOMPARE(view.buttons.size(), 1 + at.size());
         QCOMPARE(view.buttons[0].selected, qint16(0));
         for (int i = 0; i < at.size(); ++i) {
@@ -335,11 +335,11 @@ private slots:
     {
         picker_view view(nullptr);
         view.push_button(make_button(QPoint(0, 0), {"old"}), -1);
-        view.undoStack()->push(new update_buttons_cmd(&view, &view.buttons[0], {"b", "c"}));
+        view.undoer()->push(new update_buttons_cmd(&view, &view.buttons[0], {"b", "c"}));
         QCOMPARE(view.buttons[0].nameFlags.size(), 2);
-        view.undoStack()->undo();
+        view.undoer()->undo();
         QCOMPARE(view.buttons[0].names, QStringList{"old"});
-        view.undoStack()->redo();
+        view.undoer()->redo();
         QCOMPARE(view.buttons[0].names, QStringList({"b", "c"}));
     }
 
@@ -370,7 +370,7 @@ private slots:
         picker_view view(nullptr);
         add_buttons(view, at);
         set_selection(view, selection);
-        view.undoStack()->push(new arrange_buttons_cmd(&view, mode));
+        view.undoer()->push(new arrange_buttons_cmd(&view, mode));
         for (int i = 0; i < expected.size(); ++i)
             QCOMPARE(view.buttons[i].pos, expected[i]);
     }
@@ -409,7 +409,7 @@ private slots:
         handle_paste(&view, false);
         handle_paste(&view, true);
         QCOMPARE(view.buttons.size(), buttons);
-        QCOMPARE(view.undoStack()->count(), entries);
+        QCOMPARE(view.undoer()->count(), entries);
         if (buttons)
             QCOMPARE(view.buttons[5].names, QStringList{"3"});
     }

@@ -178,7 +178,7 @@ private slots:
         click(view, QPoint(300, 100), Qt::ShiftModifier);
         QCOMPARE(int(view->buttons[2].selected), 1);
         host->clear();
-        const int entries = view->undoStack()->count();
+        const int entries = view->undoer()->count();
         press(view, QPoint(100, 100), Qt::ControlModifier);
         move(view, QPoint(130, 90), Qt::ControlModifier);
         QCOMPARE(view->buttons[0].pos, QPoint(65, 45)); // live
@@ -187,15 +187,15 @@ private slots:
         QCOMPARE(view->buttons[0].pos, QPoint(70, 60));
         QCOMPARE(view->buttons[2].pos, QPoint(170, 60));
         QCOMPARE(view->buttons[1].pos, QPoint(120, 60)); // partly selected buttons move too
-        QCOMPARE(view->undoStack()->count(), entries + 1);
+        QCOMPARE(view->undoer()->count(), entries + 1);
         QVERIFY(selects().isEmpty());
-        view->undoStack()->undo();
+        view->undoer()->undo();
         QCOMPARE(view->buttons[0].pos, QPoint(50, 50));
 
         // A Control-click without motion makes no entry.
         press(view, QPoint(100, 100), Qt::ControlModifier);
         release(view, QPoint(100, 100), Qt::ControlModifier);
-        QCOMPARE(view->undoStack()->count(), entries + 1);
+        QCOMPARE(view->undoer()->count(), entries + 1);
     }
 
     void command_buttons_run_once_when_released_inside()
@@ -248,7 +248,7 @@ private slots:
         move(view, QPoint(25, 5), Qt::NoModifier, Qt::MiddleButton);
         release(view, QPoint(25, 5), Qt::NoModifier, Qt::MiddleButton);
         QCOMPARE(view->shift, before + QPoint(15, -5));
-        QVERIFY(view->undoStack()->count() == 0);
+        QVERIFY(view->undoer()->count() == 0);
     }
 
     void hover_lists_a_buttons_objects_data()
@@ -310,7 +310,7 @@ private slots:
         QTest::keyClick(view, Qt::Key_Plus);
         QCOMPARE(view->buttons[0].width, 21);
         QCOMPARE(view->buttons[0].height, 21);
-        QCOMPARE(view->undoStack()->count(), 3); // nudge, width, height
+        QCOMPARE(view->undoer()->count(), 3); // nudge, width, height
         QTest::keyClick(view, Qt::Key_Backspace);
         QCOMPARE(view->buttons.size(), 4);
 
@@ -339,7 +339,7 @@ private slots:
         const int writes = scene_writes();
         release(view, QPoint(40, 40));
         QVERIFY(view->mouseCommand() == nullptr);
-        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(view->undoer()->count(), 0);
         QCOMPARE(scene_writes(), writes + 1);
     }
 
@@ -364,12 +364,12 @@ private slots:
         answer("select -cl;", "Cancel");
         view->add_command_button();
         QCOMPARE(view->buttons.size(), 5);
-        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(view->undoer()->count(), 0);
 
         answer("select -cl;", "OK");
         view->add_command_button();
         QCOMPARE(view->buttons.size(), 6);
-        QCOMPARE(view->undoStack()->undoText(), QString("Add Command Button"));
+        QCOMPARE(view->undoer()->undoText(), QString("Add Command Button"));
         QCOMPARE(view->buttons[5].kind, 1);
         QCOMPARE(view->buttons[5].names, QStringList{"select -cl;"});
         QCOMPARE(view->buttons[5].pos, QPoint(300, 100));
@@ -380,7 +380,7 @@ private slots:
         answer("print \"edited\";", "OK");
         view->add_command_button();
         QCOMPARE(view->buttons[3].names, QStringList{"print \"edited\";"});
-        QCOMPARE(view->undoStack()->count(), 1);
+        QCOMPARE(view->undoer()->count(), 1);
     }
 
     void every_change_reaches_the_scene()
@@ -389,7 +389,7 @@ private slots:
         host->clear();
         view->nudge_right();
         view->adjust_size_up();
-        view->undoStack()->undo();
+        view->undoer()->undo();
         view->align_horizontal();
         QCOMPARE(scene_writes(), 4);
     }

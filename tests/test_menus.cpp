@@ -334,26 +334,26 @@ private slots:
         // Nothing selected: only the toolbox changes.
         widths->actions()[16]->trigger(); // "30"
         QCOMPARE(window->currentWidth(), 30);
-        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(view->undoer()->count(), 0);
         window->set_button_color(0xff00ff00);
-        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(view->undoer()->count(), 0);
         QCOMPARE(window->currentColor(), QRgb(0xB22222));
 
         view->buttons[0].selected = 1;
         widths->actions()[20]->trigger(); // "100"
-        QCOMPARE(view->undoStack()->count(), 1);
-        QCOMPARE(view->undoStack()->undoText(), QString("Change Width"));
+        QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->undoer()->undoText(), QString("Change Width"));
         QCOMPARE(view->buttons[0].width, 100);
-        view->undoStack()->undo();
+        view->undoer()->undo();
         QCOMPARE(view->buttons[0].width, 12);
 
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
         QCOMPARE(window->currentWidth(), 10);
-        const int entries = view->undoStack()->count();
+        const int entries = view->undoer()->count();
         window->toggle_toolbox();
         window->toggle_toolbox(); // shown again: sizes read 10, the selection keeps its sizes
-        QCOMPARE(view->undoStack()->count(), entries);
+        QCOMPARE(view->undoer()->count(), entries);
     }
 
     void colour_menu_geometry_data()
@@ -426,10 +426,10 @@ private slots:
         QCOMPARE(menu->tracking(), 37);
         QTest::mousePress(menu, Qt::LeftButton, Qt::NoModifier, cell);
         QVERIFY(menu->isArmed());
-        QCOMPARE(view->undoStack()->count(), 0);
+        QCOMPARE(view->undoer()->count(), 0);
         QTest::mouseRelease(menu, Qt::LeftButton, Qt::NoModifier, cell);
-        QCOMPARE(view->undoStack()->count(), 1);
-        QCOMPARE(view->undoStack()->undoText(), QString("Change Color"));
+        QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->undoer()->undoText(), QString("Change Color"));
         QCOMPARE(view->buttons[0].color, picker_colorMenu::color_palette()[37]);
         QTRY_VERIFY(alive.isNull()); // closed and gone
     }

@@ -536,12 +536,12 @@ private slots:
     void reset_buttons_clears_history_only_when_there_are_buttons()
     {
         picker_view view(nullptr);
-        view.undoStack()->push(new QUndoCommand("kept"));
+        view.undoer()->push(new QUndoCommand("kept"));
         view.reset_buttons();
-        QCOMPARE(view.undoStack()->count(), 1);
+        QCOMPARE(view.undoer()->count(), 1);
         view.push_button(make_button(QPoint(), 1, 1, {"a"}), -1);
         view.reset_buttons();
-        QCOMPARE(view.undoStack()->count(), 0);
+        QCOMPARE(view.undoer()->count(), 0);
         QVERIFY(view.buttons.isEmpty());
     }
 };

@@ -343,7 +343,7 @@ private slots:
         QVERIFY(save && undo);
         w.updateFileMenu();
         QVERIFY(save->isEnabled());
-        w.frontPicker()->undoStack()->push(new QUndoCommand("Move Buttons"));
+        w.frontPicker()->undoer()->push(new QUndoCommand("Move Buttons"));
         w.updateEditMenu();
         QCOMPARE(undo->text(), QString("Undo Move Buttons"));
         QVERIFY(undo->isEnabled());

@@ -36,5 +36,5 @@ void handle_paste(picker_view* view, bool inPlace)
     QDataStream in(payload);
     // Even an unreadable payload becomes an (empty) undo entry: the user
     // asked for a paste and sees one.
-    view->undoStack()->push(new paste_buttons_cmd(view, readButtonAttributes(in), inPlace));
+    view->undoer()->push(new paste_buttons_cmd(view, readButtonAttributes(in), inPlace));
 }

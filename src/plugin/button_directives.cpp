@@ -323,7 +323,7 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, const
         return MStatus::kSuccess;
     if (args.length() < 2)
         return wrong_count(directive);
-    if (picker_window::selection_.isEmpty())
+    if (picker_window::selection().isEmpty())
         return MStatus::kSuccess;
     buttonAttributes a;
     a.pos = view->mapToPicker(QPoint(int(number_at(args, 0)), int(number_at(args, 1))));
@@ -332,7 +332,7 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, const
     a.kind = kind;
     a.language = language;
     a.color = w->currentColor();
-    a.labelColor = w->currentLabelColor();
+    a.labelColor = w->currentTextColor();
     a.label = label;
     a.names = names;
     view->push_button(a, -1);
@@ -344,7 +344,7 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, const
 
 MStatus picker_main::add_button(const MStringArray& args)
 {
-    return add_one("add_button", args, 0, text_at(args, 2), picker_window::selection_, 0);
+    return add_one("add_button", args, 0, text_at(args, 2), picker_window::selection(), 0);
 }
 
 MStatus picker_main::add_cmd_button(const MStringArray& args)

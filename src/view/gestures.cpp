@@ -129,7 +129,7 @@ void select_button_cmd::finish()
         if (shown)
             view->refresh();
     } else if (current != anchor) {
-        view->undoStack()->push(new move_buttons_cmd(view, movedStarts, movedIndices, drag_delta()));
+        view->undoer()->push(new move_buttons_cmd(view, movedStarts, movedIndices, drag_delta()));
     }
     view->update_toolbox();
 }
@@ -226,7 +226,7 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
             a.kind = 0;
             a.language = 0;
             a.color = window ? window->currentColor() : 0xB22222;
-            a.labelColor = window ? window->currentLabelColor() : 0x000000;
+            a.labelColor = window ? window->currentTextColor() : 0x000000;
             a.names = QStringList{name};
             indices << view->push_button(a, -1);
             at.rx() += s + 1;

@@ -129,7 +129,7 @@ public:
     void streamTo(QDataStream& out) const;
     void streamFrom(QDataStream& in, int version);
 
-    QUndoStack* undoStack() { return &undo; }
+    QUndoStack* undoer() { return &undo; }
 
     // The .pkr file the picker was loaded from or saved to; empty if none.
     QString path() const { return filePath; }

@@ -305,7 +305,7 @@ void picker_window::cut_buttons()
         return;
     auto* command = new cut_buttons_cmd(view);
     copyButtonsToClipboard(command->buttons());
-    view->undoStack()->push(command);
+    view->undoer()->push(command);
 }
 
 void picker_window::copy_buttons()
@@ -345,13 +345,13 @@ void picker_window::request_rebind(bool rebind)
 void picker_window::do_undo()
 {
     if (picker_view* view = frontPicker())
-        view->undoStack()->undo();
+        view->undoer()->undo();
 }
 
 void picker_window::do_redo()
 {
     if (picker_view* view = frontPicker())
-        view->undoStack()->redo();
+        view->undoer()->redo();
 }
 
 // ----- Menus
@@ -388,7 +388,7 @@ void picker_window::updateEditMenu()
         pasteAction->setEnabled(false);
         return;
     }
-    QUndoStack* stack = view->undoStack();
+    QUndoStack* stack = view->undoer();
     undoAction->setEnabled(stack->canUndo());
     undoAction->setText(stack->canUndo() ? QString("Undo %1").arg(stack->undoText()) : QString("Can't Undo"));
     redoAction->setEnabled(stack->canRedo());
@@ -676,7 +676,7 @@ void picker_window::set_button_color(QRgb which)
         colorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
     if (view && view->any_selected())
-        view->undoStack()->push(new change_color_cmd(view, which));
+        view->undoer()->push(new change_color_cmd(view, which));
 }
 
 void picker_window::set_label_color(QRgb which)
@@ -685,7 +685,7 @@ void picker_window::set_label_color(QRgb which)
         labelColorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
     if (view && view->any_selected())
-        view->undoStack()->push(new change_labelc_cmd(view, which));
+        view->undoer()->push(new change_labelc_cmd(view, which));
 }
 
 void picker_window::set_button_width(QAction* action)
@@ -697,7 +697,7 @@ void picker_window::set_button_width(QAction* action)
     toolboxState.width = ok ? value : 10;
     picker_view* view = frontPicker();
     if (view && view->any_selected() && !buildingToolbox)
-        view->undoStack()->push(new change_width_cmd(view, currentWidth()));
+        view->undoer()->push(new change_width_cmd(view, currentWidth()));
 }
 
 void picker_window::set_button_height(QAction* action)
@@ -709,7 +709,7 @@ void picker_window::set_button_height(QAction* action)
     toolboxState.height = ok ? value : 10;
     picker_view* view = frontPicker();
     if (view && view->any_selected() && !buildingToolbox)
-        view->undoStack()->push(new change_height_cmd(view, currentHeight()));
+        view->undoer()->push(new change_height_cmd(view, currentHeight()));
 }
 
 void picker_window::set_button_label()
@@ -717,7 +717,7 @@ void picker_window::set_button_label()
     picker_view* view = frontPicker();
     if (!view || !view->any_selected() || !labelEdit)
         return;
-    view->undoStack()->push(new change_label_cmd(view, labelEdit->text()));
+    view->undoer()->push(new change_label_cmd(view, labelEdit->text()));
     labelEdit->clearFocus();
 }
 
@@ -726,23 +726,26 @@ void picker_window::updateControls()
     picker_view* view = frontPicker();
     if (!toolboxShown() || !view || view->buttons.isEmpty())
         return;
-    QSet<unsigned int> colors, labelColors;
-    QSet<int> sizes, widths, heights;
-    QSet<QString> labels;
+    toolbox_state state;
     int count = 0;
     for (const buttonRecord& r : view->buttons) {
         if (r.selected != 1)
             continue;
-        colors << r.color;
-        sizes << r.size;
-        widths << r.width;
-        heights << r.height;
-        labels << r.label;
-        labelColors << r.labelColor;
+        state.colors << r.color;
+        state.sizes << r.size;
+        state.widths << r.width;
+        state.heights << r.height;
+        state.labels << r.label;
+        state.labelColors << r.labelColor;
         ++count;
     }
     if (!count)
         return;
+    const QSet<unsigned int>& colors = state.colors;
+    const QSet<int>& widths = state.widths;
+    const QSet<int>& heights = state.heights;
+    const QSet<QString>& labels = state.labels;
+    const QSet<unsigned int>& labelColors = state.labelColors;
     colorButton->setIcon(make_icon(*colors.begin()));
     widthButton->blockSignals(true);
     heightButton->blockSignals(true);

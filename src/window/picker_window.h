@@ -6,6 +6,7 @@
 #include <QPixmap>
 #include <QPointer>
 #include <QRgb>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -46,6 +47,17 @@ public:
     static QDockWidget* dock_;
     // The host's selection as the picker knows it, in the order received.
     static QStringList selection_;
+    static const QStringList& selection() { return selection_; }
+
+    // What updateControls gathers from the selected buttons.
+    struct toolbox_state {
+        QSet<unsigned int> colors;
+        QSet<int> sizes;
+        QSet<int> widths;
+        QSet<int> heights;
+        QSet<QString> labels;
+        QSet<unsigned int> labelColors;
+    };
 
     // Values that new buttons and the toolbox use.
     struct toolbox_values {
@@ -65,7 +77,7 @@ public:
     void setWidgetShortcut(QAction* action, const QKeySequence& key) const;
 
     QRgb currentColor() const { return toolboxState.color; }
-    QRgb currentLabelColor() const { return toolboxState.labelColor; }
+    QRgb currentTextColor() const { return toolboxState.labelColor; }
     int currentWidth() const { return toolboxState.width; }
     int currentHeight() const { return toolboxState.height; }
     int currentSize() const { return toolboxState.size; }
