@@ -419,9 +419,7 @@ private slots:
         QCOMPARE(describe(view()), before);
 
         // An empty choice strips the namespace.
-        QTimer::singleShot(20, [] {
-            QWidget* dialog = modal_helper::waiting_dialog();
-            QVERIFY(dialog);
+        modal_helper::with_next([](QWidget* dialog) {
             dialog->findChild<QComboBox*>()->setEditText(QString());
             modal_helper::answer(dialog, "OK");
         });
@@ -455,9 +453,7 @@ private slots:
             "createNode transform -n \"sidekick:arm\" -ss; createNode transform -n \"sidekick:leg\" -ss");
         h.drain_idle();
         QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(path)));
-        QTimer::singleShot(20, [] {
-            QWidget* dialog = modal_helper::waiting_dialog();
-            QVERIFY(dialog);
+        modal_helper::with_next([](QWidget* dialog) {
             auto* combo = dialog->findChild<QComboBox*>();
             QCOMPARE(combo->currentText(), QString("hero")); // absent: kept unless the user says otherwise
             combo->setCurrentText("sidekick");

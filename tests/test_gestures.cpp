@@ -277,8 +277,8 @@ private slots:
     {
         QStringList seen;
         auto read_menu = [&] {
-            QTimer::singleShot(50, [&] {
-                auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            modal_helper::with_next_popup([&](QWidget* popup) {
+                auto* menu = qobject_cast<QMenu*>(popup);
                 if (!menu)
                     return;
                 for (QAction* a : menu->actions())
@@ -346,15 +346,10 @@ private slots:
     void command_buttons_are_added_and_edited_in_the_dialog()
     {
         auto close_menu = [] {
-            QTimer::singleShot(30, [] {
-                if (QWidget* popup = QApplication::activePopupWidget())
-                    popup->close();
-            });
+            modal_helper::with_next_popup([](QWidget* popup) { popup->close(); });
         };
         auto answer = [](const QString& script, const QString& choice) {
-            QTimer::singleShot(50, [script, choice] {
-                QWidget* dialog = modal_helper::waiting_dialog();
-                QVERIFY(dialog);
+            modal_helper::with_next([script, choice](QWidget* dialog) {
                 dialog->findChild<QTextEdit*>()->setPlainText(script);
                 modal_helper::answer(dialog, choice);
             });

@@ -218,8 +218,7 @@ private slots:
         window->save_current();
         QCOMPARE(window->frontPicker()->path(), dir.filePath("first.pkr"));
         QVERIFY(QFile::exists(dir.filePath("first.pkr")));
-        modal_helper::answer_next(dir.filePath("no/such/folder/x.pkr"));
-        QTimer::singleShot(400, [] { modal_helper::answer_next("OK"); });
+        modal_helper::answer_in_turn({dir.filePath("no/such/folder/x.pkr"), "OK"});
         window->saveas_current();
         QVERIFY(window->frontPicker()->path().isEmpty());
         window->request_save();
@@ -444,8 +443,8 @@ private slots:
 
         // Test runs what the dialog holds; Cancel afterwards keeps it in the attributes.
         QPoint placed;
-        QTimer::singleShot(20, [&placed] {
-            auto* dialog = qobject_cast<picker_editCmdDialog*>(modal_helper::waiting_dialog());
+        modal_helper::with_next([&placed](QWidget* modal) {
+            auto* dialog = qobject_cast<picker_editCmdDialog*>(modal);
             QVERIFY(dialog);
             auto* name = dialog->findChild<QLineEdit*>();
             QCOMPARE(name->maxLength(), 128);
@@ -465,9 +464,7 @@ private slots:
         QCOMPARE(a.language, 1);
 
         // The next run opens where the last one was left, and OK applies.
-        QTimer::singleShot(20, [&placed] {
-            QWidget* dialog = modal_helper::waiting_dialog();
-            QVERIFY(dialog);
+        modal_helper::with_next([&placed](QWidget* dialog) {
             QCOMPARE(dialog->size(), QSize(420, 460));
             QCOMPARE(dialog->pos(), placed);
             dialog->findChild<QTextEdit*>()->setPlainText("print 3;");
@@ -486,16 +483,13 @@ private slots:
 
     void rename_tab_through_the_dialog()
     {
-        QTimer::singleShot(20, [] {
-            QWidget* dialog = modal_helper::waiting_dialog();
-            QVERIFY(dialog);
+        modal_helper::with_next([](QWidget* dialog) {
             dialog->findChild<QLineEdit*>()->setText("face");
             modal_helper::answer(dialog, "OK");
         });
         window->rename_tab();
         QCOMPARE(window->tabs()->tabText(0), QString("face"));
-        QTimer::singleShot(20, [] {
-            QWidget* dialog = modal_helper::waiting_dialog();
+        modal_helper::with_next([](QWidget* dialog) {
             dialog->findChild<QLineEdit*>()->setText(QString());
             modal_helper::answer(dialog, "OK");
         });

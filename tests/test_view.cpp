@@ -515,16 +515,14 @@ private slots:
 
         // Cancelling the file and declining the question keeps the image.
         host.clear();
-        modal_helper::answer_next(QString());
-        QTimer::singleShot(300, [] { modal_helper::answer_next("Cancel"); });
+        modal_helper::answer_in_turn({QString(), "Cancel"});
         view.change_background();
         QVERIFY(!view.background.isNull());
         QVERIFY(host.mel.isEmpty());
 
         // Accepting removes the stored image first.
         const QString old_key = view.backgroundKey;
-        modal_helper::answer_next(QString());
-        QTimer::singleShot(300, [] { modal_helper::answer_next("Yes"); });
+        modal_helper::answer_in_turn({QString(), "Yes"});
         view.change_background();
         QVERIFY(view.background.isNull());
         QCOMPARE(view.backgroundKey, QString("0"));
