@@ -13,6 +13,7 @@
 #include <QColor>
 
 #include <cmath>
+#include <type_traits>
 #include <cstdlib>
 
 namespace {
@@ -113,160 +114,136 @@ int channel(int v)
     return v < 0 ? 0 : (v > 255 ? 255 : v);
 }
 
+// Runs `act` on the addressed button of the current tab; no tab is a silent
+// success, a button that is not found the usual failure.
+template <class Act>
+MStatus with_target(const char* directive, const MStringArray& args, unsigned pointCount, unsigned further,
+                    Act act)
+{
+    target t{picker_main::current_view()};
+    if (!t.view)
+        return MStatus::kSuccess;
+    MStatus status = find_target(directive, args, pointCount, further, t);
+    if (!status)
+        return status;
+    if constexpr (std::is_void_v<decltype(act(t))>) {
+        act(t);
+        return MStatus::kSuccess;
+    } else {
+        return act(t); // an action that can still refuse
+    }
+}
+
 } // namespace
 
 MStatus picker_main::move_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("move_button", args, 5, 2, t);
-    if (!status)
-        return status;
-    t.button().moveTo(QPoint(int(number_at(args, t.next)), int(number_at(args, t.next + 1))));
-    t.view->conform_to_selection();
-    changed(t.view);
-    return MStatus::kSuccess;
+    return with_target("move_button", args, 5, 2, [&](const target& t) {
+        t.button().moveTo(QPoint(int(number_at(args, t.next)), int(number_at(args, t.next + 1))));
+        t.view->conform_to_selection();
+        changed(t.view);
+    });
 }
 
 MStatus picker_main::resize_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("resize_button", args, 5, 2, t);
-    if (!status)
-        return status;
-    t.view->set_button_size(t.button(), int_at(args, t.next), int_at(args, t.next + 1));
-    changed(t.view);
-    return MStatus::kSuccess;
+    return with_target("resize_button", args, 5, 2, [&](const target& t) {
+        t.view->set_button_size(t.button(), int_at(args, t.next), int_at(args, t.next + 1));
+        changed(t.view);
+    });
 }
 
 MStatus picker_main::rename_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("rename_button", args, 4, 1, t);
-    if (!status)
-        return status;
-    select_in_picker(t);
-    t.view->set_button_label(t.button(), text_at(args, t.next));
-    changed(t.view);
-    return MStatus::kSuccess;
+    return with_target("rename_button", args, 4, 1, [&](const target& t) {
+        select_in_picker(t);
+        t.view->set_button_label(t.button(), text_at(args, t.next));
+        changed(t.view);
+    });
 }
 
 MStatus picker_main::update_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("update_button", args, 4, 1, t);
-    if (!status)
-        return status;
-    buttonRecord& r = t.button();
-    r.names = QStringList{text_at(args, t.next)};
-    r.nameFlags.resize(1);
-    r.select(false);
-    changed(t.view);
-    return MStatus::kSuccess;
+    return with_target("update_button", args, 4, 1, [&](const target& t) {
+        buttonRecord& r = t.button();
+        r.names = QStringList{text_at(args, t.next)};
+        r.nameFlags.resize(1);
+        r.select(false);
+        changed(t.view);
+    });
 }
 
 MStatus picker_main::delete_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("delete_button", args, 3, 0, t);
-    if (!status)
-        return status;
-    t.view->pop_button(t.index);
-    changed(t.view);
-    return MStatus::kSuccess;
+    return with_target("delete_button", args, 3, 0, [&](const target& t) {
+        t.view->pop_button(t.index);
+        changed(t.view);
+    });
 }
 
 MStatus picker_main::query_button(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("query_button", args, 3, 0, t);
-    if (!status)
-        return status;
-    select_in_picker(t);
-    clearResult();
-    appendToResult(QStringListToMStringArray(t.button().names));
-    return MStatus::kSuccess;
+    return with_target("query_button", args, 3, 0, [&](const target& t) {
+        select_in_picker(t);
+        MPxCommand::clearResult();
+        MPxCommand::appendToResult(QStringListToMStringArray(t.button().names));
+    });
 }
 
 MStatus picker_main::get_button_bounds(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("get_button_bounds", args, 3, 0, t);
-    if (!status)
-        return status;
-    select_in_picker(t);
-    const QRect r = t.button().bounds;
-    clearResult();
-    for (int v : {r.left(), r.top(), r.width(), r.height()})
-        appendToResult(MQtUtil::toMString(QString::number(v)));
-    return MStatus::kSuccess;
+    return with_target("get_button_bounds", args, 3, 0, [&](const target& t) {
+        select_in_picker(t);
+        const QRect r = t.button().bounds;
+        MPxCommand::clearResult();
+        for (int v : {r.left(), r.top(), r.width(), r.height()})
+            MPxCommand::appendToResult(MQtUtil::toMString(QString::number(v)));
+    });
 }
 
 MStatus picker_main::get_button_properties(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
-        return MStatus::kSuccess;
-    MStatus status = find_target("get_button_properties", args, 3, 0, t);
-    if (!status)
-        return status;
-    select_in_picker(t);
-    const buttonRecord& r = t.button();
-    clearResult();
-    for (int v : {r.pos.x(), r.pos.y(), r.kind, r.language, r.size, r.width, r.height})
-        appendToResult(MQtUtil::toMString(QString::number(v)));
-    appendToResult(MQtUtil::toMString(QColor(QRgb(r.color)).name()));
-    appendToResult(MQtUtil::toMString(QColor(QRgb(r.labelColor)).name()));
-    return MStatus::kSuccess;
+    return with_target("get_button_properties", args, 3, 0, [&](const target& t) {
+        select_in_picker(t);
+        const buttonRecord& r = t.button();
+        MPxCommand::clearResult();
+        for (int v : {r.pos.x(), r.pos.y(), r.kind, r.language, r.size, r.width, r.height})
+            MPxCommand::appendToResult(MQtUtil::toMString(QString::number(v)));
+        MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.color)).name()));
+        MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.labelColor)).name()));
+    });
 }
 
 MStatus picker_main::set_button_properties(const MStringArray& args)
 {
-    target t{current_view()};
-    if (!t.view)
+    return with_target("set_button_properties", args, 13, 10, [&](const target& t) -> MStatus {
+        const unsigned n = t.next;
+        auto value = [&](unsigned i) { return text_at(args, n + i); };
+        // A kind or language other than 0 or 1 would make the button vanish the
+        // next time the picker is read; refuse it before changing anything.
+        for (unsigned i : {3u, 4u}) {
+            if (!value(i).isEmpty() && int_at(args, n + i) != 0 && int_at(args, n + i) != 1)
+                return fail(QString("%1 - set_button_properties: %2 must be 0 or 1, not %3")
+                                .arg(texts::command_name, i == 3 ? "kind" : "language", value(i)));
+        }
+        buttonRecord& r = t.button();
+        if (!value(0).isEmpty())
+            t.view->set_button_label(r, value(0));
+        if (!value(1).isEmpty() && !value(2).isEmpty())
+            r.moveTo(QPoint(int(number_at(args, n + 1)), int(number_at(args, n + 2))));
+        int* fields[] = {&r.kind, &r.language, &r.size, &r.width, &r.height};
+        for (unsigned i = 0; i < 5; ++i)
+            if (!value(3 + i).isEmpty())
+                *fields[i] = int_at(args, n + 3 + i);
+        if (!value(8).isEmpty())
+            r.color = color_from_name(value(8));
+        if (!value(9).isEmpty())
+            r.labelColor = color_from_name(value(9));
+        t.view->set_button_size(r, r.width, r.height);
+        t.view->conform_to_selection();
+        changed(t.view);
         return MStatus::kSuccess;
-    MStatus status = find_target("set_button_properties", args, 13, 10, t);
-    if (!status)
-        return status;
-    const unsigned n = t.next;
-    auto value = [&](unsigned i) { return text_at(args, n + i); };
-    // A kind or language other than 0 or 1 would make the button vanish the
-    // next time the picker is read; refuse it before changing anything.
-    for (unsigned i : {3u, 4u}) {
-        if (!value(i).isEmpty() && int_at(args, n + i) != 0 && int_at(args, n + i) != 1)
-            return fail(QString("%1 - set_button_properties: %2 must be 0 or 1, not %3")
-                            .arg(texts::command_name, i == 3 ? "kind" : "language", value(i)));
-    }
-    buttonRecord& r = t.button();
-    if (!value(0).isEmpty())
-        t.view->set_button_label(r, value(0));
-    if (!value(1).isEmpty() && !value(2).isEmpty())
-        r.moveTo(QPoint(int(number_at(args, n + 1)), int(number_at(args, n + 2))));
-    int* fields[] = {&r.kind, &r.language, &r.size, &r.width, &r.height};
-    for (unsigned i = 0; i < 5; ++i)
-        if (!value(3 + i).isEmpty())
-            *fields[i] = int_at(args, n + 3 + i);
-    if (!value(8).isEmpty())
-        r.color = color_from_name(value(8));
-    if (!value(9).isEmpty())
-        r.labelColor = color_from_name(value(9));
-    t.view->set_button_size(r, r.width, r.height);
-    t.view->conform_to_selection();
-    changed(t.view);
-    return MStatus::kSuccess;
+    });
 }
 
 MStatus picker_main::color_directive(const MStringArray& args, bool label)
