@@ -35,3 +35,7 @@ quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/p
            LIBS picker_plugin maya_sandbox_host)
 
 quill_test(test_menus SOURCES test_menus.cpp LIBS picker_ui)
+
+# What the scene holds against what the window shows, through the real host.
+quill_test(test_scene SOURCES test_scene.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)

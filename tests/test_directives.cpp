@@ -1,5 +1,6 @@
 // Scripting the picker with real MEL in the stand-in host: the button
 // directives, namespace binding and the namespace chooser.
+#include "edit/button_commands.h"
 #include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "plugin/picker_main.h"
@@ -13,6 +14,8 @@
 #include <maya/MObject.h>
 
 #include <QComboBox>
+#include <QPushButton>
+#include <QSignalSpy>
 #include <QMainWindow>
 #include <QStandardPaths>
 #include <QTabWidget>
@@ -69,6 +72,29 @@ class test_directives : public QObject {
     }
 
     picker_view* view() { return picker_main::current_view(); }
+
+    // A fresh tab with one selection button per name, labelled b0, b1, ...
+    void buttons_named(const QStringList& names)
+    {
+        run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab");
+        for (int i = 0; i < names.size(); ++i)
+            QVERIFY2(run(QString("select -r rig:arm; QuillmarshPicker add_button %1 10 b%2;"
+                                 "QuillmarshPicker update_button label b%2 \"%3\"")
+                             .arg(10 + 30 * i).arg(i).arg(names[i])),
+                     qPrintable(h.output_text()));
+        run("select -cl");
+        h.drain_idle();
+        h.clear_output();
+    }
+
+    // Every name of every button of the current tab, in order.
+    QStringList all_names()
+    {
+        QStringList out;
+        for (const buttonRecord& r : view()->buttons)
+            out << r.names;
+        return out;
+    }
 
     // One tab holding rig:arm (label "arm") at (10, 20) and rig:leg at (60, 20).
     void arm_and_leg()
@@ -272,9 +298,9 @@ private slots:
         h.drain_idle();
         run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand");
         QCOMPARE(view()->buttons.size(), 3); // added and painted at once
-        QVERIFY(h.idle_texts().filter("QuillmarshPickerData").isEmpty());
+        QVERIFY(h.idle_texts().isEmpty());
         run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
-        QCOMPARE(h.idle_texts().filter("QuillmarshPickerData").size(), 1);
+        QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker flush"});
     }
 
     void history_survives_scripts_removing_buttons()
@@ -307,6 +333,12 @@ private slots:
         QTest::newRow("nested") << "a:b:c" << QStringList{"a:b", "a"};
         QTest::newRow("colon in brackets") << "rig:mesh.vtx[a:b]" << QStringList{"rig"};
         QTest::newRow("root") << "arm" << QStringList{};
+        QTest::newRow("dag path") << "|rig:grp|rig:ctl" << QStringList{"rig"};
+        QTest::newRow("dag path, nested below the root")
+            << "|grp|rig:sub:ctl.translateX" << QStringList{"rig:sub", "rig"};
+        QTest::newRow("one per segment") << "|a:grp|b:ctl" << QStringList{"a", "b"};
+        QTest::newRow("component range") << "rig:body.vtx[0:3]" << QStringList{"rig"};
+        QTest::newRow("anchored at the root") << ":rig:ctl" << QStringList{"rig"};
     }
 
     void namespace_prefixes()
@@ -341,6 +373,22 @@ private slots:
                                                  << QStringList{"hero:"} << QStringList{"setAttr arm.tx -1;"};
         QTest::newRow("empty script") << QStringList{""} << 1 << QStringList{"rig:"} << QStringList{"hero:"}
                                       << QStringList{""};
+        QTest::newRow("the most specific pair wins")
+            << QStringList{"a:b:x", "a:y"} << 0 << QStringList{"a:b:", "a:"} << QStringList{"q:", "p:"}
+            << QStringList{"q:x", "p:y"};
+        QTest::newRow("dag path") << QStringList{"|rig:grp|rig:ctl", "|grp|rig:ctl"} << 0 << QStringList{"rig:"}
+                                  << QStringList{"hero:"} << QStringList{"|hero:grp|hero:ctl", "|grp|hero:ctl"};
+        QTest::newRow("dag path to the root") << QStringList{"|rig:grp|rig:sub:ctl"} << 0 << QStringList{"rig:"}
+                                              << QStringList{":"} << QStringList{"|grp|sub:ctl"};
+        QTest::newRow("root dag path into hero")
+            << QStringList{"|grp|ctl", "body.vtx[0:3]"} << 0 << QStringList{":"} << QStringList{"hero:"}
+            << QStringList{"|hero:grp|hero:ctl", "hero:body.vtx[0:3]"};
+        QTest::newRow("script paths and nesting")
+            << QStringList{"select -r \"|rig:grp|rig:ctl\" rig:sub:hand.tx;"} << 1 << QStringList{"rig:sub:", "rig:"}
+            << QStringList{"x:", "hero:"} << QStringList{"select -r \"|hero:grp|hero:ctl\" x:hand.tx;"};
+        QTest::newRow("python colons are not names")
+            << QStringList{"d = {'a': 1}; x = s[1:2]"} << 1 << QStringList{":"} << QStringList{"hero:"}
+            << QStringList{"d = {'a': 1}; x = s[1:2]"};
     }
 
     void rebinding_names()
@@ -376,6 +424,226 @@ private slots:
         QCOMPARE(result("QuillmarshPicker query_button label arm"), QStringList{"arm"});
         // In a script the root is written out: ":arm" is the same object.
         QCOMPARE(view()->buttons[2].names, QStringList{"select -r :arm :leg;"});
+    }
+
+    void update_namespace_per_segment_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<QStringList>("namespaces");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("nested moves with its parent")
+            << QStringList{"rig:ctl", "rig:sub:hand"} << "hero" << QStringList{"rig", "rig:sub"}
+            << QStringList{"hero:ctl", "hero:sub:hand"};
+        QTest::newRow("only a nested one in use") << QStringList{"rig:sub:hand"} << "hero"
+                                                  << QStringList{"rig", "rig:sub"} << QStringList{"hero:sub:hand"};
+        QTest::newRow("dag path") << QStringList{"|rig:grp|rig:ctl"} << "hero" << QStringList{"rig"}
+                                  << QStringList{"|hero:grp|hero:ctl"};
+        QTest::newRow("to the root") << QStringList{"|rig:grp|rig:ctl", "rig:sub:hand"} << "\":\""
+                                     << QStringList{"rig", "rig:sub"} << QStringList{"|grp|ctl", "sub:hand"};
+        QTest::newRow("root into hero") << QStringList{"|grp|ctl", "body.vtx[0:3]"} << "hero:" << QStringList{":"}
+                                        << QStringList{"|hero:grp|hero:ctl", "hero:body.vtx[0:3]"};
+        QTest::newRow("all move to the first choice")
+            << QStringList{"a:x", "b:sub:y", "|b:grp|c"} << "hero other" << QStringList{"a", "b", "b:sub"}
+            << QStringList{"hero:x", "hero:sub:y", "|hero:grp|c"};
+    }
+
+    void update_namespace_per_segment()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, arguments);
+        QFETCH(QStringList, namespaces);
+        QFETCH(QStringList, expected);
+        buttons_named(names);
+        QCOMPARE(result("QuillmarshPicker get_namespaces"), namespaces);
+        QSignalSpy changes(view(), &picker_view::changed);
+        QVERIFY2(run("QuillmarshPicker update_namespace " + arguments), qPrintable(h.output_text()));
+        QCOMPARE(all_names(), expected);
+
+        // One step, named, that gives back exactly what was there; each way
+        // tells the scene once.
+        QUndoStack* stack = view()->undoer();
+        QCOMPARE(stack->count(), 1);
+        QCOMPARE(stack->undoText(), QString("Change Namespace"));
+        stack->undo();
+        QCOMPARE(all_names(), names);
+        stack->redo();
+        QCOMPARE(all_names(), expected);
+        QCOMPARE(changes.count(), 3);
+    }
+
+    void update_namespace_refuses_what_is_no_namespace_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::newRow("none") << "";
+        QTest::newRow("dag path") << "\"|hero\"";
+        QTest::newRow("mel") << "\"hero\\\";print(1);\\\"\"";
+        QTest::newRow("digit first") << "1hero";
+    }
+
+    void update_namespace_refuses_what_is_no_namespace()
+    {
+        QFETCH(QString, arguments);
+        run("select -r rig:hand; QuillmarshPicker add_cmd_button 5 5 c mel \"select -r rig:arm;\"; select -cl");
+        const QStringList before = describe(view());
+        QVERIFY(!run("QuillmarshPicker update_namespace " + arguments));
+        QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - update_namespace: "),
+                 qPrintable(h.output_text()));
+        QCOMPARE(describe(view()), before);
+        QCOMPARE(view()->undoer()->count(), 0);
+    }
+
+    void chooser_and_update_namespace_agree_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("choice");
+        QTest::newRow("nested and paths")
+            << QStringList{"rig:ctl", "rig:sub:hand", "|rig:grp|rig:sub:ctl.tx"} << "hero";
+        QTest::newRow("to the root") << QStringList{"|rig:grp|rig:ctl", "rig:sub:hand"} << "";
+        QTest::newRow("into a nested one") << QStringList{"rig:ctl", "rig:sub:hand"} << "char1:rig";
+        QTest::newRow("from the root") << QStringList{"|grp|ctl", "body.vtx[0:3]"} << "hero";
+    }
+
+    void chooser_and_update_namespace_agree()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, choice);
+        // The names once more in a command button's script.
+        auto make = [&] {
+            buttons_named(names);
+            run(QString("select -r rig:hand; QuillmarshPicker add_cmd_button 5 5 c mel \"select %1;\"; select -cl")
+                    .arg(names.join(' ')));
+        };
+        make();
+        const QStringList namespaces = result("QuillmarshPicker get_namespaces");
+        QVERIFY2(run(QString("QuillmarshPicker update_namespace \"%1\"").arg(choice)), qPrintable(h.output_text()));
+        const QStringList expected = describe(view());
+
+        // The same choice for the top namespaces in the chooser; nested rows
+        // are left as they are.
+        make();
+        QStringList rows;
+        modal_helper::with_next([&](QWidget* modal) {
+            auto* dialog = dynamic_cast<picker_editNamespaceDialog*>(modal);
+            QVERIFY(dialog);
+            for (const auto& record : dialog->pairs()) {
+                rows << record.ns;
+                if (record.ns == ":" || !record.ns.contains(':'))
+                    record.choice->setEditText(choice);
+            }
+            modal_helper::answer(modal, "OK");
+        });
+        QVERIFY(run("QuillmarshPicker rebind hero \"char1:rig\" \":\""));
+        QCOMPARE(rows, namespaces);
+        QCOMPARE(describe(view()), expected);
+        QCOMPARE(view()->undoer()->count(), 1);
+        QCOMPARE(view()->undoer()->undoText(), QString("Change Namespace"));
+        view()->undoer()->undo();
+        QCOMPARE(all_names().mid(0, names.size()), names);
+    }
+
+    void undo_keeps_names_with_the_namespaces_of_their_time_data()
+    {
+        QTest::addColumn<QString>("edit");
+        QTest::newRow("update") << "update";
+        QTest::newRow("paste") << "paste";
+        QTest::newRow("delete") << "delete";
+    }
+
+    void undo_keeps_names_with_the_namespaces_of_their_time()
+    {
+        QFETCH(QString, edit);
+        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss; createNode transform -n \"hero:hand\" -ss");
+        picker_view* v = view();
+        QUndoStack* stack = v->undoer();
+        const QStringList start = all_names();
+        v->buttons[0].selected = 1;
+        if (edit == "update") {
+            stack->push(new update_buttons_cmd(v, &v->buttons[0], {"rig:hand"}));
+        } else if (edit == "paste") {
+            buttonAttributes a = v->buttons[1];
+            a.names = QStringList{"rig:hand"};
+            stack->push(new paste_buttons_cmd(v, {a}, true));
+        } else {
+            stack->push(new delete_buttons_cmd(v));
+        }
+
+        const QStringList edited = all_names();
+        run("select -r hero:arm hero:hand");
+        QVERIFY(run("QuillmarshPicker update_namespace hero"));
+        const QStringList rebound = all_names();
+        QVERIFY(!rebound.isEmpty());
+        for (const QString& name : rebound)
+            QVERIFY2(name.startsWith("hero:"), qPrintable(name));
+        // The rebound buttons show the host selection at once.
+        for (const buttonRecord& r : v->buttons)
+            QCOMPARE(int(r.selected), r.names.contains("hero:leg") ? 0 : 1);
+
+        QCOMPARE(stack->count(), 2);
+        stack->undo();
+        QCOMPARE(all_names(), edited);
+        stack->undo();
+        QCOMPARE(all_names(), start);
+        stack->redo();
+        QCOMPARE(all_names(), edited);
+        stack->redo();
+        QCOMPARE(all_names(), rebound);
+    }
+
+    void rebind_history_survives_scripts()
+    {
+        // The script takes away the first button behind the history: undoing
+        // the rebind must neither reach past the list nor hand the first
+        // button's old names to the one that moved into its place.
+        QVERIFY(run("QuillmarshPicker update_namespace hero"));
+        QCOMPARE(all_names(), (QStringList{"hero:arm", "hero:leg"}));
+        QVERIFY(run("QuillmarshPicker delete_button label arm"));
+        view()->undoer()->undo();
+        QCOMPARE(all_names(), QStringList{"hero:leg"});
+        view()->undoer()->redo();
+        QCOMPARE(all_names(), QStringList{"hero:leg"});
+
+        // A button a script renamed keeps the script's names.
+        arm_and_leg();
+        QVERIFY(run("QuillmarshPicker update_namespace hero; QuillmarshPicker update_button label arm other:x"));
+        view()->undoer()->undo();
+        QCOMPARE(all_names(), (QStringList{"other:x", "rig:leg"}));
+        view()->undoer()->redo();
+        QCOMPARE(all_names(), (QStringList{"other:x", "hero:leg"}));
+    }
+
+    void chooser_survives_a_script_taking_the_tab()
+    {
+        modal_helper::with_next([&](QWidget* modal) {
+            QPointer<QWidget> dialog(modal);
+            run("QuillmarshPicker clear_tabs");
+            if (dialog)
+                modal_helper::answer(dialog, "OK");
+        });
+        QVERIFY(run("QuillmarshPicker rebind hero \":\""));
+        QVERIFY(!view());
+    }
+
+    void chooser_ok_waits_for_a_namespace_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("root") << "" << true;
+        QTest::newRow("quote") << "he\"ro" << false;
+    }
+
+    void chooser_ok_waits_for_a_namespace()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, enabled);
+        picker_editNamespaceDialog dialog(nullptr, {"rig"}, {"hero", ":"});
+        dialog.pairs()[0].choice->setEditText(text);
+        QPushButton* ok = nullptr;
+        for (QPushButton* b : dialog.findChildren<QPushButton*>())
+            if (b->text() == "OK")
+                ok = b;
+        QVERIFY(ok);
+        QCOMPARE(ok->isEnabled(), enabled);
     }
 
     void chooser_preselects_what_the_scene_has_data()

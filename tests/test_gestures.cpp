@@ -82,7 +82,12 @@ class test_gestures : public QObject {
         return out;
     }
 
-    int scene_writes() const { return host->mel.filter("fileInfo \"QuillmarshPickerData\"").size(); }
+    // What reaches the scene once the host is next idle.
+    int scene_writes() const
+    {
+        window->flushSceneData(false);
+        return host->now.filter("fileInfo \"QuillmarshPickerData\"").size();
+    }
 
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -383,8 +388,14 @@ private slots:
         click(view, QPoint(50, 50));
         host->clear();
         view->nudge_right();
+        QCOMPARE(scene_writes(), 1);
         view->adjust_size_up();
+        QCOMPARE(scene_writes(), 2);
         view->undoer()->undo();
+        QCOMPARE(scene_writes(), 3);
+        view->nudge_down();
+        QCOMPARE(scene_writes(), 4);
+        // Lining up a single button changes nothing, and nothing is written.
         view->align_horizontal();
         QCOMPARE(scene_writes(), 4);
     }

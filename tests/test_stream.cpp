@@ -1,8 +1,13 @@
 // The stored bytes: files, old versions and clipboard payloads compared with
 // bytes assembled by hand, and readers fed damaged, cut and lying streams.
+#include "model/limits.h"
+#include "model/picker_file.h"
 #include "model/picker_stream.h"
+#include "model/scene_data.h"
 
+#include <QBuffer>
 #include <QImage>
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <climits>
@@ -105,6 +110,105 @@ QImage test_image()
         for (int x = 0; x < image.width(); ++x)
             image.setPixel(x, y, qRgba(x * 30, y * 50, 200, 255));
     return image;
+}
+
+
+quint32 crc32_of(const QByteArray& data)
+{
+    quint32 crc = 0xffffffffu;
+    for (char c : data) {
+        crc ^= uchar(c);
+        for (int k = 0; k < 8; ++k)
+            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+QByteArray png_chunk(const char* type, const QByteArray& data)
+{
+    const QByteArray body = QByteArray(type) + data;
+    return bytes().u32(quint32(data.size())).raw(body).u32(crc32_of(body)).data;
+}
+
+// A zlib stream of `count` zero bytes, written by hand with fixed Huffman
+// codes: one literal, then copies of 258 bytes at distance 1.
+QByteArray zeros_zlib(qint64 count)
+{
+    QByteArray out("\x78\x01", 2);
+    quint32 acc = 0;
+    int held = 0;
+    const auto put = [&](quint32 v, int n) {
+        acc |= v << held;
+        held += n;
+        for (; held >= 8; held -= 8, acc >>= 8)
+            out.append(char(acc & 0xff));
+    };
+    const auto code = [&](quint32 c, int n) { // Huffman codes go most significant bit first
+        quint32 r = 0;
+        for (int i = 0; i < n; ++i)
+            r = (r << 1) | ((c >> i) & 1);
+        put(r, n);
+    };
+    put(1, 1); // last block
+    put(1, 2); // fixed codes
+    qint64 left = count;
+    if (left > 0) {
+        code(0x30, 8);
+        --left;
+    }
+    for (; left >= 258; left -= 258) {
+        code(0xc5, 8); // length 258
+        code(0, 5);    // distance 1
+    }
+    for (; left > 0; --left)
+        code(0x30, 8);
+    code(0, 7); // end of block
+    if (held > 0)
+        out.append(char(acc & 0xff));
+    return out + bytes().u32(quint32((count % 65521) << 16) | 1u).data;
+}
+
+// A PNG whose header claims the given size; the pixel data is a few zeros
+// unless `real` (then it is a whole, valid image of transparent pixels).
+QByteArray claimed_png(quint32 w, quint32 h, bool real = false)
+{
+    QByteArray ihdr = bytes().u32(w).u32(h).data;
+    ihdr.append("\x08\x06\x00\x00\x00", 5); // 8 bits RGBA
+    const QByteArray pixels = real ? zeros_zlib(qint64(h) * (1 + 4 * qint64(w))) : zeros_zlib(64);
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + png_chunk("IHDR", ihdr) + png_chunk("IDAT", pixels)
+           + png_chunk("IEND", QByteArray());
+}
+
+QByteArray real_png()
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    test_image().save(&buffer, "PNG");
+    return png;
+}
+
+// A .pkr holding the three picker buttons behind the given pixmap bytes.
+QByteArray pkr_with_pixmap(const QByteArray& pixmap)
+{
+    bytes b;
+    b.i32(5).str("Hero").str("bg").raw(pixmap).i32(3);
+    for (int j = 0; j < 3; ++j)
+        b.record(j, picker_buttons()[j]);
+    return b.data;
+}
+
+// Window stream tabs of `count` one-name buttons each.
+QByteArray window_stream(const QVector<int>& counts)
+{
+    bytes b;
+    b.i32(5).i32(counts.size()).i32(0);
+    for (int t = 0; t < counts.size(); ++t) {
+        b.i32(t).str(QString("tab %1").arg(t)).str(QString()).i32(counts[t]);
+        for (int j = 0; j < counts[t]; ++j)
+            b.record(j, button({j, t}, 10, 10, 0, 0, 0, 0xffffff, QString(), {"n"}));
+    }
+    return b.data;
 }
 
 } // namespace
@@ -398,6 +502,299 @@ private slots:
         } else {
             QVERIFY(read_list(data, picker_format::current_version).isEmpty());
         }
+    }
+
+    void pkr_round_trip()
+    {
+        pkr_header header;
+        header.name = "Hero";
+        header.backgroundKey = "bg";
+        header.background = QPixmap::fromImage(test_image());
+        QByteArray file = write_pkr(header, picker_buttons());
+        QBuffer device(&file);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QCOMPARE(got.header.name, QString("Hero"));
+        QCOMPARE(got.header.background.toImage().convertToFormat(QImage::Format_ARGB32), test_image());
+        QCOMPARE(got.buttons, picker_buttons());
+        QCOMPARE(got.declared, 3);
+        QVERIFY(!got.damaged && !got.image_refused);
+    }
+
+    void not_a_picker_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QByteArray noise(4096, 0);
+        QRandomGenerator random(11);
+        for (char& c : noise)
+            c = char(random.bounded(256));
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("text") << QByteArray("name = hero\nbuttons = 3\n");
+        QTest::newRow("random bytes") << noise;
+        QTest::newRow("version only") << bytes().i32(5).data;
+        QTest::newRow("cut inside the name") << bytes().i32(5).u32(20).raw("\0a\0b").data;
+        QTest::newRow("version 0") << bytes().i32(0).str("x").str(QString()).i32(0).data;
+        QTest::newRow("version two billion") << bytes().i32(2000000000).str("x").str(QString()).i32(0).data;
+    }
+    void not_a_picker()
+    {
+        QFETCH(QByteArray, data);
+        QBuffer device(&data);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QString why;
+        QVERIFY(!read_pkr(device, got, &why));
+        QVERIFY(!why.isEmpty());
+        QVERIFY(got.buttons.isEmpty());
+    }
+
+    void damaged_pkr_reports_what_was_read_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<int>("accepted");
+        QTest::addColumn<int>("declared");
+        QTest::addColumn<bool>("damaged");
+        bytes nine;
+        nine.i32(5).str("Hero").str(QString()).i32(9);
+        QVector<int> ends;
+        for (int j = 0; j < 9; ++j) {
+            nine.record(j, picker_buttons()[j % 3]);
+            ends << nine.data.size();
+        }
+        QTest::newRow("whole") << nine.data << 9 << 9 << false;
+        QTest::newRow("cut inside the fifth button") << nine.data.left(ends[4] - 3) << 4 << 9 << true;
+        QTest::newRow("cut after the fourth button") << nine.data.left(ends[3]) << 4 << 9 << true;
+        QTest::newRow("cut before the count") << nine.data.left(ends[0] - picker_buttons()[0].names.size()) << 0 << 9 << true;
+        buttonAttributes bad = picker_buttons()[0];
+        bad.kind = 2;
+        bytes dropped;
+        dropped.i32(5).str("Hero").str(QString()).i32(2).record(0, bad).record(1, picker_buttons()[1]);
+        QTest::newRow("a button of an unknown kind") << dropped.data << 1 << 2 << true;
+        QTest::newRow("negative count") << bytes().i32(5).str("Hero").str(QString()).i32(-4).data << 0 << -4 << true;
+        QTest::newRow("more buttons than the limit")
+            << bytes().i32(5).str("Hero").str(QString()).i32(limits::max_buttons + 1).data << 0
+            << limits::max_buttons + 1 << true;
+    }
+    void damaged_pkr_reports_what_was_read()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(int, accepted);
+        QFETCH(int, declared);
+        QFETCH(bool, damaged);
+        QBuffer device(&data);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QCOMPARE(got.buttons.size(), accepted);
+        QCOMPARE(got.declared, declared);
+        QCOMPARE(got.damaged, damaged);
+        QCOMPARE(got.header.name, QString("Hero"));
+    }
+
+    void background_images_data()
+    {
+        QTest::addColumn<QByteArray>("pixmap");
+        QTest::addColumn<bool>("refused");
+        QTest::addColumn<QSize>("size");
+        const QByteArray png = real_png();
+        const int idat = png.indexOf("IDAT");
+        QByteArray bad_pixels = png;
+        bad_pixels[idat + 8] = char(bad_pixels[idat + 8] ^ 0x55);
+        QByteArray bad_length = png;
+        bad_length.replace(idat - 4, 4, bytes().u32(0x7ffffff0).data);
+        QByteArray no_signature = png;
+        no_signature[1] = 'X';
+
+        QTest::newRow("image") << bytes().i32(1).raw(png).data << false << QSize(7, 5);
+        QTest::newRow("null image") << bytes().i32(0).data << false << QSize();
+        QTest::newRow("claims 16000 x 16000") << bytes().i32(1).raw(claimed_png(16000, 16000)).data << true << QSize();
+        QTest::newRow("claims 4 billion wide") << bytes().i32(1).raw(claimed_png(0xffffffffu, 1)).data << true << QSize();
+        QTest::newRow("claims no pixels") << bytes().i32(1).raw(claimed_png(0, 5)).data << true << QSize();
+        QTest::newRow("a whole 5000 x 5000 image") << bytes().i32(1).raw(claimed_png(5000, 5000, true)).data << true
+                                                   << QSize();
+        QTest::newRow("damaged pixel data") << bytes().i32(1).raw(bad_pixels).data << true << QSize();
+        QTest::newRow("chunk length past the end") << bytes().i32(1).raw(bad_length).data << true << QSize();
+        QTest::newRow("no PNG signature") << bytes().i32(1).raw(no_signature).data << true << QSize();
+    }
+    void background_images()
+    {
+        // Whatever the image holds, it costs at most the image: the buttons
+        // behind it are all read.
+        QFETCH(QByteArray, pixmap);
+        QFETCH(bool, refused);
+        QFETCH(QSize, size);
+        QByteArray file = pkr_with_pixmap(pixmap);
+        QBuffer device(&file);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QCOMPARE(got.image_refused, refused);
+        QCOMPARE(got.header.background.size(), size.isValid() ? size : QSize(0, 0));
+        QCOMPARE(got.buttons, picker_buttons());
+        QVERIFY(!got.damaged);
+
+        // The same through the older header reader.
+        QDataStream in(file);
+        in.setVersion(picker_format::pkr_stream_version);
+        pkr_header header;
+        bool image_refused = false;
+        QVERIFY(read_pkr_header(in, header, &image_refused));
+        QCOMPARE(image_refused, refused);
+        QCOMPARE(read_list(file.mid(int(in.device()->pos())), header.version), picker_buttons());
+
+        // And as a scene image entry, with and without the stream's marker.
+        bool scene_refused = false;
+        QCOMPARE(decode_image(pixmap.toBase64(), &scene_refused).size(), size.isValid() ? size : QSize(0, 0));
+        QCOMPARE(scene_refused, refused);
+        if (pixmap.size() > 4) {
+            QCOMPARE(decode_image(pixmap.mid(4).toBase64(), &scene_refused).size(),
+                     size.isValid() ? size : QSize(0, 0));
+            QCOMPARE(scene_refused, refused);
+        }
+    }
+
+    void absurd_geometry_is_clamped_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<QByteArray>("record");
+        QTest::addColumn<QPoint>("pos");
+        QTest::addColumn<QSize>("size"); // width, height
+        const int big = limits::max_coordinate, side = limits::max_button_side;
+        QTest::newRow("extremes")
+            << 5
+            << bytes().i32(0).point({INT_MAX, INT_MIN}).i32(INT_MIN).i32(INT_MAX).i32(-7).i32(0).i32(0).u32(0).u32(0)
+                   .str("x").i32(1).str("n").data
+            << QPoint(big, -big) << QSize(side, 0);
+        QTest::newRow("just inside")
+            << 5
+            << bytes().i32(0).point({big, -big}).i32(side).i32(side).i32(0).i32(0).i32(0).u32(0).u32(0).str("x").i32(1)
+                   .str("n").data
+            << QPoint(big, -big) << QSize(side, 0);
+        QTest::newRow("version 1 size") << 1
+                                        << bytes().i32(0).point({-big - 1, 3}).i32(INT_MAX).u32(0).str("x").i32(1).str("n").data
+                                        << QPoint(-big, 3) << QSize(side, side);
+    }
+    void absurd_geometry_is_clamped()
+    {
+        QFETCH(int, version);
+        QFETCH(QByteArray, record);
+        QFETCH(QPoint, pos);
+        QFETCH(QSize, size);
+        const QList<buttonAttributes> got = read_list(bytes().i32(1).raw(record).data, version);
+        QCOMPARE(got.size(), 1);
+        QCOMPARE(got[0].pos, pos);
+        QCOMPARE(QSize(got[0].width, got[0].height), size);
+        QVERIFY(got[0].size >= 0 && got[0].size <= limits::max_button_side);
+    }
+
+    void window_stream_limits()
+    {
+        // All tabs share one button limit; the tab that crosses it keeps what fit.
+        const int per_tab = limits::max_buttons / 2 - 100;
+        QByteArray data = window_stream({per_tab, per_tab, 300, 5});
+        QDataStream in(data);
+        window_contents got;
+        QVERIFY(read_window_stream(in, got));
+        QVERIFY(got.damaged);
+        QCOMPARE(got.tabs.size(), 3);
+        QCOMPARE(got.tabs[2].declared, 300);
+        QCOMPARE(got.tabs[2].buttons.size(), 200);
+
+        // More tabs than the limit: the first ones are read.
+        QByteArray many = window_stream(QVector<int>(limits::max_tabs + 10, 0));
+        QDataStream many_in(many);
+        QVERIFY(read_window_stream(many_in, got));
+        QCOMPARE(got.tabs.size(), int(limits::max_tabs));
+        QCOMPARE(got.declared_tabs, limits::max_tabs + 10);
+        QVERIFY(got.damaged);
+
+        // Too new: nothing past the version is read.
+        QByteArray newer = bytes().i32(6).i32(1).i32(0).data;
+        QDataStream newer_in(newer);
+        QVERIFY(!read_window_stream(newer_in, got));
+        QVERIFY(got.too_new);
+        QCOMPARE(newer_in.device()->pos(), qint64(4));
+    }
+
+    void window_stream_images()
+    {
+        // A refused image keeps its tab's buttons; an image without an end
+        // stops the stream but keeps the tabs before it.
+        bytes b;
+        b.i32(5).i32(3).i32(1);
+        b.i32(0).str("big").str("k1").i32(1).raw(claimed_png(16000, 16000)).i32(1).record(0, picker_buttons()[0]);
+        b.i32(1).str("cut").str("k2").i32(1).raw(real_png().left(60));
+        QByteArray data = b.data;
+        QDataStream in(data);
+        window_contents got;
+        QVERIFY(read_window_stream(in, got));
+        QCOMPARE(got.tabs.size(), 2);
+        QVERIFY(got.tabs[0].image_refused);
+        QCOMPARE(got.tabs[0].buttons, picker_buttons().mid(0, 1));
+        QCOMPARE(got.tabs[1].text, QString("cut"));
+        QVERIFY(got.tabs[1].image_refused);
+        QVERIFY(got.damaged);
+    }
+
+    void scene_data_round_trips_data()
+    {
+        QTest::addColumn<QByteArray>("stream");
+        QByteArray noise(300000, 0);
+        QRandomGenerator random(3);
+        for (char& c : noise)
+            c = char(random.bounded(256));
+        QByteArray text;
+        for (int i = 0; i < 20000; ++i)
+            text += QByteArray::number(i * 7919 % 1000) + (i % 3 ? " ctrl" : " hand_L");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("one byte") << QByteArray("x");
+        QTest::newRow("random, stored blocks") << noise;
+        QTest::newRow("text, dynamic codes") << text;
+        QTest::newRow("a window") << window_stream({40, 3});
+    }
+    void scene_data_round_trips()
+    {
+        QFETCH(QByteArray, stream);
+        QCOMPARE(decode_picker_data(encode_picker_data(stream)), stream);
+    }
+
+    void hand_made_data_is_valid()
+    {
+        // The hostile rows below rely on these being what they claim.
+        for (qint64 count : {0, 1, 258, 259, 100000}) {
+            const QByteArray zeros = qUncompress(bytes().u32(quint32(count)).data + zeros_zlib(count));
+            QCOMPARE(zeros, QByteArray(int(count), 0));
+            QCOMPARE(decode_picker_data((bytes().u32(quint32(count)).data + zeros_zlib(count)).toBase64()), zeros);
+        }
+        QCOMPARE(QImage::fromData(claimed_png(64, 48, true), "PNG").size(), QSize(64, 48));
+        const qint64 most = limits::max_scene_data_bytes;
+        QCOMPARE(decode_picker_data((bytes().u32(quint32(most)).data + zeros_zlib(most)).toBase64()).size(), int(most));
+    }
+
+    void hostile_scene_texts_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray valid = qCompress(QByteArray("picker"), 9);
+        const auto lying = [](quint32 declared, const QByteArray& zlib) {
+            return (bytes().u32(declared).data + zlib).toBase64();
+        };
+        QByteArray wrong_sum = valid;
+        wrong_sum[wrong_sum.size() - 1] = char(wrong_sum[wrong_sum.size() - 1] ^ 1);
+        QTest::newRow("bomb: claims 1000 bytes, inflates to 100 MB") << lying(1000, zeros_zlib(100 << 20));
+        QTest::newRow("bomb: claims the limit, inflates past it")
+            << lying(quint32(limits::max_scene_data_bytes), zeros_zlib(limits::max_scene_data_bytes + 1));
+        QTest::newRow("claims 1.3 GB") << lying(1300000000u, valid.mid(4));
+        QTest::newRow("claims 4 GB") << lying(0xffffffffu, valid.mid(4));
+        QTest::newRow("wrong checksum") << wrong_sum.toBase64();
+        QTest::newRow("cut short") << valid.left(valid.size() - 6).toBase64();
+        QTest::newRow("not compressed") << QByteArray("plain text").toBase64();
+        QTest::newRow("not base64") << QByteArray("!!!*");
+    }
+    void hostile_scene_texts()
+    {
+        QFETCH(QByteArray, text);
+        QVERIFY(decode_picker_data(text).isEmpty());
     }
 };
 

@@ -503,14 +503,16 @@ private slots:
         QVERIFY(image.save(file));
 
         picker_window window(nullptr);
-        picker_view view(&window);
+        picker_view& view = *window.frontPicker();
         modal_helper::answer_next(file);
         view.change_background();
         QCOMPARE(view.background.size(), QSize(8, 6));
         QCOMPARE(view.backgroundKey, QString::number(view.background.cacheKey()));
-        QCOMPARE(host.mel.size(), 1);
-        QCOMPARE(host.mel[0], QString("fileInfo \"QuillmarshPickerImage_%1\" \"%2\"; file -modified 1;")
+        QVERIFY(window.flushSceneData(false));
+        QCOMPARE(host.now.size(), 2);
+        QCOMPARE(host.now[0], QString("fileInfo \"QuillmarshPickerImage_%1\" \"%2\"; file -modified 1;")
                                   .arg(view.backgroundKey, QString(encode_image(view.background))));
+        QVERIFY(host.now[1].startsWith("fileInfo \"QuillmarshPickerData\""));
         QCOMPARE(decode_image(encode_image(view.background)).size(), QSize(8, 6));
 
         // Cancelling the file and declining the question keeps the image.
@@ -518,17 +520,28 @@ private slots:
         modal_helper::answer_in_turn({QString(), "Cancel"});
         view.change_background();
         QVERIFY(!view.background.isNull());
-        QVERIFY(host.mel.isEmpty());
+        QVERIFY(!window.flushSceneData(false));
 
-        // Accepting removes the stored image first.
+        // A file that is no image changes nothing.
+        QFile junk(dir.filePath("junk.png"));
+        QVERIFY(junk.open(QIODevice::WriteOnly));
+        junk.write("not a picture");
+        junk.close();
+        modal_helper::answer_in_turn({junk.fileName(), "OK"});
+        view.change_background();
+        QCOMPARE(view.background.size(), QSize(8, 6));
+        QVERIFY(!window.flushSceneData(false));
+
+        // Accepting removes the stored image with the background.
         const QString old_key = view.backgroundKey;
         modal_helper::answer_in_turn({QString(), "Yes"});
         view.change_background();
         QVERIFY(view.background.isNull());
-        QCOMPARE(view.backgroundKey, QString("0"));
-        QCOMPARE(host.mel.value(0),
+        QVERIFY(view.backgroundKey.isEmpty());
+        QVERIFY(window.flushSceneData(false));
+        QCOMPARE(host.now.value(0),
                  QString("fileInfo -remove \"QuillmarshPickerImage_%1\"; file -modified 1;").arg(old_key));
-        QVERIFY(host.mel.value(1).startsWith("fileInfo \"QuillmarshPickerImage_0\""));
+        QVERIFY(host.now.value(1).startsWith("fileInfo \"QuillmarshPickerData\""));
     }
 
     void reset_buttons_clears_history_only_when_there_are_buttons()

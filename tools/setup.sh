@@ -1,9 +1,11 @@
 # Shared by ./run and ./test: installs the Debian packages the build needs
 # (only those missing) and configures and builds the tree in build/.
-# Sourced, not run: the caller sets BUILD_DIR and CMAKE_EXTRA if it wants.
+# Sourced, not run: the caller sets BUILD_DIR and CMAKE_EXTRA if it wants,
+# EXTRA_PACKAGES for more Debian packages, and PACKAGES_ONLY=1 to stop after
+# installing them.
 
 packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools
-          fonts-dejavu-core)
+          fonts-dejavu-core ${EXTRA_PACKAGES:-})
 
 missing=()
 for p in "${packages[@]}"; do
@@ -23,6 +25,8 @@ if [ ${#missing[@]} -gt 0 ]; then
 else
     echo "== Debian packages: all present"
 fi
+
+if [ -n "${PACKAGES_ONLY:-}" ]; then return 0; fi
 
 BUILD_DIR=${BUILD_DIR:-build}
 generator=()

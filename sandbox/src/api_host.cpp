@@ -3,6 +3,7 @@
 #include "host_private.h"
 
 #include <maya/MEventMessage.h>
+#include <maya/MSceneMessage.h>
 #include <maya/MGlobal.h>
 #include <maya/MItSelectionList.h>
 #include <maya/MMessage.h>
@@ -252,6 +253,35 @@ MStatus MMessage::removeCallback(MCallbackId id)
     if (h.take_fault(sandbox::fault::remove_callback))
         return MStatus::kFailure;
     return h.remove_callback(id) ? MStatus::kSuccess : MStatus::kInvalidParameter;
+}
+
+MCallbackId MSceneMessage::addCallback(Message msg, MMessage::MBasicFunction func, void* clientData,
+                                       MStatus* ReturnStatus)
+{
+    host& h = host::instance();
+    QString event;
+    switch (msg) {
+    case kBeforeNew: event = sandbox::scene_events::before_new; break;
+    case kAfterNew: event = sandbox::scene_events::after_new; break;
+    case kBeforeOpen: event = sandbox::scene_events::before_open; break;
+    case kAfterOpen: event = sandbox::scene_events::after_open; break;
+    case kBeforeSave: event = sandbox::scene_events::before_save; break;
+    case kAfterSave: event = sandbox::scene_events::after_save; break;
+    default: break;
+    }
+    MStatus status = MStatus::kSuccess;
+    MCallbackId id = 0;
+    if (h.take_fault(sandbox::fault::add_event_callback))
+        status = MStatus::kFailure;
+    else if (event.isEmpty())
+        status = MStatus::kNotImplemented;
+    else if (!func)
+        status = MStatus::kInvalidParameter;
+    else
+        id = h.add_callback(event, func, clientData);
+    if (ReturnStatus)
+        *ReturnStatus = status;
+    return id;
 }
 
 MCallbackId MEventMessage::addEventCallback(const MString& event, MMessage::MBasicFunction func,

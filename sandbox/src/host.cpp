@@ -245,7 +245,7 @@ bool host::is_known_event(const QString& event) const
 
 std::uintptr_t host::add_callback(const QString& event, void (*fn)(void*), void* data)
 {
-    if (!is_known_event(event) || !fn)
+    if (!(is_known_event(event) || event.startsWith("scene:")) || !fn)
         return 0;
     std::uintptr_t id = d->next_callback_id++;
     d->callbacks.append({id, event, fn, data});
@@ -626,9 +626,11 @@ void host::set_scene_name(const QString& path)
 
 void host::new_scene()
 {
+    fire(scene_events::before_new);
     fire("deleteAll");
     d->reset_scene();
     fire("NewSceneOpened");
+    fire(scene_events::after_new);
 }
 
 bool host::open_scene(const QString& path, QString* error)
@@ -640,6 +642,7 @@ bool host::open_scene(const QString& path, QString* error)
         return false;
     }
     const QString text = QString::fromUtf8(file.readAll());
+    fire(scene_events::before_open);
     fire("deleteAll");
     d->reset_scene();
     d->loading = true;
@@ -649,6 +652,7 @@ bool host::open_scene(const QString& path, QString* error)
     d->scene_name = QFileInfo(path).absoluteFilePath();
     d->modified = false;
     fire("SceneOpened");
+    fire(scene_events::after_open);
     if (!ok && error)
         *error = QString("Errors while reading \"%1\".").arg(path);
     return ok;
@@ -693,6 +697,8 @@ bool host::save_scene(const QString& path, QString* error)
     }
     QString previous = d->scene_name;
     d->scene_name = QFileInfo(target).absoluteFilePath();
+    // What plug-ins keep in the scene goes in before it is written.
+    fire(scene_events::before_save);
     QSaveFile file(target);
     if (!file.open(QIODevice::WriteOnly)) {
         if (error)
@@ -709,6 +715,7 @@ bool host::save_scene(const QString& path, QString* error)
     }
     d->modified = false;
     fire("SceneSaved");
+    fire(scene_events::after_save);
     return true;
 }
 

@@ -16,6 +16,11 @@ public:
     {
         qWarning("QuillmarshPicker: no host to run Python: %s", qUtf8Printable(text));
     }
+    bool run_mel_now(const QString& text) override
+    {
+        qWarning("QuillmarshPicker: no host to run MEL: %s", qUtf8Printable(text));
+        return false;
+    }
 };
 
 no_host quiet_host;

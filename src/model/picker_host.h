@@ -10,6 +10,9 @@ public:
     virtual ~picker_host();
     virtual void run_mel_on_idle(const QString& text) = 0;
     virtual void run_python_on_idle(const QString& text) = 0;
+    // Runs MEL at once (scene writes that must land before a save); false
+    // when it failed.
+    virtual bool run_mel_now(const QString& text) = 0;
 
     // The installed host; a quiet one that only warns when none is installed.
     static picker_host& instance();

@@ -1,8 +1,18 @@
 #include "model/picker_stream.h"
 
-// Readers never trust a count: every loop stops at the first stream error, and
-// each pass consumes bytes, so a damaged count costs at most the bytes that
-// are really there. Nothing is reserved from a count.
+#include "model/limits.h"
+
+#include <QBitmap>
+#include <QIODevice>
+#include <QImage>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+// Readers never trust a count: every loop stops at the first stream error and
+// at the limits, and each pass consumes bytes, so a damaged count costs at
+// most the bytes that are really there. Nothing is reserved from a count.
 
 namespace {
 
@@ -16,24 +26,213 @@ bool in_range(qint32 v)
     return v == 0 || v == 1;
 }
 
-template <typename T>
-int read_records(QDataStream& in, int version, qint32 count, T&& accept)
+qint32 clamp_side(qint32 v)
 {
-    int accepted = 0;
+    return std::clamp(v, 0, limits::max_button_side);
+}
+
+// Reads up to `count` records (at most `budget`), handing the valid ones on.
+template <typename T>
+button_list_read read_records(QDataStream& in, int version, qint32 count, qint32& budget, T&& accept)
+{
+    button_list_read result;
+    result.declared = count;
     buttonAttributes a;
-    for (qint32 j = 0; j < count; ++j) {
+    const qint32 allowed = std::min(count, std::max(budget, 0));
+    qint32 j = 0;
+    for (; j < allowed; ++j) {
         const bool valid = read_button_record(in, version, j, a);
         if (!stream_ok(in))
             break;
+        --budget;
         if (valid) {
             accept(a);
-            ++accepted;
+            ++result.accepted;
         }
     }
-    return accepted;
+    // Past the budget the rest of the list cannot be skipped safely, so the
+    // stream is stopped there like any other damage.
+    if (j == allowed && allowed < count)
+        in.setStatus(QDataStream::ReadCorruptData);
+    result.damaged = result.accepted < count || !stream_ok(in);
+    return result;
+}
+
+quint32 be32(const char* p)
+{
+    const auto* u = reinterpret_cast<const uchar*>(p);
+    return (quint32(u[0]) << 24) | (quint32(u[1]) << 16) | (quint32(u[2]) << 8) | quint32(u[3]);
+}
+
+const char png_signature[8] = {'\x89', 'P', 'N', 'G', '\r', '\n', '\x1a', '\n'};
+// The end chunk with its fixed CRC: what a damaged PNG is resynchronised on.
+const char png_end[12] = {0, 0, 0, 0, 'I', 'E', 'N', 'D', '\xae', '\x42', '\x60', '\x82'};
+
+// Appends `n` bytes from the device to `to` (or drops them when `to` is
+// null), a megabyte at a time so a lying length costs only what is there.
+bool take(QIODevice* device, qint64 n, QByteArray* to)
+{
+    constexpr qint64 piece = 1 << 20;
+    char scratch[4096];
+    while (n > 0) {
+        if (to) {
+            const int step = int(std::min(n, piece));
+            const int old = to->size();
+            to->resize(old + step);
+            if (device->read(to->data() + old, step) != step)
+                return false;
+            n -= step;
+        } else {
+            const qint64 step = std::min<qint64>(n, sizeof scratch);
+            if (device->read(scratch, step) != step)
+                return false;
+            n -= step;
+        }
+    }
+    return true;
+}
+
+enum class png_walk { complete, too_big, broken };
+
+// Reads one PNG from the device, chunk by chunk up to IEND. Keeps its bytes
+// in `png` unless they pass the byte limit; `size` gets the header's claim.
+png_walk walk_png(QIODevice* device, QByteArray& png, QSize& size)
+{
+    png.clear();
+    char head[8];
+    if (device->read(head, 8) != 8 || std::memcmp(head, png_signature, 8) != 0)
+        return png_walk::broken;
+    png.append(head, 8);
+    bool keep = true;
+    for (bool first = true;; first = false) {
+        if (device->read(head, 8) != 8)
+            return png_walk::broken;
+        const quint32 length = be32(head);
+        const bool ihdr = std::memcmp(head + 4, "IHDR", 4) == 0;
+        if (length > 0x7fffffffu || first != ihdr || (ihdr && length != 13))
+            return png_walk::broken;
+        const qint64 rest = qint64(length) + 4; // data and CRC
+        keep = keep && png.size() + 8 + rest <= limits::max_image_bytes;
+        if (keep)
+            png.append(head, 8);
+        else
+            png.clear();
+        if (!take(device, rest, keep ? &png : nullptr))
+            return png_walk::broken;
+        if (first)
+            size = QSize(int(std::min<quint32>(be32(png.constData() + 16), INT_MAX)),
+                         int(std::min<quint32>(be32(png.constData() + 20), INT_MAX)));
+        if (std::memcmp(head + 4, "IEND", 4) == 0)
+            return keep ? png_walk::complete : png_walk::too_big;
+    }
+}
+
+// After a PNG whose chunks do not hold together: moves the device past the
+// next end chunk, so what follows the image can still be read.
+bool skip_to_png_end(QIODevice* device, qint64 from)
+{
+    if (device->isSequential() || !device->seek(from))
+        return false;
+    const QByteArray marker(png_end + 4, 8);
+    QByteArray window;
+    qint64 window_start = from;
+    for (;;) {
+        const QByteArray more = device->read(1 << 20);
+        if (more.isEmpty())
+            return false;
+        window += more;
+        const int at = window.indexOf(marker);
+        if (at >= 0)
+            return device->seek(window_start + at + marker.size());
+        const int keep = marker.size() - 1;
+        window_start += window.size() - keep;
+        window = window.right(keep);
+    }
+}
+
+bool size_allowed(const QSize& size, qint64* pixel_budget)
+{
+    if (size.width() < 1 || size.height() < 1 || size.width() > limits::max_image_side
+        || size.height() > limits::max_image_side)
+        return false;
+    const qint64 pixels = qint64(size.width()) * size.height();
+    return pixels <= limits::max_image_pixels && (!pixel_budget || pixels <= *pixel_budget);
 }
 
 } // namespace
+
+void clamp_geometry(buttonAttributes& a)
+{
+    a.pos = QPoint(std::clamp(a.pos.x(), -limits::max_coordinate, limits::max_coordinate),
+                   std::clamp(a.pos.y(), -limits::max_coordinate, limits::max_coordinate));
+    a.size = clamp_side(a.size);
+    a.width = clamp_side(a.width);
+    a.height = clamp_side(a.height);
+}
+
+bool png_size(const QByteArray& png, QSize* size)
+{
+    if (png.size() < 24 || std::memcmp(png.constData(), png_signature, 8) != 0
+        || std::memcmp(png.constData() + 12, "IHDR", 4) != 0)
+        return false;
+    *size = QSize(int(std::min<quint32>(be32(png.constData() + 16), INT_MAX)),
+                  int(std::min<quint32>(be32(png.constData() + 20), INT_MAX)));
+    return true;
+}
+
+QPixmap decode_png(const QByteArray& png, bool* refused, qint64* pixel_budget)
+{
+    QSize size;
+    QImage image;
+    if (png_size(png, &size) && size_allowed(size, pixel_budget))
+        image.loadFromData(png, "PNG");
+    if (image.isNull() || image.size() != size) {
+        if (refused)
+            *refused = true;
+        return QPixmap();
+    }
+    if (pixel_budget)
+        *pixel_budget -= qint64(size.width()) * size.height();
+    if (refused)
+        *refused = false;
+    if (image.depth() == 1)
+        return QBitmap::fromImage(std::move(image));
+    return QPixmap::fromImage(std::move(image));
+}
+
+pixmap_read read_pixmap(QDataStream& in, QPixmap& pixmap, qint64* pixel_budget)
+{
+    pixmap = QPixmap();
+    if (!stream_ok(in) || !in.device())
+        return pixmap_read::broken;
+    if (in.version() >= 5) {
+        qint32 marker = 0;
+        in >> marker;
+        if (!stream_ok(in))
+            return pixmap_read::broken;
+        if (marker == 0)
+            return pixmap_read::null_image;
+    }
+    QIODevice* device = in.device();
+    const qint64 start = device->pos();
+    QByteArray png;
+    QSize size;
+    switch (walk_png(device, png, size)) {
+    case png_walk::complete: {
+        bool refused = false;
+        pixmap = decode_png(png, &refused, pixel_budget);
+        return refused ? pixmap_read::refused : pixmap_read::decoded;
+    }
+    case png_walk::too_big:
+        return pixmap_read::refused;
+    case png_walk::broken:
+        break;
+    }
+    if (skip_to_png_end(device, start))
+        return pixmap_read::refused;
+    in.setStatus(QDataStream::ReadPastEnd);
+    return pixmap_read::broken;
+}
 
 void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a)
 {
@@ -53,6 +252,7 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
         a.width = a.size;
         a.height = a.size;
     }
+    clamp_geometry(a);
     // A damaged record is still read to its end so the next one stays in step.
     bool valid = read_index == index;
     if (version >= 2) {
@@ -72,6 +272,12 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
     a.names.clear();
     if (name_count <= 0)
         valid = false;
+    // More names than any button holds: the record cannot be skipped with
+    // confidence, so the stream stops here.
+    if (name_count > limits::max_names) {
+        in.setStatus(QDataStream::ReadCorruptData);
+        return false;
+    }
     for (qint32 i = 0; i < name_count && stream_ok(in); ++i) {
         QString name;
         in >> name;
@@ -89,19 +295,32 @@ void write_button_list(QDataStream& out, const QList<buttonAttributes>& buttons)
         write_button_record(out, j, buttons[j]);
 }
 
-int read_button_list(QDataStream& in, int version,
-                     const std::function<void(const buttonAttributes&)>& accept)
+button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
+                                  const std::function<void(const buttonAttributes&)>& accept)
 {
-    if (!stream_ok(in))
-        return 0;
+    button_list_read result;
+    if (!stream_ok(in)) {
+        result.damaged = true;
+        return result;
+    }
     qint32 count = 0;
     in >> count;
-    if (!stream_ok(in) || count < 1)
-        return 0;
-    return read_records(in, version, count, [&accept](const buttonAttributes& a) {
+    if (!stream_ok(in) || count < 1) {
+        result.declared = stream_ok(in) ? count : 0;
+        result.damaged = !stream_ok(in) || count < 0;
+        return result;
+    }
+    return read_records(in, version, count, budget, [&accept](const buttonAttributes& a) {
         if (accept)
             accept(a);
     });
+}
+
+int read_button_list(QDataStream& in, int version,
+                     const std::function<void(const buttonAttributes&)>& accept)
+{
+    qint32 budget = limits::max_buttons;
+    return read_button_list(in, version, budget, accept).accepted;
 }
 
 void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons)
@@ -124,7 +343,8 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in)
     in >> count;
     if (!stream_ok(in) || count < 1)
         return result;
-    read_records(in, picker_format::current_version, count,
+    qint32 budget = limits::max_buttons;
+    read_records(in, picker_format::current_version, count, budget,
                  [&result](const buttonAttributes& a) { result.append(a); });
     return result;
 }
@@ -139,10 +359,12 @@ void write_pkr_header(QDataStream& out, const pkr_header& header)
         out << header.background;
 }
 
-bool read_pkr_header(QDataStream& in, pkr_header& header)
+bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused)
 {
     header.backgroundKey.clear();
     header.background = QPixmap();
+    if (image_refused)
+        *image_refused = false;
     if (!stream_ok(in))
         return false;
     in >> header.version >> header.name;
@@ -151,7 +373,10 @@ bool read_pkr_header(QDataStream& in, pkr_header& header)
     if (header.version < 2)
         return true;
     in >> header.backgroundKey;
-    if (stream_ok(in) && !header.backgroundKey.isEmpty())
-        in >> header.background;
+    if (stream_ok(in) && !header.backgroundKey.isEmpty()) {
+        const pixmap_read got = read_pixmap(in, header.background);
+        if (image_refused)
+            *image_refused = got == pixmap_read::refused;
+    }
     return stream_ok(in);
 }

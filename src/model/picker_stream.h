@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/button_model.h"
+#include "model/limits.h"
 
 #include <QDataStream>
 #include <QList>
@@ -36,6 +37,17 @@ void write_button_list(QDataStream& out, const QList<buttonAttributes>& buttons)
 int read_button_list(QDataStream& in, int version,
                      const std::function<void(const buttonAttributes&)>& accept);
 
+// What a bounded list read found. `budget` is the number of buttons the
+// caller still allows and shrinks by the records read; a list longer than it
+// is read up to it and the stream is then marked corrupt.
+struct button_list_read {
+    qint32 declared = 0; // the count the stream claims
+    int accepted = 0;
+    bool damaged = false; // a negative count, dropped records or a stream error
+};
+button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
+                                  const std::function<void(const buttonAttributes&)>& accept);
+
 // The clipboard payload: payload version 1, the count, version-5 records.
 void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons);
 // Empty for a payload of another version or a bad count.
@@ -50,5 +62,26 @@ struct pkr_header {
     QPixmap background;
 };
 void write_pkr_header(QDataStream& out, const pkr_header& header);
-// False when the stream failed before the header was complete.
-bool read_pkr_header(QDataStream& in, pkr_header& header);
+// False when the stream failed before the header was complete. An image
+// that is refused or does not decode leaves the background null and the
+// stream in step after it.
+bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused = nullptr);
+
+// Pixmaps as their stream operator writes them (a marker, then PNG bytes),
+// read without trusting them: the PNG's chunks are walked up to IEND, its
+// size is checked before anything is decoded, and a refused image still
+// leaves the stream positioned after it.
+enum class pixmap_read { null_image, decoded, refused, broken };
+// `pixel_budget`, when given, is what the caller still allows and shrinks by
+// the pixels decoded. broken: the stream failed (its status says how).
+pixmap_read read_pixmap(QDataStream& in, QPixmap& pixmap, qint64* pixel_budget = nullptr);
+// The width and height a PNG's header claims; false when `png` does not
+// start like a PNG.
+bool png_size(const QByteArray& png, QSize* size);
+// Decodes PNG bytes when their size is within the limits (and the budget).
+// Null and *refused set otherwise.
+QPixmap decode_png(const QByteArray& png, bool* refused, qint64* pixel_budget = nullptr);
+
+// Clamps coordinates and sides to the limits, so that no later arithmetic
+// on a read button can overflow.
+void clamp_geometry(buttonAttributes& a);

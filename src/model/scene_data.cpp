@@ -1,7 +1,291 @@
 #include "model/scene_data.h"
 
+#include "model/limits.h"
+#include "model/picker_stream.h"
+
 #include <QBuffer>
 #include <QDataStream>
+
+#include <algorithm>
+
+namespace {
+
+// A small inflater (RFC 1950/1951) that stops at a hard output cap. qUncompress
+// trusts the length in front of the data and keeps doubling its buffer when
+// that length lies, so a few kilobytes of scene text could claim gigabytes.
+class inflater {
+public:
+    inflater(const QByteArray& in, qint64 cap) : in_(in), cap_(cap) {}
+
+    // False when the data is not a complete zlib stream or inflates past the cap.
+    bool run(QByteArray& out)
+    {
+        out_ = &out;
+        if (in_.size() < 6)
+            return false;
+        const uchar cmf = uchar(in_[0]);
+        const uchar flg = uchar(in_[1]);
+        if ((cmf & 0x0f) != 8 || (cmf >> 4) > 7 || (flg & 0x20) || ((cmf << 8) | flg) % 31 != 0)
+            return false;
+        pos_ = 2;
+        int last = 0;
+        do {
+            last = bits(1);
+            const int type = bits(2);
+            bool ok = false;
+            if (type == 0)
+                ok = stored();
+            else if (type == 1)
+                ok = fixed();
+            else if (type == 2)
+                ok = dynamic();
+            if (!ok || failed_)
+                return false;
+        } while (!last);
+        // The Adler-32 of the output follows, byte aligned.
+        if (pos_ + 4 > in_.size())
+            return false;
+        quint32 stored_sum = 0;
+        for (int i = 0; i < 4; ++i)
+            stored_sum = (stored_sum << 8) | uchar(in_[pos_ + i]);
+        return stored_sum == adler32(out);
+    }
+
+private:
+    struct huffman {
+        short count[16];
+        short symbol[288];
+    };
+
+    int bits(int need)
+    {
+        quint32 value = bitbuf_;
+        while (bitcnt_ < need) {
+            if (pos_ >= in_.size()) {
+                failed_ = true;
+                return 0;
+            }
+            value |= quint32(uchar(in_[pos_++])) << bitcnt_;
+            bitcnt_ += 8;
+        }
+        bitbuf_ = value >> need;
+        bitcnt_ -= need;
+        return int(value & ((1u << need) - 1));
+    }
+
+    bool put(char c)
+    {
+        if (out_->size() >= cap_)
+            return false;
+        out_->append(c);
+        return true;
+    }
+
+    bool stored()
+    {
+        bitbuf_ = 0;
+        bitcnt_ = 0;
+        if (pos_ + 4 > in_.size())
+            return false;
+        const int len = uchar(in_[pos_]) | (uchar(in_[pos_ + 1]) << 8);
+        const int nlen = uchar(in_[pos_ + 2]) | (uchar(in_[pos_ + 3]) << 8);
+        pos_ += 4;
+        if (len != (~nlen & 0xffff) || pos_ + len > in_.size() || out_->size() + len > cap_)
+            return false;
+        out_->append(in_.constData() + pos_, len);
+        pos_ += len;
+        return true;
+    }
+
+    int decode(const huffman& h)
+    {
+        int code = 0, first = 0, index = 0;
+        for (int len = 1; len < 16; ++len) {
+            code |= bits(1);
+            if (failed_)
+                return -1;
+            const int count = h.count[len];
+            if (code - count < first)
+                return h.symbol[index + (code - first)];
+            index += count;
+            first += count;
+            first <<= 1;
+            code <<= 1;
+        }
+        return -1;
+    }
+
+    // Negative: over-subscribed; positive: incomplete; zero: complete.
+    static int construct(huffman& h, const short* length, int n)
+    {
+        std::fill(std::begin(h.count), std::end(h.count), short(0));
+        for (int s = 0; s < n; ++s)
+            h.count[length[s]]++;
+        if (h.count[0] == n)
+            return 0;
+        int left = 1;
+        for (int len = 1; len < 16; ++len) {
+            left <<= 1;
+            left -= h.count[len];
+            if (left < 0)
+                return left;
+        }
+        short offs[16];
+        offs[1] = 0;
+        for (int len = 1; len < 15; ++len)
+            offs[len + 1] = short(offs[len] + h.count[len]);
+        for (int s = 0; s < n; ++s)
+            if (length[s] != 0)
+                h.symbol[offs[length[s]]++] = short(s);
+        return left;
+    }
+
+    bool codes(const huffman& lencode, const huffman& distcode)
+    {
+        static const short lbase[29] = {3,  4,  5,  6,  7,  8,  9,  10, 11,  13,  15,  17,  19,  23, 27,
+                                        31, 35, 43, 51, 59, 67, 83, 99, 115, 131, 163, 195, 227, 258};
+        static const short lext[29] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,
+                                       2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
+        static const short dbase[30] = {1,   2,   3,   4,   5,   7,    9,    13,   17,   25,
+                                        33,  49,  65,  97,  129, 193,  257,  385,  513,  769,
+                                        1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
+        static const short dext[30] = {0, 0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6,
+                                       6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
+        for (;;) {
+            int symbol = decode(lencode);
+            if (symbol < 0 || failed_)
+                return false;
+            if (symbol < 256) {
+                if (!put(char(symbol)))
+                    return false;
+                continue;
+            }
+            if (symbol == 256)
+                return true;
+            symbol -= 257;
+            if (symbol >= 29)
+                return false;
+            const int len = lbase[symbol] + bits(lext[symbol]);
+            symbol = decode(distcode);
+            if (symbol < 0 || symbol >= 30 || failed_)
+                return false;
+            const int dist = dbase[symbol] + bits(dext[symbol]);
+            if (failed_ || dist > out_->size() || out_->size() + len > cap_)
+                return false;
+            // Byte by byte: the copy may overlap what it writes.
+            for (int i = 0; i < len; ++i)
+                out_->append(out_->at(out_->size() - dist));
+        }
+    }
+
+    bool fixed()
+    {
+        static huffman lencode, distcode;
+        static const bool built = [] {
+            short lengths[288];
+            int s = 0;
+            for (; s < 144; ++s)
+                lengths[s] = 8;
+            for (; s < 256; ++s)
+                lengths[s] = 9;
+            for (; s < 280; ++s)
+                lengths[s] = 7;
+            for (; s < 288; ++s)
+                lengths[s] = 8;
+            construct(lencode, lengths, 288);
+            for (s = 0; s < 30; ++s)
+                lengths[s] = 5;
+            construct(distcode, lengths, 30);
+            return true;
+        }();
+        Q_UNUSED(built);
+        return codes(lencode, distcode);
+    }
+
+    bool dynamic()
+    {
+        static const short order[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
+        const int nlen = bits(5) + 257;
+        const int ndist = bits(5) + 1;
+        const int ncode = bits(4) + 4;
+        if (failed_ || nlen > 286 || ndist > 30)
+            return false;
+        short lengths[320] = {};
+        for (int i = 0; i < ncode; ++i)
+            lengths[order[i]] = short(bits(3));
+        huffman lencode, distcode;
+        if (failed_ || construct(lencode, lengths, 19) != 0)
+            return false;
+        int index = 0;
+        while (index < nlen + ndist) {
+            int symbol = decode(lencode);
+            if (symbol < 0 || failed_)
+                return false;
+            if (symbol < 16) {
+                lengths[index++] = short(symbol);
+                continue;
+            }
+            short len = 0;
+            if (symbol == 16) {
+                if (index == 0)
+                    return false;
+                len = lengths[index - 1];
+                symbol = 3 + bits(2);
+            } else if (symbol == 17) {
+                symbol = 3 + bits(3);
+            } else {
+                symbol = 11 + bits(7);
+            }
+            if (failed_ || index + symbol > nlen + ndist)
+                return false;
+            while (symbol--)
+                lengths[index++] = len;
+        }
+        if (lengths[256] == 0)
+            return false;
+        int err = construct(lencode, lengths, nlen);
+        if (err < 0 || (err > 0 && nlen - lencode.count[0] != 1))
+            return false;
+        err = construct(distcode, lengths + nlen, ndist);
+        if (err < 0 || (err > 0 && ndist - distcode.count[0] != 1))
+            return false;
+        return codes(lencode, distcode);
+    }
+
+    static quint32 adler32(const QByteArray& data)
+    {
+        quint32 a = 1, b = 0;
+        const auto* p = reinterpret_cast<const uchar*>(data.constData());
+        qint64 left = data.size();
+        while (left > 0) {
+            const qint64 n = std::min<qint64>(left, 5552);
+            for (qint64 i = 0; i < n; ++i) {
+                a += *p++;
+                b += a;
+            }
+            a %= 65521;
+            b %= 65521;
+            left -= n;
+        }
+        return (b << 16) | a;
+    }
+
+    const QByteArray& in_;
+    const qint64 cap_;
+    QByteArray* out_ = nullptr;
+    int pos_ = 0;
+    quint32 bitbuf_ = 0;
+    int bitcnt_ = 0;
+    bool failed_ = false;
+};
+
+// Base64 text longer than this cannot hold data within the limits.
+qint64 max_text(qint64 bytes)
+{
+    return (bytes + bytes / 64 + 1024) / 3 * 4 + 8;
+}
+
+} // namespace
 
 QByteArray encode_picker_data(const QByteArray& stream)
 {
@@ -10,10 +294,24 @@ QByteArray encode_picker_data(const QByteArray& stream)
 
 QByteArray decode_picker_data(const QByteArray& text)
 {
-    QByteArray compressed = QByteArray::fromBase64(text);
+    if (text.size() > max_text(limits::max_scene_data_bytes))
+        return QByteArray();
+    const QByteArray compressed = QByteArray::fromBase64(text);
     if (compressed.size() < 4)
         return QByteArray();
-    return qUncompress(compressed);
+    const quint32 declared = (quint32(uchar(compressed[0])) << 24) | (quint32(uchar(compressed[1])) << 16)
+                             | (quint32(uchar(compressed[2])) << 8) | quint32(uchar(compressed[3]));
+    if (declared > limits::max_scene_data_bytes)
+        return QByteArray();
+    QByteArray out;
+    // zlib cannot expand more than about 1032 to 1, so a short text never
+    // reserves what its declared length claims.
+    out.reserve(int(std::min<qint64>(declared, qint64(compressed.size()) * 1032 + 64)));
+    // The writer states the exact length, so data that inflates past it is
+    // refused the moment it does.
+    if (!inflater(compressed.mid(4), declared).run(out))
+        return QByteArray();
+    return out;
 }
 
 QByteArray encode_image(const QPixmap& pixmap)
@@ -24,17 +322,24 @@ QByteArray encode_image(const QPixmap& pixmap)
     return bytes.toBase64();
 }
 
-QPixmap decode_image(const QByteArray& text)
+QPixmap decode_image(const QByteArray& text, bool* refused)
 {
-    QByteArray bytes = QByteArray::fromBase64(text);
-    QPixmap pixmap;
+    if (refused)
+        *refused = false;
+    if (text.size() > max_text(limits::max_image_bytes))
+        return QPixmap();
+    const QByteArray bytes = QByteArray::fromBase64(text);
     if (bytes.isEmpty())
-        return pixmap;
+        return QPixmap();
     // Plain PNG bytes load directly; what encode_image wrote carries the
     // pixmap stream's marker in front of the PNG.
-    if (pixmap.loadFromData(bytes, "PNG"))
-        return pixmap;
+    QSize size;
+    if (png_size(bytes, &size))
+        return decode_png(bytes, refused);
     QDataStream in(bytes);
-    in >> pixmap;
-    return in.status() == QDataStream::Ok ? pixmap : QPixmap();
+    QPixmap pixmap;
+    const pixmap_read got = read_pixmap(in, pixmap);
+    if (refused)
+        *refused = got == pixmap_read::refused;
+    return got == pixmap_read::decoded ? pixmap : QPixmap();
 }

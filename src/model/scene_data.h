@@ -14,10 +14,12 @@ const QLatin1String image_prefix("QuillmarshPickerImage_");
 
 // qCompress at level 9, then base64 (standard alphabet, padded, one line).
 QByteArray encode_picker_data(const QByteArray& stream);
-// The reverse; empty when the text does not decode and decompress.
+// The reverse; empty when the text does not decode and decompress, or when
+// it declares or inflates to more than the scene data limit.
 QByteArray decode_picker_data(const QByteArray& text);
 
 // A pixmap written with its stream operator at the default stream version, base64.
 QByteArray encode_image(const QPixmap& pixmap);
-// Null when the text holds no PNG image.
-QPixmap decode_image(const QByteArray& text);
+// Null when the text holds no PNG image, or one over the image limits
+// (then *refused is set; nothing is decoded).
+QPixmap decode_image(const QByteArray& text, bool* refused = nullptr);

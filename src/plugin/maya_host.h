@@ -7,4 +7,5 @@ class maya_host final : public picker_host {
 public:
     void run_mel_on_idle(const QString& text) override;
     void run_python_on_idle(const QString& text) override;
+    bool run_mel_now(const QString& text) override;
 };

@@ -30,6 +30,7 @@ MCallbackId picker_main::quitApplicationId_ = 0;
 MCallbackId picker_main::deleteAllId_ = 0;
 MCallbackId picker_main::newSceneOpenedId_ = 0;
 MCallbackId picker_main::sceneOpenedId_ = 0;
+MCallbackId picker_main::beforeSaveId_ = 0;
 char in_batch_mode = 0;
 
 namespace {
@@ -83,6 +84,7 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"get_namespaces", &picker_main::get_namespaces},
     {"enable_batch_mode", &picker_main::enable_batch_mode},
     {"disable_batch_mode", &picker_main::disable_batch_mode},
+    {"flush", &picker_main::flush},
     {"open", &picker_main::open},
 };
 
@@ -193,7 +195,9 @@ void picker_main::create_window()
     dock->setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
     read_settings();
     dock->show();
-    sceneOpenedFn(nullptr);
+    // At once rather than on idle: a script that opens the window and then
+    // builds buttons must not have them replaced by a restore run later.
+    restore_from_scene();
 }
 
 void picker_main::cleanup()
@@ -276,17 +280,35 @@ void picker_main::quitApplicationFn(void*)
 
 void picker_main::deleteAllFn(void*)
 {
-    if (picker_window* w = picker())
+    if (picker_window* w = picker()) {
         w->reset();
+        selectionChangedFn(nullptr);
+    }
 }
 
 void picker_main::sceneOpenedFn(void*)
 {
-    if (!window_)
+    // The scene has finished loading when this fires, so its data can be
+    // read at once; a restore left for idle time could replace tabs a script
+    // builds right after opening the scene.
+    restore_from_scene();
+}
+
+void picker_main::beforeSaveFn(void*)
+{
+    if (picker_window* w = picker())
+        w->flushSceneData(true);
+}
+
+void picker_main::restore_from_scene()
+{
+    if (!picker())
         return;
-    MGlobal::executeCommandOnIdle(
-        to_m(QString("%1 restore `fileInfo -q \"%2\"`;").arg(texts::command_name, scene_keys::picker_data)),
-        false);
+    MStringArray data;
+    MString query = to_m(QString("fileInfo -q \"%1\"").arg(scene_keys::picker_data));
+    if (!MGlobal::executeCommand(query, data, false, false))
+        data.clear();
+    restore_window(data, true);
 }
 
 void load_script(const QString& name)
@@ -334,21 +356,43 @@ MStatus picker_main::select_objects(const MStringArray& args)
 
 MStatus picker_main::fetch_pickerdata(const MStringArray& args)
 {
+    return restore_window(args, false);
+}
+
+MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
+{
     picker_window* w = picker();
     if (!w)
         return MStatus::kSuccess;
     if (args.length() != 1 || args[0].length() == 0) {
         // A scene without picker data: the query returned nothing.
         w->reset();
+        selectionChangedFn(nullptr);
         return MStatus::kSuccess;
     }
-    QByteArray bytes = decode_picker_data(QByteArray(args[0].asChar(), int(args[0].length())));
+    QByteArray text(args[0].asChar(), int(args[0].length()));
+    QByteArray bytes = decode_picker_data(text);
     if (bytes.isEmpty()) {
+        // The damaged data stays in the scene until the picker is changed.
+        MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged and could not be read.")
+                                         .arg(texts::command_name)));
         w->reset();
+        selectionChangedFn(nullptr);
         return MStatus::kFailure;
     }
     QDataStream in(bytes);
     w->streamFrom(in);
+    if (from_scene) {
+        w->adoptScene(text);
+    } else {
+        // Data handed in by a script: the scene gets it unless it holds it.
+        MStringArray held;
+        MString query = to_m(QString("fileInfo -q \"%1\"").arg(scene_keys::picker_data));
+        if (!MGlobal::executeCommand(query, held, false, false) || held.length() != 1)
+            held.clear();
+        w->adoptScene(held.length() == 1 ? QByteArray(held[0].asChar(), int(held[0].length())) : QByteArray());
+        w->updateSceneData();
+    }
     selectionChangedFn(nullptr);
     w->fetchImageData(w->frontPicker());
     return MStatus::kSuccess;
@@ -371,11 +415,16 @@ MStatus picker_main::set_background(const MStringArray& args)
     picker_view* view = current_view();
     if (!view || args.length() == 0)
         return MStatus::kSuccess;
-    QPixmap pixmap(to_q(args[0]));
-    QString key = QString::number(pixmap.cacheKey());
-    // The scene record is written before the view takes the new key.
-    picker()->setImageData(view);
-    view->setBackground(key, pixmap);
+    const QString path = to_q(args[0]);
+    QPixmap pixmap(path);
+    if (pixmap.isNull()) {
+        // Nothing changes: the picker keeps the background it has.
+        MGlobal::displayError(to_m(QString("%1 - set_background: could not read the image \"%2\"")
+                                       .arg(texts::command_name, path)));
+        return MStatus::kFailure;
+    }
+    picker()->place_background(view, QString::number(pixmap.cacheKey()), pixmap);
+    view->signal_changed();
     return MStatus::kSuccess;
 }
 
@@ -384,9 +433,8 @@ MStatus picker_main::clear_background(const MStringArray&)
     picker_view* view = current_view();
     if (!view)
         return MStatus::kSuccess;
-    picker()->removeImageData(view);
-    QPixmap none;
-    view->setBackground(QString::number(none.cacheKey()), none);
+    view->setBackground(QString(), QPixmap());
+    view->signal_changed();
     return MStatus::kSuccess;
 }
 
@@ -431,9 +479,8 @@ MStatus picker_main::clear_tabs(const MStringArray&)
 MStatus picker_main::rename_tab(const MStringArray& args)
 {
     picker_window* w = picker();
-    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0 && args.length() > 0 &&
-        args[0].length() > 0)
-        w->tabs()->setTabText(w->tabs()->currentIndex(), to_q(args[0]));
+    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0 && args.length() > 0)
+        w->set_tab_text(w->tabs()->currentIndex(), to_q(args[0]));
     return MStatus::kSuccess;
 }
 
@@ -483,6 +530,13 @@ MStatus picker_main::disable_batch_mode(const MStringArray&)
     return MStatus::kSuccess;
 }
 
+MStatus picker_main::flush(const MStringArray&)
+{
+    if (picker_window* w = picker())
+        w->flushSceneData(true);
+    return MStatus::kSuccess;
+}
+
 // ----- Namespace and button directives
 
 MStatus picker_main::bind_picker(const MStringArray& args)
@@ -507,8 +561,12 @@ MStatus picker_main::rebind_picker(const MStringArray& args)
 
 MStatus picker_main::update_namespace(const MStringArray& args)
 {
-    if (picker_view* view = current_view())
-        view->update_namespace(MStringArrayToQStringList(args));
+    QString why;
+    picker_view* view = current_view();
+    if (view && !view->update_namespace(MStringArrayToQStringList(args), &why)) {
+        MGlobal::displayError(to_m(QString("%1 - update_namespace: %2").arg(texts::command_name, why)));
+        return MStatus::kFailure;
+    }
     return MStatus::kSuccess;
 }
 

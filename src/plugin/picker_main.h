@@ -42,11 +42,15 @@ public:
     static MCallbackId deleteAllId_;
     static MCallbackId newSceneOpenedId_;
     static MCallbackId sceneOpenedId_;
+    static MCallbackId beforeSaveId_;
 
     static void selectionChangedFn(void* data);
     static void quitApplicationFn(void* data);
     static void deleteAllFn(void* data);
     static void sceneOpenedFn(void* data);
+    static void beforeSaveFn(void* data);
+    // Rebuilds the window from the picker data the scene holds, at once.
+    static void restore_from_scene();
 
     static void cleanup();
     static void read_settings();
@@ -58,6 +62,9 @@ public:
 
 private:
     static void create_window();
+    // Rebuilds the window from picker data; from_scene: the text is what the
+    // scene holds, so nothing needs writing back.
+    static MStatus restore_window(const MStringArray& args, bool from_scene);
 
     MStatus select_objects(const MStringArray& args);
     MStatus clear_selection(const MStringArray& args);
@@ -79,6 +86,7 @@ private:
     MStatus get_namespaces(const MStringArray& args);
     MStatus enable_batch_mode(const MStringArray& args);
     MStatus disable_batch_mode(const MStringArray& args);
+    MStatus flush(const MStringArray& args);
     MStatus open(const MStringArray& args);
     MStatus add_button(const MStringArray& args);
     MStatus add_cmd_button(const MStringArray& args);

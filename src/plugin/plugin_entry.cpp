@@ -6,6 +6,7 @@
 #include <maya/MEventMessage.h>
 #include <maya/MFnPlugin.h>
 #include <maya/MGlobal.h>
+#include <maya/MSceneMessage.h>
 
 namespace {
 maya_host host;
@@ -49,6 +50,13 @@ MStatus initializePlugin(MObject obj)
             return status;
         }
     }
+    // Pending picker data goes into the scene before Maya writes it.
+    picker_main::beforeSaveId_ =
+        MSceneMessage::addCallback(MSceneMessage::kBeforeSave, picker_main::beforeSaveFn, nullptr, &status);
+    if (!status) {
+        report_error(status, "could not install the BeforeSave callback");
+        return status;
+    }
     picker_main::path_ = plugin.loadPath();
     load_script("picker_ListNamespaces.mel");
     return MStatus::kSuccess;
@@ -76,6 +84,8 @@ MStatus uninitializePlugin(MObject obj)
                  "could not remove the newSceneOpened callback");
     report_error(MMessage::removeCallback(picker_main::sceneOpenedId_),
                  "could not remove the sceneOpened callback");
+    report_error(MMessage::removeCallback(picker_main::beforeSaveId_),
+                 "could not remove the beforeSave callback");
     picker_host::install(nullptr);
     return MStatus::kSuccess;
 }

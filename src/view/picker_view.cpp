@@ -241,22 +241,20 @@ void picker_view::change_background()
                                             QMessageBox::Cancel);
         if (answer != QMessageBox::Yes)
             return;
-        if (window)
-            window->removeImageData(this);
-        background = QPixmap();
-        backgroundKey = QString::number(background.cacheKey());
-        update();
-        if (window)
-            window->setImageData(this);
+        setBackground(QString(), QPixmap());
+        signal_changed();
         return;
     }
-    if (!background.isNull() && window)
-        window->removeImageData(this);
-    background = QPixmap(file);
-    backgroundKey = QString::number(background.cacheKey());
-    update();
+    QPixmap pixmap(file);
+    if (pixmap.isNull()) {
+        QMessageBox::warning(this, "Background", QString("Could not read the image \"%1\".").arg(file));
+        return;
+    }
     if (window)
-        window->setImageData(this);
+        window->place_background(this, QString::number(pixmap.cacheKey()), pixmap);
+    else
+        setBackground(QString::number(pixmap.cacheKey()), pixmap);
+    signal_changed();
 }
 
 // ----- Buttons
@@ -298,8 +296,23 @@ void picker_view::make_button_label(const buttonAttributes& a, buttonRecord* r)
         return;
     }
     QFont font = label_font();
-    QRect text = QFontMetrics(font).boundingRect(a.label);
-    QSize size = text.size();
+    const QFontMetrics metrics(font);
+    // Only the start of a long label can ever fit the picture, so no more of
+    // it is laid out; what does not fit is elided.
+    QString label = a.label;
+    if (label.size() > limits::max_label_chars) {
+        int keep = limits::max_label_chars;
+        if (label.at(keep - 1).isHighSurrogate())
+            --keep;
+        label.truncate(keep);
+    }
+    const int widest = limits::max_label_width - 4;
+    QRect text = metrics.boundingRect(label);
+    if (text.width() > widest || label.size() < a.label.size()) {
+        label = metrics.elidedText(label, Qt::ElideRight, widest);
+        text = metrics.boundingRect(label);
+    }
+    QSize size(std::min(text.width(), widest), std::min(text.height(), limits::max_label_height));
     if (size.width() % 2)
         size.rwidth() += 1;
     if (size.height() % 2)
@@ -319,10 +332,10 @@ void picker_view::make_button_label(const buttonAttributes& a, buttonRecord* r)
         painter.setFont(font);
         painter.setBrush(Qt::black);
         painter.setPen(QColor(QRgb(a.labelColor)));
-        painter.drawText(QRect(QPoint(0, 0), size), Qt::AlignCenter, a.label);
+        painter.drawText(QRect(QPoint(0, 0), size), Qt::AlignCenter, label);
         painter.end();
     }
-    r->labelPixmap = QPixmap::fromImage(image);
+    r->labelPixmap = QPixmap::fromImage(std::move(image));
 }
 
 void picker_view::set_button_label(buttonRecord& r, const QString& label)

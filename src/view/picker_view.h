@@ -112,6 +112,7 @@ public:
 
     // Runs a command button's script in the host, when it is idle.
     void do_button_action(const buttonAttributes& a);
+    static void run_command(const buttonAttributes& a);
     void nudge_buttons(int dx, int dy);
     void adjustCursor(bool force);
     QMenu* contextMenu() const { return menu; }
@@ -122,8 +123,10 @@ public:
     // Asks the user to bind the picker to the scene's namespaces when it
     // uses one the scene lacks (always with force).
     void rebind(QStringList& sceneNamespaces, bool force);
-    // Moves every namespace in use to the first chosen one.
-    void update_namespace(const QStringList& chosen);
+    // Moves every namespace in use (nested ones with their parents) to the
+    // first chosen one, as one undo step; false, saying why, when that is
+    // not a namespace.
+    bool update_namespace(const QStringList& chosen, QString* why = nullptr);
 
     // ----- Streams: the button list of this view
     void streamTo(QDataStream& out) const;
@@ -170,6 +173,7 @@ public slots:
     void update_button();
     void delete_button();
     void add_command_button();
+    void edit_command_later();
     void align_horizontal();
     void align_vertical();
     void distribute_horizontal();

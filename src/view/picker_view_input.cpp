@@ -17,6 +17,8 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPointer>
+#include <QTimer>
 #include <QWheelEvent>
 
 namespace {
@@ -136,7 +138,7 @@ void picker_view::make_menu()
     addManyAction = make_action("Add Many Buttons", SLOT(add_many_buttons()));
     updateAction = make_action("Update Button", SLOT(update_button()));
     deleteAction = make_action("Delete Button", SLOT(delete_button()), {QKeySequence(Qt::Key_Backspace)});
-    commandAction = make_action("Add Command Button...", SLOT(add_command_button()));
+    commandAction = make_action("Add Command Button...", SLOT(edit_command_later()));
     QAction* reset = make_action("Reset View", SLOT(reset_view()), {QKeySequence(Qt::Key_H)});
     QAction* frame = make_action("Frame View", SLOT(frame_view()), {QKeySequence(Qt::Key_F)});
     menu->addAction(addOneAction);
@@ -281,6 +283,11 @@ bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
 
 void picker_view::do_button_action(const buttonAttributes& a)
 {
+    run_command(a);
+}
+
+void picker_view::run_command(const buttonAttributes& a)
+{
     if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
         return;
     if (a.language == 0)
@@ -381,22 +388,36 @@ void picker_view::delete_button()
         undo.push(new delete_buttons_cmd(this));
 }
 
+void picker_view::edit_command_later()
+{
+    // The editor opens once the context menu has fully closed: a script it
+    // tests may delete this view, and the menu with it.
+    QTimer::singleShot(0, this, SLOT(add_command_button()));
+}
+
 void picker_view::add_command_button()
 {
-    buttonRecord* b = find_button(pressPoint);
-    if (b && b->kind == 1) {
+    // The dialog runs an event loop: scripts tested from it may change the
+    // buttons or delete this view, so nothing found before it is trusted after.
+    QPointer<picker_view> self(this);
+    const int index = find_button_index(pressPoint);
+    if (index >= 0 && buttons[index].kind == 1) {
         // Editing a command button in place is not an undo step.
-        buttonAttributes copy = *b;
-        if (picker_editCmdDialog::do_dialog(this, &copy)) {
-            static_cast<buttonAttributes&>(*b) = copy;
-            make_button_label(*b, b);
+        const buttonAttributes before = buttons[index];
+        buttonAttributes copy = before;
+        if (!picker_editCmdDialog::do_dialog(this, &copy) || !self)
+            return;
+        if (index < buttons.size() && static_cast<const buttonAttributes&>(buttons[index]) == before) {
+            buttonRecord& b = buttons[index];
+            static_cast<buttonAttributes&>(b) = copy;
+            make_button_label(b, &b);
             signal_changed();
             update();
         }
         return;
     }
     auto* command = new add_button_cmd(this, pressPoint, "Add Command Button", 0, QString(), QString());
-    if (picker_editCmdDialog::do_dialog(this, &command->attributes()))
+    if (picker_editCmdDialog::do_dialog(this, &command->attributes()) && self)
         undo.push(command);
     else
         delete command;

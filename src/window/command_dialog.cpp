@@ -80,25 +80,29 @@ void picker_editCmdDialog::test()
 {
     // The attributes keep what was tested, even if the edit is then cancelled.
     update_button();
-    if (view)
-        view->do_button_action(*attrs);
+    picker_view::run_command(*attrs);
 }
 
 bool picker_editCmdDialog::do_dialog(picker_view* view, buttonAttributes* attrs)
 {
     if (!attrs || attrs->names.isEmpty())
         return false;
-    picker_editCmdDialog dialog(view, attrs);
+    // On the heap and watched: the view owns the dialog, and a script run by
+    // Test may delete the view (and so the dialog) while it is open.
+    QPointer<picker_editCmdDialog> dialog = new picker_editCmdDialog(view, attrs);
     QSettings settings("Quillmarsh", "picker");
     if (settings.contains("editCommandWindowSize") && settings.contains("editCommandWindowPos")) {
-        dialog.resize(settings.value("editCommandWindowSize", QSize(400, 450)).toSize());
-        dialog.move(settings.value("editCommandWindowPos", QPoint(50, 50)).toPoint());
+        dialog->resize(settings.value("editCommandWindowSize", QSize(400, 450)).toSize());
+        dialog->move(settings.value("editCommandWindowPos", QPoint(50, 50)).toPoint());
     }
-    int result = dialog.exec();
-    settings.setValue("editCommandWindowSize", dialog.size());
-    settings.setValue("editCommandWindowPos", dialog.pos());
-    if (result != QDialog::Accepted)
+    int result = dialog->exec();
+    if (!dialog)
         return false;
-    dialog.update_button();
-    return true;
+    settings.setValue("editCommandWindowSize", dialog->size());
+    settings.setValue("editCommandWindowPos", dialog->pos());
+    bool accepted = result == QDialog::Accepted && dialog->view;
+    if (accepted)
+        dialog->update_button();
+    delete dialog.data();
+    return accepted;
 }

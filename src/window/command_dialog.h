@@ -4,6 +4,7 @@
 #include "model/button_model.h"
 
 #include <QDialog>
+#include <QPointer>
 
 class QButtonGroup;
 class QLineEdit;
@@ -19,7 +20,9 @@ public:
     picker_editCmdDialog(picker_view* view, buttonAttributes* attrs);
     // Copies the fields into the attributes.
     void update_button();
-    // Edits the attributes in place; true when the user pressed OK.
+    // Edits the attributes in place; true when the user pressed OK. False
+    // too when the view went away while the dialog was open (a tested
+    // script may close tabs or start a new scene).
     static bool do_dialog(picker_view* view, buttonAttributes* attrs);
 
 public slots:
@@ -27,7 +30,7 @@ public slots:
     void test();
 
 private:
-    picker_view* view;
+    QPointer<picker_view> view;
     buttonAttributes* attrs;
     QLineEdit* nameEdit;
     QTextEdit* commandEdit;

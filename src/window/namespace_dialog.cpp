@@ -1,5 +1,6 @@
 #include "window/namespace_dialog.h"
 
+#include "edit/rebind_command.h"
 #include "view/namespace_binding.h"
 #include "view/picker_view.h"
 
@@ -7,6 +8,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 
 picker_editNamespaceDialog::picker_editNamespaceDialog(QWidget* parent, const QStringList& current,
@@ -23,7 +25,8 @@ picker_editNamespaceDialog::picker_editNamespaceDialog(QWidget* parent, const QS
     rows->setVerticalSpacing(2);
     for (int row = 0; row < current.size(); ++row) {
         const QString& ns = current[row];
-        rows->addWidget(new QLabel(QString("<b>%1</b>").arg(ns)), row, 0);
+        // Names come from files and scenes: shown as text, never as markup.
+        rows->addWidget(new QLabel(QString("<b>%1</b>").arg(ns.toHtmlEscaped())), row, 0);
         auto* combo = new QComboBox;
         combo->setEditable(true);
         combo->setMinimumWidth(260);
@@ -54,39 +57,48 @@ picker_editNamespaceDialog::picker_editNamespaceDialog(QWidget* parent, const QS
     setLayout(outer);
     connect(ok, SIGNAL(clicked(bool)), this, SLOT(accept()));
     connect(cancel, SIGNAL(clicked(bool)), this, SLOT(reject()));
+
+    // A typed choice ends up in names and scripts: OK waits for a real
+    // namespace (a row left as it is changes nothing and is always fine).
+    auto check = [this, ok] {
+        bool valid = true;
+        for (const nsPairRecord& record : records)
+            if (record.choice->currentText() != record.ns && !is_valid_namespace(record.choice->currentText()))
+                valid = false;
+        ok->setEnabled(valid);
+    };
+    for (const nsPairRecord& record : records)
+        connect(record.choice, &QComboBox::editTextChanged, this, check);
+    check();
+}
+
+void picker_editNamespaceDialog::choice(QStringList& from, QStringList& to) const
+{
+    for (const nsPairRecord& record : records) {
+        const QString chosen = record.choice->currentText();
+        if (chosen != record.ns && is_valid_namespace(chosen))
+            add_namespace_pair(from, to, record.ns, chosen);
+    }
 }
 
 bool picker_editNamespaceDialog::do_dialog(picker_view* view, const QStringList& current,
                                            const QStringList& available)
 {
-    picker_editNamespaceDialog dialog(view, current, available);
-    if (dialog.exec() != QDialog::Accepted)
+    // A script run while the dialog is up may take the view, and the dialog
+    // with it.
+    QPointer<picker_view> target(view);
+    QPointer<picker_editNamespaceDialog> dialog(new picker_editNamespaceDialog(view, current, available));
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog || !target) {
+        delete dialog.data();
         return false;
+    }
     QStringList from, to;
-    for (const nsPairRecord& record : dialog.records) {
-        QString old = record.ns;
-        QString chosen = record.choice->currentText();
-        if (!old.endsWith(':'))
-            old += ':';
-        // An empty choice means the root: the prefix goes.
-        if (!chosen.isEmpty() && !chosen.endsWith(':'))
-            chosen += ':';
-        if (old != chosen) {
-            from << old;
-            to << chosen;
-        }
-    }
-    if (from.isEmpty() || !view || view->buttons.isEmpty())
-        return true;
-    for (buttonRecord& r : view->buttons) {
-        if (r.kind == 1)
-            rebind_cmd_button(r, from, to);
-        else if (r.kind == 0)
-            rebind_picker_button(r, from, to);
-    }
-    // The new names may be selected already, and the scene keeps a copy.
-    view->conform_to_selection();
-    view->refresh();
-    view->signal_changed();
+    dialog->choice(from, to);
+    delete dialog.data();
+    if (!accepted)
+        return false;
+    // A row left as it is follows its parent's choice: rig:sub goes with rig.
+    rebind_view(view, from, to);
     return true;
 }

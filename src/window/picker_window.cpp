@@ -26,6 +26,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QUndoStack>
 #include <QVBoxLayout>
@@ -60,6 +61,7 @@ void clear_layout(QLayout* layout)
 
 picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
 {
+    ++sceneQuiet;
     dock_ = dock;
     init_picker_resources();
     buttonRecord::set_selection_hooks(&picker_window::selectButton, &picker_window::unselectButton);
@@ -92,8 +94,13 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     connect(editMenu, SIGNAL(aboutToShow()), this, SLOT(updateEditMenu()));
     connect(pickerMenu, SIGNAL(aboutToShow()), this, SLOT(updatePickerMenu()));
     connect(tabWidget, SIGNAL(tabCloseRequested(int)), this, SLOT(close_one(int)));
+    // Which tab is current, and the tab order, are part of what the scene keeps.
+    connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateSceneData()));
+    connect(tabWidget->tabBar(), SIGNAL(tabMoved(int, int)), this, SLOT(updateSceneData()));
 
     parse_picker_config(recent_pickers_path());
+    --sceneQuiet;
+    adoptScene(encodedSceneData());
 }
 
 picker_window::~picker_window()
@@ -200,12 +207,19 @@ void picker_window::new_tab()
     int index = tabWidget->addTab(view, "Untitled");
     tabWidget->setCurrentIndex(index);
     connect_picker(view);
+    updateSceneData();
 }
 
 void picker_window::reset()
 {
+    // The scene these tabs came from is going away: nothing of it is touched,
+    // and the next scene starts with nothing pending and no selection.
+    ++sceneQuiet;
     clear_tabs();
     new_tab();
+    --sceneQuiet;
+    setSelection(QStringList());
+    adoptScene(encodedSceneData());
 }
 
 void picker_window::close_one(int index)
@@ -215,7 +229,6 @@ void picker_window::close_one(int index)
     if (answer == QMessageBox::Cancel)
         return;
     close_tab(index);
-    updateSceneData();
 }
 
 void picker_window::close_current()
@@ -230,23 +243,9 @@ void picker_window::close_tab(int index)
     if (!view)
         return;
     tabWidget->removeTab(index);
-    if (closing || view->backgroundKey.isEmpty()) {
-        delete view;
-        return;
-    }
-    // The page that moved into the closed tab's place is not compared; that
-    // skip is part of how shared images are kept.
-    bool shared = false;
-    for (int i = 0; i < tabWidget->count(); ++i) {
-        if (i == index)
-            continue;
-        picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (other && other->backgroundKey == view->backgroundKey)
-            shared = true;
-    }
-    if (!shared)
-        removeImageData(view);
     delete view;
+    // The next flush drops the image entries no open tab uses any more.
+    updateSceneData();
 }
 
 void picker_window::clear_tabs()
@@ -263,8 +262,8 @@ void picker_window::rename_tab()
     bool ok = false;
     QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal,
                                          tabWidget->tabText(index), &ok);
-    if (ok && !name.isEmpty())
-        tabWidget->setTabText(index, name);
+    if (ok)
+        set_tab_text(index, name);
 }
 
 // ----- Forwarding
@@ -502,7 +501,9 @@ void picker_window::make_toolbox()
 
     labelEdit = new QLineEdit;
     labelEdit->setToolTip("Button Label");
-    connect(labelEdit, SIGNAL(editingFinished()), this, SLOT(set_button_label()));
+    // Only a label the user typed and confirmed with Return is applied:
+    // focus leaving the field (the pointer leaving the picker) applies nothing.
+    connect(labelEdit, SIGNAL(returnPressed()), this, SLOT(set_button_label()));
 
     toolboxLayout = new QHBoxLayout;
     toolboxLayout->addSpacing(8);
@@ -608,8 +609,9 @@ void picker_window::set_button_height(QAction* action)
 void picker_window::set_button_label()
 {
     picker_view* view = frontPicker();
-    if (!view || !view->any_selected() || !labelEdit)
+    if (!view || !view->any_selected() || !labelEdit || !labelEdit->isModified())
         return;
+    labelEdit->setModified(false);
     view->undoer()->push(new change_label_cmd(view, labelEdit->text()));
     labelEdit->clearFocus();
 }

@@ -98,10 +98,27 @@ public:
     static bool is_object_name(const QString& name);
 
     // ----- Scene storage
+    // The window keeps its own record of what the scene holds (the data text
+    // and the image entries it wrote or read), so that a change is written
+    // once, when the host is next idle, and an untouched scene is never
+    // marked modified.
+    // Writes now whatever differs from the scene; without force only when a
+    // change is pending. True when anything was written.
+    bool flushSceneData(bool force);
+    // The scene holds `text` as its picker data and the images of the tabs
+    // now open; nothing is pending.
+    void adoptScene(const QByteArray& text);
+    // The window as the scene stores it.
+    QByteArray encodedSceneData() const;
+    bool sceneChangePending() const { return sceneDirty; }
     void setImageData(picker_view* view);
-    void removeImageData(picker_view* view);
+    void removeImageData(const QString& key);
     void fetchImageData(picker_view* view);
     void setBackgroundImage(const QString& key, const QPixmap& pixmap);
+    // Gives the view a background under a key no other tab uses for another
+    // picture (a key that is not one the picker makes means no background).
+    void place_background(picker_view* view, const QString& key, const QPixmap& pixmap);
+    void set_tab_text(int index, const QString& text);
 
     // ----- Streams: every tab, for the scene
     void streamTo(QDataStream& out) const;
@@ -212,6 +229,11 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    QByteArray sceneText;
+    QSet<QString> sceneImages;
+    bool sceneDirty = false;
+    bool flushQueued = false;
+    int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
     bool buildingToolbox = false;
     int selectionUpdates = 0;
 };

@@ -1,6 +1,8 @@
 // Keeping the pickers in the host scene: the whole window as one file-info
 // entry, each background image as an entry of its own keyed by the view's
-// background key. Every command is queued for the host's idle time.
+// background key. A change only marks the window dirty and queues one flush
+// for the host's idle time; the flush writes what differs from the scene.
+#include "model/mel_text.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
@@ -9,55 +11,185 @@
 #include "window/window_texts.h"
 
 #include <QDataStream>
+#include <QImage>
 #include <QMessageBox>
 #include <QTabWidget>
 
+namespace {
+
+QString image_entry(const QString& key)
+{
+    return scene_keys::image_prefix + key;
+}
+
+// Two pixmaps show the same picture (copies share a cache key; pixmaps read
+// separately from one stream do not).
+bool same_picture(const QPixmap& a, const QPixmap& b)
+{
+    if (a.cacheKey() == b.cacheKey())
+        return true;
+    if (a.size() != b.size())
+        return false;
+    return a.toImage().convertToFormat(QImage::Format_ARGB32) ==
+           b.toImage().convertToFormat(QImage::Format_ARGB32);
+}
+
+} // namespace
+
 void picker_window::updateSceneData()
+{
+    if (sceneQuiet || closing)
+        return;
+    sceneDirty = true;
+    if (flushQueued)
+        return;
+    flushQueued = true;
+    picker_host::instance().run_mel_on_idle(QString("%1 flush").arg(texts::command_name));
+}
+
+QByteArray picker_window::encodedSceneData() const
 {
     QByteArray bytes;
     {
         QDataStream out(&bytes, QIODevice::WriteOnly);
         streamTo(out);
     }
-    picker_host::instance().run_mel_on_idle(QString("fileInfo \"%1\" \"%2\"; file -modified 1;")
-                                                .arg(scene_keys::picker_data,
-                                                     QString::fromLatin1(encode_picker_data(bytes))));
+    return encode_picker_data(bytes);
 }
 
+bool picker_window::flushSceneData(bool force)
+{
+    flushQueued = false;
+    if (!sceneDirty && !force)
+        return false;
+    sceneDirty = false;
+    bool wrote = false;
+    // Images first, so the data never names an entry the scene lacks.
+    QSet<QString> used;
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (!view || view->backgroundKey.isEmpty() || view->background.isNull() ||
+            used.contains(view->backgroundKey))
+            continue;
+        used.insert(view->backgroundKey);
+        if (!sceneImages.contains(view->backgroundKey)) {
+            setImageData(view);
+            wrote = true;
+        }
+    }
+    const QSet<QString> stale = sceneImages - used;
+    for (const QString& key : stale) {
+        removeImageData(key);
+        wrote = true;
+    }
+    const QByteArray text = encodedSceneData();
+    if (text != sceneText) {
+        picker_host::instance().run_mel_now(QString("fileInfo \"%1\" \"%2\"; file -modified 1;")
+                                                .arg(scene_keys::picker_data, QString::fromLatin1(text)));
+        sceneText = text;
+        wrote = true;
+    }
+    return wrote;
+}
+
+void picker_window::adoptScene(const QByteArray& text)
+{
+    sceneText = text;
+    sceneImages.clear();
+    flushQueued = false;
+    for (int i = 0; i < tabWidget->count(); ++i)
+        if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
+            if (!view->backgroundKey.isEmpty())
+                sceneImages.insert(view->backgroundKey);
+    sceneDirty = false;
+}
+
+// The key is one the picker made (place_background refuses any other), so
+// it is digits only and safe inside the command text.
 void picker_window::setImageData(picker_view* view)
 {
-    if (!view || view->backgroundKey.isEmpty())
+    if (!view || !is_background_key(view->backgroundKey))
         return;
-    picker_host::instance().run_mel_on_idle(
-        QString("fileInfo \"%1%2\" \"%3\"; file -modified 1;")
-            .arg(scene_keys::image_prefix, view->backgroundKey,
-                 QString::fromLatin1(encode_image(view->background))));
+    picker_host::instance().run_mel_now(QString("fileInfo \"%1\" \"%2\"; file -modified 1;")
+                                            .arg(image_entry(view->backgroundKey),
+                                                 QString::fromLatin1(encode_image(view->background))));
+    sceneImages.insert(view->backgroundKey);
 }
 
-void picker_window::removeImageData(picker_view* view)
+void picker_window::removeImageData(const QString& key)
 {
-    if (!view || view->backgroundKey.isEmpty())
+    sceneImages.remove(key);
+    if (!is_background_key(key))
         return;
-    picker_host::instance().run_mel_on_idle(
-        QString("fileInfo -remove \"%1%2\"; file -modified 1;").arg(scene_keys::image_prefix, view->backgroundKey));
+    picker_host::instance().run_mel_now(
+        QString("fileInfo -remove \"%1\"; file -modified 1;").arg(image_entry(key)));
 }
 
 void picker_window::fetchImageData(picker_view* view)
 {
-    if (!view || view->backgroundKey.isEmpty())
+    if (!view || !is_background_key(view->backgroundKey))
         return;
-    picker_host::instance().run_mel_on_idle(QString("%1 fetch_image `fileInfo -q \"%2%3\"`;")
-                                                .arg(texts::command_name, scene_keys::image_prefix,
-                                                     view->backgroundKey));
+    picker_host::instance().run_mel_on_idle(QString("%1 fetch_image `fileInfo -q \"%2\"`;")
+                                                .arg(texts::command_name, image_entry(view->backgroundKey)));
 }
 
 void picker_window::setBackgroundImage(const QString& key, const QPixmap& pixmap)
 {
+    if (!is_background_key(key))
+        return;
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
         if (view && view->backgroundKey == key)
             view->setBackground(key, pixmap);
     }
+}
+
+void picker_window::place_background(picker_view* view, const QString& key, const QPixmap& pixmap)
+{
+    if (!view)
+        return;
+    if (pixmap.isNull() || !is_background_key(key)) {
+        view->setBackground(QString(), QPixmap());
+        return;
+    }
+    // Tabs share a key only for the same picture; a key the scene already
+    // holds under another picture would keep the old picture there.
+    auto taken = [&](const QString& k) {
+        bool shared_same = false;
+        for (int i = 0; i < tabWidget->count(); ++i) {
+            picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
+            if (!other || other == view || other->backgroundKey != k)
+                continue;
+            if (!same_picture(other->background, pixmap))
+                return true;
+            shared_same = true;
+        }
+        return !shared_same && !sceneQuiet && sceneImages.contains(k);
+    };
+    auto in_use = [&](const QString& k) {
+        for (int i = 0; i < tabWidget->count(); ++i) {
+            picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
+            if (other && other != view && other->backgroundKey == k)
+                return true;
+        }
+        return sceneImages.contains(k);
+    };
+    QString chosen = key;
+    if (taken(chosen)) {
+        qint64 n = pixmap.cacheKey();
+        do
+            chosen = QString::number(n++);
+        while (in_use(chosen));
+    }
+    view->setBackground(chosen, pixmap);
+}
+
+void picker_window::set_tab_text(int index, const QString& text)
+{
+    if (index < 0 || index >= tabWidget->count() || text.isEmpty() || tabWidget->tabText(index) == text)
+        return;
+    tabWidget->setTabText(index, text);
+    updateSceneData();
 }
 
 void picker_window::streamTo(QDataStream& out) const
@@ -91,6 +223,7 @@ void picker_window::streamFrom(QDataStream& in)
     }
     qint32 count = 0, current = -1;
     in >> count >> current;
+    ++sceneQuiet;
     clear_tabs();
     // A damaged stream stops at its first error; the tab count alone never
     // makes this loop run past the bytes there are.
@@ -107,8 +240,7 @@ void picker_window::streamFrom(QDataStream& in)
             if (!key.isEmpty()) {
                 QPixmap pixmap;
                 in >> pixmap;
-                view->setBackground(key, pixmap);
-                setImageData(view);
+                place_background(view, key, pixmap);
             }
         }
         view->streamFrom(in, version);
@@ -117,4 +249,5 @@ void picker_window::streamFrom(QDataStream& in)
     }
     if (current >= 0 && current < tabWidget->count() && current < count)
         tabWidget->setCurrentIndex(current);
+    --sceneQuiet;
 }

@@ -21,6 +21,18 @@ const QString open_failed =
 const QString save_failed = QStringLiteral(
     "Could not open the file \"%1\" for writing.\n\nPlease check that this file is not locked and "
     "that you have the proper permissions and try again.");
+const QString not_a_picker =
+    QStringLiteral("Could not open the file \"%1\": %2.\n\nIt is not a picker file.");
+// One warning for a file that opened with losses; the parts are joined.
+const QString damaged_title = QStringLiteral("Damaged Picker");
+const QString damaged_buttons = QStringLiteral("%1 is damaged: %2 of %3 buttons were read.");
+const QString damaged_no_buttons = QStringLiteral("%1 is damaged: no buttons could be read.");
+const QString image_not_loaded =
+    QStringLiteral("The background image of %1 was not loaded: it is over the size limit (%2 x %3 "
+                   "pixels) or cannot be decoded.");
+const QString tab_unbound = QStringLiteral("The tab is not tied to the file, so Save asks for a new name.");
+const QString save_write_failed =
+    QStringLiteral("Could not save the file \"%1\": %2.\n\nThe previous file is unchanged.");
 const QString too_new = QStringLiteral(
     "The scene file contains data\nin a format (%1) more recent than the version of the picker\n"
     "installed in this machine can understand.  Please update\nthe picker, and try again.\n");

@@ -12,12 +12,19 @@ public:
 
     void run_mel_on_idle(const QString& text) override { mel << text; }
     void run_python_on_idle(const QString& text) override { python << text; }
+    bool run_mel_now(const QString& text) override
+    {
+        now << text;
+        return true;
+    }
     void clear()
     {
         mel.clear();
         python.clear();
+        now.clear();
     }
 
-    QStringList mel;
-    QStringList python;
+    QStringList mel;    // queued for idle time
+    QStringList python; // queued for idle time
+    QStringList now;    // run at once
 };

@@ -35,6 +35,17 @@ struct log_entry {
     QString formatted() const;
 };
 
+// Scene messages (MSceneMessage) share the callback list under these names,
+// which no event callback can ask for.
+namespace scene_events {
+const char* const before_new = "scene:BeforeNew";
+const char* const after_new = "scene:AfterNew";
+const char* const before_open = "scene:BeforeOpen";
+const char* const after_open = "scene:AfterOpen";
+const char* const before_save = "scene:BeforeSave";
+const char* const after_save = "scene:AfterSave";
+} // namespace scene_events
+
 // How an add to the active selection combines with what is there.
 enum class adjustment { replace, toggle, add, remove, add_to_head };
 

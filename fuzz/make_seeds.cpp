@@ -1,0 +1,204 @@
+// Writes the seed corpora of the fuzzing harnesses with the project's own
+// writers, so the seeds are real files of every format version.
+// usage: fuzz_make_seeds <corpus folder>   (then commit what changed)
+#include "model/picker_stream.h"
+#include "model/scene_data.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
+
+#include <cstdio>
+
+namespace {
+
+QDir root;
+
+void save(const QString& harness, const QString& name, const QByteArray& bytes)
+{
+    root.mkpath(harness);
+    QFile file(root.filePath(harness + "/" + name));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()) {
+        std::fprintf(stderr, "cannot write %s\n", qPrintable(file.fileName()));
+        std::exit(1);
+    }
+}
+
+buttonAttributes button(int x, int y, const QString& label, const QStringList& names, int kind = 0,
+                        int language = 0)
+{
+    buttonAttributes a;
+    a.pos = QPoint(x, y);
+    a.size = a.width = 14;
+    a.height = 10;
+    a.kind = kind;
+    a.language = language;
+    a.color = 0xb22222;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+const QList<buttonAttributes>& buttons()
+{
+    static const QList<buttonAttributes> list{
+        button(10, 20, "L", {"hero:L_hand_ctrl"}),
+        button(40, 20, QString(), {"hero:R_hand_ctrl", "hero:R_arm_ctrl"}),
+        button(25, 50, "key", {"select -all; setKeyframe;"}, 1, 0),
+        button(60, 50, "py", {"print('hi')"}, 1, 1),
+    };
+    return list;
+}
+
+// A record as a writer of an older format version laid it out.
+void write_old_record(QDataStream& out, int version, qint32 index, const buttonAttributes& a)
+{
+    if (version >= 5) {
+        write_button_record(out, index, a);
+        return;
+    }
+    out << index << a.pos << a.size;
+    if (version >= 2)
+        out << a.kind << a.language;
+    out << a.color;
+    if (version >= 4)
+        out << a.labelColor;
+    out << a.label << qint32(a.names.size());
+    for (const QString& name : a.names)
+        out << name;
+}
+
+void write_old_list(QDataStream& out, int version, const QList<buttonAttributes>& list)
+{
+    out << qint32(list.size());
+    for (int j = 0; j < list.size(); ++j)
+        write_old_record(out, version, j, list[j]);
+}
+
+QPixmap background()
+{
+    QImage image(24, 16, QImage::Format_RGB32);
+    image.fill(0x304050);
+    QPainter painter(&image);
+    painter.fillRect(4, 4, 8, 8, QColor(0xe0c080));
+    return QPixmap::fromImage(image);
+}
+
+QByteArray pkr(int version, bool with_background, const QList<buttonAttributes>& list)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header header;
+    header.version = version;
+    header.name = "hero body";
+    if (with_background) {
+        header.backgroundKey = "1700000000";
+        header.background = background();
+    }
+    write_pkr_header(out, header);
+    write_old_list(out, version, list);
+    return bytes;
+}
+
+// The window stream with two tabs, the second with a background when asked.
+QByteArray window_stream(int version, bool with_background)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << qint32(version) << qint32(2) << qint32(1);
+    out << qint32(0) << QString("body");
+    if (version >= 2)
+        out << QString();
+    write_old_list(out, version, buttons());
+    out << qint32(1) << QString("face");
+    if (version >= 2) {
+        out << QString(with_background ? "1700000001" : "");
+        if (with_background)
+            out << background();
+    }
+    write_old_list(out, version, buttons().mid(0, 2));
+    return bytes;
+}
+
+QByteArray payload(const QList<buttonAttributes>& list)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    writeButtonAttributes(out, list);
+    return bytes;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: fuzz_make_seeds <corpus folder>\n");
+        return 2;
+    }
+    root = QDir(QString::fromLocal8Bit(argv[1]));
+
+    for (int version : {1, 2, 4, 5}) {
+        save("fuzz_pkr", QString("v%1.pkr").arg(version), pkr(version, false, buttons()));
+        if (version >= 2)
+            save("fuzz_pkr", QString("v%1_background.pkr").arg(version), pkr(version, true, buttons()));
+    }
+    save("fuzz_pkr", "empty_list.pkr", pkr(5, false, {}));
+    QList<buttonAttributes> damaged = buttons();
+    damaged[1].kind = 2;
+    damaged[2].names.clear();
+    save("fuzz_pkr", "damaged_records.pkr", pkr(5, false, damaged));
+
+    save("fuzz_clipboard", "four_buttons", payload(buttons()));
+    save("fuzz_clipboard", "one_button", payload(buttons().mid(0, 1)));
+    QByteArray wrong_version = payload(buttons());
+    wrong_version[3] = 2;
+    save("fuzz_clipboard", "payload_version_2", wrong_version);
+
+    for (int version : {1, 2, 4, 5})
+        save("fuzz_scene_data", QString("window_v%1.bin").arg(version), window_stream(version, version >= 2));
+    save("fuzz_scene_data", "scene_text_v5.txt", encode_picker_data(window_stream(5, true)));
+    save("fuzz_scene_data", "scene_text_v2.txt", encode_picker_data(window_stream(2, false)));
+    save("fuzz_scene_data", "image_text.txt", encode_image(background()));
+
+    // Directive lines: tab-separated, '@' sends the arguments as one string array.
+    const QByteArray scene_text = encode_picker_data(window_stream(5, true));
+    const QByteArray image_text = encode_image(background());
+    save("fuzz_directives", "build.txt",
+         "select\thero:arm\n"
+         "enable_batch_mode\n"
+         "add_button\t10\t20\tArm\n"
+         "add_cmd_button\t30\t20\tkey\tmel\tprint \"hi\"\n"
+         "color_button\tname\thero:arm\t255\t0\t0\n"
+         "color_button_text\tlabel\tkey\t#00ff00\n"
+         "rename_button\tname\thero:arm\tL arm\n"
+         "move_button\tname\thero:arm\t40\t50\n"
+         "resize_button\tlabel\tL arm\t30\t12\n"
+         "disable_batch_mode\n"
+         "get_button_properties\tname\thero:arm\n"
+         "query_button\tpoint\t40\t50\n"
+         "get_button_bounds\tlabel\tkey\n"
+         "flush\n");
+    save("fuzz_directives", "tabs.txt",
+         "new_tab\nrename_tab\tface\nquery_tabs\nset_tab\tface\nset_background\tbg.png\n"
+         "clear_background\nclose_tab\nclear_tabs\nnew_tab\n");
+    save("fuzz_directives", "files.txt", "open\ta.pkr\tjunk.pkr\tmissing.pkr\nsave\nsaveas\nopen\n");
+    save("fuzz_directives", "selection.txt",
+         "@select\thero:arm\thero:leg\nadd_button\t10\t10\nselect\tbody\nclear\n"
+         "select\thero:*\nupdate_namespace\tvillain\nget_namespaces\nbind\thero\t:\nrebind\tzombie\n");
+    save("fuzz_directives", "restore.txt", "restore\t" + scene_text + "\nfetch_image\t1700000001\t" + image_text +
+                                               "\nquery_tabs\nrestore\n");
+    save("fuzz_directives", "properties.txt",
+         "select\thero:leg\nadd_button\t5\t5\n"
+         "@set_button_properties\tname\thero:leg\tLeg\t20\t30\t0\t0\t12\t12\t16\t#ff00ff\t#000000\n"
+         "update_button\tname\thero:leg\tbody\ndelete_button\tname\tbody\nFoo\n");
+    return 0;
+}

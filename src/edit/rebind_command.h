@@ -1,0 +1,35 @@
+// Moving a picker's object names and scripts to other namespaces, as one
+// undoable step.
+#pragma once
+
+#include <QList>
+#include <QStringList>
+#include <QUndoCommand>
+#include <QVector>
+
+class picker_view;
+
+class rebind_namespace_cmd : public QUndoCommand {
+public:
+    // The lists pair old and new namespaces as the rewriting functions take
+    // them; every button's result is worked out here, once.
+    rebind_namespace_cmd(picker_view* view, const QStringList& from, const QStringList& to);
+    void undo() override;
+    void redo() override;
+
+    // False when no button would change: nothing worth an undo entry.
+    bool changes() const { return !indices.isEmpty(); }
+
+private:
+    void apply(const QList<QStringList>& expected, const QList<QStringList>& wanted);
+
+    picker_view* view;
+    QVector<int> indices;
+    QVector<int> kinds;
+    QList<QStringList> oldNames;
+    QList<QStringList> newNames;
+};
+
+// Pushes a rebind of the view's buttons on its undo stack when it changes
+// anything; true when it did.
+bool rebind_view(picker_view* view, const QStringList& from, const QStringList& to);

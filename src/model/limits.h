@@ -1,0 +1,41 @@
+// Ceilings on what any stored picker may hold. Each is far above what a real
+// picker uses, and together they keep the cost of reading hostile data within
+// a few hundred megabytes and well away from integer overflow.
+#pragma once
+
+#include <QtGlobal>
+
+namespace limits {
+// Buttons read from one file, scene stream or paste: a rig's picker has
+// hundreds, the paint benchmark ten thousand.
+constexpr qint32 max_buttons = 16384;
+// Object names (or script lines) on one button: a whole character fits.
+constexpr qint32 max_names = 100000;
+// Tabs in one scene stream.
+constexpr qint32 max_tabs = 256;
+// A centre coordinate stays within +-1e6 picker units, so bounds, zoom and
+// pan arithmetic stays far from the range of int.
+constexpr qint32 max_coordinate = 1000000;
+// A button side is at most 1e5 units; negative sides read as 0.
+constexpr qint32 max_button_side = 100000;
+// A label picture is at most this wide (the text is elided) and about one
+// line high: 16384 labels at the limit stay near 300 MB.
+constexpr int max_label_width = 200;
+constexpr int max_label_height = 24;
+// Characters of a label that are laid out at all; more can never fit the
+// width above, and laying out a million would take seconds.
+constexpr int max_label_chars = 512;
+// A background image: 4096 x 4096 pixels (64 MB decoded, twice that at 16
+// bits a channel) at most, refused from its header before any pixel exists.
+constexpr qint32 image_square_side = 4096;
+constexpr qint64 max_image_pixels = qint64(image_square_side) * image_square_side;
+constexpr qint32 max_image_side = 16384;
+// Bytes of one encoded (PNG) image; a real background is a few megabytes.
+constexpr qint64 max_image_bytes = qint64(64) << 20;
+// Pixels of all images read from one scene stream together, so many tabs
+// cannot multiply the image limit.
+constexpr qint64 max_total_image_pixels = 2 * max_image_pixels;
+// A .pkr file, and the uncompressed window stream of a scene.
+constexpr qint64 max_file_bytes = qint64(64) << 20;
+constexpr qint64 max_scene_data_bytes = qint64(64) << 20;
+} // namespace limits

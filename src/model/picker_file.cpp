@@ -1,0 +1,137 @@
+#include "model/picker_file.h"
+
+#include "model/limits.h"
+
+#include <QDataStream>
+
+#include <algorithm>
+
+namespace {
+
+// Format versions a .pkr may claim. Newer ones are read with the current
+// rules; a number beyond this is no picker at all (text, random bytes).
+constexpr qint32 max_pkr_version = 255;
+
+bool stream_ok(const QDataStream& in)
+{
+    return in.status() == QDataStream::Ok;
+}
+
+} // namespace
+
+bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
+{
+    out = pkr_contents();
+    const auto refuse = [error](const QString& why) {
+        if (error)
+            *error = why;
+        return false;
+    };
+    if (!device.isSequential()) {
+        const qint64 size = device.size() - device.pos();
+        if (size <= 0)
+            return refuse(QStringLiteral("the file is empty"));
+        if (size > limits::max_file_bytes)
+            return refuse(QStringLiteral("the file is larger than %1 MB").arg(limits::max_file_bytes >> 20));
+    }
+    QDataStream in(&device);
+    in.setVersion(picker_format::pkr_stream_version);
+    pkr_header& header = out.header;
+    in >> header.version;
+    if (!stream_ok(in))
+        return refuse(QStringLiteral("the file is too short to be a picker"));
+    if (header.version < 1 || header.version > max_pkr_version)
+        return refuse(QStringLiteral("the file is not a picker"));
+    in >> header.name;
+    if (header.version >= 2)
+        in >> header.backgroundKey;
+    if (!stream_ok(in))
+        return refuse(QStringLiteral("the file is not a picker or its header is cut short"));
+
+    if (header.version >= 2 && !header.backgroundKey.isEmpty()) {
+        switch (read_pixmap(in, header.background)) {
+        case pixmap_read::null_image:
+        case pixmap_read::decoded:
+            break;
+        case pixmap_read::refused:
+            out.image_refused = true;
+            break;
+        case pixmap_read::broken:
+            // Nothing after an image without an end can be found again.
+            out.image_refused = true;
+            out.damaged = true;
+            return true;
+        }
+    }
+
+    qint32 budget = limits::max_buttons;
+    const button_list_read list = read_button_list(
+        in, header.version, budget, [&out](const buttonAttributes& a) { out.buttons.append(a); });
+    out.declared = list.declared;
+    out.damaged = list.damaged;
+    return true;
+}
+
+QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& buttons)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header current = header;
+    current.version = picker_format::current_version;
+    write_pkr_header(out, current);
+    write_button_list(out, buttons);
+    return bytes;
+}
+
+bool read_window_stream(QDataStream& in, window_contents& out)
+{
+    out = window_contents();
+    in >> out.version;
+    if (!stream_ok(in))
+        return false;
+    if (out.version > picker_format::current_version) {
+        out.too_new = true;
+        return false;
+    }
+    if (out.version < 1)
+        return false;
+    in >> out.declared_tabs >> out.current;
+    if (!stream_ok(in))
+        return false;
+    if (out.declared_tabs < 0 || out.declared_tabs > limits::max_tabs)
+        out.damaged = true;
+
+    // Shared by all tabs, so many tabs cannot multiply what one may hold.
+    qint32 button_budget = limits::max_buttons;
+    qint64 pixel_budget = limits::max_total_image_pixels;
+    const qint32 tabs = std::clamp(out.declared_tabs, 0, limits::max_tabs);
+    for (qint32 i = 0; i < tabs; ++i) {
+        window_tab tab;
+        qint32 index = 0;
+        in >> index >> tab.text;
+        if (out.version >= 2)
+            in >> tab.key;
+        if (!stream_ok(in)) {
+            out.damaged = true;
+            break;
+        }
+        if (out.version >= 2 && !tab.key.isEmpty()) {
+            const pixmap_read got = read_pixmap(in, tab.background, &pixel_budget);
+            tab.image_refused = got == pixmap_read::refused || got == pixmap_read::broken;
+            if (got == pixmap_read::broken) {
+                out.damaged = true;
+                out.tabs.append(tab);
+                break;
+            }
+        }
+        const button_list_read list = read_button_list(
+            in, out.version, button_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); });
+        tab.declared = list.declared;
+        out.damaged = out.damaged || list.damaged;
+        out.tabs.append(tab);
+        if (!stream_ok(in))
+            break;
+    }
+    return true;
+}

@@ -1,0 +1,47 @@
+// Whole picker files and window streams, read in one piece so a caller learns
+// what was recovered from damaged data instead of meeting a half-read stream.
+#pragma once
+
+#include "model/picker_stream.h"
+
+#include <QByteArray>
+#include <QIODevice>
+#include <QList>
+#include <QPixmap>
+#include <QString>
+
+struct pkr_contents {
+    pkr_header header;                 // background null when refused or unreadable
+    QList<buttonAttributes> buttons;   // the records accepted, in order
+    qint32 declared = 0;               // the button count the file claims
+    bool image_refused = false;        // image over the pixel limit or not decodable
+    bool damaged = false;              // stream stopped early or records were dropped
+};
+
+// Reads a whole .pkr from the device. False, with *error set to a short reason,
+// when the bytes are not a picker file at all (empty, text, random, truncated header).
+bool read_pkr(QIODevice& device, pkr_contents& out, QString* error);
+// The bytes of a .pkr file (stream version Qt_4_0, format version 5).
+QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& buttons);
+
+struct window_tab {
+    QString text;
+    QString key;
+    QPixmap background;
+    bool image_refused = false;
+    QList<buttonAttributes> buttons;
+    qint32 declared = 0;
+};
+
+struct window_contents {
+    qint32 version = 0;
+    qint32 current = -1;
+    qint32 declared_tabs = 0;
+    QList<window_tab> tabs;
+    bool too_new = false;
+    bool damaged = false;
+};
+
+// Reads a window stream (scene data). too_new: version above 5, nothing read past it.
+// False when the stream holds no window at all or is too new.
+bool read_window_stream(QDataStream& in, window_contents& out);

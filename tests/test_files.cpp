@@ -1,0 +1,320 @@
+// Picker files against hostile and failing disks: files that are no picker,
+// damaged files, huge labels, and saves whose write fails half way.
+#include "modal_helper.h"
+#include "model/limits.h"
+#include "model/picker_file.h"
+#include "model/safe_file.h"
+#include "recording_host.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+buttonAttributes button(int j, const QString& label = QString())
+{
+    buttonAttributes a;
+    a.pos = QPoint(20 * j, 10);
+    a.size = a.width = a.height = 14;
+    a.color = 0x336699;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = QStringList{QString("hero:ctrl_%1").arg(j)};
+    return a;
+}
+
+QList<buttonAttributes> buttons(int count)
+{
+    QList<buttonAttributes> list;
+    for (int j = 0; j < count; ++j)
+        list << button(j);
+    return list;
+}
+
+// A picker file of nine buttons; `background` adds a real image.
+QByteArray nine_buttons(bool background = false)
+{
+    pkr_header header;
+    header.name = "Hero";
+    if (background) {
+        QImage image(6, 4, QImage::Format_ARGB32);
+        image.fill(Qt::darkCyan);
+        header.backgroundKey = "42";
+        header.background = QPixmap::fromImage(image);
+    }
+    return write_pkr(header, buttons(9));
+}
+
+void write(const QString& path, const QByteArray& data)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(data), qint64(data.size()));
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+// Answers the next message box with OK, keeping its title and text.
+struct seen_box {
+    QString title;
+    QString text;
+};
+void answer_ok(seen_box* seen)
+{
+    modal_helper::with_next([seen](QWidget* w) {
+        seen->title = w->windowTitle();
+        if (auto* box = qobject_cast<QMessageBox*>(w))
+            seen->text = box->text();
+        modal_helper::answer(w, "OK");
+    });
+}
+
+// Makes a folder refuse new files even for root; false when this machine can't.
+bool lock_folder(const QString& path, bool on)
+{
+    if (QProcess::execute("chattr", {on ? "+i" : "-i", path}) == 0)
+        return true;
+    return QFile::setPermissions(path, on ? QFileDevice::ReadOwner | QFileDevice::ExeOwner
+                                          : QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+} // namespace
+
+class test_files : public QObject {
+    Q_OBJECT
+
+    recording_host* host = nullptr;
+    picker_window* window = nullptr;
+    QTemporaryDir dir;
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void init()
+    {
+        host = new recording_host;
+        window = new picker_window(nullptr);
+    }
+
+    void cleanup()
+    {
+        delete window;
+        delete host;
+    }
+
+    void a_file_that_is_no_picker_is_refused_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QByteArray noise(2000, 0);
+        QRandomGenerator random(5);
+        for (char& c : noise)
+            c = char(random.bounded(256));
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("text") << QByteArray("This is my picker, honest.\n");
+        QTest::newRow("random bytes") << noise;
+        QTest::newRow("header cut short") << nine_buttons().left(9);
+    }
+    void a_file_that_is_no_picker_is_refused()
+    {
+        QFETCH(QByteArray, data);
+        const QString path = dir.filePath("junk.pkr");
+        write(path, data);
+        seen_box seen;
+        answer_ok(&seen);
+        window->load_one_picker(path);
+        QCOMPARE(seen.title, QString("Open Failed"));
+        QVERIFY2(seen.text.startsWith(QString("Could not open the file \"%1\"").arg(QDir::toNativeSeparators(path))),
+                 qPrintable(seen.text));
+        QCOMPARE(window->tabs()->count(), 1);
+        QVERIFY(!host->mel.contains("QuillmarshPicker \"bind\" `picker_ListNamespaces`;"));
+    }
+
+    void several_files_go_on_past_one_that_is_no_picker()
+    {
+        const QString junk = dir.filePath("notes.pkr"), good = dir.filePath("good.pkr");
+        write(junk, "shopping list");
+        write(good, nine_buttons());
+        modal_helper::answer_next("Ignore");
+        window->load_pickers({junk, good});
+        QCOMPARE(window->tabs()->count(), 2);
+        QCOMPARE(window->frontPicker()->buttons.size(), 9);
+        QCOMPARE(window->frontPicker()->path(), good);
+    }
+
+    void a_damaged_file_opens_with_what_was_read_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<int>("buttons");
+        QTest::addColumn<QString>("warning");
+        const QString unbound = "\n\nThe tab is not tied to the file, so Save asks for a new name.";
+        const QString image = "The background image of hero.pkr was not loaded: it is over the size limit "
+                              "(4096 x 4096 pixels) or cannot be decoded.";
+        const QByteArray whole = nine_buttons();
+        // Each button record of nine_buttons() takes the same number of bytes.
+        const int record = (whole.size() - (nine_buttons().indexOf(QByteArray("\0\0\0\x09", 4)) + 4)) / 9;
+        QTest::newRow("cut inside the fifth button")
+            << whole.left(whole.size() - 4 * record - record / 2) << 4 << "hero.pkr is damaged: 4 of 9 buttons were read." + unbound;
+
+        QByteArray pixels = nine_buttons(true);
+        const int idat = pixels.indexOf("IDAT");
+        pixels[idat + 6] = char(pixels[idat + 6] ^ 0x5a);
+        QTest::newRow("damaged image data") << pixels << 9 << image + unbound;
+
+        QByteArray chunk = nine_buttons(true);
+        chunk.replace(idat - 4, 4, QByteArray("\x7f\0\0\0", 4));
+        QTest::newRow("image chunk longer than the file") << chunk << 9 << image + unbound;
+
+        QByteArray both = pixels.left(pixels.size() - 2 * record - 3);
+        QTest::newRow("damaged image, cut buttons")
+            << both << 6 << "hero.pkr is damaged: 6 of 9 buttons were read.\n\n" + image + unbound;
+    }
+    void a_damaged_file_opens_with_what_was_read()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(int, buttons);
+        QFETCH(QString, warning);
+        const QString path = dir.filePath("hero.pkr");
+        write(path, data);
+        seen_box seen;
+        answer_ok(&seen);
+        window->load_one_picker(path);
+        QCOMPARE(seen.title, QString("Damaged Picker"));
+        QCOMPARE(seen.text, warning);
+        QCOMPARE(window->tabs()->count(), 2);
+        picker_view* view = window->frontPicker();
+        QCOMPARE(window->tabs()->tabText(1), QString("Hero"));
+        QCOMPARE(view->buttons.size(), buttons);
+        QVERIFY(view->background.isNull());
+        // Not tied to the file: Save asks for a name (cancelled here), and the
+        // damaged file is never overwritten with less.
+        QVERIFY(view->path().isEmpty());
+        modal_helper::answer_next(QString());
+        window->save_current();
+        QCOMPARE(contents(path), data);
+    }
+
+    void label_pictures_are_bounded_data()
+    {
+        QTest::addColumn<QString>("label");
+        QTest::newRow("a million letters") << QString(1000000, 'W');
+        QTest::newRow("a million wide characters") << QString(1000000, QChar(0x6f22));
+        QTest::newRow("one letter under many accents") << "a" + QString(20000, QChar(0x0301));
+        QTest::newRow("a million line breaks") << QString(1000000, '\n') + "x";
+        QString pairs;
+        for (int i = 0; i < 2000; ++i)
+            pairs += QString::fromUcs4(U"\U0001F600");
+        QTest::newRow("surrogate pairs") << pairs;
+    }
+    void label_pictures_are_bounded()
+    {
+        QFETCH(QString, label);
+        picker_view* view = window->frontPicker();
+        view->push_button(button(0, label), -1);
+        const buttonRecord& r = view->buttons.last();
+        QCOMPARE(r.label, label); // the text itself is kept whole
+        QVERIFY(!r.labelPixmap.isNull());
+        QVERIFY2(r.labelPixmap.width() <= limits::max_label_width, qPrintable(QString::number(r.labelPixmap.width())));
+        QVERIFY2(r.labelPixmap.height() <= limits::max_label_height, qPrintable(QString::number(r.labelPixmap.height())));
+        QVERIFY(r.bounds.width() <= limits::max_label_width + 2);
+    }
+
+    void a_save_that_cannot_write_keeps_the_old_file_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("file size limit while writing") << "size limit";
+        QTest::newRow("path is a folder") << "folder";
+        QTest::newRow("folder refuses new files") << "locked";
+    }
+    void a_save_that_cannot_write_keeps_the_old_file()
+    {
+        QFETCH(QString, how);
+        QTemporaryDir place;
+        const QString path = place.filePath(how == "folder" ? "a folder.pkr" : "hero.pkr");
+        const QByteArray old = nine_buttons(true);
+        if (how == "folder")
+            QVERIFY(QDir().mkdir(path));
+        else
+            write(path, old);
+        picker_view* view = window->frontPicker();
+        for (const buttonAttributes& a : buttons(400))
+            view->push_button(a, -1);
+
+        if (how == "size limit") {
+            // A real failing write: a child process may not write more than
+            // 4 KB to any file, and ignores the signal that would kill it.
+            const pid_t child = fork();
+            QVERIFY(child >= 0);
+            if (child == 0) {
+                struct rlimit limit = {4096, 4096};
+                setrlimit(RLIMIT_FSIZE, &limit);
+                std::signal(SIGXFSZ, SIG_IGN);
+                seen_box seen;
+                answer_ok(&seen);
+                const bool saved = window->do_save(view, path);
+                _exit(saved ? 1 : seen.title == "Save Failed" && seen.text.contains("previous file is unchanged") ? 0 : 2);
+            }
+            int status = -1;
+            QVERIFY(waitpid(child, &status, 0) == child);
+            QVERIFY(WIFEXITED(status));
+            QCOMPARE(WEXITSTATUS(status), 0);
+        } else {
+            if (how == "locked" && !lock_folder(place.path(), true))
+                QSKIP("this machine cannot make a folder unwritable");
+            QFile probe(place.filePath("probe"));
+            if (how == "locked" && probe.open(QIODevice::WriteOnly)) {
+                probe.remove();
+                lock_folder(place.path(), false);
+                QSKIP("the folder stays writable for this user");
+            }
+            seen_box seen;
+            answer_ok(&seen);
+            const bool saved = window->do_save(view, path);
+            if (how == "locked")
+                lock_folder(place.path(), false);
+            QVERIFY(!saved);
+            QCOMPARE(seen.title, QString("Save Failed"));
+        }
+        if (how == "folder")
+            QVERIFY(QFileInfo(path).isDir());
+        else
+            QCOMPARE(contents(path), old);
+        // Nothing half written is left beside it.
+        QCOMPARE(QDir(place.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{QFileInfo(path).fileName()});
+    }
+
+    void a_save_replaces_the_file_whole()
+    {
+        const QString path = dir.filePath("replaced.pkr");
+        write(path, QByteArray(100000, 'x'));
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup);
+        picker_view* view = window->frontPicker();
+        window->tabs()->setTabText(0, "Hero");
+        for (const buttonAttributes& a : buttons(9))
+            view->push_button(a, -1);
+        QVERIFY(window->do_save(view, path));
+        QCOMPARE(contents(path), nine_buttons());
+        // The old file's permissions for group and others carry over.
+        QCOMPARE(int(QFile::permissions(path) & 0x00ff), int(QFileDevice::ReadGroup));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).filter(".tmp"), QStringList());
+    }
+};
+
+QTEST_MAIN(test_files)
+#include "test_files.moc"

@@ -1,0 +1,539 @@
+// The scene always holds what the window shows: every change is written once
+// the host is idle (or at once before a save), a scene that is only opened
+// stays unmodified, and nothing read from a file or scene runs MEL.
+#include "model/picker_stream.h"
+#include "model/scene_data.h"
+#include "modal_helper.h"
+#include "plugin/picker_main.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <sandbox/host.h>
+
+#include <maya/MObject.h>
+#include <maya/MStatus.h>
+
+#include <QCryptographicHash>
+#include <QImage>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QTextEdit>
+#include <QUndoStack>
+#include <QtTest>
+
+MStatus initializePlugin(MObject obj);
+MStatus uninitializePlugin(MObject obj);
+
+using sandbox::host;
+
+namespace {
+
+// A window stream as plain text: tabs, keys, a digest of each picture and
+// every button field, so two streams compare by what they hold.
+QString describe_stream(const QByteArray& bytes)
+{
+    QDataStream in(bytes);
+    qint32 version = 0, count = 0, current = 0;
+    in >> version >> count >> current;
+    QString out = QString("v%1 tabs %2 current %3\n").arg(version).arg(count).arg(current);
+    for (qint32 i = 0; i < count && in.status() == QDataStream::Ok; ++i) {
+        qint32 index = 0;
+        QString text, key;
+        in >> index >> text >> key;
+        out += QString("tab %1 '%2' key '%3'").arg(index).arg(text, key);
+        if (!key.isEmpty()) {
+            QPixmap pixmap;
+            in >> pixmap;
+            QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
+            QByteArray pixels(reinterpret_cast<const char*>(image.constBits()), int(image.sizeInBytes()));
+            out += QString(" %1x%2 %3").arg(image.width()).arg(image.height())
+                       .arg(QString(QCryptographicHash::hash(pixels, QCryptographicHash::Md5).toHex()));
+        }
+        out += '\n';
+        read_button_list(in, version, [&out](const buttonAttributes& a) {
+            out += QString("  (%1,%2) %3x%4 k%5 l%6 %7 %8 '%9' [%10]\n")
+                       .arg(a.pos.x()).arg(a.pos.y()).arg(a.width).arg(a.height).arg(a.kind).arg(a.language)
+                       .arg(a.color, 0, 16).arg(a.labelColor, 0, 16).arg(a.label, a.names.join(','));
+        });
+    }
+    return in.status() == QDataStream::Ok ? out : out + "DAMAGED\n";
+}
+
+void write_pkr(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
+               const QString& key = QString(), const QPixmap& background = QPixmap())
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QDataStream out(&file);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header header;
+    header.name = name;
+    header.backgroundKey = key;
+    header.background = background;
+    write_pkr_header(out, header);
+    write_button_list(out, buttons);
+}
+
+buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = a.width = a.height = 20;
+    a.color = 0x3366cc;
+    a.labelColor = 0xffffff;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+QPixmap picture(int w, int h, QColor colour)
+{
+    QPixmap p(w, h);
+    p.fill(colour);
+    return p;
+}
+
+} // namespace
+
+class test_scene : public QObject {
+    Q_OBJECT
+
+    host& h = host::instance();
+    QMainWindow main;
+    QTemporaryDir dir;
+
+    bool run(const QString& mel, mel::value* result = nullptr) { return h.execute(mel, result); }
+
+    QStringList strings(const QString& mel)
+    {
+        mel::value v;
+        run(mel, &v);
+        return v.is_none() ? QStringList() : v.to_strings();
+    }
+
+    picker_window* window() { return picker_main::picker(); }
+
+    QString describe_window()
+    {
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        window()->streamTo(out);
+        return describe_stream(bytes);
+    }
+
+    // What the scene's picker data holds; no data stands for the empty
+    // window a new scene gets.
+    QString describe_scene()
+    {
+        QString text;
+        if (!h.file_info("QuillmarshPickerData", &text)) {
+            QByteArray bytes;
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            out << qint32(5) << qint32(1) << qint32(0) << qint32(0) << QString("Untitled") << QString()
+                << qint32(0);
+            return describe_stream(bytes);
+        }
+        return describe_stream(decode_picker_data(text.toLatin1()));
+    }
+
+    // The scene matches the window, and holds an image entry for every key.
+    void check_scene_holds_the_window(const QString& step)
+    {
+        QVERIFY2(!window()->sceneChangePending(), qPrintable(step));
+        QCOMPARE(describe_scene(), describe_window());
+        QTabWidget* tabs = window()->tabs();
+        for (int i = 0; i < tabs->count(); ++i) {
+            picker_view* view = qobject_cast<picker_view*>(tabs->widget(i));
+            if (view->backgroundKey.isEmpty())
+                continue;
+            QString text;
+            QVERIFY2(h.file_info("QuillmarshPickerImage_" + view->backgroundKey, &text), qPrintable(step));
+            QCOMPARE(decode_image(text.toLatin1()).toImage().convertToFormat(QImage::Format_ARGB32),
+                     view->background.toImage().convertToFormat(QImage::Format_ARGB32));
+        }
+        for (const auto& entry : h.file_info_table()) {
+            if (!entry.first.startsWith("QuillmarshPickerImage_"))
+                continue;
+            const QString key = entry.first.mid(QString("QuillmarshPickerImage_").size());
+            bool used = false;
+            for (int i = 0; i < tabs->count(); ++i)
+                used = used || qobject_cast<picker_view*>(tabs->widget(i))->backgroundKey == key;
+            QVERIFY2(used, qPrintable(step + ": stale image entry " + key));
+        }
+    }
+
+    void characters()
+    {
+        run("namespace -add rig; namespace -add hero;");
+        for (const char* ns : {"rig", "hero"})
+            for (const char* n : {"arm", "leg", "head", "hand"})
+                run(QString("createNode transform -n \"%1:%2\" -ss").arg(ns, n));
+    }
+
+    QString image_file(const QString& name, QColor colour, int w = 12, int hgt = 9)
+    {
+        QString path = dir.filePath(name);
+        picture(w, hgt, colour).save(path);
+        return path;
+    }
+
+    void restart_with_scene(const QString& scene)
+    {
+        // A fresh session: no window, an empty host, then the scene.
+        picker_main::cleanup();
+        h.reset();
+        h.set_main_window(&main);
+        QString error;
+        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        main.resize(300, 200);
+        h.set_main_window(&main);
+        QString error;
+        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
+                                      reinterpret_cast<void*>(&initializePlugin),
+                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+                 qPrintable(error));
+        h.drain_idle();
+    }
+
+    void init()
+    {
+        picker_main::cleanup();
+        h.reset();
+        h.set_main_window(&main);
+        in_batch_mode = 0;
+        characters();
+    }
+
+    void tab_and_background_changes_reach_the_scene_data()
+    {
+        QTest::addColumn<QString>("setup");
+        QTest::addColumn<QString>("script");
+        const QString image = "QuillmarshPicker set_background \"" + image_file("a.png", Qt::red) + "\"";
+        QTest::newRow("new tab") << "" << "QuillmarshPicker new_tab";
+        QTest::newRow("rename tab") << "" << "QuillmarshPicker rename_tab body";
+        QTest::newRow("close tab") << "" << "QuillmarshPicker close_tab";
+        QTest::newRow("clear tabs") << "QuillmarshPicker new_tab" << "QuillmarshPicker clear_tabs";
+        QTest::newRow("current tab") << "QuillmarshPicker new_tab; QuillmarshPicker rename_tab face"
+                                     << "QuillmarshPicker set_tab Untitled";
+        QTest::newRow("set background") << "" << image;
+        QTest::newRow("clear background") << image << "QuillmarshPicker clear_background";
+        QTest::newRow("rebind") << "select -r rig:arm; QuillmarshPicker add_button 5 5 arm"
+                                << "QuillmarshPicker update_namespace hero";
+    }
+
+    void tab_and_background_changes_reach_the_scene()
+    {
+        QFETCH(QString, setup);
+        QFETCH(QString, script);
+        run("QuillmarshPicker");
+        QVERIFY(run(setup));
+        h.drain_idle();
+        const QString before = describe_scene();
+        QVERIFY(run(script));
+        h.drain_idle();
+        QVERIFY(describe_scene() != before);
+        check_scene_holds_the_window(script);
+    }
+
+    void a_new_background_is_stored_under_its_own_key()
+    {
+        run("QuillmarshPicker");
+        run(QString("QuillmarshPicker set_background \"%1\"").arg(image_file("red.png", Qt::red, 10, 10)));
+        h.drain_idle();
+        const QString first = picker_main::current_view()->backgroundKey;
+        check_scene_holds_the_window("first picture");
+        run(QString("QuillmarshPicker set_background \"%1\"").arg(image_file("blue.png", Qt::blue, 7, 7)));
+        h.drain_idle();
+        QVERIFY(picker_main::current_view()->backgroundKey != first);
+        QVERIFY2(!h.file_info("QuillmarshPickerImage_" + first, nullptr), "the old picture's entry goes");
+        check_scene_holds_the_window("second picture");
+        // A file that is no picture is an error that changes nothing.
+        QVERIFY(!run(QString("QuillmarshPicker set_background \"%1\"").arg(dir.filePath("missing.png"))));
+        QCOMPARE(picker_main::current_view()->background.size(), QSize(7, 7));
+    }
+
+    void a_picture_under_a_taken_key_gets_a_key_of_its_own()
+    {
+        // Two files carry the same key for different pictures: each keeps its
+        // picture through the scene.
+        QString a = dir.filePath("a.pkr"), b = dir.filePath("b.pkr");
+        write_pkr(a, "a", {button(QPoint(5, 5), {"rig:arm"})}, "4242", picture(4, 4, Qt::red));
+        write_pkr(b, "b", {button(QPoint(5, 5), {"rig:leg"})}, "4242", picture(6, 6, Qt::blue));
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs");
+        run(QString("QuillmarshPicker open \"%1\" \"%2\"").arg(a, b));
+        h.drain_idle();
+        check_scene_holds_the_window("two files");
+        QString scene = dir.filePath("keys.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        const QString saved = describe_window();
+        restart_with_scene(scene);
+        run("QuillmarshPicker");
+        h.drain_idle();
+        QCOMPARE(describe_window(), saved);
+    }
+
+    void opening_the_window_and_building_at_once_keeps_both()
+    {
+        QString path = dir.filePath("one.pkr");
+        write_pkr(path, "stored", {button(QPoint(5, 5), {"rig:arm"}, "arm")});
+        run(QString("QuillmarshPicker; QuillmarshPicker clear_tabs; QuillmarshPicker open \"%1\"").arg(path));
+        h.drain_idle();
+        QString scene = dir.filePath("one.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        restart_with_scene(scene);
+        // One call: the window opens, then a button is built on its tab.
+        QVERIFY(run("QuillmarshPicker; select -r rig:leg; QuillmarshPicker add_button 40 40 leg"));
+        h.drain_idle();
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"stored"});
+        QCOMPARE(picker_main::current_view()->buttons.size(), 2);
+        check_scene_holds_the_window("built after opening");
+    }
+
+    void opening_or_starting_a_scene_leaves_it_unmodified()
+    {
+        run("QuillmarshPicker");
+        run(QString("QuillmarshPicker set_background \"%1\"").arg(image_file("b.png", Qt::green)));
+        run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm");
+        h.drain_idle();
+        QString scene = dir.filePath("plain.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        h.drain_idle();
+        QVERIFY(!h.modified());
+        QCOMPARE(picker_main::current_view()->buttons.size(), 1);
+        run("select -r rig:arm");
+        QCOMPARE(picker_window::selection_, QStringList{"rig:arm"});
+        QVERIFY(run("file -f -new"));
+        h.drain_idle();
+        QVERIFY(!h.modified());
+        QVERIFY2(picker_window::selection_.isEmpty(), "the old scene's names are gone");
+        QVERIFY(h.file_info_table().isEmpty());
+    }
+
+    void a_save_right_after_a_build_keeps_the_picker_data()
+    {
+        QTest::addColumn<QString>("build");
+        QTest::newRow("plain") << "select -r rig:arm; QuillmarshPicker add_button 5 5 arm;";
+        QTest::newRow("batch never ended")
+            << "QuillmarshPicker enable_batch_mode; select -r rig:arm; QuillmarshPicker add_button 5 5 arm;";
+        QTest::newRow("new tab and rename") << "QuillmarshPicker new_tab; QuillmarshPicker rename_tab face;";
+    }
+
+    void a_save_right_after_a_build_keeps_the_picker()
+    {
+        QFETCH(QString, build);
+        QString scene = dir.filePath("built.ma");
+        // One script, no idle time anywhere before the save.
+        QVERIFY(run(QString("QuillmarshPicker; %1 file -rename \"%2\"; file -save;").arg(build, scene)));
+        const QString built = describe_window();
+        restart_with_scene(scene);
+        run("QuillmarshPicker");
+        QCOMPARE(describe_window(), built);
+        QVERIFY(!h.modified());
+    }
+
+    void flush_writes_at_once()
+    {
+        run("QuillmarshPicker; select -r rig:arm; QuillmarshPicker add_button 5 5 arm");
+        QVERIFY(!h.file_info("QuillmarshPickerData", nullptr));
+        QVERIFY(run("QuillmarshPicker flush"));
+        check_scene_holds_the_window("flushed");
+        QVERIFY(h.modified());
+    }
+
+    void hostile_keys_run_nothing_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::newRow("quote") << "1\"; createNode transform -n evil; \"";
+        QTest::newRow("back quote") << "`createNode transform -n evil`";
+        QTest::newRow("semicolon") << "1;createNode transform -n evil;";
+        QTest::newRow("line break") << "1\n\"; createNode transform -n evil; //";
+    }
+
+    void hostile_keys_run_nothing()
+    {
+        QFETCH(QString, key);
+        // From a picker file: opened, written, closed.
+        QString path = dir.filePath("evil.pkr");
+        write_pkr(path, "evil", {button(QPoint(5, 5), {"rig:arm"})}, key, picture(3, 3, Qt::red));
+        run(QString("QuillmarshPicker; QuillmarshPicker open \"%1\"").arg(path));
+        h.drain_idle();
+        QVERIFY2(picker_main::current_view()->backgroundKey.isEmpty(), "a key the picker never makes is no key");
+        QCOMPARE(picker_main::current_view()->buttons.size(), 1);
+        run("QuillmarshPicker close_tab");
+        h.drain_idle();
+
+        // From a scene: restored, changed, closed, reopened.
+        QByteArray stream;
+        {
+            QDataStream out(&stream, QIODevice::WriteOnly);
+            out << qint32(5) << qint32(1) << qint32(0) << qint32(0) << QString("evil") << key
+                << picture(3, 3, Qt::red);
+            write_button_list(out, {button(QPoint(5, 5), {"rig:arm"})});
+        }
+        h.set_file_info("QuillmarshPickerData", encode_picker_data(stream));
+        h.set_file_info("QuillmarshPickerImage_" + key, encode_image(picture(3, 3, Qt::red)));
+        QString scene = dir.filePath("evil.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        h.drain_idle();
+        run("QuillmarshPicker new_tab; QuillmarshPicker set_tab evil; QuillmarshPicker close_tab");
+        h.drain_idle();
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        h.drain_idle();
+        QVERIFY2(!h.node_exists("evil"), qPrintable(h.output_text()));
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    void testing_a_script_that_removes_the_view_is_safe_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::newRow("clear tabs") << "QuillmarshPicker clear_tabs";
+        QTest::newRow("new scene") << "file -f -new";
+        QTest::newRow("close tab") << "QuillmarshPicker close_tab";
+    }
+
+    void testing_a_script_that_removes_the_view_is_safe()
+    {
+        QFETCH(QString, script);
+        run("QuillmarshPicker");
+        QPointer<picker_view> view = picker_main::current_view();
+        view->resize(200, 200);
+        // The host drains its idle queue while the editor is open, as the
+        // application does from its event loop.
+        modal_helper::with_next([script, this](QWidget* dialog) {
+            dialog->findChild<QTextEdit*>()->setPlainText(script);
+            for (QPushButton* b : dialog->findChildren<QPushButton*>())
+                if (b->text() == "Test")
+                    b->click();
+            h.drain_idle();
+            if (QWidget* still = modal_helper::waiting_dialog())
+                modal_helper::answer(still, "Cancel");
+        });
+        view->add_command_button();
+        QVERIFY(!view || view->buttons.isEmpty());
+        QVERIFY(picker_main::window_);
+    }
+
+    void the_label_field_applies_only_confirmed_edits()
+    {
+        run("select -r rig:arm; QuillmarshPicker; QuillmarshPicker add_button 5 5 arm;"
+            "select -r rig:leg; QuillmarshPicker add_button 50 5 leg; select -r rig:arm rig:leg");
+        picker_view* view = picker_main::current_view();
+        QCOMPARE(int(view->buttons[0].selected) + int(view->buttons[1].selected), 2);
+        view->update_toolbox();
+        QLineEdit* field = nullptr;
+        for (QLineEdit* e : window()->findChildren<QLineEdit*>())
+            if (e->toolTip() == "Button Label")
+                field = e;
+        QVERIFY(field);
+        window()->show();
+        // Into the field and out again: nothing.
+        field->setFocus();
+        emit field->editingFinished();
+        QCOMPARE(view->undoer()->count(), 0);
+        // Typed, then the pointer leaves the picker: nothing either.
+        QTest::keyClicks(field, "half");
+        emit field->editingFinished();
+        QCOMPARE(view->undoer()->count(), 0);
+        QCOMPARE(view->buttons[0].label, QString("arm"));
+        // Confirmed with Return: applied to both.
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->buttons[1].label, QString("half"));
+    }
+
+    void random_edits_keep_scene_and_window_equal_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (quint32 seed : {1u, 7u, 42u, 2026u})
+            QTest::newRow(qPrintable(QString("seed %1").arg(seed))) << seed;
+    }
+
+    void random_edits_keep_scene_and_window_equal()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator random(seed);
+        const QStringList images = {image_file("r.png", Qt::red), image_file("g.png", Qt::green, 20, 5)};
+        const QStringList nodes = {"rig:arm", "rig:leg", "rig:head", "rig:hand", "hero:arm", "hero:leg"};
+        run("QuillmarshPicker");
+        h.drain_idle();
+        int made = 0;
+        auto any_label = [&] { return QString("b%1").arg(made ? random.bounded(made) : 0); };
+        for (int step = 0; step < 60; ++step) {
+            QString script;
+            switch (random.bounded(16)) {
+            case 0:
+            case 1:
+                script = QString("select -r %1; QuillmarshPicker add_button %2 %3 b%4")
+                             .arg(nodes[random.bounded(nodes.size())])
+                             .arg(random.bounded(300)).arg(random.bounded(300)).arg(made++);
+                break;
+            case 2:
+                script = QString("QuillmarshPicker add_cmd_button %1 %2 b%3 python \"print(1)\"")
+                             .arg(random.bounded(300)).arg(random.bounded(300)).arg(made++);
+                break;
+            case 3: script = QString("QuillmarshPicker move_button label %1 %2 %3").arg(any_label())
+                             .arg(random.bounded(300)).arg(random.bounded(300)); break;
+            case 4: script = QString("QuillmarshPicker color_button label %1 %2 40 90").arg(any_label())
+                             .arg(random.bounded(256)); break;
+            case 5: script = QString("QuillmarshPicker delete_button label %1").arg(any_label()); break;
+            case 6: script = "QuillmarshPicker new_tab"; break;
+            case 7: script = random.bounded(3) ? QString("QuillmarshPicker rename_tab t%1").arg(step)
+                                               : QString("QuillmarshPicker close_tab"); break;
+            case 8: script = QString("QuillmarshPicker set_tab Untitled"); break;
+            case 9: script = QString("QuillmarshPicker set_background \"%1\"").arg(images[random.bounded(2)]); break;
+            case 10: script = "QuillmarshPicker clear_background"; break;
+            case 11:
+            case 12:
+                if (picker_view* v = picker_main::current_view())
+                    random.bounded(2) ? v->undoer()->undo() : v->undoer()->redo();
+                break;
+            case 13:
+                script = QString("select -r %1").arg(nodes[random.bounded(nodes.size())]);
+                if (picker_view* v = picker_main::current_view()) {
+                    run(script);
+                    script.clear();
+                    v->nudge_buttons(random.bounded(5) - 2, random.bounded(5) - 2);
+                }
+                break;
+            case 14: script = random.bounded(2) ? "QuillmarshPicker update_namespace hero"
+                                                : "QuillmarshPicker update_namespace rig"; break;
+            case 15: script = random.bounded(2) ? "QuillmarshPicker enable_batch_mode"
+                                                : "QuillmarshPicker disable_batch_mode"; break;
+            }
+            if (!script.isEmpty())
+                run(script);
+            if (in_batch_mode && random.bounded(4) == 0)
+                run("QuillmarshPicker disable_batch_mode");
+            h.drain_idle();
+            if (in_batch_mode)
+                run("QuillmarshPicker flush");
+            check_scene_holds_the_window(QString("step %1: %2").arg(step).arg(script));
+            if (QTest::currentTestFailed())
+                return;
+        }
+        QString scene = dir.filePath("random.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        const QString saved = describe_window();
+        restart_with_scene(scene);
+        run("QuillmarshPicker");
+        h.drain_idle();
+        QCOMPARE(describe_window(), saved);
+        QVERIFY(!h.modified());
+    }
+};
+
+QTEST_MAIN(test_scene)
+#include "test_scene.moc"
