@@ -66,17 +66,27 @@ QString start_application()
 
 void show_on_view(const QList<buttonAttributes>& buttons, const QString& key, const QPixmap& background)
 {
-    picker_view view(nullptr);
-    view.resize(160, 120);
-    if (!key.isEmpty())
-        view.setBackground(key, background);
+    // One view for every input: building a widget each time would cost more
+    // than the reading under test. Each input starts it from the same state.
+    static picker_view* view = nullptr;
+    if (!view) {
+        view = new picker_view(nullptr);
+        view->resize(160, 120);
+    }
+    view->reset_buttons();
+    view->zoom = 1.0;
+    view->shift = QPoint();
+    view->setBackground(key, background);
     for (const buttonAttributes& a : buttons)
-        view.push_button(a, -1);
-    if (!buttons.isEmpty())
-        view.frame_view();
-    QImage canvas(view.size(), QImage::Format_ARGB32_Premultiplied);
+        view->push_button(a, -1);
+    // Framing runs the zoom arithmetic on whatever coordinates were read; its
+    // animation is stepped here, as no event loop runs.
+    view->frame_view();
+    for (int step = 0; step < 100 && view->animating(); ++step)
+        view->animate_zoom();
+    QImage canvas(view->size(), QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&canvas);
-    view.render(&painter);
+    view->render(&painter);
 }
 
 } // namespace fuzz

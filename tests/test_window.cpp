@@ -62,6 +62,7 @@ private slots:
         QTest::newRow("dollar, blank, line break")
             << QStringList{"$x", "a b", "a\nb", "a\tb", "ok"} << "QuillmarshPicker select ok";
         QTest::newRow("only bad names clear") << QStringList{"a;b"} << "QuillmarshPicker clear";
+        QTest::newRow("flags") << QStringList{"-rf", "ok"} << "QuillmarshPicker select ok";
     }
 
     void post_selection_sends_only_object_names()

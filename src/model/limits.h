@@ -6,9 +6,9 @@
 #include <QtGlobal>
 
 namespace limits {
-// Buttons read from one file, scene stream or paste: a rig's picker has
-// hundreds, the paint benchmark ten thousand.
-constexpr qint32 max_buttons = 16384;
+// Buttons read from one file, scene stream (all tabs together) or paste: a
+// rig's picker has hundreds, a crowd of ten characters twenty thousand.
+constexpr qint32 max_buttons = 32768;
 // Object names (or script lines) on one button: a whole character fits.
 constexpr qint32 max_names = 100000;
 // Tabs in one scene stream.
@@ -19,7 +19,7 @@ constexpr qint32 max_coordinate = 1000000;
 // A button side is at most 1e5 units; negative sides read as 0.
 constexpr qint32 max_button_side = 100000;
 // A label picture is at most this wide (the text is elided) and about one
-// line high: 16384 labels at the limit stay near 300 MB.
+// line high: a label picture costs at most 19 KB.
 constexpr int max_label_width = 200;
 constexpr int max_label_height = 24;
 // Characters of a label that are laid out at all; more can never fit the

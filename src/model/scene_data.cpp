@@ -4,6 +4,8 @@
 #include "model/picker_stream.h"
 
 #include <QBuffer>
+#include <QFileInfo>
+#include <QImageReader>
 #include <QDataStream>
 
 #include <algorithm>
@@ -322,7 +324,7 @@ QByteArray encode_image(const QPixmap& pixmap)
     return bytes.toBase64();
 }
 
-QPixmap decode_image(const QByteArray& text, bool* refused)
+QPixmap decode_image(const QByteArray& text, bool* refused, qint64* pixel_budget)
 {
     if (refused)
         *refused = false;
@@ -335,11 +337,37 @@ QPixmap decode_image(const QByteArray& text, bool* refused)
     // pixmap stream's marker in front of the PNG.
     QSize size;
     if (png_size(bytes, &size))
-        return decode_png(bytes, refused);
+        return decode_png(bytes, refused, pixel_budget);
     QDataStream in(bytes);
     QPixmap pixmap;
-    const pixmap_read got = read_pixmap(in, pixmap);
+    const pixmap_read got = read_pixmap(in, pixmap, pixel_budget);
     if (refused)
         *refused = got == pixmap_read::refused;
     return got == pixmap_read::decoded ? pixmap : QPixmap();
+}
+
+QPixmap load_image_file(const QString& path, QString* error)
+{
+    auto fail = [error](const QString& why) {
+        if (error)
+            *error = why;
+        return QPixmap();
+    };
+    QFileInfo info(path);
+    if (!info.isFile())
+        return fail(QString("could not read the image \"%1\"").arg(path));
+    if (info.size() > limits::max_image_bytes)
+        return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));
+    QImageReader reader(path);
+    const QSize size = reader.size();
+    if (!reader.canRead() || !size.isValid())
+        return fail(QString("could not read the image \"%1\"").arg(path));
+    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side ||
+        qint64(size.width()) * size.height() > limits::max_image_pixels)
+        return fail(QString("the image \"%1\" is %2 x %3 pixels; a background holds at most %4 x %4")
+                        .arg(path).arg(size.width()).arg(size.height()).arg(limits::image_square_side));
+    QImage image = reader.read();
+    if (image.isNull())
+        return fail(QString("could not read the image \"%1\": %2").arg(path, reader.errorString()));
+    return QPixmap::fromImage(image);
 }

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QLatin1String>
 #include <QPixmap>
+#include <QString>
 
 namespace scene_keys {
 const QLatin1String picker_data("QuillmarshPickerData");
@@ -20,6 +21,12 @@ QByteArray decode_picker_data(const QByteArray& text);
 
 // A pixmap written with its stream operator at the default stream version, base64.
 QByteArray encode_image(const QPixmap& pixmap);
-// Null when the text holds no PNG image, or one over the image limits
-// (then *refused is set; nothing is decoded).
-QPixmap decode_image(const QByteArray& text, bool* refused = nullptr);
+// Null when the text holds no PNG image, or one over the image limits or
+// over `pixel_budget` (then *refused is set; nothing is decoded). A decoded
+// image takes its pixels from the budget.
+QPixmap decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+
+// A picture file chosen as a background, in any format Qt reads. Its size
+// is checked from its header before any pixel is decoded; null with *error
+// set when it cannot be read or is over the image limits.
+QPixmap load_image_file(const QString& path, QString* error);

@@ -205,6 +205,9 @@ void picker_main::cleanup()
     if (!window_)
         return;
     write_settings();
+    // A change still waiting for idle time goes into the scene first.
+    if (picker_window* w = picker())
+        w->flushSceneData(false);
     delete window_.data();
 }
 
@@ -382,6 +385,9 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
     }
     QDataStream in(bytes);
     w->streamFrom(in);
+    if (!w->lastStreamDamage().isEmpty())
+        MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged: %2 were read.")
+                                         .arg(texts::command_name, w->lastStreamDamage())));
     if (from_scene) {
         w->adoptScene(text);
     } else {
@@ -415,12 +421,11 @@ MStatus picker_main::set_background(const MStringArray& args)
     picker_view* view = current_view();
     if (!view || args.length() == 0)
         return MStatus::kSuccess;
-    const QString path = to_q(args[0]);
-    QPixmap pixmap(path);
+    QString why;
+    QPixmap pixmap = load_image_file(to_q(args[0]), &why);
     if (pixmap.isNull()) {
         // Nothing changes: the picker keeps the background it has.
-        MGlobal::displayError(to_m(QString("%1 - set_background: could not read the image \"%2\"")
-                                       .arg(texts::command_name, path)));
+        MGlobal::displayError(to_m(QString("%1 - set_background: %2").arg(texts::command_name, why)));
         return MStatus::kFailure;
     }
     picker()->place_background(view, QString::number(pixmap.cacheKey()), pixmap);

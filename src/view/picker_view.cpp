@@ -1,6 +1,7 @@
 #include "view/picker_view.h"
 
 #include "model/picker_stream.h"
+#include "model/scene_data.h"
 #include "view/picker_mouse_cmd.h"
 #include "view/shortcuts.h"
 #include "window/picker_window.h"
@@ -245,9 +246,10 @@ void picker_view::change_background()
         signal_changed();
         return;
     }
-    QPixmap pixmap(file);
+    QString why;
+    QPixmap pixmap = load_image_file(file, &why);
     if (pixmap.isNull()) {
-        QMessageBox::warning(this, "Background", QString("Could not read the image \"%1\".").arg(file));
+        QMessageBox::warning(this, "Background", why.left(1).toUpper() + why.mid(1) + '.');
         return;
     }
     if (window)

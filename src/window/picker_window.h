@@ -123,6 +123,9 @@ public:
     // ----- Streams: every tab, for the scene
     void streamTo(QDataStream& out) const;
     void streamFrom(QDataStream& in);
+    // What the last streamFrom could not read ("3 of 5 buttons, ..."); empty
+    // when it read everything.
+    const QString& lastStreamDamage() const { return streamDamage; }
 
     // ----- Files
     // Reads "name = path" lines into the recent-pickers entries of the File menu.
@@ -231,6 +234,7 @@ private:
     bool closing = false;
     QByteArray sceneText;
     QSet<QString> sceneImages;
+    QString streamDamage;
     bool sceneDirty = false;
     bool flushQueued = false;
     int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back

@@ -3,6 +3,7 @@
 // background key. A change only marks the window dirty and queues one flush
 // for the host's idle time; the flush writes what differs from the scene.
 #include "model/mel_text.h"
+#include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
@@ -213,41 +214,41 @@ void picker_window::streamTo(QDataStream& out) const
 
 void picker_window::streamFrom(QDataStream& in)
 {
-    qint32 version = 0;
-    in >> version;
-    if (in.status() != QDataStream::Ok)
-        return;
-    if (version > picker_format::current_version) {
-        QMessageBox::warning(nullptr, "Warning", texts::too_new.arg(version), QMessageBox::Ok);
+    streamDamage.clear();
+    window_contents contents;
+    if (!read_window_stream(in, contents)) {
+        if (contents.too_new)
+            QMessageBox::warning(nullptr, "Warning", texts::too_new.arg(contents.version), QMessageBox::Ok);
         return;
     }
-    qint32 count = 0, current = -1;
-    in >> count >> current;
     ++sceneQuiet;
     clear_tabs();
-    // A damaged stream stops at its first error; the tab count alone never
-    // makes this loop run past the bytes there are.
-    for (qint32 i = 0; i < count && in.status() == QDataStream::Ok; ++i) {
-        qint32 index = 0;
-        QString text;
-        in >> index >> text;
-        if (in.status() != QDataStream::Ok)
-            break;
+    int declared = 0, read = 0, refused = 0;
+    for (const window_tab& tab : qAsConst(contents.tabs)) {
         picker_view* view = new picker_view(this);
-        if (version >= 2) {
-            QString key;
-            in >> key;
-            if (!key.isEmpty()) {
-                QPixmap pixmap;
-                in >> pixmap;
-                place_background(view, key, pixmap);
-            }
-        }
-        view->streamFrom(in, version);
-        tabWidget->addTab(view, text);
+        place_background(view, tab.key, tab.background);
+        for (const buttonAttributes& a : tab.buttons)
+            view->push_button(a, -1);
+        view->update();
+        tabWidget->addTab(view, tab.text);
         connect_picker(view);
+        declared += tab.declared;
+        read += tab.buttons.size();
+        refused += tab.image_refused;
     }
-    if (current >= 0 && current < tabWidget->count() && current < count)
-        tabWidget->setCurrentIndex(current);
+    if (contents.current >= 0 && contents.current < tabWidget->count())
+        tabWidget->setCurrentIndex(contents.current);
     --sceneQuiet;
+    if (contents.damaged || refused) {
+        QStringList lost;
+        if (contents.tabs.size() < contents.declared_tabs)
+            lost << QString("%1 of %2 tabs").arg(contents.tabs.size()).arg(contents.declared_tabs);
+        if (read < declared)
+            lost << QString("%1 of %2 buttons").arg(read).arg(declared);
+        if (refused)
+            lost << QString("%1 background image%2 refused").arg(refused).arg(refused > 1 ? "s" : "");
+        if (lost.isEmpty())
+            lost << QString("%1 tabs and %2 buttons").arg(contents.tabs.size()).arg(read);
+        streamDamage = lost.join(", ");
+    }
 }

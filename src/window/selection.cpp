@@ -62,7 +62,8 @@ bool picker_window::unselectButton(const QString& name)
 
 bool picker_window::is_object_name(const QString& name)
 {
-    if (name.isEmpty())
+    // A leading '-' would be read as a flag of the command.
+    if (name.isEmpty() || name[0] == '-')
         return false;
     for (QChar c : name) {
         ushort u = c.unicode();
