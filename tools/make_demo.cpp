@@ -88,11 +88,7 @@ bool build(const QDir& out, const QString& script)
     if (!h.load_linked_plugin("QuillmarshPicker", "QuillmarshPicker.so", reinterpret_cast<void*>(&initializePlugin),
                               reinterpret_cast<void*>(&uninitializePlugin), &error))
         return fail(error);
-    // The window first, and its restore of the empty scene done, before the
-    // script builds anything.
-    bool ok = h.execute("QuillmarshPicker");
-    h.drain_idle();
-    ok = ok && h.execute(QString::fromUtf8(file.readAll()));
+    bool ok = h.execute(QString::fromUtf8(file.readAll()));
     ok = ok && h.execute(QString("quillmarshBuildDemo(\"%1\")").arg(out.filePath("images")));
     h.drain_idle();
     if (!ok || h.error_count() > 0)
