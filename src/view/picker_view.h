@@ -118,7 +118,8 @@ public:
     QMenu* contextMenu() const { return menu; }
 
     // ----- Namespaces
-    // The namespaces the selection buttons use, sorted case-insensitively.
+    // The namespaces the selection buttons' names live in, each with its
+    // parents, sorted case-insensitively.
     void collectCurrentNamespace(QStringList& out) const;
     // Asks the user to bind the picker to the scene's namespaces when it
     // uses one the scene lacks (always with force).
