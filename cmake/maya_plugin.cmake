@@ -14,6 +14,15 @@ file(GLOB PICKER_RESOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/resources/*
 add_library(QuillmarshPicker MODULE ${PICKER_SOURCES} ${PICKER_RESOURCES})
 target_include_directories(QuillmarshPicker PRIVATE ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(QuillmarshPicker PRIVATE Maya::Maya Qt5::Widgets)
+# Without zlib the scene data is compressed whole on every write (slower for
+# pickers over large pictures, the same data).
+find_package(ZLIB)
+if(ZLIB_FOUND)
+    target_link_libraries(QuillmarshPicker PRIVATE ZLIB::ZLIB)
+    target_compile_definitions(QuillmarshPicker PRIVATE QUILL_HAVE_ZLIB)
+else()
+    message(STATUS "zlib not found: scene data is compressed whole on every write")
+endif()
 set_target_properties(QuillmarshPicker PROPERTIES PREFIX "" SUFFIX ${MAYA_PLUGIN_SUFFIX})
 quill_warnings(QuillmarshPicker)
 if(WIN32)

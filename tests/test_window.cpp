@@ -1,5 +1,7 @@
 // The picker window on its own: tabs, the selection it sends to the host,
 // scene storage commands, its stream and its keys.
+#include "edit/button_commands.h"
+#include "edit/property_commands.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "modal_helper.h"
@@ -229,7 +231,7 @@ private slots:
                                                "QuillmarshPicker \"bind\" `picker_ListNamespaces`;"}));
     }
 
-    void empty_window_scene_data()
+    void an_empty_window_writes_version_count_and_current()
     {
         recording_host host;
         picker_window w(nullptr);
@@ -238,8 +240,87 @@ private slots:
         QByteArray expected;
         for (int v : {5, 0, -1})
             expected.append(char(v >> 24)).append(char(v >> 16)).append(char(v >> 8)).append(char(v));
-        QCOMPARE(host.now, QStringList{QString("fileInfo \"QuillmarshPickerData\" \"%1\"; file -modified 1;")
-                                           .arg(QString(qCompress(expected, 9).toBase64()))});
+        QCOMPARE(host.now.size(), 1);
+        const QString prefix = "fileInfo \"QuillmarshPickerData\" \"", suffix = "\"; file -modified 1;";
+        QVERIFY(host.now[0].startsWith(prefix) && host.now[0].endsWith(suffix));
+        const QString text = host.now[0].mid(prefix.size(), host.now[0].size() - prefix.size() - suffix.size());
+        QCOMPARE(qUncompress(QByteArray::fromBase64(text.toLatin1())), expected);
+    }
+
+    void scene_text_decodes_to_the_window_stream_data()
+    {
+        // Tabs as "key:buttons", a key of "-" for no picture.
+        QTest::addColumn<QStringList>("tabs");
+        QTest::newRow("no tabs") << QStringList{};
+        QTest::newRow("no picture") << QStringList{"-:3"};
+        QTest::newRow("one picture") << QStringList{"11:5"};
+        QTest::newRow("several pictures") << QStringList{"11:5", "-:0", "12:300"};
+        QTest::newRow("shared picture") << QStringList{"11:2", "11:1"};
+        QTest::newRow("many chunks") << QStringList{"-:1000"};
+    }
+
+    void scene_text_decodes_to_the_window_stream()
+    {
+        QFETCH(QStringList, tabs);
+        recording_host host;
+        picker_window w(nullptr);
+        w.clear_tabs();
+        QPixmap shared(40, 30);
+        shared.fill(Qt::darkCyan);
+        for (const QString& tab : tabs) {
+            w.new_tab();
+            const QStringList parts = tab.split(':');
+            if (parts[0] != "-") {
+                QPixmap own(17 + parts[0].toInt(), 9);
+                own.fill(QColor(parts[0].toInt() * 10, 80, 40));
+                w.frontPicker()->setBackground(parts[0], parts[0] == "11" ? shared : own);
+            }
+            for (int i = 0; i < parts[1].toInt(); ++i) {
+                buttonAttributes a = button({QString("rig:b%1").arg(i)});
+                a.pos = QPoint(i % 40 * 12, i / 40 * 12);
+                a.label = QString("b%1").arg(i);
+                w.frontPicker()->push_button(a, -1);
+            }
+        }
+        auto check = [&w](const char* step) {
+            QByteArray stream;
+            {
+                QDataStream out(&stream, QIODevice::WriteOnly);
+                w.streamTo(out);
+            }
+            const QByteArray text = w.encodedSceneData();
+            QVERIFY2(qUncompress(QByteArray::fromBase64(text)) == stream, step);
+            QVERIFY2(decode_picker_data(text) == stream, step);
+        };
+        check("as built");
+        check("again, from the cached pieces");
+        picker_view* view = w.frontPicker();
+        if (view && !view->buttons.isEmpty()) {
+            view->buttons.last().select(true);
+            view->undoer()->push(new nudge_buttons_cmd(view, QPoint(1, 0)));
+            check("nudge");
+            view->undoer()->push(new change_color_cmd(view, 0x00ff00));
+            check("colour");
+            view->undoer()->push(new change_label_cmd(view, "renamed"));
+            check("label");
+            view->undoer()->undo();
+            check("undo");
+            view->undoer()->push(new delete_buttons_cmd(view));
+            check("delete");
+            view->push_button(button({"rig:new"}), 0);
+            check("insert at the front");
+        }
+        w.new_tab();
+        w.set_tab_text(w.tabs()->count() - 1, "added");
+        check("new tab");
+        QPixmap fresh(5, 5);
+        fresh.fill(Qt::yellow);
+        w.place_background(w.frontPicker(), "77", fresh);
+        check("picture set");
+        w.frontPicker()->setBackground(QString(), QPixmap());
+        check("picture cleared");
+        w.close_tab(0);
+        check("tab closed");
     }
 
     void window_stream_round_trip()

@@ -2,6 +2,7 @@
 // Everything else reaches the interface through it.
 #pragma once
 
+#include <QHash>
 #include <QMap>
 #include <QPixmap>
 #include <QPointer>
@@ -10,6 +11,8 @@
 #include <QString>
 #include <QStringList>
 #include <QWidget>
+
+#include "model/scene_text.h"
 
 class QAction;
 class QDataStream;
@@ -234,6 +237,11 @@ private:
     bool closing = false;
     QByteArray sceneText;
     QSet<QString> sceneImages;
+    // Pieces of the last scene text: each picture's stream bytes compressed
+    // once (by pixmap cache key), each view's buttons in chunks.
+    mutable QHash<qint64, deflate_piece> imagePieces;
+    mutable QHash<const picker_view*, QVector<deflate_piece>> buttonPieces;
+    const deflate_piece& image_piece(const QPixmap& pixmap) const;
     QString streamDamage;
     bool sceneDirty = false;
     bool flushQueued = false;

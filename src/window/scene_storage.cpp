@@ -16,6 +16,8 @@
 #include <QMessageBox>
 #include <QTabWidget>
 
+#include <iterator>
+
 namespace {
 
 QString image_entry(const QString& key)
@@ -48,14 +50,88 @@ void picker_window::updateSceneData()
     picker_host::instance().run_mel_on_idle(QString("%1 flush").arg(texts::command_name));
 }
 
+namespace {
+
+// Records a chunk of the scene text holds: an edit recompresses one chunk.
+constexpr int chunk_records = 128;
+// Pictures are compressed already; the records compress well.
+constexpr int image_level = 1;
+constexpr int record_level = 6;
+
+} // namespace
+
+const deflate_piece& picker_window::image_piece(const QPixmap& pixmap) const
+{
+    auto it = imagePieces.find(pixmap.cacheKey());
+    if (it == imagePieces.end()) {
+        QByteArray bytes;
+        {
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            out << pixmap;
+        }
+        it = imagePieces.insert(pixmap.cacheKey(), make_piece(bytes, image_level));
+    }
+    return it.value();
+}
+
 QByteArray picker_window::encodedSceneData() const
 {
-    QByteArray bytes;
+    // The same bytes streamTo writes, cut where cached pieces can stand in.
+    QVector<deflate_piece> pieces;
+    QByteArray head;
+    auto close_head = [&] {
+        if (!head.isEmpty())
+            pieces.append(make_piece(head, record_level));
+        head.clear();
+    };
+    QSet<qint64> pictures;
+    QSet<const picker_view*> views;
     {
-        QDataStream out(&bytes, QIODevice::WriteOnly);
-        streamTo(out);
+        QDataStream out(&head, QIODevice::WriteOnly);
+        out << qint32(picker_format::current_version) << qint32(tabWidget->count())
+            << qint32(tabWidget->currentIndex());
     }
-    return encode_picker_data(bytes);
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        const QString key = view ? view->backgroundKey : QString();
+        {
+            QDataStream out(&head, QIODevice::Append);
+            out << qint32(i) << tabWidget->tabText(i) << key;
+        }
+        if (!key.isEmpty()) {
+            close_head();
+            pieces.append(image_piece(view->background));
+            pictures.insert(view->background.cacheKey());
+        }
+        const int count = view ? view->buttons.size() : 0;
+        {
+            QDataStream out(&head, QIODevice::Append);
+            out << qint32(count);
+        }
+        if (count < 1)
+            continue;
+        close_head();
+        views.insert(view);
+        QVector<deflate_piece>& chunks = buttonPieces[view];
+        chunks.resize((count + chunk_records - 1) / chunk_records);
+        for (int c = 0; c < chunks.size(); ++c) {
+            QByteArray raw;
+            {
+                QDataStream out(&raw, QIODevice::WriteOnly);
+                for (int j = c * chunk_records; j < count && j < (c + 1) * chunk_records; ++j)
+                    write_button_record(out, j, view->buttons[j]);
+            }
+            refresh_piece(chunks[c], raw, record_level);
+            pieces.append(chunks[c]);
+        }
+    }
+    close_head();
+    // Pictures and views that are gone take their pieces with them.
+    for (auto it = imagePieces.begin(); it != imagePieces.end();)
+        it = pictures.contains(it.key()) ? std::next(it) : imagePieces.erase(it);
+    for (auto it = buttonPieces.begin(); it != buttonPieces.end();)
+        it = views.contains(it.key()) ? std::next(it) : buttonPieces.erase(it);
+    return join_pieces(pieces);
 }
 
 bool picker_window::flushSceneData(bool force)
@@ -85,8 +161,12 @@ bool picker_window::flushSceneData(bool force)
     }
     const QByteArray text = encodedSceneData();
     if (text != sceneText) {
-        picker_host::instance().run_mel_now(QString("fileInfo \"%1\" \"%2\"; file -modified 1;")
-                                                .arg(scene_keys::picker_data, QString::fromLatin1(text)));
+        QString command;
+        command.reserve(text.size() + 64);
+        command += QLatin1String("fileInfo \"") + scene_keys::picker_data + QLatin1String("\" \"");
+        command += QLatin1String(text.constData(), text.size());
+        command += QLatin1String("\"; file -modified 1;");
+        picker_host::instance().run_mel_now(command);
         sceneText = text;
         wrote = true;
     }
@@ -111,9 +191,14 @@ void picker_window::setImageData(picker_view* view)
 {
     if (!view || !is_background_key(view->backgroundKey))
         return;
-    picker_host::instance().run_mel_now(QString("fileInfo \"%1\" \"%2\"; file -modified 1;")
-                                            .arg(image_entry(view->backgroundKey),
-                                                 QString::fromLatin1(encode_image(view->background))));
+    // The entry holds the picture's stream bytes, the same ones the data holds.
+    const QByteArray text = image_piece(view->background).raw.toBase64();
+    QString command;
+    command.reserve(text.size() + 64);
+    command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey) + QLatin1String("\" \"");
+    command += QLatin1String(text.constData(), text.size());
+    command += QLatin1String("\"; file -modified 1;");
+    picker_host::instance().run_mel_now(command);
     sceneImages.insert(view->backgroundKey);
 }
 
