@@ -1,57 +1,159 @@
-// Times the scene write that follows every edit: the whole window streamed,
-// compressed and encoded, for a picker of 10,000 buttons over a large
-// background, beside the time of its parts.
-//   QT_QPA_PLATFORM=offscreen build/bench/bench_scene_write [runs]
+// The scene write that follows every edit: one edit through the view's undo
+// stack (a nudge, a colour, an undo), then the write the window does when the
+// host is next idle. Its floor, measured beside it, is base64 of as many bytes
+// as the written text holds plus the view's button stream: what writing the
+// text costs at the very least.
+//   QT_QPA_PLATFORM=offscreen build/bench/bench_scene_write
+#include "bench_data.h"
+
 #include "model/scene_data.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
 #include <QApplication>
+#include <QDataStream>
 #include <QElapsedTimer>
-#include <QPainter>
+#include <QUndoStack>
 
 #include <cstdio>
 
-int main(int argc, char** argv)
+namespace {
+
+constexpr double goal = 2;
+
+struct write_case {
+    int side;    // of the background picture
+    int buttons;
+};
+
+// The data text inside a "fileInfo <key> <text>; ..." command; empty for
+// any other command.
+QByteArray data_text(const QString& command)
 {
-    QApplication app(argc, argv);
-    const int runs = argc > 1 ? qMax(1, QString(argv[1]).toInt()) : 5;
+    const QString head = QString("fileInfo \"%1\" \"").arg(scene_keys::picker_data);
+    if (!command.startsWith(head))
+        return QByteArray();
+    const int end = command.indexOf('"', head.size());
+    return command.mid(head.size(), end - head.size()).toLatin1();
+}
+
+void run_case(const write_case& c, const QPixmap& picture, bench::keeping_host& host)
+{
+    const QString name = QString("scene write, %1x%1, %2 buttons")
+                             .arg(c.side)
+                             .arg(c.buttons == 10000 ? QString("10,000") : QString::number(c.buttons));
     picker_window window(nullptr);
     picker_view* view = window.frontPicker();
-    QImage picture(1024, 1024, QImage::Format_RGB32);
-    QPainter p(&picture);
-    for (int i = 0; i < 64; ++i)
-        p.fillRect(i * 16, 0, 16, 1024, QColor::fromHsv(i * 5, 120, 200));
-    p.end();
-    QPixmap background = QPixmap::fromImage(picture);
-    view->setBackground(QString::number(background.cacheKey()), background);
-    for (int i = 0; i < 10000; ++i) {
-        buttonAttributes a;
-        a.pos = QPoint(i % 100 * 10, i / 100 * 10);
-        a.size = a.width = a.height = 8;
-        a.color = 0xff0000;
-        a.labelColor = 0xffffff;
-        a.label = QString("b%1").arg(i);
-        a.names = QStringList{QString("hero:ctrl_%1").arg(i)};
-        view->push_button(a, -1);
-    }
+    window.place_background(view, QString::number(picture.cacheKey()), picture);
 
-    QElapsedTimer timer;
-    double stream = 0, encode = 0;
-    QByteArray bytes;
-    for (int r = 0; r < runs; ++r) {
-        bytes.clear();
-        timer.start();
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            window.streamTo(out);
-        }
-        stream += timer.nsecsElapsed() / 1e6;
-        timer.start();
-        QByteArray text = encode_picker_data(bytes);
-        encode += timer.nsecsElapsed() / 1e6;
+    bench::picker_shape shape;
+    shape.count = c.buttons;
+    if (c.buttons <= 50) {
+        // Spread over the picture like a body's controls.
+        shape.columns = 5;
+        shape.origin = QPoint(c.side / 6, c.side / 14);
+        shape.pitch_x = c.side / 6;
+        shape.pitch_y = c.side / 11;
+    } else {
+        shape.columns = 75;
     }
-    std::printf("window stream: %d bytes, %.1f ms to write, %.1f ms to compress and encode (per write)\n",
-                int(bytes.size()), stream / runs, encode / runs);
+    for (const buttonAttributes& a : bench::make_buttons(shape))
+        view->push_button(a, -1);
+    view->signal_changed();
+
+    // The first write puts the picture in the scene; edits never write it again.
+    host.clear();
+    QElapsedTimer first;
+    first.start();
+    window.flushSceneData(false);
+    std::printf("%s: first write %.0f ms, %d texts, %.2f MB\n", qPrintable(name), first.nsecsElapsed() / 1e6,
+                host.writes, host.written / 1048576.0);
+
+    // An animator's handful of controls.
+    QVector<int> picked;
+    for (int i = 0; i < 5; ++i)
+        picked << 1 + i * c.buttons / 5;
+    view->select_list(picked, true);
+
+    int step = 0;
+    auto flush = [&] { window.flushSceneData(false); };
+    auto nudge = [&] { view->nudge_buttons(step++ % 2 ? -1 : 1, 0); };
+    auto colour = [&] { window.set_button_color(step++ % 2 ? 0x2040c0 : 0xc04020); };
+    auto undo = [&] { view->undoer()->undo(); };
+
+    // The floor: as many bytes as an edit's text encodes, and the view's records.
+    host.clear();
+    nudge();
+    flush();
+    const qint64 chars = host.last.size();
+    QByteArray raw(int(chars * 3 / 4), Qt::Uninitialized);
+    bench::random rng(7);
+    for (char& ch : raw)
+        ch = char(rng.next());
+    auto floor = [&] {
+        const QByteArray text = raw.toBase64();
+        QByteArray records;
+        {
+            QDataStream out(&records, QIODevice::WriteOnly);
+            view->streamTo(out);
+        }
+        bench::keep(text.size() + records.size());
+    };
+
+    bench::report(name + ", nudge", bench::paired_ms([&] { nudge(); flush(); }, floor), goal);
+    bench::report(name + ", colour", bench::paired_ms([&] { colour(); flush(); }, floor), goal);
+    bench::report(name + ", undo", bench::paired_ms([&] { undo(); flush(); }, floor, [&] { nudge(); flush(); }),
+                  goal);
+
+    // What was written must be the window, or the times above mean nothing.
+    QByteArray stream;
+    {
+        QDataStream out(&stream, QIODevice::WriteOnly);
+        window.streamTo(out);
+    }
+    const QByteArray written = data_text(host.last);
+    const bool same = !written.isEmpty() && decode_picker_data(written) == stream;
+    std::printf("%s: the last text written decodes to the window's stream: %s\n", qPrintable(name),
+                same ? "yes" : "NO");
+
+    // Edits between two idle moments: one write, with the last state.
+    host.clear();
+    for (int i = 0; i < 10; ++i)
+        if (i % 3 == 0)
+            nudge();
+        else if (i % 3 == 1)
+            colour();
+        else
+            undo();
+    window.flushSceneData(false);
+    const int writes = host.writes;
+    const int queued = host.flush_requests;
+    window.flushSceneData(false);
+    std::printf("%s: 10 edits, then a flush: %d write%s (%d flush queued); "
+                "a flush with nothing pending: %d writes\n",
+                qPrintable(name), writes, writes == 1 ? "" : "s", queued, host.writes - writes);
+    bench::print_memory(qPrintable(name + ", window still open"));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    auto settings = bench::private_settings();
+    QApplication app(argc, argv);
+    bench::banner("bench_scene_write");
+    bench::keeping_host host;
+    picker_host::install(&host);
+
+    const write_case cases[] = {{1024, 50}, {2048, 50}, {2048, 10000}};
+    QPixmap pictures[2];
+    for (int i = 0; i < 2; ++i) {
+        const QImage image = bench::photo_image(1024 << i, 11 + i);
+        bench::describe_picture(image, bench::png_of(image));
+        pictures[i] = QPixmap::fromImage(image);
+    }
+    for (const write_case& c : cases)
+        run_case(c, pictures[c.side == 2048], host);
+    picker_host::install(nullptr);
     return 0;
 }

@@ -3,6 +3,8 @@
 // selection.
 #pragma once
 
+#include "model/label_picture.h"
+
 #include <QHash>
 #include <QPixmap>
 #include <QPoint>
@@ -35,7 +37,7 @@ struct buttonRecord : buttonAttributes {
     explicit buttonRecord(const buttonAttributes& attributes);
 
     QRect bounds;           // picker coordinates, centred on pos
-    QPixmap labelPixmap;    // null without a label
+    label_picture labelPixmap; // null without a label; drawn when first used
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
     QVector<quint8> nameFlags; // one per name: selected through this button
 

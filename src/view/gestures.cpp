@@ -102,10 +102,11 @@ void select_button_cmd::update(const QPoint& pos, int)
         return;
     overlay->setPoint(current);
     const QRect r = overlay->bounds();
+    picker_window::selection_batch batch;
     if (additive) {
         // Back to the press-time state, names included, before this drag's pass.
         view->conform_to_set(baseSelection);
-        picker_window::selection_ = QStringList(baseSelection.items().toList());
+        picker_window::set_selection_names(QStringList(baseSelection.items().toList()));
     } else {
         view->clear_selected();
     }

@@ -2,6 +2,7 @@
 
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
+#include "view/paint_cache.h"
 #include "view/picker_mouse_cmd.h"
 #include "view/shortcuts.h"
 #include "window/picker_window.h"
@@ -9,9 +10,9 @@
 #include <QAction>
 #include <QFileDialog>
 #include <QKeyEvent>
-#include <QFont>
-#include <QFontMetrics>
 #include <QImage>
+#include <QHideEvent>
+#include <QPaintEngine>
 #include <QLinearGradient>
 #include <QMessageBox>
 #include <QPaintEvent>
@@ -59,14 +60,6 @@ const QColor selected_fill(224, 224, 224, 255);
 const QColor partial_fill(128, 128, 128, 255);
 const int zoom_interval_ms = 20;
 const float zoom_step = 0.125f;
-
-QFont label_font()
-{
-    QFont font("Tahoma", -1, -1, false);
-    font.setPixelSize(16);
-    font.setStyleStrategy(QFont::NoAntialias);
-    return font;
-}
 
 } // namespace
 
@@ -263,13 +256,15 @@ void picker_view::change_background()
 
 int picker_view::push_button(const buttonAttributes& a, int index)
 {
-    buttonRecord record(a);
+    // Built where it lives: a record copied into the list would cost a second
+    // round of reference counting for each of the thousands a file holds.
+    if (index < 0)
+        index = buttons.size();
+    buttons.insert(index, buttonRecord());
+    buttonRecord& record = buttons[index];
+    static_cast<buttonAttributes&>(record) = a;
+    record.nameFlags.fill(0, a.names.size());
     set_button_size(record, a.width, a.height);
-    if (index < 0) {
-        buttons.append(record);
-        return buttons.size() - 1;
-    }
-    buttons.insert(index, record);
     return index;
 }
 
@@ -291,53 +286,18 @@ void picker_view::make_button_label(const buttonAttributes& a, buttonRecord* r)
 {
     if (a.label.isEmpty()) {
         // No text: a plain box of the set size.
-        r->labelPixmap = QPixmap();
+        r->labelPixmap = label_picture();
         QRect box(0, 0, a.width, a.height);
         box.moveCenter(a.pos);
         r->bounds = box;
         return;
     }
-    QFont font = label_font();
-    const QFontMetrics metrics(font);
-    // Only the start of a long label can ever fit the picture, so no more of
-    // it is laid out; what does not fit is elided.
-    QString label = a.label;
-    if (label.size() > limits::max_label_chars) {
-        int keep = limits::max_label_chars;
-        if (label.at(keep - 1).isHighSurrogate())
-            --keep;
-        label.truncate(keep);
-    }
-    const int widest = limits::max_label_width - 4;
-    QRect text = metrics.boundingRect(label);
-    if (text.width() > widest || label.size() < a.label.size()) {
-        label = metrics.elidedText(label, Qt::ElideRight, widest);
-        text = metrics.boundingRect(label);
-    }
-    QSize size(std::min(text.width(), widest), std::min(text.height(), limits::max_label_height));
-    if (size.width() % 2)
-        size.rwidth() += 1;
-    if (size.height() % 2)
-        size.rheight() += 1;
-    size.rwidth() += 2;
-
-    int w = std::max(size.width() + 2, a.width);
-    int h = std::max(size.height(), a.height);
-    QRect box(0, 0, w, h);
+    // The picture is only measured here; it is drawn when first painted.
+    QSize size;
+    r->labelPixmap = label_picture_for(a.label, a.labelColor, &size);
+    QRect box(0, 0, std::max(size.width() + 2, a.width), std::max(size.height(), a.height));
     box.moveCenter(a.pos);
     r->bounds = box;
-
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(0);
-    QPainter painter;
-    if (painter.begin(&image)) {
-        painter.setFont(font);
-        painter.setBrush(Qt::black);
-        painter.setPen(QColor(QRgb(a.labelColor)));
-        painter.drawText(QRect(QPoint(0, 0), size), Qt::AlignCenter, label);
-        painter.end();
-    }
-    r->labelPixmap = QPixmap::fromImage(std::move(image));
 }
 
 void picker_view::set_button_label(buttonRecord& r, const QString& label)
@@ -417,6 +377,7 @@ bool picker_view::conform_to_selected()
 
 void picker_view::clear_selected()
 {
+    picker_window::selection_batch batch;
     for (buttonRecord& r : buttons)
         r.unselect(false);
 }
@@ -499,11 +460,72 @@ void picker_view::paintEvent(QPaintEvent* e)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillRect(e->rect(), canvas_color);
+    if (!paint_from_layer(painter, e->rect()))
+        draw_canvas(painter, e->rect());
+    overlays.draw(painter);
+}
+
+void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
+{
+    painter.fillRect(exposed, canvas_color);
     if (!background.isNull())
         painter.drawPixmap(mapToScreen(background.rect()), background);
-    draw_buttons(painter, e->rect());
-    overlays.draw(painter);
+    draw_buttons(painter, exposed);
+}
+
+bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
+{
+    if (!paintCaching)
+        return false;
+    // Only a plain raster image can take a copy of the picture pixel for
+    // pixel; anything else (a printer, a scaled render) is drawn as is.
+    QPaintEngine* engine = painter.paintEngine();
+    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    if (!device || engine->type() != QPaintEngine::Raster || device->devType() != QInternal::Image)
+        return false;
+    const qreal ratio = device->devicePixelRatioF();
+    const QTransform t = painter.deviceTransform();
+    if (t.type() > QTransform::TxScale || t.m11() != ratio || t.m22() != ratio || t.dx() != qRound(t.dx())
+        || t.dy() != qRound(t.dy()))
+        return false;
+
+    paint_layer::view_state state;
+    state.size = size();
+    state.ratio = ratio;
+    state.format = static_cast<QImage*>(device)->format();
+    state.zoom = zoom;
+    state.shift = shift;
+    state.background = background.cacheKey();
+    if (!layer.current(state, buttons) || layer.image.isNull()) {
+        const QSize pixels = (QSizeF(size()) * ratio).toSize();
+        if (layer.image.size() != pixels || layer.image.format() != state.format)
+            layer.image = QImage(pixels, state.format);
+        layer.image.setDevicePixelRatio(ratio);
+        QPainter canvas(&layer.image);
+        canvas.setRenderHints(painter.renderHints());
+        draw_canvas(canvas, rect());
+    }
+    // A copy, not a blend: Xor labels leave see-through pixels in the picture
+    // that a direct paint leaves in the window too.
+    painter.save();
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.drawImage(QRectF(exposed), layer.image,
+                      QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
+    painter.restore();
+    return true;
+}
+
+void picker_view::set_paint_caching(bool on)
+{
+    // The picture is kept while off: it still knows what it shows, so
+    // turning caching on again cannot bring back stale pixels.
+    paintCaching = on;
+    update();
+}
+
+qint64 picker_view::paint_cache_bytes() const
+{
+    return layer.bytes();
 }
 
 void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
@@ -587,10 +609,10 @@ void picker_view::draw_label(QPainter& painter, const buttonRecord& r, const QPo
     // A light label on the light selected face would vanish; Xor keeps it readable.
     if (r.kind == 0 && r.selected == 1 && (r.labelColor & 0x808080)) {
         painter.setCompositionMode(QPainter::CompositionMode_Xor);
-        painter.drawPixmap(QRectF(target), r.labelPixmap, source);
+        painter.drawPixmap(QRectF(target), r.labelPixmap.pixmap(), source);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     } else {
-        painter.drawPixmap(QRectF(target), r.labelPixmap, source);
+        painter.drawPixmap(QRectF(target), r.labelPixmap.pixmap(), source);
     }
 }
 
@@ -598,4 +620,11 @@ void picker_view::resizeEvent(QResizeEvent* e)
 {
     overlays.banner()->resize(e->size().width(), e->size().height());
     QWidget::resizeEvent(e);
+}
+
+void picker_view::hideEvent(QHideEvent* e)
+{
+    // A tab out of sight keeps no picture; showing it again paints once.
+    layer.clear();
+    QWidget::hideEvent(e);
 }

@@ -4,6 +4,7 @@
 
 #include "model/button_model.h"
 #include "view/overlays.h"
+#include "view/paint_cache.h"
 
 #include <QList>
 #include <QPixmap>
@@ -91,6 +92,12 @@ public:
 
     // Repaints the whole canvas.
     void refresh();
+    // With caching on (the default) the canvas is painted into a picture
+    // that later frames copy while nothing on it changed; off, every frame
+    // draws every button, which is what the picture must equal.
+    void set_paint_caching(bool on);
+    bool paint_caching() const { return paintCaching; }
+    qint64 paint_cache_bytes() const;
     // Brings the window's toolbox in line with this view's selection.
     void update_toolbox();
     // Announces that the picker's content changed (scene storage listens).
@@ -189,6 +196,7 @@ public slots:
 protected:
     void paintEvent(QPaintEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
+    void hideEvent(QHideEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
@@ -196,6 +204,9 @@ protected:
     void keyPressEvent(QKeyEvent* e) override;
     void keyReleaseEvent(QKeyEvent* e) override;
 
+    // Canvas colour, background and buttons: everything under the overlays.
+    void draw_canvas(QPainter& painter, const QRect& exposed);
+    bool paint_from_layer(QPainter& painter, const QRect& exposed);
     void draw_buttons(QPainter& painter, const QRect& exposed);
     void draw_one_button(QPainter& painter, const buttonRecord& r);
     void draw_command_button(QPainter& painter, const buttonRecord& r);
@@ -223,4 +234,6 @@ private:
     QUndoStack undo;
     QTimer zoomTimer;
     interpolateRecord interpolate;
+    paint_layer layer;
+    bool paintCaching = true;
 };

@@ -259,6 +259,7 @@ int picker_view::find_button_index_from_object(const QString& name) const
 
 bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
 {
+    picker_window::selection_batch batch;
     bool changed = false;
     for (buttonRecord& r : buttons) {
         if (!mapToScreen(r.bounds).intersects(widgetRect))

@@ -92,8 +92,19 @@ public:
     // ----- Host selection
     void setSelection(const QStringList& names);
     void clearAllSelected();
+    // Replaces the name list (what the picker sends the host) as it stands.
+    static void set_selection_names(const QStringList& names);
     static bool selectButton(const QString& name);
     static bool unselectButton(const QString& name);
+    // While one lives, names dropped from selection_ leave it in one pass at
+    // the end, so selecting or clearing thousands of buttons stays linear.
+    class selection_batch {
+    public:
+        selection_batch();
+        ~selection_batch();
+        selection_batch(const selection_batch&) = delete;
+        selection_batch& operator=(const selection_batch&) = delete;
+    };
     bool postSelection();
     // How often the views were brought in line with the host's selection.
     int selection_updates() const { return selectionUpdates; }

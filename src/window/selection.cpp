@@ -6,11 +6,95 @@
 #include "window/window_texts.h"
 
 #include <QAction>
+#include <QHash>
+#include <QSet>
 #include <QTabWidget>
+
+namespace {
+
+// selection_ as a set, so adding or dropping a name is a hash look-up. The
+// list may be replaced from outside (assigned, cleared): the set is rebuilt
+// whenever the list's storage or size is not what it last saw.
+QSet<QString> listed;
+const void* listed_storage = nullptr;
+int listed_size = -1;
+QString listed_first;
+// Inside a batch a dropped name is only counted here; its stale copies leave
+// the list in one pass when the outermost batch ends.
+int batch_depth = 0;
+QHash<QString, int> stale;
+
+// Where the list keeps its items: another list put in its place, or the
+// same one reallocated, shows up as another address.
+const void* storage_of(const QStringList& list)
+{
+    return list.isEmpty() ? nullptr : static_cast<const void*>(&list.constFirst());
+}
+
+void remember_list()
+{
+    const QStringList& list = picker_window::selection_;
+    listed_storage = storage_of(list);
+    listed_size = list.size();
+    listed_first = list.isEmpty() ? QString() : list.constFirst();
+}
+
+void rebuild_set()
+{
+    stale.clear();
+    listed = QSet<QString>(picker_window::selection_.begin(), picker_window::selection_.end());
+    remember_list();
+}
+
+void sync_set()
+{
+    const QStringList& list = picker_window::selection_;
+    if (listed_storage != storage_of(list) || listed_size != list.size() ||
+        (!list.isEmpty() && list.constFirst() != listed_first))
+        rebuild_set();
+}
+
+void drop_stale()
+{
+    if (stale.isEmpty())
+        return;
+    QStringList kept;
+    kept.reserve(picker_window::selection_.size());
+    for (const QString& name : qAsConst(picker_window::selection_)) {
+        auto it = stale.find(name);
+        if (it != stale.end() && it.value() > 0)
+            --it.value();
+        else
+            kept.append(name);
+    }
+    stale.clear();
+    picker_window::selection_ = kept;
+    remember_list();
+}
+
+} // namespace
+
+picker_window::selection_batch::selection_batch()
+{
+    sync_set();
+    ++batch_depth;
+}
+
+picker_window::selection_batch::~selection_batch()
+{
+    if (--batch_depth == 0)
+        drop_stale();
+}
+
+void picker_window::set_selection_names(const QStringList& names)
+{
+    selection_ = names;
+    rebuild_set();
+}
 
 void picker_window::setSelection(const QStringList& names)
 {
-    selection_ = names;
+    set_selection_names(names);
     ++selectionUpdates;
     if (tabWidget->count() == 0) {
         addOneAction->setEnabled(false);
@@ -44,20 +128,34 @@ void picker_window::clearAllSelected()
         if (changed)
             view->refresh();
     }
-    selection_.clear();
+    set_selection_names(QStringList());
 }
 
 bool picker_window::selectButton(const QString& name)
 {
-    if (selection_.contains(name))
+    sync_set();
+    if (listed.contains(name))
         return false;
+    listed.insert(name);
     selection_.append(name);
+    remember_list();
     return true;
 }
 
 bool picker_window::unselectButton(const QString& name)
 {
-    return selection_.removeAll(name) > 0;
+    sync_set();
+    if (!listed.remove(name))
+        return false;
+    if (batch_depth > 0) {
+        // The copy in the list goes when the batch ends; a name selected
+        // again meanwhile is appended anew, as it would be without a batch.
+        ++stale[name];
+    } else {
+        selection_.removeAll(name);
+        remember_list();
+    }
+    return true;
 }
 
 bool picker_window::is_object_name(const QString& name)

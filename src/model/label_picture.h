@@ -1,0 +1,46 @@
+// A button's label picture, drawn the first time someone looks at it: loading
+// thousands of buttons lays out their labels' sizes but draws none of them.
+// Copies share one picture, so undo snapshots and repeated labels cost nothing.
+#pragma once
+
+#include <QFont>
+#include <QPixmap>
+#include <QSize>
+#include <QString>
+
+#include <memory>
+
+struct label_art;
+
+class label_picture {
+public:
+    label_picture() = default;
+    // What to draw: the text centred in a transparent picture of this size,
+    // in the colour (alpha ignored) and font. An empty size gives a null picture.
+    label_picture(const QString& text, const QFont& font, quint32 color, const QSize& size);
+
+    // Answered without drawing.
+    bool isNull() const { return !art_; }
+    QSize size() const;
+    int width() const { return size().width(); }
+    int height() const { return size().height(); }
+    quint32 color() const;
+    const QString& text() const;
+    bool isRendered() const;
+
+    // The picture itself; drawn on the first call.
+    const QPixmap& pixmap() const;
+    operator const QPixmap&() const { return pixmap(); }
+
+    // Identifies the picture: equal for copies, different for any other.
+    const void* id() const { return art_.get(); }
+
+    // A handle that does not keep the picture alive, for caches that share
+    // pictures between buttons; null once every button let go of it.
+    using weak_handle = std::weak_ptr<label_art>;
+    weak_handle weak() const { return art_; }
+    static label_picture from(const weak_handle& handle);
+
+private:
+    std::shared_ptr<label_art> art_;
+};

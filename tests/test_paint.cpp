@@ -1,0 +1,300 @@
+// The canvas picture kept between frames: on random pickers, whatever changed
+// and by whichever path, a cached frame equals a frame drawn button by button.
+#include "edit/button_commands.h"
+#include "edit/property_commands.h"
+#include "view/picker_view.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <functional>
+
+namespace {
+
+const QStringList some_labels = {"", "", "L_arm", "R_arm", "IK", "head_ctrl", "HH", "\u00c4g", "x",
+                                 "a label long enough to be cut at the edge of its picture"};
+
+buttonAttributes random_button(QRandomGenerator& rng, const QSize& area)
+{
+    buttonAttributes a;
+    a.pos = QPoint(rng.bounded(area.width()), rng.bounded(area.height()));
+    a.size = a.width = 4 + rng.bounded(40);
+    a.height = 4 + rng.bounded(30);
+    a.kind = rng.bounded(4) == 0 ? 1 : 0;
+    a.language = 0;
+    a.color = rng.generate() & 0xffffff;
+    const quint32 label_colors[] = {0xffffff, 0x000000, rng.generate() & 0xffffff};
+    a.labelColor = label_colors[rng.bounded(3)];
+    a.label = some_labels[rng.bounded(some_labels.size())];
+    const int names = a.kind ? 1 : rng.bounded(4);
+    for (int i = 0; i < names; ++i)
+        a.names << QString("n%1").arg(rng.bounded(40));
+    return a;
+}
+
+void fill(picker_view& view, quint32 seed, int count)
+{
+    QRandomGenerator rng(seed);
+    for (int i = 0; i < count; ++i)
+        view.push_button(random_button(rng, QSize(260, 200)), -1);
+    for (buttonRecord& r : view.buttons)
+        r.selected = qint16(rng.bounded(3));
+}
+
+QImage render(picker_view& view, QImage::Format format)
+{
+    QImage image(view.size(), format);
+    image.fill(Qt::transparent);
+    view.render(&image);
+    return image;
+}
+
+// The frame drawn button by button, leaving the cache as it was.
+QImage uncached(picker_view& view, QImage::Format format)
+{
+    view.set_paint_caching(false);
+    QImage image = render(view, format);
+    view.set_paint_caching(true);
+    return image;
+}
+
+QString first_difference(const QImage& a, const QImage& b)
+{
+    if (a.size() != b.size())
+        return "sizes differ";
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x)
+            if (a.pixel(x, y) != b.pixel(x, y))
+                return QString("pixel (%1, %2): %3 against %4")
+                    .arg(x).arg(y).arg(a.pixel(x, y), 8, 16, QChar('0')).arg(b.pixel(x, y), 8, 16, QChar('0'));
+    return QString();
+}
+
+using change = std::function<void(picker_view&, QRandomGenerator&)>;
+
+QVector<int> random_indices(picker_view& view, QRandomGenerator& rng)
+{
+    QVector<int> indices;
+    for (int i = 0; i < view.buttons.size(); ++i)
+        if (rng.bounded(3) == 0)
+            indices << i;
+    return indices;
+}
+
+// Selects a random third of the buttons quietly, as the commands expect.
+void select_some(picker_view& view, QRandomGenerator& rng)
+{
+    for (buttonRecord& r : view.buttons)
+        r.unselect(true);
+    view.select_list(random_indices(view, rng), true);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(change)
+
+class test_paint : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cached_frame_equals_drawn_frame_data()
+    {
+        QTest::addColumn<change>("edit");
+        QTest::newRow("nothing") << change([](picker_view&, QRandomGenerator&) {});
+        QTest::newRow("zoom about a point") << change([](picker_view& v, QRandomGenerator& rng) {
+            v.setZoom(float(0.3 + rng.bounded(30) / 10.0), QPoint(rng.bounded(300), rng.bounded(200)));
+        });
+        QTest::newRow("pan") << change([](picker_view& v, QRandomGenerator& rng) {
+            v.setShift(QPoint(rng.bounded(81) - 40, rng.bounded(81) - 40));
+        });
+        QTest::newRow("zoom written directly") << change([](picker_view& v, QRandomGenerator&) { v.zoom *= 1.5; });
+        QTest::newRow("animation tick") << change([](picker_view& v, QRandomGenerator&) {
+            v.zoomWindow(2.0f, QPoint(-50, -30));
+            v.animate_zoom();
+            v.animate_zoom();
+        });
+        QTest::newRow("resize") << change([](picker_view& v, QRandomGenerator&) { v.resize(v.width() + 37, v.height() - 11); });
+        QTest::newRow("background") << change([](picker_view& v, QRandomGenerator& rng) {
+            QImage image(120, 90, QImage::Format_ARGB32);
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    image.setPixel(x, y, qRgba(x * 2, y * 2, int(rng.bounded(256)), 255));
+            const QPixmap picture = QPixmap::fromImage(image);
+            v.setBackground(QString::number(picture.cacheKey()), picture);
+        });
+        QTest::newRow("host selection") << change([](picker_view& v, QRandomGenerator& rng) {
+            button_set set;
+            for (int i = 0; i < 40; ++i)
+                if (rng.bounded(2))
+                    set.append(QString("n%1").arg(i));
+            v.conform_to_set(set);
+        });
+        QTest::newRow("select list") << change([](picker_view& v, QRandomGenerator& rng) { select_some(v, rng); });
+        QTest::newRow("clear selection") << change([](picker_view& v, QRandomGenerator&) {
+            for (buttonRecord& r : v.buttons)
+                r.unselect(true);
+        });
+        QTest::newRow("one state written directly") << change([](picker_view& v, QRandomGenerator& rng) {
+            buttonRecord& r = v.buttons[rng.bounded(v.buttons.size())];
+            r.selected = qint16((r.selected + 1) % 3);
+        });
+        QTest::newRow("label") << change([](picker_view& v, QRandomGenerator& rng) {
+            v.set_button_label(v.buttons[rng.bounded(v.buttons.size())], some_labels[rng.bounded(some_labels.size())] + "!");
+        });
+        QTest::newRow("size") << change([](picker_view& v, QRandomGenerator& rng) {
+            v.set_button_size(v.buttons[rng.bounded(v.buttons.size())], 5 + rng.bounded(50), 5 + rng.bounded(30));
+        });
+        QTest::newRow("names") << change([](picker_view& v, QRandomGenerator&) {
+            for (buttonRecord& r : v.buttons)
+                if (r.kind == 0)
+                    r.names = r.names.size() < 2 ? QStringList{"a", "b"} : QStringList{"a"};
+        });
+        QTest::newRow("kind") << change([](picker_view& v, QRandomGenerator& rng) {
+            buttonRecord& r = v.buttons[rng.bounded(v.buttons.size())];
+            r.kind = 1 - r.kind;
+        });
+        QTest::newRow("colour command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
+            select_some(v, rng);
+            v.undoer()->push(new change_color_cmd(&v, rng.generate() & 0xffffff));
+            if (rng.bounded(2))
+                v.undoer()->undo();
+        });
+        QTest::newRow("label colour command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
+            select_some(v, rng);
+            v.undoer()->push(new change_labelc_cmd(&v, rng.bounded(2) ? 0xffffff : 0x202020));
+            if (rng.bounded(2))
+                v.undoer()->undo();
+        });
+        QTest::newRow("label command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
+            select_some(v, rng);
+            v.undoer()->push(new change_label_cmd(&v, "new"));
+            if (rng.bounded(2))
+                v.undoer()->undo();
+        });
+        QTest::newRow("nudge and undo") << change([](picker_view& v, QRandomGenerator& rng) {
+            select_some(v, rng);
+            v.nudge_buttons(3, -2);
+            if (rng.bounded(2))
+                v.undoer()->undo();
+        });
+        QTest::newRow("delete and undo") << change([](picker_view& v, QRandomGenerator& rng) {
+            select_some(v, rng);
+            v.undoer()->push(new delete_buttons_cmd(&v));
+            if (rng.bounded(2))
+                v.undoer()->undo();
+        });
+        QTest::newRow("push and pop") << change([](picker_view& v, QRandomGenerator& rng) {
+            v.push_button(random_button(rng, QSize(260, 200)), rng.bounded(v.buttons.size()));
+            v.pop_button(rng.bounded(v.buttons.size()));
+        });
+    }
+    void cached_frame_equals_drawn_frame()
+    {
+        QFETCH(change, edit);
+        const QImage::Format formats[] = {QImage::Format_ARGB32_Premultiplied, QImage::Format_RGB32};
+        for (quint32 seed = 1; seed <= 6; ++seed) {
+            picker_view view(nullptr);
+            view.resize(300 + int(seed) * 7, 220);
+            view.show();
+            fill(view, seed, 60);
+            QRandomGenerator rng(seed * 977);
+            view.zoom = 0.5 + 0.4 * seed;
+            view.shift = QPoint(int(seed) * 9 - 30, 15 - int(seed) * 5);
+            const QImage::Format format = formats[seed % 2];
+            render(view, format); // the picture now holds the state before the edit
+            edit(view, rng);
+            const QImage drawn = uncached(view, format);
+            const QImage cached = render(view, format);
+            QVERIFY2(cached == drawn, qPrintable(QString("seed %1: %2").arg(seed).arg(first_difference(cached, drawn))));
+            // And again from the picture alone.
+            QVERIFY(render(view, format) == drawn);
+        }
+    }
+
+    void part_of_the_frame_comes_from_the_whole_picture()
+    {
+        picker_view view(nullptr);
+        view.resize(300, 220);
+        view.show();
+        fill(view, 11, 80);
+        const QImage whole = uncached(view, QImage::Format_ARGB32_Premultiplied);
+        render(view, QImage::Format_ARGB32_Premultiplied);
+        view.buttons[3].selected = qint16((view.buttons[3].selected + 1) % 3);
+        const QImage whole_after = uncached(view, QImage::Format_ARGB32_Premultiplied);
+        QVERIFY(whole_after != whole);
+        // A part around the changed button, reaching past the view's edges.
+        const QRect part = view.mapToScreen(view.buttons[3].bounds).adjusted(-30, -20, 30, 20) & view.rect();
+        QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        view.render(&image, part.topLeft(), QRegion(part));
+        QCOMPARE(image.copy(QRect(part.topLeft(), part.size())), whole_after.copy(part));
+    }
+
+    void labels_are_measured_on_load_and_drawn_when_painted()
+    {
+        picker_view view(nullptr);
+        view.resize(200, 100);
+        view.show();
+        QFont font("Tahoma", -1, -1, false);
+        font.setPixelSize(16);
+        font.setStyleStrategy(QFont::NoAntialias);
+        QRandomGenerator rng(5);
+        for (int i = 0; i < 300; ++i) {
+            buttonAttributes a = random_button(rng, QSize(2000, 2000));
+            a.label = QString("lbl%1").arg(i % 50);
+            a.labelColor = 0xffffff;
+            a.pos = QPoint(i < 3 ? 50 + 40 * i : 5000 + i * 50, 50); // three in sight
+            view.push_button(a, -1);
+        }
+        for (const buttonRecord& r : view.buttons) {
+            QVERIFY(!r.labelPixmap.isRendered());
+            const QRect text = QFontMetrics(font).boundingRect(r.label);
+            const QSize picture(text.width() + text.width() % 2 + 2, text.height() + text.height() % 2);
+            QCOMPARE(r.labelPixmap.size(), picture);
+            QCOMPARE(r.bounds.size(), QSize(std::max(picture.width() + 2, r.width), std::max(picture.height(), r.height)));
+        }
+        // Same text and colour: one picture.
+        QCOMPARE(view.buttons[0].labelPixmap.id(), view.buttons[50].labelPixmap.id());
+        render(view, QImage::Format_ARGB32_Premultiplied);
+        QVERIFY(view.buttons[0].labelPixmap.isRendered());
+        QVERIFY(!view.buttons[10].labelPixmap.isRendered());
+    }
+
+    void label_picture_is_the_text_drawn_data()
+    {
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<quint32>("color");
+        QTest::newRow("white") << "L_hand" << 0xffffffu;
+        QTest::newRow("black") << "R_foot_IK" << 0x000000u;
+        QTest::newRow("alpha byte ignored") << "spine" << 0x7f30c040u;
+        QTest::newRow("accents") << "\u00c9t\u00e9" << 0xff8000u;
+    }
+    void label_picture_is_the_text_drawn()
+    {
+        QFETCH(QString, label);
+        QFETCH(quint32, color);
+        picker_view view(nullptr);
+        buttonAttributes a;
+        a.size = a.width = a.height = 1;
+        a.labelColor = color;
+        a.label = label;
+        view.push_button(a, -1);
+        const QPixmap& picture = view.buttons[0].labelPixmap;
+        QFont font("Tahoma", -1, -1, false);
+        font.setPixelSize(16);
+        font.setStyleStrategy(QFont::NoAntialias);
+        QImage expected(picture.size(), QImage::Format_ARGB32);
+        expected.fill(0);
+        QPainter painter(&expected);
+        painter.setFont(font);
+        painter.setPen(QColor(QRgb(color)));
+        painter.drawText(expected.rect(), Qt::AlignCenter, label);
+        painter.end();
+        QCOMPARE(picture.toImage().convertToFormat(QImage::Format_ARGB32), expected);
+    }
+};
+
+QTEST_MAIN(test_paint)
+#include "test_paint.moc"
