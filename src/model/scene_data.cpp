@@ -10,6 +10,10 @@
 
 #include <algorithm>
 
+#ifdef QUILL_HAVE_ZLIB
+#include <zlib.h>
+#endif
+
 namespace {
 
 // A small inflater (RFC 1950/1951) that stops at a hard output cap. qUncompress
@@ -294,6 +298,47 @@ QByteArray encode_picker_data(const QByteArray& stream)
     return qCompress(stream, 9).toBase64();
 }
 
+#ifdef QUILL_HAVE_ZLIB
+namespace {
+
+// zlib's own inflate, which checks the Adler-32 too, stopped at `cap` bytes.
+QByteArray inflate_capped(const QByteArray& in, int offset, qint64 first, qint64 cap)
+{
+    z_stream z{};
+    if (inflateInit(&z) != Z_OK)
+        return QByteArray();
+    QByteArray out;
+    out.resize(int(std::max<qint64>(first, 1)));
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.constData() + offset));
+    z.avail_in = uInt(in.size() - offset);
+    int result = Z_OK;
+    while (result == Z_OK) {
+        if (qint64(z.total_out) == out.size()) {
+            // One byte past the cap lets zlib report a stream that ends
+            // exactly there; anything that fills it is too long.
+            if (out.size() > cap) {
+                result = Z_DATA_ERROR;
+                break;
+            }
+            out.resize(int(std::min<qint64>(cap + 1, qint64(out.size()) * 2)));
+        }
+        z.next_out = reinterpret_cast<Bytef*>(out.data() + z.total_out);
+        z.avail_out = uInt(out.size() - qint64(z.total_out));
+        result = inflate(&z, Z_NO_FLUSH);
+        if (result == Z_BUF_ERROR && z.avail_out > 0)
+            break; // the input ended early
+    }
+    const qint64 produced = qint64(z.total_out);
+    inflateEnd(&z);
+    if (result != Z_STREAM_END || produced > cap)
+        return QByteArray();
+    out.resize(int(produced));
+    return out;
+}
+
+} // namespace
+#endif
+
 QByteArray decode_picker_data(const QByteArray& text)
 {
     if (text.size() > max_text(limits::max_scene_data_bytes))
@@ -305,13 +350,26 @@ QByteArray decode_picker_data(const QByteArray& text)
                              | (quint32(uchar(compressed[2])) << 8) | quint32(uchar(compressed[3]));
     if (declared > limits::max_scene_data_bytes)
         return QByteArray();
-    QByteArray out;
     // zlib cannot expand more than about 1032 to 1, so a short text never
     // reserves what its declared length claims.
-    out.reserve(int(std::min<qint64>(declared, qint64(compressed.size()) * 1032 + 64)));
+    const qint64 first = std::min<qint64>(declared, qint64(compressed.size()) * 1032 + 64);
     // The writer states the exact length, so data that inflates past it is
     // refused the moment it does.
+#ifdef QUILL_HAVE_ZLIB
+    return inflate_capped(compressed, 4, first, declared);
+#else
+    QByteArray out;
+    out.reserve(int(first));
     if (!inflater(compressed.mid(4), declared).run(out))
+        return QByteArray();
+    return out;
+#endif
+}
+
+QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap)
+{
+    QByteArray out;
+    if (!inflater(zlib_stream, cap).run(out))
         return QByteArray();
     return out;
 }

@@ -19,6 +19,10 @@ QByteArray encode_picker_data(const QByteArray& stream);
 // it declares or inflates to more than the scene data limit.
 QByteArray decode_picker_data(const QByteArray& text);
 
+// The inflater used where zlib is missing, for a zlib stream (no length in
+// front): empty when damaged or longer than `cap`.
+QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap);
+
 // A pixmap written with its stream operator at the default stream version, base64.
 QByteArray encode_image(const QPixmap& pixmap);
 // Null when the text holds no PNG image, or one over the image limits or
