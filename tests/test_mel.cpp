@@ -2,7 +2,6 @@
 // output, errors and the arguments registered commands receive out.
 #include "sandbox/mel.h"
 
-#include <QElapsedTimer>
 #include <QThread>
 #include <QtTest>
 
@@ -443,16 +442,13 @@ void test_mel::recursion_limit()
 void test_mel::large_text()
 {
     session s;
-    QElapsedTimer timer;
-    timer.start();
     const QString big(10 * 1024 * 1024, 'x');
     QVERIFY(s.mel.eval("string $big = \"" + big + "\"; print (size($big) + \" \");"));
-    // Quadratic copying would take minutes at these sizes.
+    // Quadratic copying would run into the test's time limit at these sizes.
     QVERIFY(s.mel.eval("string $a, $b, $list[];\n"
                        "for ($i = 0; $i < 200000; $i++) { $a += \"abcde\"; $b = $b + $i + \",\"; $list[size($list)] = $i; }\n"
                        "print (size($a) + \" \" + size($b) + \" \" + size($list));"));
     QCOMPARE(s.out, QStringLiteral("10485760 1000000 1288890 200000"));
-    QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void test_mel::legal_but_large_data()
