@@ -1,5 +1,6 @@
 // Picker files against hostile and failing disks: files that are no picker,
 // damaged files, huge labels, and saves whose write fails half way.
+#include "folder_lock.h"
 #include "modal_helper.h"
 #include "model/limits.h"
 #include "model/picker_file.h"
@@ -86,14 +87,6 @@ void answer_ok(seen_box* seen)
 }
 
 // Makes a folder refuse new files even for root; false when this machine can't.
-bool lock_folder(const QString& path, bool on)
-{
-    if (QProcess::execute("chattr", {on ? "+i" : "-i", path}) == 0)
-        return true;
-    return QFile::setPermissions(path, on ? QFileDevice::ReadOwner | QFileDevice::ExeOwner
-                                          : QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
 } // namespace
 
 class test_files : public QObject {

@@ -1,5 +1,6 @@
 // The window's menus, files, recent pickers, toolbox and colour menu.
 #include "edit/clipboard.h"
+#include "folder_lock.h"
 #include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "recording_host.h"
@@ -65,14 +66,6 @@ QAction* find_action(QWidget* w, const QString& text)
 }
 
 // Makes a folder refuse new files even for root; false when this machine can't.
-bool lock_folder(const QString& path, bool on)
-{
-    if (QProcess::execute("chattr", {on ? "+i" : "-i", path}) == 0)
-        return true;
-    return QFile::setPermissions(path, on ? QFileDevice::ReadOwner | QFileDevice::ExeOwner
-                                          : QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
 } // namespace
 
 class test_menus : public QObject {
