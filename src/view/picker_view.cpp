@@ -342,20 +342,26 @@ void picker_view::set_button_size(buttonRecord& r, int w, int h)
 
 bool picker_view::conform_to_set(const button_set& set)
 {
+    // One hash look-up per name and nothing else: this runs over every
+    // button of every tab whenever the host's selection changes.
     bool changed = false;
     for (buttonRecord& r : buttons) {
-        if (r.nameFlags.size() != r.names.size())
-            r.nameFlags.resize(r.names.size());
+        const QStringList& names = r.names;
+        const int n = names.size();
+        if (r.nameFlags.size() != n)
+            r.nameFlags.resize(n);
+        quint8* flags = r.nameFlags.data();
         int count = 0;
-        for (int i = 0; i < r.names.size(); ++i) {
-            bool on = set.contains(r.names[i]);
-            r.nameFlags[i] = on ? 1 : 0;
+        for (int i = 0; i < n; ++i) {
+            const quint8 on = set.contains(names.at(i)) ? 1 : 0;
+            flags[i] = on;
             count += on;
         }
-        qint16 state = count == r.names.size() ? 1 : (count < 1 ? 0 : 2);
-        if (state != r.selected)
+        const qint16 state = count == n ? 1 : (count < 1 ? 0 : 2);
+        if (state != r.selected) {
             changed = true;
-        r.selected = state;
+            r.selected = state;
+        }
     }
     return changed;
 }
