@@ -356,11 +356,45 @@ double median_ms(const std::function<void()>& work, const std::function<void()>&
 paired paired_ms(const std::function<void()>& work, const std::function<void()>& floor,
                  const std::function<void()>& prepare, int runs, double budget_ms)
 {
-    // One after the other, each warm: run in turn, each would meet the
-    // caches and heap the other left behind.
+    QElapsedTimer timer;
+    auto once = [&timer](const std::function<void()>& f, const std::function<void()>& before) {
+        if (before)
+            before();
+        timer.start();
+        f();
+        return double(timer.nsecsElapsed()) / 1e6;
+    };
+    // Blocks of each in turn: a burst of load elsewhere on the machine meets
+    // only some of either side's runs, and as every block starts with an
+    // untimed run, neither side meets the caches and heap the other left.
+    int rounds = 3;
+    int per_block = std::max(1, runs / rounds);
+    const double pair = once(work, prepare) + once(floor, {});
+    if (pair * rounds * (per_block + 1) > budget_ms) {
+        rounds = 1;
+        per_block = std::max(3, int(budget_ms / std::max(pair, 1e-3)) - 1);
+    }
+    QVector<double> w, f;
+    for (int r = 0; r < rounds; ++r) {
+        for (int i = 0; i <= per_block; ++i) {
+            const double t = once(work, prepare);
+            if (i > 0)
+                w << t;
+        }
+        for (int i = 0; i <= per_block; ++i) {
+            const double t = once(floor, {});
+            if (i > 0)
+                f << t;
+        }
+    }
+    auto median = [](QVector<double>& v) {
+        std::sort(v.begin(), v.end());
+        const int n = v.size();
+        return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+    };
     paired result;
-    result.measured_ms = median_ms(work, prepare, runs, budget_ms / 2);
-    result.floor_ms = median_ms(floor, {}, runs, budget_ms / 2);
+    result.measured_ms = median(w);
+    result.floor_ms = median(f);
     return result;
 }
 

@@ -73,8 +73,8 @@ QPixmap label_picture(const QString& label, quint32 color);
 double median_ms(const std::function<void()>& work, const std::function<void()>& prepare = {},
                  int runs = 9, double budget_ms = 2500);
 
-// Medians of `work` and of its `floor`, measured one after the other, each
-// after a warm-up. `prepare` runs untimed before each run of `work`; slow
+// Medians of `work` and of its `floor`, measured in alternating blocks after
+// a warm-up of each. `prepare` runs untimed before each run of `work`; slow
 // work gets fewer runs (at least three).
 struct paired {
     double measured_ms = 0;
