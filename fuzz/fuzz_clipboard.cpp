@@ -11,6 +11,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::start_application();
     QDataStream in(fuzz::bytes(data, size));
     const QList<buttonAttributes> buttons = readButtonAttributes(in);
-    fuzz::show_on_view(buttons);
+    fuzz::show_on_view(buttons.toVector());
     return 0;
 }

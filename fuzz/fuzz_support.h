@@ -31,7 +31,7 @@ inline QByteArray bytes(const std::uint8_t* data, std::size_t size)
 
 // Puts the buttons (and the background, when given) on a fresh view and
 // paints it once: the same path a tab takes when it shows what was read.
-void show_on_view(const QList<buttonAttributes>& buttons, const QString& key = QString(),
+void show_on_view(const QVector<buttonAttributes>& buttons, const QString& key = QString(),
                   const QPixmap& background = QPixmap());
 
 } // namespace fuzz

@@ -31,6 +31,10 @@ struct buttonAttributes {
     bool operator!=(const buttonAttributes& other) const { return !(*this == other); }
 };
 
+// Plain values all (point, integers, implicitly shared strings): containers
+// may move them with memcpy.
+Q_DECLARE_TYPEINFO(buttonAttributes, Q_MOVABLE_TYPE);
+
 // A button as it lives on a view.
 struct buttonRecord : buttonAttributes {
     buttonRecord() = default;

@@ -9,10 +9,11 @@
 #include <QList>
 #include <QPixmap>
 #include <QString>
+#include <QVector>
 
 struct pkr_contents {
     pkr_header header;                 // background null when refused or unreadable
-    QList<buttonAttributes> buttons;   // the records accepted, in order
+    QVector<buttonAttributes> buttons; // the records accepted, in order
     qint32 declared = 0;               // the button count the file claims
     bool image_refused = false;        // image over the pixel limit or not decodable
     bool damaged = false;              // stream stopped early or records were dropped
@@ -29,7 +30,7 @@ struct window_tab {
     QString key;
     QPixmap background;
     bool image_refused = false;
-    QList<buttonAttributes> buttons;
+    QVector<buttonAttributes> buttons;
     qint32 declared = 0;
 };
 

@@ -312,6 +312,7 @@ void picker_window::streamFrom(QDataStream& in)
     for (const window_tab& tab : qAsConst(contents.tabs)) {
         picker_view* view = new picker_view(this);
         place_background(view, tab.key, tab.background);
+        view->buttons.reserve(tab.buttons.size());
         for (const buttonAttributes& a : tab.buttons)
             view->push_button(a, -1);
         view->update();
