@@ -192,6 +192,20 @@ class test_scene : public QObject {
         QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
     }
 
+    // Saves the scene, opens it in a fresh session and finds the same
+    // window there, with the scene untouched by the restore.
+    void reopen_and_compare(const QString& name)
+    {
+        QString scene = dir.filePath(name);
+        QVERIFY(h.save_scene(scene, nullptr));
+        const QString saved = describe_window();
+        restart_with_scene(scene);
+        run("QuillmarshPicker");
+        h.drain_idle();
+        QCOMPARE(describe_window(), saved);
+        QVERIFY(!h.modified());
+    }
+
 private slots:
     void initTestCase()
     {
@@ -274,13 +288,7 @@ private slots:
         run(QString("QuillmarshPicker open \"%1\" \"%2\"").arg(a, b));
         h.drain_idle();
         check_scene_holds_the_window("two files");
-        QString scene = dir.filePath("keys.ma");
-        QVERIFY(h.save_scene(scene, nullptr));
-        const QString saved = describe_window();
-        restart_with_scene(scene);
-        run("QuillmarshPicker");
-        h.drain_idle();
-        QCOMPARE(describe_window(), saved);
+        reopen_and_compare("keys.ma");
     }
 
     void opening_the_window_and_building_at_once_keeps_both()
@@ -524,14 +532,7 @@ private slots:
             if (QTest::currentTestFailed())
                 return;
         }
-        QString scene = dir.filePath("random.ma");
-        QVERIFY(h.save_scene(scene, nullptr));
-        const QString saved = describe_window();
-        restart_with_scene(scene);
-        run("QuillmarshPicker");
-        h.drain_idle();
-        QCOMPARE(describe_window(), saved);
-        QVERIFY(!h.modified());
+        reopen_and_compare("random.ma");
     }
 };
 
