@@ -375,10 +375,14 @@ private slots:
         // From a picker file: opened, written, closed.
         QString path = dir.filePath("evil.pkr");
         write_pkr(path, "evil", {button(QPoint(5, 5), {"rig:arm"})}, key, picture(3, 3, Qt::red));
+        modal_helper::answer_next("OK");
         run(QString("QuillmarshPicker; QuillmarshPicker open \"%1\"").arg(path));
         h.drain_idle();
         QVERIFY2(picker_main::current_view()->backgroundKey.isEmpty(), "a key the picker never makes is no key");
         QCOMPARE(picker_main::current_view()->buttons.size(), 1);
+        // The picture was left out, so the tab may not save over its file.
+        QVERIFY(modal_helper::last_text().contains("the picture was left out"));
+        QVERIFY(picker_main::current_view()->path().isEmpty());
         run("QuillmarshPicker close_tab");
         h.drain_idle();
 

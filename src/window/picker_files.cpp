@@ -17,7 +17,7 @@
 namespace {
 
 // One warning naming the file and what it lost.
-void warn_damaged(QWidget* parent, const QString& path, const pkr_contents& contents)
+void warn_damaged(QWidget* parent, const QString& path, const pkr_contents& contents, bool key_refused)
 {
     const QString name = QFileInfo(path).fileName();
     QStringList parts;
@@ -28,6 +28,8 @@ void warn_damaged(QWidget* parent, const QString& path, const pkr_contents& cont
                                         : texts::damaged_no_buttons.arg(name));
     if (contents.image_refused)
         parts << texts::image_not_loaded.arg(name).arg(limits::image_square_side).arg(limits::image_square_side);
+    if (key_refused)
+        parts << texts::image_key_refused.arg(name);
     parts << texts::tab_unbound;
     QMessageBox::warning(parent, texts::damaged_title, parts.join("\n\n"), QMessageBox::Ok);
 }
@@ -78,7 +80,8 @@ void picker_window::load_pickers(const QStringList& paths)
         view->update();
         // A tab that lost anything on the way in is not tied to its file, so
         // a save can never overwrite the file with less than it held.
-        const bool whole = !contents.damaged && !contents.image_refused;
+        const bool key_refused = !header.background.isNull() && view->backgroundKey.isEmpty();
+        const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
         if (whole)
             view->setPath(path);
         connect_picker(view);
@@ -87,10 +90,9 @@ void picker_window::load_pickers(const QStringList& paths)
         updateSceneData();
         request_rebind(false);
         if (!whole)
-            warn_damaged(this, path, contents);
+            warn_damaged(this, path, contents, key_refused);
     }
 }
-
 
 void picker_window::request_save()
 {

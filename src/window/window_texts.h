@@ -30,6 +30,8 @@ const QString damaged_no_buttons = QStringLiteral("%1 is damaged: no buttons cou
 const QString image_not_loaded =
     QStringLiteral("The background image of %1 was not loaded: it is over the size limit (%2 x %3 "
                    "pixels) or cannot be decoded.");
+const QString image_key_refused =
+    QStringLiteral("%1 names its background with a key the picker never makes, so the picture was left out.");
 const QString tab_unbound = QStringLiteral("The tab is not tied to the file, so Save asks for a new name.");
 const QString save_write_failed =
     QStringLiteral("Could not save the file \"%1\": %2.\n\nThe previous file is unchanged.");
