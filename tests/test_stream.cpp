@@ -517,7 +517,7 @@ private slots:
         QVERIFY(read_pkr(device, got, nullptr));
         QCOMPARE(got.header.name, QString("Hero"));
         QCOMPARE(got.header.background.toImage().convertToFormat(QImage::Format_ARGB32), test_image());
-        QCOMPARE(got.buttons, picker_buttons());
+        QCOMPARE(got.buttons, picker_buttons().toVector());
         QCOMPARE(got.declared, 3);
         QVERIFY(!got.damaged && !got.image_refused);
     }
@@ -631,7 +631,7 @@ private slots:
         QVERIFY(read_pkr(device, got, nullptr));
         QCOMPARE(got.image_refused, refused);
         QCOMPARE(got.header.background.size(), size.isValid() ? size : QSize(0, 0));
-        QCOMPARE(got.buttons, picker_buttons());
+        QCOMPARE(got.buttons, picker_buttons().toVector());
         QVERIFY(!got.damaged);
 
         // The same through the older header reader.
@@ -731,7 +731,7 @@ private slots:
         QVERIFY(read_window_stream(in, got));
         QCOMPARE(got.tabs.size(), 2);
         QVERIFY(got.tabs[0].image_refused);
-        QCOMPARE(got.tabs[0].buttons, picker_buttons().mid(0, 1));
+        QCOMPARE(got.tabs[0].buttons, picker_buttons().mid(0, 1).toVector());
         QCOMPARE(got.tabs[1].text, QString("cut"));
         QVERIFY(got.tabs[1].image_refused);
         QVERIFY(got.damaged);

@@ -254,6 +254,18 @@ void picker_view::change_background()
 
 // ----- Buttons
 
+int picker_view::push_button(buttonAttributes&& a, int index)
+{
+    if (index < 0)
+        index = buttons.size();
+    buttons.insert(index, buttonRecord());
+    buttonRecord& record = buttons[index];
+    static_cast<buttonAttributes&>(record) = std::move(a);
+    record.nameFlags.fill(0, record.names.size());
+    set_button_size(record, record.width, record.height);
+    return index;
+}
+
 int picker_view::push_button(const buttonAttributes& a, int index)
 {
     // Built where it lives: a record copied into the list would cost a second

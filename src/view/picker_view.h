@@ -64,6 +64,8 @@ public:
 
     // ----- Buttons
     int push_button(const buttonAttributes& a, int index);
+    // The same, taking the attributes over (a reader's records are not kept).
+    int push_button(buttonAttributes&& a, int index);
     void pop_button(int index);
     void reset_buttons();
     void make_button_label(const buttonAttributes& a, buttonRecord* r);

@@ -309,12 +309,12 @@ void picker_window::streamFrom(QDataStream& in)
     ++sceneQuiet;
     clear_tabs();
     int declared = 0, read = 0, refused = 0;
-    for (const window_tab& tab : qAsConst(contents.tabs)) {
+    for (window_tab& tab : contents.tabs) {
         picker_view* view = new picker_view(this);
         place_background(view, tab.key, tab.background);
         view->buttons.reserve(tab.buttons.size());
-        for (const buttonAttributes& a : tab.buttons)
-            view->push_button(a, -1);
+        for (buttonAttributes& a : tab.buttons)
+            view->push_button(std::move(a), -1);
         view->update();
         tabWidget->addTab(view, tab.text);
         connect_picker(view);
