@@ -360,6 +360,36 @@ private slots:
         QVERIFY(h.modified());
     }
 
+    void newer_picker_data_is_never_written_over()
+    {
+        QByteArray newer;
+        {
+            QDataStream out(&newer, QIODevice::WriteOnly);
+            out << qint32(6) << qint32(1) << qint32(0) << QString("from a newer picker");
+        }
+        const QString text = encode_picker_data(newer);
+        run("QuillmarshPicker");
+        h.set_file_info("QuillmarshPickerData", text);
+        QString scene = dir.filePath("newer.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        modal_helper::answer_next("OK");
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        QVERIFY(modal_helper::last_text().contains("format (6)"));
+        // Edits, a flush and a save leave the newer data as it was.
+        run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm; QuillmarshPicker new_tab; QuillmarshPicker flush");
+        h.drain_idle();
+        QVERIFY(h.save_scene(scene, nullptr));
+        QString held;
+        QVERIFY(h.file_info("QuillmarshPickerData", &held));
+        QCOMPARE(held, text);
+        // Another scene is written as usual.
+        run("file -f -new");
+        characters();
+        run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm");
+        h.drain_idle();
+        check_scene_holds_the_window("a new scene after the newer one");
+    }
+
     void hostile_keys_run_nothing_data()
     {
         QTest::addColumn<QString>("key");

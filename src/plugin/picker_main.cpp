@@ -390,6 +390,8 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
                                          .arg(texts::command_name, w->lastStreamDamage())));
     if (from_scene) {
         w->adoptScene(text);
+        if (w->lastStreamTooNew())
+            w->keepNewerScene();
     } else {
         // Data handed in by a script: the scene gets it unless it holds it.
         MStringArray held;

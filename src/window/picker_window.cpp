@@ -218,6 +218,7 @@ void picker_window::reset()
     clear_tabs();
     new_tab();
     --sceneQuiet;
+    sceneNewer = false;
     setSelection(QStringList());
     adoptScene(encodedSceneData());
 }

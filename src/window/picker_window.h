@@ -125,6 +125,10 @@ public:
     // The window as the scene stores it.
     QByteArray encodedSceneData() const;
     bool sceneChangePending() const { return sceneDirty; }
+    // The scene's picker data is of a newer version than this picker reads:
+    // nothing is written to the scene until another scene is loaded.
+    bool sceneIsNewer() const { return sceneNewer; }
+    void keepNewerScene() { sceneNewer = true; }
     void setImageData(picker_view* view);
     void removeImageData(const QString& key);
     void fetchImageData(picker_view* view);
@@ -140,6 +144,8 @@ public:
     // What the last streamFrom could not read ("3 of 5 buttons, ..."); empty
     // when it read everything.
     const QString& lastStreamDamage() const { return streamDamage; }
+    // The last streamFrom met a version newer than it reads and kept the tabs.
+    bool lastStreamTooNew() const { return streamTooNew; }
 
     // ----- Files
     // Reads "name = path" lines into the recent-pickers entries of the File menu.
@@ -256,6 +262,8 @@ private:
     QString streamDamage;
     bool sceneDirty = false;
     bool flushQueued = false;
+    bool sceneNewer = false;
+    bool streamTooNew = false;
     int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
     bool buildingToolbox = false;
     int selectionUpdates = 0;

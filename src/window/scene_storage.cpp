@@ -137,7 +137,9 @@ QByteArray picker_window::encodedSceneData() const
 bool picker_window::flushSceneData(bool force)
 {
     flushQueued = false;
-    if (!sceneDirty && !force)
+    // The scene holds pickers of a newer version: writing ours would
+    // destroy them, so this scene is never written.
+    if (sceneNewer || (!sceneDirty && !force))
         return false;
     sceneDirty = false;
     bool wrote = false;
@@ -300,10 +302,13 @@ void picker_window::streamTo(QDataStream& out) const
 void picker_window::streamFrom(QDataStream& in)
 {
     streamDamage.clear();
+    streamTooNew = false;
     window_contents contents;
     if (!read_window_stream(in, contents)) {
-        if (contents.too_new)
+        if (contents.too_new) {
+            streamTooNew = true;
             QMessageBox::warning(nullptr, "Warning", texts::too_new.arg(contents.version), QMessageBox::Ok);
+        }
         return;
     }
     ++sceneQuiet;
