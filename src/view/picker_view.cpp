@@ -68,6 +68,8 @@ picker_view::picker_view(picker_window* w)
 {
     init_picker_resources();
     setMouseTracking(true);
+    // Every paint covers the whole exposed area, so Qt need not clear it first.
+    setAttribute(Qt::WA_OpaquePaintEvent);
     make_menu();
     zoomTimer.setSingleShot(false);
     connect(&zoomTimer, SIGNAL(timeout()), this, SLOT(animate_zoom()));
