@@ -166,8 +166,8 @@ class test_edit : public QObject {
 private slots:
     void random_edits_undo_and_redo_exactly()
     {
-        buttonRecord::set_selection_hooks(nullptr, nullptr);
-        picker_window::selection_.clear();
+        buttonRecord::set_selection_list(nullptr);
+        picker_window::set_selection_names({});
         const quint32 seed = 4711;
         qInfo("seed %u", seed);
         randomizer rnd(seed);

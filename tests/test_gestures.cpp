@@ -94,7 +94,7 @@ private slots:
 
     void init()
     {
-        picker_window::selection_.clear();
+        picker_window::set_selection_names({});
         host = new recording_host;
         window = new picker_window(nullptr);
         window->resize(400, 400);
@@ -297,7 +297,7 @@ private slots:
         QCOMPARE(seen, (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
                                     "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
         seen.clear();
-        picker_window::selection_ = QStringList{"hero:z"};
+        picker_window::set_selection_names(QStringList{"hero:z"});
         read_menu();
         press(view, QPoint(50, 150), Qt::NoModifier, Qt::RightButton);
         QCOMPARE(seen.mid(0, 5), (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0",
@@ -328,7 +328,7 @@ private slots:
 
     void add_many_lays_a_row_along_the_drag()
     {
-        picker_window::selection_ = QStringList{"x1", "x2", "x3"};
+        picker_window::set_selection_names(QStringList{"x1", "x2", "x3"});
         view->buttons.clear();
         window->add_many_buttons();
         QVERIFY(dynamic_cast<add_manybuttons_cmd*>(view->mouseCommand()));

@@ -80,7 +80,7 @@ private slots:
 
     void init()
     {
-        picker_window::selection_.clear();
+        picker_window::set_selection_names({});
         host = new recording_host;
         window = new picker_window(nullptr);
     }

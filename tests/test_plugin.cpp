@@ -243,7 +243,7 @@ private slots:
         QCOMPARE(int(view->buttons[0].selected), selected.contains("hero:arm") ? 1 : 0);
         int partial = selected.contains("hero:leg") + selected.contains("hero:head");
         QCOMPARE(int(view->buttons[1].selected), partial == 2 ? 1 : partial * 2);
-        QCOMPARE(picker_window::selection_, selected);
+        QCOMPARE(picker_window::selection(), selected);
         QVERIFY2(picker_main::mutex_.tryLock(), "the echo guard is released");
         picker_main::mutex_.unlock();
     }
@@ -394,7 +394,7 @@ private slots:
         QCOMPARE(int(second->buttons[0].selected), 1);
         run("select -cl");
         QCOMPARE(int(first->buttons[0].selected), 0);
-        QCOMPARE(picker_window::selection_, QStringList());
+        QCOMPARE(picker_window::selection(), QStringList());
     }
 
     void a_failed_selection_query_is_reported()

@@ -321,11 +321,11 @@ private slots:
         QVERIFY(!h.modified());
         QCOMPARE(picker_main::current_view()->buttons.size(), 1);
         run("select -r rig:arm");
-        QCOMPARE(picker_window::selection_, QStringList{"rig:arm"});
+        QCOMPARE(picker_window::selection(), QStringList{"rig:arm"});
         QVERIFY(run("file -f -new"));
         h.drain_idle();
         QVERIFY(!h.modified());
-        QVERIFY2(picker_window::selection_.isEmpty(), "the old scene's names are gone");
+        QVERIFY2(picker_window::selection().isEmpty(), "the old scene's names are gone");
         QVERIFY(h.file_info_table().isEmpty());
     }
 

@@ -106,7 +106,7 @@ void add_button_cmd::init(const QPoint& at)
     button.language = 0;
     button.label = values.label;
     if (view->window)
-        button.names = picker_window::selection_;
+        button.names = picker_window::selection();
 }
 
 void add_button_cmd::redo()

@@ -2,8 +2,7 @@
 
 namespace {
 
-buttonRecord::name_hook select_hook = nullptr;
-buttonRecord::name_hook unselect_hook = nullptr;
+name_list* selection_list = nullptr;
 
 } // namespace
 
@@ -27,10 +26,19 @@ void buttonRecord::moveTo(const QPoint& p)
     bounds.moveCenter(p);
 }
 
-void buttonRecord::set_selection_hooks(name_hook select_name, name_hook unselect_name)
+void buttonRecord::set_selection_list(name_list* list)
 {
-    select_hook = select_name;
-    unselect_hook = unselect_name;
+    selection_list = list;
+}
+
+const name_id_list& buttonRecord::make_name_ids() const
+{
+    ids_.resize(names.size());
+    for (int i = 0; i < names.size(); ++i)
+        ids_[i] = name_ids::intern(names.at(i));
+    idsFor_ = names;
+    idsGeneration_ = name_ids::generation();
+    return ids_;
 }
 
 bool buttonRecord::select(bool quiet)
@@ -39,15 +47,19 @@ bool buttonRecord::select(bool quiet)
     if (quiet) {
         nameFlags.fill(1);
     } else {
+        name_list* list = selection_list;
+        const int* ids = list ? name_ids().constData() : nullptr;
+        const int n = list ? ids_.size() : names.size();
         // Names edited after the record was built would otherwise index past the flags.
-        if (nameFlags.size() < names.size())
-            nameFlags.resize(names.size());
-        for (int i = 0; i < names.size(); ++i) {
-            if (nameFlags[i])
+        if (nameFlags.size() < n)
+            nameFlags.resize(n);
+        quint8* flags = nameFlags.data();
+        for (int i = 0; i < n; ++i) {
+            if (flags[i])
                 continue;
-            if (select_hook)
-                select_hook(names[i]);
-            nameFlags[i] = 1;
+            if (list)
+                list->add(ids[i]);
+            flags[i] = 1;
             passed = true;
         }
     }
@@ -61,13 +73,16 @@ bool buttonRecord::unselect(bool quiet)
     if (quiet) {
         nameFlags.fill(0);
     } else {
-        const int n = qMin(names.size(), nameFlags.size());
+        name_list* list = selection_list;
+        const int* ids = list ? name_ids().constData() : nullptr;
+        const int n = qMin(list ? ids_.size() : names.size(), nameFlags.size());
+        quint8* flags = nameFlags.data();
         for (int i = 0; i < n; ++i) {
-            if (!nameFlags[i])
+            if (!flags[i])
                 continue;
-            if (unselect_hook)
-                unselect_hook(names[i]);
-            nameFlags[i] = 0;
+            if (list)
+                list->remove(ids[i]);
+            flags[i] = 0;
             passed = true;
         }
     }

@@ -4,6 +4,8 @@
 #pragma once
 
 #include "model/label_picture.h"
+#include "model/name_ids.h"
+#include "model/name_list.h"
 
 #include <QHash>
 #include <QPixmap>
@@ -11,7 +13,10 @@
 #include <QRect>
 #include <QString>
 #include <QStringList>
+#include <QVarLengthArray>
 #include <QVector>
+
+#include <algorithm>
 
 // What is saved, copied and restored by undo. The field order is the order
 // every stream writes them in.
@@ -35,26 +40,74 @@ struct buttonAttributes {
 // may move them with memcpy.
 Q_DECLARE_TYPEINFO(buttonAttributes, Q_MOVABLE_TYPE);
 
+// One flag per name, zero when added. Most buttons have a few names: their
+// flags (like their name ids) live in the record itself, so a pass over
+// thousands of buttons touches nothing else.
+class name_flags : public QVarLengthArray<quint8, 8> {
+public:
+    name_flags() = default;
+    name_flags(int n, quint8 value) : QVarLengthArray(n) { fill(value); }
+    name_flags(std::initializer_list<quint8> values) : QVarLengthArray(values) {}
+    void resize(int n)
+    {
+        const int old = size();
+        QVarLengthArray::resize(n);
+        if (n > old)
+            std::fill(begin() + old, end(), quint8(0));
+    }
+    void fill(quint8 value) { std::fill(begin(), end(), value); }
+    void fill(quint8 value, int n)
+    {
+        QVarLengthArray::resize(n);
+        fill(value);
+    }
+};
+
+using name_id_list = QVarLengthArray<int, 2>;
+
 // A button as it lives on a view.
 struct buttonRecord : buttonAttributes {
     buttonRecord() = default;
     explicit buttonRecord(const buttonAttributes& attributes);
 
+    // What a pass over every button reads comes first and close together.
     QRect bounds;           // picker coordinates, centred on pos
-    label_picture labelPixmap; // null without a label; drawn when first used
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
-    QVector<quint8> nameFlags; // one per name: selected through this button
+
+private:
+    // The cache behind name_ids(). idsFor_ shares names' storage while ids_
+    // is current: any change to names detaches it from this copy.
+    mutable int idsGeneration_ = -1;
+    mutable QStringList idsFor_;
+    mutable name_id_list ids_;
+
+public:
+    name_flags nameFlags;   // one per name: selected through this button
+    label_picture labelPixmap; // null without a label; drawn when first used
 
     void moveTo(const QPoint& p);
     // Mark the button (and each of its names) selected; unless quiet, every
-    // name not yet flagged is passed to the host hook. True when one was.
+    // name not yet flagged is added to the selection list. True when one was.
     bool select(bool quiet);
     bool unselect(bool quiet);
 
-    // The window passes names to the host through these; without them the
-    // flags still change but nobody is told.
-    using name_hook = bool (*)(const QString& name);
-    static void set_selection_hooks(name_hook select_name, name_hook unselect_name);
+    // The ids of names (see name_ids.h), made on first use and again
+    // whenever names has changed since.
+    const name_id_list& name_ids() const
+    {
+        // Sharing storage means the same list: no need to look into it.
+        if (idsGeneration_ == name_ids::generation() && names.isSharedWith(idsFor_))
+            return ids_;
+        return make_name_ids();
+    }
+
+    // Selecting and unselecting unquietly add and drop names in this list
+    // (the window's, which the host hears of); without one only the flags
+    // change.
+    static void set_selection_list(name_list* list);
+
+private:
+    const name_id_list& make_name_ids() const;
 };
 
 // An ordered, duplicate-free set of object names; comparisons are exact and

@@ -24,7 +24,7 @@ select_button_cmd::select_button_cmd(picker_view* v, const QPoint& pos, int modi
 {
     picker_window* window = view->window;
     if (modifiers & Qt::ShiftModifier) {
-        baseSelection = button_set::fromStringList(picker_window::selection_);
+        baseSelection = picker_window::selection();
         additive = true;
     }
     ctrl = modifiers & Qt::ControlModifier;
@@ -105,8 +105,8 @@ void select_button_cmd::update(const QPoint& pos, int)
     picker_window::selection_batch batch;
     if (additive) {
         // Back to the press-time state, names included, before this drag's pass.
-        view->conform_to_set(baseSelection);
-        picker_window::set_selection_names(QStringList(baseSelection.items().toList()));
+        picker_window::set_selection_names(baseSelection);
+        view->conform_to_selection();
     } else {
         view->clear_selected();
     }
@@ -218,7 +218,7 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
         placed = true;
         origin = view->mapToPicker(pos);
         QPoint at = origin;
-        for (const QString& name : picker_window::selection_) {
+        for (const QString& name : picker_window::selection()) {
             buttonAttributes a;
             a.pos = at;
             a.size = s;

@@ -24,7 +24,7 @@ private:
     picker_view* view;
     QPoint anchor;
     QPoint current;
-    button_set baseSelection;
+    QStringList baseSelection;
     QVector<int> movedIndices;
     QVector<QPoint> movedStarts;
     bool additive = false;

@@ -1,5 +1,6 @@
 #include "view/picker_view.h"
 
+#include "model/name_ids.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "view/paint_cache.h"
@@ -20,6 +21,7 @@
 #include <QResizeEvent>
 
 #include <algorithm>
+#include <vector>
 
 static void init_resources_once()
 {
@@ -354,20 +356,23 @@ void picker_view::set_button_size(buttonRecord& r, int w, int h)
     update();
 }
 
-bool picker_view::conform_to_set(const button_set& set)
+namespace {
+
+// Sets every button's name flags and state from whether each name is
+// selected; true when any button's shown state changed. This runs over
+// every button of every tab whenever the host's selection changes.
+template <typename Buttons, typename Selected>
+bool conform_buttons(Buttons& buttons, const Selected& selected)
 {
-    // One hash look-up per name and nothing else: this runs over every
-    // button of every tab whenever the host's selection changes.
     bool changed = false;
     for (buttonRecord& r : buttons) {
-        const QStringList& names = r.names;
-        const int n = names.size();
+        const int n = r.names.size();
         if (r.nameFlags.size() != n)
             r.nameFlags.resize(n);
         quint8* flags = r.nameFlags.data();
         int count = 0;
         for (int i = 0; i < n; ++i) {
-            const quint8 on = set.contains(names.at(i)) ? 1 : 0;
+            const quint8 on = selected(r, i) ? 1 : 0;
             flags[i] = on;
             count += on;
         }
@@ -380,19 +385,42 @@ bool picker_view::conform_to_set(const button_set& set)
     return changed;
 }
 
+} // namespace
+
+bool picker_view::conform_to_set(const button_set& set)
+{
+    return conform_buttons(buttons, [&](const buttonRecord& r, int i) { return set.contains(r.names.at(i)); });
+}
+
 bool picker_view::conform_to_selection()
 {
-    return conform_to_set(button_set::fromStringList(picker_window::selection_));
+    return conform_buttons(buttons, [](const buttonRecord& r, int i) {
+        return picker_window::id_selected(r.name_ids().at(i));
+    });
 }
 
 bool picker_view::conform_to_selected()
 {
-    button_set set;
-    for (const buttonRecord& r : buttons)
-        for (int i = 0; i < r.names.size() && i < r.nameFlags.size(); ++i)
-            if (r.nameFlags[i])
-                set.append(r.names[i]);
-    return conform_to_set(set);
+    // The names flagged on any button, by id.
+    std::vector<quint8> flagged(size_t(name_ids::count()), 0);
+    for (const buttonRecord& r : buttons) {
+        const int n = qMin(r.names.size(), r.nameFlags.size());
+        if (n == 0)
+            continue;
+        const name_id_list& ids = r.name_ids();
+        for (int i = 0; i < n; ++i) {
+            if (!r.nameFlags.at(i))
+                continue;
+            const size_t id = size_t(ids.at(i));
+            if (id >= flagged.size())
+                flagged.resize(size_t(name_ids::count()), 0);
+            flagged[id] = 1;
+        }
+    }
+    return conform_buttons(buttons, [&](const buttonRecord& r, int i) {
+        const size_t id = size_t(r.name_ids().at(i));
+        return id < flagged.size() && flagged[id];
+    });
 }
 
 void picker_view::clear_selected()

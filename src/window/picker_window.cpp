@@ -32,7 +32,6 @@
 #include <QVBoxLayout>
 
 QDockWidget* picker_window::dock_ = nullptr;
-QStringList picker_window::selection_;
 
 namespace {
 const QStringList size_items = {"5",  "6",  "7",  "8",  "9",  "10", "11", "12", "13", "14", "15",
@@ -64,7 +63,7 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     ++sceneQuiet;
     dock_ = dock;
     init_picker_resources();
-    buttonRecord::set_selection_hooks(&picker_window::selectButton, &picker_window::unselectButton);
+    buttonRecord::set_selection_list(&selection_list());
     setWindowTitle(texts::command_name);
     setObjectName(texts::command_name);
     setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
@@ -272,7 +271,7 @@ void picker_window::rename_tab()
 void picker_window::add_one_button()
 {
     picker_view* view = frontPicker();
-    if (!view || selection_.isEmpty())
+    if (!view || selection().isEmpty())
         return;
     view->add_one_button();
     view->frame_view();
@@ -281,7 +280,7 @@ void picker_window::add_one_button()
 void picker_window::add_many_buttons()
 {
     picker_view* view = frontPicker();
-    if (!view || selection_.isEmpty())
+    if (!view || selection().isEmpty())
         return;
     view->add_many_buttons();
     view->frame_view();
@@ -290,7 +289,7 @@ void picker_window::add_many_buttons()
 void picker_window::update_button()
 {
     picker_view* view = frontPicker();
-    if (view && !selection_.isEmpty())
+    if (view && !selection().isEmpty())
         view->update_button();
 }
 

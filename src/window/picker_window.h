@@ -27,6 +27,7 @@ class QMenuBar;
 class QPushButton;
 class QTabWidget;
 class QVBoxLayout;
+class name_list;
 class picker_view;
 
 // A 12 by 12 swatch of the colour.
@@ -48,9 +49,11 @@ public:
     ~picker_window() override;
 
     static QDockWidget* dock_;
-    // The host's selection as the picker knows it, in the order received.
-    static QStringList selection_;
-    static const QStringList& selection() { return selection_; }
+    // The host's selection as the picker knows it, in the order received,
+    // with the names the picker's own gestures added since.
+    static const QStringList& selection();
+    // Whether the name with this id (see name_ids.h) is in it.
+    static bool id_selected(int id);
 
     // What updateControls gathers from the selected buttons.
     struct toolbox_state {
@@ -94,9 +97,12 @@ public:
     void clearAllSelected();
     // Replaces the name list (what the picker sends the host) as it stands.
     static void set_selection_names(const QStringList& names);
+    // Adds or drops one name: true when the list changed.
     static bool selectButton(const QString& name);
     static bool unselectButton(const QString& name);
-    // While one lives, names dropped from selection_ leave it in one pass at
+    // The list itself, which buttons add their names to as they are selected.
+    static name_list& selection_list();
+    // While one lives, names dropped from the list leave it in one pass at
     // the end, so selecting or clearing thousands of buttons stays linear.
     class selection_batch {
     public:

@@ -1,0 +1,52 @@
+// The names the picker has selected, as ids (see name_ids.h) in the order
+// they came, with a slot per id saying whether it is in: adding or dropping
+// a name is an array access, so selecting thousands of buttons costs about
+// what hit-testing them costs. The list of strings is made when read.
+#pragma once
+
+#include "model/name_ids.h"
+
+#include <QStringList>
+
+#include <algorithm>
+#include <vector>
+
+class name_list {
+public:
+    bool contains(int id) const { return id >= 0 && size_t(id) < member_.size() && member_[size_t(id)] != 0; }
+    bool isEmpty() const { return live_ == 0; }
+    bool add(int id)
+    {
+        if (size_t(id) >= member_.size())
+            member_.resize(size_t(std::max(name_ids::count(), id + 1)), 0);
+        if (member_[size_t(id)])
+            return false;
+        member_[size_t(id)] = 1;
+        order_.push_back(id);
+        ++live_;
+        current_ = false;
+        return true;
+    }
+    bool remove(int id);
+    // Replaces the whole list; repeated names are kept once.
+    void assign(const QStringList& names);
+    const QStringList& names();
+
+    // While a batch is open, dropped names leave the order in one pass at
+    // its end, so dropping thousands stays linear.
+    void begin_batch() { ++batch_; }
+    void end_batch();
+
+private:
+    void compact();
+
+    std::vector<quint8> member_;
+    // Inside a batch this may still hold dropped ids, and ids taken again
+    // after being dropped twice; loose_ says so.
+    std::vector<int> order_;
+    int live_ = 0;
+    int batch_ = 0;
+    bool loose_ = false;
+    QStringList names_;
+    bool current_ = true;
+};
