@@ -56,7 +56,7 @@ constexpr int directive_count = int(sizeof(directives) / sizeof(directives[0]));
 // Directives whose arguments are file paths.
 bool takes_paths(const QByteArray& directive)
 {
-    return directive == "open" || directive == "set_background";
+    return directive == "open" || directive == "set_background" || directive == "save" || directive == "saveas";
 }
 
 QString home;

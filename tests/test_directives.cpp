@@ -13,6 +13,7 @@
 
 #include <maya/MObject.h>
 
+#include <QAction>
 #include <QComboBox>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -50,6 +51,47 @@ QStringList describe(picker_view* view)
                    .arg(r.language).arg(r.color, 0, 16).arg(r.labelColor, 0, 16).arg(r.label)
                    .arg(r.names.join(','));
     return out;
+}
+
+// Hands every dialog that opens while it lives to `act`, counting them; by
+// default refuses them: a script must never wait on one.
+struct no_dialogs {
+    QTimer timer;
+    int seen = 0;
+    explicit no_dialogs(std::function<void(QWidget*)> act = [](QWidget* modal) { modal_helper::answer(modal, {}); })
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this, act] {
+            if (QWidget* modal = modal_helper::waiting_dialog()) {
+                ++seen;
+                act(modal);
+            }
+        });
+        timer.start(10);
+    }
+};
+
+// A picker file of one button per name, centred at (30 + 40 i, 30).
+void write_picker_file(const QString& path, const QString& tab, const QStringList& names)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QDataStream out(&file);
+    out.setVersion(picker_format::pkr_stream_version);
+    pkr_header header;
+    header.name = tab;
+    write_pkr_header(out, header);
+    QList<buttonAttributes> buttons;
+    for (int i = 0; i < names.size(); ++i) {
+        buttonAttributes a;
+        a.pos = QPoint(30 + 40 * i, 30);
+        a.size = a.width = a.height = 20;
+        a.kind = a.language = 0;
+        a.color = 0xff0000;
+        a.labelColor = 0xffffff;
+        a.names = QStringList{names[i]};
+        buttons << a;
+    }
+    write_button_list(out, buttons);
 }
 
 } // namespace
@@ -188,9 +230,6 @@ private slots:
             << "QuillmarshPicker query_button label arm" << QStringList{"rig:hand"};
         QTest::newRow("update by point") << "QuillmarshPicker update_button x 60 20 rig:hand"
                                          << "QuillmarshPicker query_button x 60 20" << QStringList{"rig:hand"};
-        QTest::newRow("numbers that do not parse are 0")
-            << "QuillmarshPicker move_button object rig:leg abc 7x" << props
-            << QStringList{"0", "7", "0", "0", "10", "10", "10", "#b22222", "#000000"};
         QTest::newRow("set properties")
             << "QuillmarshPicker set_button_properties object rig:leg \"L\" 5 6 \"\" 1 \"\" 30 8 \"#102030\" \"#ffffff\""
             << props << QStringList{"5", "6", "0", "1", "30", "30", "8", "#102030", "#ffffff"};
@@ -218,17 +257,18 @@ private slots:
         QVERIFY(run("QuillmarshPicker delete_button object rig:leg"));
         QVERIFY(view()->buttons.isEmpty());
 
-        // Nothing selected in the host: nothing is added, and that is no error.
+        // Nothing selected in the host: no selection button, and that is no
+        // error; a command button needs no selection.
         QVERIFY(run("select -cl; QuillmarshPicker add_button 5 5; QuillmarshPicker add_cmd_button 5 5 x mel \"ls\""));
-        QVERIFY(view()->buttons.isEmpty());
+        QCOMPARE(describe(view()), QStringList{"5,5 10 10x10 k1 l0 b22222 0 'x' [ls]"});
         QVERIFY(run("select -r rig:arm rig:leg; QuillmarshPicker add_button 5 6 both"));
         QCOMPARE(result("QuillmarshPicker query_button label both"), (QStringList{"rig:arm", "rig:leg"}));
         QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 py python \"print('x')\""));
         QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 mel"));
         QCOMPARE(result("QuillmarshPicker get_button_properties label py").mid(2, 2), (QStringList{"1", "1"}));
-        QCOMPARE(view()->buttons[1].names, QStringList{"print('x')"});
-        QCOMPARE(view()->buttons[2].language, 0);
-        QCOMPARE(view()->buttons[2].names, QStringList{""});
+        QCOMPARE(view()->buttons[2].names, QStringList{"print('x')"});
+        QCOMPARE(view()->buttons[3].language, 0);
+        QCOMPARE(view()->buttons[3].names, QStringList{""});
     }
 
     void unknown_buttons_fail_with_the_message_data()
@@ -321,6 +361,214 @@ private slots:
         while (v->undoer()->canRedo())
             v->undoer()->redo();
         QVERIFY(v->buttons.isEmpty());
+    }
+
+    // ----- Build scripts: the same picker every run
+
+    void script_coordinates_are_picture_pixels_data()
+    {
+        QTest::addColumn<double>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::newRow("as opened") << 1.0 << QPoint(0, 0);
+        QTest::newRow("zoomed in and panned") << 2.5 << QPoint(-130, 45);
+        QTest::newRow("zoomed out") << 0.5 << QPoint(37, -12);
+    }
+
+    void script_coordinates_are_picture_pixels()
+    {
+        QFETCH(double, zoom);
+        QFETCH(QPoint, shift);
+        view()->setZoom(float(zoom), QPoint(0, 0));
+        view()->setShift(shift);
+        QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 200 150 hand;"
+                    "QuillmarshPicker add_cmd_button 250 150 cmd mel \"ls\""));
+        QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(0, 2), (QStringList{"200", "150"}));
+        QCOMPARE(result("QuillmarshPicker get_button_properties label cmd").mid(0, 2), (QStringList{"250", "150"}));
+        // A point addresses the button drawn over that picture pixel.
+        QCOMPARE(result("QuillmarshPicker query_button x 200 150"), QStringList{"rig:hand"});
+        QCOMPARE(result("QuillmarshPicker query_button x 14 24"), QStringList{"rig:arm"});
+        QVERIFY(run("QuillmarshPicker move_button x 200 150 300 310"));
+        QVERIFY(run("QuillmarshPicker color_button x 300 310 1 2 3; QuillmarshPicker resize_button x 300 310 20 8"));
+        QCOMPARE(result("QuillmarshPicker get_button_properties label hand"),
+                 (QStringList{"300", "310", "0", "0", "20", "20", "8", "#010203", "#000000"}));
+    }
+
+    void added_buttons_ignore_the_toolbox()
+    {
+        // The toolbox follows whatever was last selected; a script's buttons
+        // must not.
+        picker_window* w = picker_main::picker();
+        QVERIFY(run("QuillmarshPicker color_button label arm 1 2 3; QuillmarshPicker color_button_text label arm white;"
+                    "QuillmarshPicker resize_button label arm 40 30; select -r rig:arm"));
+        w->updateControls();
+        QAction width("40", nullptr);
+        QAction height("30", nullptr);
+        w->set_button_width(&width);
+        w->set_button_height(&height);
+        QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 100 100 hand;"
+                    "QuillmarshPicker add_cmd_button 130 100 c"));
+        const QStringList defaults{"0", "10", "10", "10", "#b22222", "#000000"};
+        QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(3), defaults);
+        QCOMPARE(result("QuillmarshPicker get_button_properties label c").mid(3), defaults);
+    }
+
+    void queries_change_nothing_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("query") << "QuillmarshPicker query_button label arm";
+        QTest::newRow("query by point") << "QuillmarshPicker query_button x 10 20";
+        QTest::newRow("bounds") << "QuillmarshPicker get_button_bounds label arm";
+        QTest::newRow("properties") << "QuillmarshPicker get_button_properties object rig:arm";
+        QTest::newRow("rename") << "QuillmarshPicker rename_button label arm shoulder";
+        QTest::newRow("update") << "QuillmarshPicker update_button label arm rig:arm";
+    }
+
+    void queries_change_nothing()
+    {
+        QFETCH(QString, command);
+        run("select -r rig:leg");
+        h.drain_idle();
+        h.clear_output();
+        QVERIFY2(run(command), qPrintable(h.output_text()));
+        // The picker still shows what the host has selected, and nothing
+        // else, and tells the host nothing.
+        QCOMPARE(picker_window::selection(), QStringList{"rig:leg"});
+        QCOMPARE(int(view()->buttons[0].selected), 0);
+        QCOMPARE(int(view()->buttons[1].selected), 1);
+        QVERIFY(h.idle_texts().filter("select").isEmpty());
+        QVERIFY(run("QuillmarshPicker add_button 100 100 next"));
+        QCOMPARE(result("QuillmarshPicker query_button label next"), QStringList{"rig:leg"});
+    }
+
+    void update_button_lights_as_the_host_selects()
+    {
+        run("select -r rig:hand");
+        QVERIFY(run("QuillmarshPicker update_button label arm rig:hand;"
+                    "QuillmarshPicker update_button object rig:leg rig:arm"));
+        QCOMPARE(int(view()->buttons[0].selected), 1);
+        QCOMPARE(int(view()->buttons[1].selected), 0);
+        QCOMPARE(picker_window::selection(), QStringList{"rig:hand"});
+    }
+
+    void mistakes_are_errors_that_change_nothing_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("unknown colour name")
+            << "QuillmarshPicker color_button label arm nosuchcolour"
+            << "color_button: the colour must be a colour name or #rrggbb, not \"nosuchcolour\"";
+        QTest::newRow("short hex colour") << "QuillmarshPicker color_button_text x 60 20 \"#12345\""
+                                          << "color_button_text: the colour must be a colour name";
+        QTest::newRow("bad colour after a label")
+            << "QuillmarshPicker set_button_properties label arm L 1 2 \"\" \"\" \"\" 30 \"\" bogus \"\""
+            << "set_button_properties: color must be a colour name or #rrggbb, not \"bogus\"";
+        QTest::newRow("channel over 255") << "QuillmarshPicker color_button label arm 256 0 0"
+                                          << "color_button: red must be a whole number from 0 to 255, not 256";
+        QTest::newRow("negative channel") << "QuillmarshPicker color_button_text x 60 20 0 -1 0"
+                                          << "color_button_text: green must be a whole number from 0 to 255, not -1";
+        QTest::newRow("channel not a number") << "QuillmarshPicker color_button label arm 0 0 blue"
+                                              << "color_button: blue must be a number, not \"blue\"";
+        QTest::newRow("x not a number") << "QuillmarshPicker move_button label arm abc 7"
+                                        << "move_button: x must be a number, not \"abc\"";
+        QTest::newRow("y half a number") << "QuillmarshPicker move_button label arm 7 7x"
+                                         << "move_button: y must be a number, not \"7x\"";
+        QTest::newRow("coordinate far away") << "QuillmarshPicker move_button label arm \"1e7\" 0"
+                                             << "move_button: x must be between -1000000 and 1000000, not 1e7";
+        QTest::newRow("add at no number") << "select -r rig:hand; QuillmarshPicker add_button abc 5 h"
+                                          << "add_button: x must be a number, not \"abc\"";
+        QTest::newRow("command at no number") << "QuillmarshPicker add_cmd_button 5 nan c"
+                                              << "add_cmd_button: y must be a number, not \"nan\"";
+        QTest::newRow("point not a number") << "QuillmarshPicker get_button_bounds x abc 20"
+                                            << "get_button_bounds: x must be a number";
+        QTest::newRow("size not a number") << "QuillmarshPicker resize_button label arm wide 4"
+                                           << "resize_button: width must be a number, not \"wide\"";
+        QTest::newRow("properties at no number")
+            << "QuillmarshPicker set_button_properties label arm L 1 two \"\" \"\" \"\" \"\" \"\" \"\" \"\""
+            << "set_button_properties: y must be a number, not \"two\"";
+        QTest::newRow("point hits no button") << "QuillmarshPicker rename_button x 300 300 nothing"
+                                              << "Couldn't find any matching buttons!";
+        QTest::newRow("unknown tab") << "QuillmarshPicker set_tab nope" << "set_tab: no tab is named \"nope\"";
+        QTest::newRow("unreadable background")
+            << "QuillmarshPicker set_background \"/nonexistent/picture.png\"" << "set_background: ";
+        QTest::newRow("missing picker file")
+            << "QuillmarshPicker open \"/nonexistent/a.pkr\"" << "open: cannot open \"/nonexistent/a.pkr\"";
+        QTest::newRow("save where nothing can be written")
+            << "QuillmarshPicker saveas \"/nonexistent/folder/a.pkr\""
+            << "saveas: could not save \"/nonexistent/folder/a.pkr\": ";
+        QTest::newRow("save to no path") << "QuillmarshPicker save \"\"" << "save: the path is empty";
+    }
+
+    void mistakes_are_errors_that_change_nothing()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        QImage picture(8, 6, QImage::Format_RGB32);
+        picture.fill(Qt::green);
+        QVERIFY(picture.save(dir.filePath("back.png")));
+        QVERIFY(run(QString("QuillmarshPicker new_tab; QuillmarshPicker rename_tab second;"
+                            "QuillmarshPicker set_tab Untitled; QuillmarshPicker set_background \"%1\"")
+                        .arg(dir.filePath("back.png"))));
+        h.clear_output();
+        const QStringList before = describe(view()) << result("QuillmarshPicker query_tabs");
+        const QString key = view()->backgroundKey;
+        no_dialogs guard;
+        QVERIFY(!run(command));
+        const QString shown = message.startsWith("Couldn't") ? message : "QuillmarshPicker - " + message;
+        QVERIFY2(h.output_text().contains("// Error: " + shown), qPrintable(h.output_text()));
+        QCOMPARE(guard.seen, 0);
+        QCOMPARE(describe(view()) << result("QuillmarshPicker query_tabs"), before);
+        QCOMPARE(picker_main::picker()->tabs()->currentIndex(), 0);
+        QCOMPARE(view()->backgroundKey, key);
+        QCOMPARE(view()->background.size(), QSize(8, 6));
+    }
+
+    void scripts_save_and_open_without_dialogs()
+    {
+        QTemporaryDir dir;
+        const QString first = dir.filePath("first.pkr");
+        const QString second = dir.filePath("second.pkr");
+        const QStringList buttons = describe(view());
+        no_dialogs guard;
+        QVERIFY2(run(QString("QuillmarshPicker saveas \"%1\"").arg(first)), qPrintable(h.output_text()));
+        QCOMPARE(view()->path(), first);
+        QVERIFY(run("QuillmarshPicker move_button label arm 30 30"));
+        QVERIFY(run(QString("QuillmarshPicker save \"%1\"").arg(second)));
+        QCOMPARE(view()->path(), second);
+        QVERIFY(run("QuillmarshPicker save")); // to the file the tab is tied to
+        const QStringList moved = describe(view());
+        QVERIFY(run(QString("QuillmarshPicker clear_tabs; QuillmarshPicker open \"%1\" \"%2\"").arg(first, second)));
+        h.drain_idle();
+        QCOMPARE(guard.seen, 0);
+        QCOMPARE(h.error_count(), 0);
+        QTabWidget* tabs = picker_main::picker()->tabs();
+        QCOMPARE(tabs->count(), 2);
+        QCOMPARE(describe(qobject_cast<picker_view*>(tabs->widget(0))), buttons);
+        QCOMPARE(describe(qobject_cast<picker_view*>(tabs->widget(1))), moved);
+    }
+
+    void every_opened_picker_is_bound()
+    {
+        // Two pickers made for hero, opened together where only sidekick
+        // exists: each is asked about in turn, not the front one twice.
+        QTemporaryDir dir;
+        const QStringList paths{dir.filePath("body.pkr"), dir.filePath("face.pkr")};
+        write_picker_file(paths[0], "body", {"hero:arm", "hero:leg"});
+        write_picker_file(paths[1], "face", {"hero:jaw"});
+        run("file -f -new; namespace -add sidekick; createNode transform -n \"sidekick:arm\" -ss;"
+            "createNode transform -n \"sidekick:leg\" -ss; createNode transform -n \"sidekick:jaw\" -ss");
+        h.drain_idle();
+        no_dialogs answer([](QWidget* dialog) {
+            dialog->findChild<QComboBox*>()->setCurrentText("sidekick");
+            modal_helper::answer(dialog, "OK");
+        });
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\" \"%2\"").arg(paths[0], paths[1])));
+        h.drain_idle();
+        QCOMPARE(answer.seen, 2);
+        QTabWidget* tabs = picker_main::picker()->tabs();
+        QCOMPARE(tabs->count(), 3);
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(1))->buttons[1].names, QStringList{"sidekick:leg"});
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(2))->buttons[0].names, QStringList{"sidekick:jaw"});
     }
 
     // ----- Namespaces
@@ -730,10 +978,11 @@ private slots:
         h.drain_idle(); // the queued "bind" asks
         QCOMPARE(view()->buttons[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
 
-        QMouseEvent press(QEvent::MouseButtonPress, QPoint(30, 30), view()->mapToGlobal(QPoint(30, 30)),
-                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QMouseEvent release(QEvent::MouseButtonRelease, QPoint(30, 30), view()->mapToGlobal(QPoint(30, 30)),
-                            Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        const QPoint at = view()->mapToScreen(QPoint(30, 30));
+        QMouseEvent press(QEvent::MouseButtonPress, at, view()->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, at, view()->mapToGlobal(at), Qt::LeftButton, Qt::NoButton,
+                            Qt::NoModifier);
         QApplication::sendEvent(view(), &press);
         QApplication::sendEvent(view(), &release);
         h.drain_idle();

@@ -14,6 +14,8 @@
 #include <QStandardPaths>
 #include <QtTest>
 
+#include <cmath>
+
 namespace {
 
 buttonAttributes button(QPoint pos, QStringList names, int kind = 0, int language = 0)
@@ -57,11 +59,17 @@ void click(QWidget* w, QPoint pos, Qt::KeyboardModifiers mods = Qt::NoModifier)
     release(w, pos, mods);
 }
 
-void wheel(QWidget* w, QPoint pos, int delta)
+void wheel(QWidget* w, QPoint pos, int delta, int sideways = 0)
 {
-    QWheelEvent e(QPointF(pos), QPointF(w->mapToGlobal(pos)), QPoint(), QPoint(0, delta), Qt::NoButton,
+    QWheelEvent e(QPointF(pos), QPointF(w->mapToGlobal(pos)), QPoint(), QPoint(sideways, delta), Qt::NoButton,
                   Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(w, &e);
+}
+
+// Where the picker point under a widget point lies, unrounded.
+QPointF picker_under(const picker_view* view, QPoint widget)
+{
+    return (QPointF(widget) - QPointF(view->shift)) / view->zoom;
 }
 
 } // namespace
@@ -79,6 +87,32 @@ class test_gestures : public QObject {
         for (const QString& t : host->mel)
             if (t.startsWith("QuillmarshPicker select") || t == "QuillmarshPicker clear")
                 out << t;
+        return out;
+    }
+
+    // The context menu a right-click opens, as "text=enabled" entries; the
+    // menu is closed again, and the right-click's effects stay.
+    QStringList right_click(QPoint at)
+    {
+        QStringList seen;
+        modal_helper::with_next_popup([&](QWidget* popup) {
+            auto* menu = qobject_cast<QMenu*>(popup);
+            if (!menu)
+                return;
+            for (QAction* a : menu->actions())
+                if (!a->isSeparator() && !a->menu())
+                    seen << QString("%1=%2").arg(a->text()).arg(a->isEnabled());
+            menu->close();
+        });
+        press(view, at, Qt::NoModifier, Qt::RightButton);
+        return seen;
+    }
+
+    QList<QStringList> names() const
+    {
+        QList<QStringList> out;
+        for (const buttonRecord& r : view->buttons)
+            out << r.names;
         return out;
     }
 
@@ -203,6 +237,35 @@ private slots:
         QCOMPARE(view->undoer()->count(), entries + 1);
     }
 
+    // Control-clicks and Control-marquees change the selection like any
+    // other: the host is told, and buttons sharing a name light together.
+    void control_gestures_tell_the_host_data()
+    {
+        QTest::addColumn<QPoint>("from");
+        QTest::addColumn<QPoint>("to");
+        QTest::addColumn<QString>("posted");
+        QTest::addColumn<int>("sharing"); // state of button 1 (hero:b, hero:c)
+        QTest::newRow("click") << QPoint(150, 50) << QPoint(150, 50) << "QuillmarshPicker select hero:c" << 2;
+        QTest::newRow("drag") << QPoint(150, 50) << QPoint(160, 60) << "QuillmarshPicker select hero:c" << 2;
+        QTest::newRow("marquee") << QPoint(80, 30) << QPoint(120, 70) << "QuillmarshPicker select hero:b hero:c" << 1;
+    }
+
+    void control_gestures_tell_the_host()
+    {
+        QFETCH(QPoint, from);
+        QFETCH(QPoint, to);
+        QFETCH(QString, posted);
+        QFETCH(int, sharing);
+        click(view, QPoint(50, 50));
+        host->clear();
+        press(view, from, Qt::ControlModifier);
+        move(view, to, Qt::ControlModifier);
+        release(view, to, Qt::ControlModifier);
+        QCOMPARE(selects(), QStringList{posted});
+        QCOMPARE(int(view->buttons[1].selected), sharing);
+        QCOMPARE(int(view->buttons[2].selected), 1);
+    }
+
     void command_buttons_run_once_when_released_inside()
     {
         press(view, QPoint(50, 150));
@@ -227,9 +290,8 @@ private slots:
         QTest::addColumn<double>("zoom");
         QTest::newRow("60 does nothing") << 60 << 1.0;
         QTest::newRow("120 one step") << 120 << 1.0625;
-        // Four steps of 60, one fewer applied.
-        QTest::newRow("240 three steps") << 240 << 1.0625 * 1.0625 * 1.0625;
-        QTest::newRow("-120 one step out") << -120 << 0.9375;
+        QTest::newRow("240 two steps") << 240 << 1.0625 * 1.0625;
+        QTest::newRow("-120 one step out") << -120 << 1 / 1.0625;
         QTest::newRow("-60 does nothing") << -60 << 1.0;
     }
 
@@ -239,6 +301,110 @@ private slots:
         QFETCH(double, zoom);
         wheel(view, QPoint(80, 90), delta);
         QCOMPARE(view->zoom, zoom);
+    }
+
+    // Notches in and as many out come back exactly, and the picker point
+    // under the pointer stays under it all along, also from a zoom that
+    // framing left between steps.
+    void wheel_steps_undo_each_other_data()
+    {
+        QTest::addColumn<double>("start");
+        QTest::addColumn<int>("notches");
+        QTest::newRow("from 1") << 1.0 << 20;
+        QTest::newRow("from a framed zoom") << 1.3 << 7;
+        QTest::newRow("into the limit") << 4.0 << 40;
+    }
+
+    void wheel_steps_undo_each_other()
+    {
+        QFETCH(double, start);
+        QFETCH(int, notches);
+        view->zoom = start;
+        view->shift = QPoint(13, -7);
+        const QPoint anchor(123, 77);
+        const QPointF under = picker_under(view, anchor);
+        double reached = 0;
+        for (int i = 0; i < 2 * notches; ++i) {
+            wheel(view, anchor, i < notches ? 120 : -120);
+            if (i == notches - 1)
+                reached = view->zoom;
+            const QPointF at = under * view->zoom + QPointF(view->shift);
+            QVERIFY2(qAbs(at.x() - anchor.x()) <= 0.5 && qAbs(at.y() - anchor.y()) <= 0.5,
+                     qPrintable(QString("step %1").arg(i)));
+        }
+        if (notches < 40)
+            QCOMPARE(reached, start * std::pow(1.0625, notches));
+        else
+            QCOMPARE(reached, 16.0);
+        if (notches < 40) {
+            QCOMPARE(view->zoom, start);
+            QCOMPARE(view->shift, QPoint(13, -7));
+        }
+    }
+
+    void wheel_pans_sideways_and_waits_for_held_buttons()
+    {
+        wheel(view, QPoint(80, 90), 0, 120);
+        QCOMPARE(view->shift, QPoint(40, 0));
+        wheel(view, QPoint(80, 90), 0, -240);
+        QCOMPARE(view->shift, QPoint(-40, 0));
+        QCOMPARE(view->zoom, 1.0);
+        // Small deltas of a fine wheel add up to a notch.
+        for (int i = 0; i < 4; ++i)
+            wheel(view, QPoint(80, 90), 30);
+        QCOMPARE(view->zoom, 1.0625);
+
+        // Not while a pan is held, even when the event reports no button.
+        press(view, QPoint(10, 10), Qt::NoModifier, Qt::MiddleButton);
+        wheel(view, QPoint(80, 90), 240);
+        QCOMPARE(view->zoom, 1.0625);
+        release(view, QPoint(10, 10), Qt::NoModifier, Qt::MiddleButton);
+        wheel(view, QPoint(80, 90), -120);
+        QCOMPARE(view->zoom, 1.0);
+    }
+
+    // Where a button is drawn is where it is hit and where a command
+    // button's press shows and runs; a pixel past the right or bottom edge
+    // is outside everywhere.
+    void hits_drawing_and_presses_agree_data()
+    {
+        QTest::addColumn<double>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::addColumn<QPoint>("at"); // button 0, bounds (41, 41) to (60, 60)
+        QTest::addColumn<bool>("inside");
+        QTest::newRow("last pixel") << 1.0 << QPoint() << QPoint(60, 60) << true;
+        QTest::newRow("past the right") << 1.0 << QPoint() << QPoint(61, 50) << false;
+        QTest::newRow("past the bottom") << 1.0 << QPoint() << QPoint(50, 61) << false;
+        QTest::newRow("first pixel") << 1.0 << QPoint() << QPoint(41, 41) << true;
+        QTest::newRow("before the left") << 1.0 << QPoint() << QPoint(40, 50) << false;
+        QTest::newRow("zoom 2, last pixel") << 2.0 << QPoint(5, 5) << QPoint(126, 126) << true;
+        QTest::newRow("zoom 2, past") << 2.0 << QPoint(5, 5) << QPoint(127, 100) << false;
+        QTest::newRow("zoom 1.5, last pixel") << 1.5 << QPoint() << QPoint(90, 90) << true;
+        QTest::newRow("zoom 1.5, past") << 1.5 << QPoint() << QPoint(90, 91) << false;
+    }
+
+    void hits_drawing_and_presses_agree()
+    {
+        QFETCH(double, zoom);
+        QFETCH(QPoint, shift);
+        QFETCH(QPoint, at);
+        QFETCH(bool, inside);
+        view->zoom = zoom;
+        view->shift = shift;
+        QCOMPARE(view->find_button_index(at), inside ? 0 : -1);
+        QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
+        view->render(&image);
+        QCOMPARE(QColor(image.pixel(at)), inside ? QColor(0x80, 0x80, 0) : QColor(51, 51, 51));
+
+        // The same button as a command button: pressed and run there only.
+        buttonRecord& b = view->buttons[0];
+        b.kind = 1;
+        b.names = QStringList{"print \"edge\";"};
+        b.nameFlags.fill(0, 1);
+        press(view, at);
+        QCOMPARE(int(b.selected), int(inside));
+        release(view, at);
+        QCOMPARE(host->mel.contains("print \"edge\";"), inside);
     }
 
     void alt_drags_zoom_and_middle_pans()
@@ -280,46 +446,120 @@ private slots:
 
     void context_menu_enables_by_what_was_hit()
     {
-        QStringList seen;
-        auto read_menu = [&] {
-            modal_helper::with_next_popup([&](QWidget* popup) {
-                auto* menu = qobject_cast<QMenu*>(popup);
-                if (!menu)
-                    return;
-                for (QAction* a : menu->actions())
-                    if (!a->isSeparator() && !a->menu())
-                        seen << QString("%1=%2").arg(a->text()).arg(a->isEnabled());
-                menu->close();
-            });
-        };
-        read_menu();
-        press(view, QPoint(300, 300), Qt::NoModifier, Qt::RightButton);
-        QCOMPARE(seen, (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
-                                    "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
-        seen.clear();
+        QCOMPARE(right_click(QPoint(300, 300)),
+                 (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
+                              "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
         picker_window::set_selection_names(QStringList{"hero:z"});
-        read_menu();
-        press(view, QPoint(50, 150), Qt::NoModifier, Qt::RightButton);
-        QCOMPARE(seen.mid(0, 5), (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0",
-                                              "Delete Button=1", "Edit Command Button...=1"}));
-        QCOMPARE(int(view->buttons[3].selected), 1); // shown selected in the view only
+        QCOMPARE(right_click(QPoint(50, 150)).mid(0, 5),
+                 (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0", "Delete Button=1",
+                              "Edit Command Button...=1"}));
+        QCOMPARE(int(view->buttons[3].selected), 1);
         QVERIFY(view->contextMenu()->actions()[3]->isEnabled());
+    }
+
+    // A right-click on a button that is not selected makes it the selection,
+    // in the host too, before the menu acts; Update binds the button to what
+    // the host had selected before the click, and needs something.
+    void right_click_acts_on_the_clicked_button_data()
+    {
+        QTest::addColumn<bool>("selectFirst"); // click button 0 (hero:a) first
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<bool>("updateEnabled");
+        QTest::addColumn<QList<QStringList>>("after");
+        const QStringList a{"hero:a"}, bc{"hero:b", "hero:c"}, c{"hero:c"}, mel{"print \"pressed\";"},
+            py{"print('py')"};
+        QTest::newRow("delete") << true << "delete" << true << QList<QStringList>{a, bc, mel, py};
+        QTest::newRow("cut") << true << "cut" << true << QList<QStringList>{a, bc, mel, py};
+        QTest::newRow("update") << true << "update" << true << QList<QStringList>{a, bc, a, mel, py};
+        QTest::newRow("update, nothing in the host") << false << "update" << false
+                                                     << QList<QStringList>{a, bc, c, mel, py};
+        QTest::newRow("delete, nothing before") << false << "delete" << false << QList<QStringList>{a, bc, mel, py};
+    }
+
+    void right_click_acts_on_the_clicked_button()
+    {
+        QFETCH(bool, selectFirst);
+        QFETCH(QString, action);
+        QFETCH(bool, updateEnabled);
+        QFETCH(QList<QStringList>, after);
+        if (selectFirst)
+            click(view, QPoint(50, 50));
+        host->clear();
+        const QStringList menu = right_click(QPoint(150, 50));
+        QCOMPARE(menu.value(2), QString("Update Button=%1").arg(int(updateEnabled)));
+        // The host hears of the new selection, and the button sharing a name
+        // shows it.
+        QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:c"});
+        QCOMPARE(int(view->buttons[0].selected), 0);
+        QCOMPARE(int(view->buttons[1].selected), 2);
+        QCOMPARE(int(view->buttons[2].selected), 1);
+        if (action == "delete")
+            view->delete_button();
+        else if (action == "cut")
+            window->cut_buttons();
+        else
+            view->update_button();
+        QCOMPARE(names(), after);
+        if (action == "update" && updateEnabled) {
+            // The host gets back the selection the button now stands for.
+            QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:a"));
+            QCOMPARE(int(view->buttons[2].selected), 1);
+            view->undoer()->undo();
+            QCOMPARE(view->buttons[2].names, QStringList{"hero:c"});
+        }
+    }
+
+    // Keys edit the selection while the pointer is over the canvas; keypad
+    // keys are the same keys.
+    void keys_edit_the_selection_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<bool>("keypad");
+        QTest::addColumn<bool>("viaMenu"); // selected by a right-click whose menu closed
+        QTest::addColumn<bool>("pointerOver");
+        QTest::addColumn<QPoint>("pos");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("count");
+        QTest::newRow("right") << int(Qt::Key_Right) << false << false << true << QPoint(51, 50) << 20 << 5;
+        QTest::newRow("keypad right") << int(Qt::Key_Right) << true << false << true << QPoint(51, 50) << 20 << 5;
+        QTest::newRow("plus") << int(Qt::Key_Plus) << false << false << true << QPoint(50, 50) << 21 << 5;
+        QTest::newRow("keypad plus") << int(Qt::Key_Plus) << true << false << true << QPoint(50, 50) << 21 << 5;
+        QTest::newRow("keypad minus") << int(Qt::Key_Minus) << true << false << true << QPoint(50, 50) << 19 << 5;
+        QTest::newRow("backspace") << int(Qt::Key_Backspace) << false << false << true << QPoint() << 0 << 4;
+        QTest::newRow("after the menu") << int(Qt::Key_Right) << false << true << true << QPoint(51, 50) << 20 << 5;
+        QTest::newRow("pointer outside") << int(Qt::Key_Right) << false << false << false << QPoint(50, 50) << 20 << 5;
+        QTest::newRow("outside after the menu") << int(Qt::Key_Backspace) << false << true << false << QPoint(50, 50)
+                                                << 20 << 5;
+    }
+
+    void keys_edit_the_selection()
+    {
+        QFETCH(int, key);
+        QFETCH(bool, keypad);
+        QFETCH(bool, viaMenu);
+        QFETCH(bool, pointerOver);
+        QFETCH(QPoint, pos);
+        QFETCH(int, width);
+        QFETCH(int, count);
+        if (viaMenu)
+            right_click(QPoint(50, 50));
+        else
+            click(view, QPoint(50, 50));
+        QCOMPARE(int(view->buttons[0].selected), 1);
+        QCursor::setPos(pointerOver ? view->mapToGlobal(QPoint(200, 200)) : window->mapToGlobal(QPoint(-40, -40)));
+        QWidget* focus = QApplication::focusWidget() ? QApplication::focusWidget() : view;
+        QTest::keyClick(focus, Qt::Key(key), keypad ? Qt::KeypadModifier : Qt::NoModifier);
+        QCOMPARE(view->buttons.size(), count);
+        if (count == 5) {
+            QCOMPARE(view->buttons[0].pos, pos);
+            QCOMPARE(view->buttons[0].width, width);
+        }
     }
 
     void keys_act_on_the_front_picker_only()
     {
         click(view, QPoint(50, 50));
-        view->setFocus();
-        QTest::keyClick(view, Qt::Key_Right);
-        QCOMPARE(view->buttons[0].pos, QPoint(51, 50));
-        QTest::keyClick(view, Qt::Key_Plus);
-        QCOMPARE(view->buttons[0].width, 21);
-        QCOMPARE(view->buttons[0].height, 21);
-        QCOMPARE(view->undoer()->count(), 3); // nudge, width, height
-        QTest::keyClick(view, Qt::Key_Backspace);
-        QCOMPARE(view->buttons.size(), 4);
-
-        // A view that is not the front picker ignores its keys.
+        QCursor::setPos(view->mapToGlobal(QPoint(200, 200)));
         window->new_tab();
         QVERIFY(window->frontPicker() != view);
         QKeyEvent key(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
@@ -344,8 +584,56 @@ private slots:
         const int writes = scene_writes();
         release(view, QPoint(40, 40));
         QVERIFY(view->mouseCommand() == nullptr);
-        QCOMPARE(view->undoer()->count(), 0);
         QCOMPARE(scene_writes(), writes + 1);
+
+        // The whole row is one undo step, redone where the drag left it.
+        QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->undoer()->undoText(), QString("Add Many Buttons"));
+        view->undoer()->undo();
+        QCOMPARE(view->buttons.size(), 0);
+        view->undoer()->redo();
+        QCOMPARE(view->buttons.size(), 3);
+        QCOMPARE(view->buttons[2].pos, QPoint(40, 20));
+        QCOMPARE(view->buttons[2].names, QStringList{"x3"});
+    }
+
+    void add_many_can_be_cancelled_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<bool>("pressed"); // while dragging, or before the first press
+        QTest::newRow("escape while dragging") << "escape" << true;
+        QTest::newRow("escape before the press") << "escape" << false;
+        QTest::newRow("right click while dragging") << "right" << true;
+        QTest::newRow("right click before the press") << "right" << false;
+    }
+
+    void add_many_can_be_cancelled()
+    {
+        QFETCH(QString, how);
+        QFETCH(bool, pressed);
+        picker_window::set_selection_names(QStringList{"x1", "x2"});
+        view->add_many_buttons();
+        QVERIFY(view->mouseCommand());
+        if (pressed) {
+            press(view, QPoint(40, 40));
+            move(view, QPoint(90, 40));
+            QCOMPARE(view->buttons.size(), 7);
+        }
+        QCursor::setPos(view->mapToGlobal(QPoint(90, 40)));
+        if (how == "escape")
+            QTest::keyClick(window, Qt::Key_Escape);
+        else
+            mouse(view, QEvent::MouseButtonPress, QPoint(90, 40), Qt::RightButton,
+                  pressed ? Qt::LeftButton | Qt::RightButton : Qt::RightButton);
+        QVERIFY(view->mouseCommand() == nullptr);
+        QCOMPARE(view->buttons.size(), 5);
+        release(view, QPoint(90, 40));
+        QCOMPARE(view->buttons.size(), 5);
+        QCOMPARE(view->undoer()->count(), 0);
+        // The next press is an ordinary click again.
+        click(view, QPoint(50, 50));
+        QCOMPARE(int(view->buttons[0].selected), 1);
+        QCOMPARE(view->buttons.size(), 5);
     }
 
     void command_buttons_are_added_and_edited_in_the_dialog()

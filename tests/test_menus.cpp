@@ -11,16 +11,19 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QPointer>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTextEdit>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTextEdit>
 #include <QUndoStack>
 #include <QtTest>
 
@@ -81,6 +84,7 @@ private slots:
     void init()
     {
         picker_window::set_selection_names({});
+        QFile::remove(recent_pickers_path());
         host = new recording_host;
         window = new picker_window(nullptr);
     }
@@ -129,7 +133,8 @@ private slots:
         config.close();
         window->parse_picker_config(config.fileName());
         window->parse_picker_config(dir.filePath("missing.cfg"));
-        QCOMPARE(window->recentPickers().keys(), (QStringList{"arm", "legs"}));
+        // The save made just before heads the list.
+        QCOMPARE(window->recentNames(), (QStringList{"Untitled", "arm", "legs"}));
         QCOMPARE(window->recentPickers().value("legs"), QString("/pickers/legs one.pkr"));
         QAction* arm = find_action(window, "arm");
         QVERIFY(arm);
@@ -137,6 +142,39 @@ private slots:
         arm->trigger();
         QCOMPARE(window->tabs()->count(), 2);
         QCOMPARE(window->frontPicker()->path(), pkr);
+    }
+
+    void opening_and_saving_keep_a_short_recent_list()
+    {
+        // Saved one after another, each picker goes to the top; the list
+        // keeps the newest ten, and a new window reads them back in order.
+        picker_view* view = window->frontPicker();
+        view->push_button(button(QPoint(3, 4), {"a"}), -1);
+        QStringList paths;
+        for (int i = 0; i < 12; ++i) {
+            window->tabs()->setTabText(0, QString("p%1").arg(i));
+            paths << dir.filePath(QString("p%1.pkr").arg(i));
+            QVERIFY(window->do_save(view, paths.last()));
+        }
+        QStringList newest;
+        for (int i = 11; i >= 2; --i)
+            newest << QString("p%1").arg(i);
+        QCOMPARE(window->recentNames(), newest);
+        window->load_one_picker(paths[5]);
+        newest.removeAll("p5");
+        newest.prepend("p5");
+        QCOMPARE(window->recentNames(), newest);
+        QCOMPARE(window->recentPickers().value("p5"), paths[5]);
+        // The same file saved under another name replaces its entry.
+        window->tabs()->setTabText(0, "renamed");
+        QVERIFY(window->do_save(view, paths[11]));
+        newest.removeAll("p11");
+        newest.prepend("renamed");
+        QCOMPARE(window->recentNames(), newest);
+
+        picker_window again(nullptr);
+        QCOMPARE(again.recentNames(), newest);
+        QCOMPARE(again.recentPickers().value("renamed"), paths[11]);
     }
 
     void saved_file_is_the_documented_bytes()
@@ -311,6 +349,54 @@ private slots:
         window->toggle_toolbox();
         QVERIFY(window->toolboxShown());
         QCOMPARE(find_action(window, "Hide Toolbox")->text(), QString("Hide Toolbox"));
+    }
+
+    void toolbox_follows_the_host_selection()
+    {
+        // A selection made in the host lights buttons; the toolbox shows the
+        // first lit one in list order, whatever the hash order of the values.
+        picker_view* view = window->frontPicker();
+        const QRgb colours[] = {0x112233, 0x445566, 0x778899};
+        for (int i = 0; i < 3; ++i) {
+            buttonAttributes a = button(QPoint(5 + 20 * i, 5), {QString("n%1").arg(i)});
+            a.color = colours[i];
+            a.width = a.size = 20 + i;
+            view->push_button(a, -1);
+        }
+        window->setSelection({"n1"});
+        QCOMPARE(window->currentColor(), colours[1]);
+        QCOMPARE(window->currentWidth(), 21);
+        window->setSelection({"n2", "n0", "n1"});
+        QCOMPARE(window->currentColor(), colours[0]);
+        QCOMPARE(window->currentWidth(), 20);
+        // Nothing lit: the toolbox keeps what it had, for the next new button.
+        window->setSelection({"elsewhere"});
+        QCOMPARE(window->currentColor(), colours[0]);
+    }
+
+    void colour_menu_stays_on_the_screen_data()
+    {
+        QTest::addColumn<QPoint>("offset");
+        QTest::newRow("middle") << QPoint(0, 0);
+        QTest::newRow("top left corner") << QPoint(-10000, -10000);
+        QTest::newRow("bottom right corner") << QPoint(10000, 10000);
+    }
+    void colour_menu_stays_on_the_screen()
+    {
+        QFETCH(QPoint, offset);
+        QScreen* screen = QGuiApplication::primaryScreen();
+        const QRect area = screen->availableGeometry();
+        QPoint at = area.center() + offset;
+        at.setX(qBound(area.left(), at.x(), area.right()));
+        at.setY(qBound(area.top(), at.y(), area.bottom()));
+        QColor white(Qt::white);
+        QPointer<picker_colorMenu> menu = picker_colorMenu::execute_color(nullptr, at, &white);
+        QVERIFY(area.contains(menu->frameGeometry()));
+        // Where there is room, the current colour's cell is under the pointer.
+        const QPoint cell = menu->pos() + menu->indexToPosition(menu->findColorIndex(white));
+        if (offset.isNull())
+            QVERIFY((cell - at).manhattanLength() <= 4);
+        delete menu;
     }
 
     void toolbox_edits_are_undoable()

@@ -262,6 +262,71 @@ private slots:
         QVERIFY(!view.buttons[10].labelPixmap.isRendered());
     }
 
+    // A label enlarged by the zoom (or a dense screen) is drawn at that
+    // size, not as its 16 pixel picture blown up, whose rows would come in
+    // runs of identical ones: most rows of a sharp label differ from the
+    // one above.
+    void labels_stay_sharp_when_zoomed_data()
+    {
+        QTest::addColumn<double>("zoom");
+        QTest::addColumn<int>("ratio"); // device pixels a widget pixel
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("selected");
+        QTest::newRow("4, selection button") << 4.0 << 1 << 0 << 0;
+        QTest::newRow("4, selected, xor") << 4.0 << 1 << 0 << 1;
+        QTest::newRow("3, command button") << 3.0 << 1 << 1 << 0;
+        QTest::newRow("16") << 16.0 << 1 << 0 << 0;
+        QTest::newRow("1 on a dense screen") << 1.0 << 2 << 0 << 0;
+    }
+
+    void labels_stay_sharp_when_zoomed()
+    {
+        QFETCH(double, zoom);
+        QFETCH(int, ratio);
+        QFETCH(int, kind);
+        QFETCH(int, selected);
+        picker_view view(nullptr);
+        view.resize(800, 600);
+        view.show();
+        buttonAttributes a;
+        a.pos = QPoint(20, 10);
+        a.size = a.width = a.height = 4;
+        a.kind = kind;
+        a.color = 0x203040;
+        a.labelColor = 0xffffff;
+        a.label = "Wg";
+        a.names = QStringList{"n"};
+        view.push_button(a, -1);
+        view.buttons[0].selected = qint16(selected);
+        view.zoom = zoom;
+        view.shift = QPoint(400, 300) - QPoint(int(20 * zoom), int(10 * zoom));
+        auto draw = [&] {
+            QImage image(view.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+            image.setDevicePixelRatio(ratio);
+            image.fill(Qt::transparent);
+            view.render(&image);
+            return image;
+        };
+        const QImage image = draw();
+        view.set_paint_caching(false);
+        QCOMPARE(draw(), image);
+        view.set_paint_caching(true);
+
+        const QSize picture = view.buttons[0].labelPixmap.size();
+        QRect label(QPoint(0, 0), (QSizeF(picture) * zoom * ratio).toSize());
+        label.moveCenter(QPoint(400, 300) * ratio);
+        label &= image.rect();
+        int changes = 0;
+        for (int y = label.top() + 1; y <= label.bottom(); ++y)
+            for (int x = label.left(); x <= label.right(); ++x)
+                if (image.pixel(x, y) != image.pixel(x, y - 1)) {
+                    ++changes;
+                    break;
+                }
+        QVERIFY2(changes * 5 > label.height() * 3,
+                 qPrintable(QString("%1 of %2 rows change").arg(changes).arg(label.height())));
+    }
+
     void label_picture_is_the_text_drawn_data()
     {
         QTest::addColumn<QString>("label");

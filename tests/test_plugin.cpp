@@ -13,7 +13,10 @@
 #include <maya/MStatus.h>
 
 #include <QDockWidget>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
+#include <QPushButton>
 #include <QScreen>
 #include <QSettings>
 #include <QStandardPaths>
@@ -518,8 +521,8 @@ private slots:
         QTest::addColumn<QSize>("stored");
         QTest::addColumn<QPoint>("position");
         QTest::addColumn<QSize>("size");
-        QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 100);
-        QTest::newRow("low only widens") << QSize(300, 100) << QPoint(10, 10) << QSize(150, 100);
+        QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 150);
+        QTest::newRow("low") << QSize(300, 100) << QPoint(10, 10) << QSize(300, 150);
         QTest::newRow("fine") << QSize(300, 250) << QPoint(10, 10) << QSize(300, 250);
     }
 
@@ -546,6 +549,33 @@ private slots:
         QSettings settings("Quillmarsh", "picker");
         QCOMPARE(settings.value("pickerSize").toSize(), QSize(333, 222));
         QCOMPARE(settings.value("pickerPosition").toPoint(), QPoint(20, 30));
+    }
+
+    void default_size_fits_the_toolbox()
+    {
+        picker_main::cleanup();
+        {
+            QSettings settings("Quillmarsh", "picker");
+            settings.remove("pickerSize");
+            settings.remove("pickerPosition");
+        }
+        run("QuillmarshPicker");
+        QWidget* window = picker_main::window_->widget();
+        QVERIFY(QTest::qWaitForWindowExposed(picker_main::window_));
+        QVERIFY(picker_main::window_->height() >= 400);
+        // Every control of the toolbox gets the room it asks for.
+        int controls = 0;
+        for (QWidget* w : window->findChildren<QWidget*>()) {
+            if (!qobject_cast<QPushButton*>(w) && !qobject_cast<QLabel*>(w) && !qobject_cast<QLineEdit*>(w))
+                continue;
+            if (!w->isVisible())
+                continue;
+            ++controls;
+            const QRect placed(w->mapTo(window, QPoint(0, 0)), w->size());
+            QVERIFY2(window->rect().contains(placed), qPrintable(w->objectName() + " " + w->toolTip()));
+            QVERIFY2(w->width() >= w->minimumSizeHint().width(), qPrintable(w->toolTip()));
+        }
+        QVERIFY(controls >= 6);
     }
 
     void off_screen_window_is_centred()

@@ -6,6 +6,7 @@
 #include "model/scene_data.h"
 #include "modal_helper.h"
 #include "recording_host.h"
+#include "view/overlays.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
@@ -156,10 +157,100 @@ private slots:
         QCOMPARE(picker_window::selection(), (QStringList{"old1", "new2", "other"}));
     }
 
+    void restored_pickers_start_framed()
+    {
+        // A picture larger than the window, and a button beyond it: after a
+        // restore, both are in view whichever tab is shown first.
+        recording_host host;
+        QByteArray data;
+        {
+            picker_window w(nullptr);
+            QPixmap picture(600, 500);
+            picture.fill(Qt::darkGray);
+            w.place_background(w.frontPicker(), "5", picture);
+            buttonAttributes far = button({"far"});
+            far.pos = QPoint(650, 520);
+            w.frontPicker()->push_button(far, -1);
+            w.new_tab();
+            w.frontPicker()->push_button(button({"near"}), -1);
+            QDataStream out(&data, QIODevice::WriteOnly);
+            w.streamTo(out);
+        }
+        picker_window w(nullptr);
+        w.resize(400, 400);
+        QDataStream in(data);
+        w.streamFrom(in);
+        w.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        for (int i : {1, 0}) {
+            w.tabs()->setCurrentIndex(i);
+            QTest::qWait(20);
+            picker_view* view = view_at(w, i);
+            const QRect everything = view->button_bounds(false) | view->background.rect();
+            QVERIFY2(view->rect().contains(view->mapToScreen(everything)), qPrintable(QString("tab %1").arg(i)));
+        }
+    }
+
+    void banner_labels_never_overlap_data()
+    {
+        QTest::addColumn<int>("width");
+        for (int w : {150, 300, 400, 520, 900})
+            QTest::newRow(qPrintable(QString::number(w))) << w;
+    }
+    void banner_labels_never_overlap()
+    {
+        QFETCH(int, width);
+        picker_view view(nullptr);
+        banner_overlay* banner = view.overlays.banner();
+        banner->resize(width, 300);
+        QRect last(0, 0, banner_overlay::logo.width(), 1);
+        int shown = 0;
+        for (const banner_overlay::bannerRecord& link : banner->links) {
+            if (link.rect.isNull())
+                continue;
+            ++shown;
+            QVERIFY2(link.rect.left() > last.right(), qPrintable(link.label));
+            QVERIFY2(link.rect.right() < width, qPrintable(link.label));
+            last = link.rect;
+        }
+        QVERIFY(width < 900 || shown == banner->links.size());
+    }
+
+    void buttons_under_the_banner_keep_their_clicks()
+    {
+        picker_view view(nullptr);
+        view.resize(600, 300);
+        banner_overlay* banner = view.overlays.banner();
+        banner->resize(600, 300);
+        const banner_overlay::bannerRecord& link = banner->links.first();
+        const QPoint on_link(link.rect.center().x(), 290);
+        QVERIFY(banner->click(on_link));
+        view.addMouseCommand(nullptr);
+        buttonAttributes a = button({"under"});
+        a.pos = view.mapToPicker(on_link);
+        a.width = a.height = a.size = 20;
+        view.push_button(a, -1);
+        QVERIFY(view.find_button(on_link));
+        QVERIFY(!banner->click(on_link));
+    }
+
     void closing_a_tab_asks_first()
     {
         recording_host host;
         picker_window w(nullptr);
+        // An empty tab has nothing to lose and goes without a question.
+        w.new_tab();
+        modal_helper::last_text().clear();
+        modal_helper::answer_next("Cancel", 5);
+        w.close_one(1);
+        QTest::qWait(100);
+        QCOMPARE(w.tabs()->count(), 1);
+        QVERIFY(modal_helper::last_text().isEmpty());
+        w.flushSceneData(false);
+        host.mel.clear();
+        host.now.clear();
+
+        view_at(w, 0)->push_button(button({"a"}), -1);
         modal_helper::answer_next("Cancel");
         w.close_one(0);
         QCOMPARE(modal_helper::last_text(),

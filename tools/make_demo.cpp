@@ -1,8 +1,13 @@
 // Builds the demo scene: draws the two characters' pictures, then runs
 // examples/demo/build_demo.mel in the stand-in host with the plug-in's own
 // code, the way a TD builds pickers from a script, and saves the scene.
-//   make_demo OUTPUT_FOLDER [BUILD_SCRIPT]   (writes demo.ma and images/*.png)
+//   make_demo [--view ZOOM,X,Y] [--pickers] OUTPUT_FOLDER [BUILD_SCRIPT]
+// writes demo.ma and images/*.png. --view gives every tab that zoom and pan
+// as it is made, as a user looking at it would; the script must build the
+// same pickers anyway. --pickers also saves each tab as <tab>.pkr.
 #include "plugin/picker_main.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
 
 #include <sandbox/host.h>
 
@@ -14,6 +19,7 @@
 #include <QMainWindow>
 #include <QPainter>
 #include <QPainterPath>
+#include <QTabWidget>
 
 #include <cstdio>
 
@@ -75,8 +81,79 @@ bool fail(const QString& message)
     return false;
 }
 
-bool build(const QDir& out, const QString& script)
+struct options {
+    QString out;
+    QString script = QStringLiteral(DEMO_SCRIPT);
+    bool view = false;
+    float zoom = 1.0f;
+    QPoint shift;
+    bool pickers = false;
+};
+
+bool parse(const QStringList& args, options& o)
 {
+    QStringList rest;
+    for (int i = 0; i < args.size(); ++i) {
+        if (args[i] == "--pickers") {
+            o.pickers = true;
+        } else if (args[i] == "--view" && i + 1 < args.size()) {
+            const QStringList v = args[++i].split(',');
+            bool ok[3] = {};
+            if (v.size() != 3)
+                return false;
+            o.zoom = v[0].toFloat(&ok[0]);
+            o.shift = QPoint(v[1].toInt(&ok[1]), v[2].toInt(&ok[2]));
+            if (!ok[0] || !ok[1] || !ok[2])
+                return false;
+            o.view = true;
+        } else if (args[i].startsWith("--")) {
+            return false;
+        } else {
+            rest << args[i];
+        }
+    }
+    if (rest.isEmpty() || rest.size() > 2)
+        return false;
+    o.out = rest[0];
+    if (rest.size() == 2)
+        o.script = rest[1];
+    return true;
+}
+
+// Every tab the script makes gets the zoom and pan as it becomes current,
+// until the script is done.
+QMetaObject::Connection look_at_tabs(const options& o)
+{
+    picker_window* w = picker_main::picker();
+    if (!w)
+        return {};
+    return QObject::connect(w->tabs(), &QTabWidget::currentChanged, w, [o](int) {
+        if (picker_view* view = picker_main::current_view()) {
+            view->setZoom(o.zoom, QPoint(0, 0));
+            view->setShift(o.shift);
+        }
+    });
+}
+
+bool save_pickers(const QDir& out)
+{
+    sandbox::host& h = sandbox::host::instance();
+    picker_window* w = picker_main::picker();
+    const int current = w->tabs()->currentIndex();
+    for (int i = 0; i < w->tabs()->count(); ++i) {
+        w->tabs()->setCurrentIndex(i);
+        const QString path = out.filePath(w->tabs()->tabText(i) + ".pkr");
+        if (!h.execute(QString("QuillmarshPicker saveas \"%1\"").arg(path)))
+            return fail("cannot save " + path);
+    }
+    w->tabs()->setCurrentIndex(current);
+    return true;
+}
+
+bool build(const options& o)
+{
+    const QDir out(o.out);
+    const QString& script = o.script;
     sandbox::host& h = sandbox::host::instance();
     if (!draw_character(QColor(88, 120, 168), QColor(200, 160, 60)).save(out.filePath("images/hero.png")) ||
         !draw_character(QColor(176, 112, 72), QColor(90, 150, 110)).save(out.filePath("images/sidekick.png")))
@@ -89,13 +166,19 @@ bool build(const QDir& out, const QString& script)
                               reinterpret_cast<void*>(&uninitializePlugin), &error))
         return fail(error);
     bool ok = h.execute(QString::fromUtf8(file.readAll()));
+    QMetaObject::Connection looking;
+    if (o.view) {
+        ok = ok && h.execute("QuillmarshPicker");
+        looking = look_at_tabs(o);
+    }
     ok = ok && h.execute(QString("quillmarshBuildDemo(\"%1\")").arg(out.filePath("images")));
+    QObject::disconnect(looking);
     h.drain_idle();
     if (!ok || h.error_count() > 0)
         return fail("the build script failed");
     if (!h.save_scene(out.filePath("demo.ma"), &error))
         return fail(error);
-    return true;
+    return !o.pickers || save_pickers(out);
 }
 
 } // namespace
@@ -103,19 +186,19 @@ bool build(const QDir& out, const QString& script)
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    if (argc < 2 || argc > 3) {
-        std::fprintf(stderr, "usage: make_demo OUTPUT_FOLDER [BUILD_SCRIPT]\n");
+    options o;
+    if (!parse(app.arguments().mid(1), o)) {
+        std::fprintf(stderr, "usage: make_demo [--view ZOOM,X,Y] [--pickers] OUTPUT_FOLDER [BUILD_SCRIPT]\n");
         return 2;
     }
-    QDir out(QString::fromLocal8Bit(argv[1]));
+    QDir out(o.out);
     if (!out.mkpath("images")) {
-        std::fprintf(stderr, "make_demo: cannot write into %s\n", argv[1]);
+        std::fprintf(stderr, "make_demo: cannot write into %s\n", qPrintable(o.out));
         return 1;
     }
-    const QString script = argc == 3 ? QString::fromLocal8Bit(argv[2]) : QStringLiteral(DEMO_SCRIPT);
     QMainWindow main;
     sandbox::host::instance().set_main_window(&main);
-    bool ok = build(out, script);
+    bool ok = build(o);
     sandbox::host::instance().unload_plugin("QuillmarshPicker", nullptr);
     if (!ok)
         return 1;

@@ -51,6 +51,7 @@ arrange_buttons_cmd::arrange_buttons_cmd(picker_view* view, int mode) : view(vie
         const QRect spot(r.pos, QSize(1, 1));
         extent = indices.isEmpty() ? spot : extent.united(spot);
         indices.append(k);
+        listIndices.append(k);
         oldPositions.append(r.pos);
     }
     const int n = indices.size();
@@ -101,16 +102,13 @@ void arrange_buttons_cmd::redo()
     view->signal_changed();
 }
 
-// The positions were captured in list order and the indices are in sorted
-// order; they are paired as they stand, and bounds are left for the next
-// label or size update to recentre. Both are this command's behaviour.
 void arrange_buttons_cmd::undo()
 {
-    if (indices.isEmpty())
+    if (indices.size() < 2)
         return;
-    for (int i = 0; i < indices.size() && i < oldPositions.size(); ++i)
-        if (indices[i] >= 0 && indices[i] < view->buttons.size())
-            view->buttons[indices[i]].pos = oldPositions[i];
+    for (int i = 0; i < listIndices.size(); ++i)
+        if (listIndices[i] >= 0 && listIndices[i] < view->buttons.size())
+            view->buttons[listIndices[i]].moveTo(oldPositions[i]);
     view->refresh();
     view->signal_changed();
 }

@@ -21,8 +21,9 @@ public:
 private:
     picker_view* view;
     int mode;
-    QVector<int> indices;       // in arrangement order
-    QVector<QPoint> oldPositions; // in list order
+    QVector<int> indices;         // in arrangement order
+    QVector<int> listIndices;     // in list order, paired with oldPositions
+    QVector<QPoint> oldPositions;
     QPoint centre;
     QRect extent;
 };

@@ -130,6 +130,36 @@ int add_button_cmd::id() const
     return command_id::add_button;
 }
 
+// ----- add_buttons_cmd
+
+add_buttons_cmd::add_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, const QString& text)
+    : view(view)
+    , added(buttons)
+{
+    setText(text);
+}
+
+void add_buttons_cmd::redo()
+{
+    indices.clear();
+    for (const buttonAttributes& a : added)
+        indices.append(view->push_button(a, -1));
+    view->conform_to_selection();
+    announce(view);
+}
+
+void add_buttons_cmd::undo()
+{
+    remove_buttons(view, indices);
+    view->conform_to_selection();
+    view->refresh();
+}
+
+int add_buttons_cmd::id() const
+{
+    return command_id::add_many;
+}
+
 // ----- move_buttons_cmd
 
 move_buttons_cmd::move_buttons_cmd(picker_view* view, const QVector<QPoint>& oldPositions,

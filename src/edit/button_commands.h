@@ -47,6 +47,21 @@ private:
     int buttonIndex = -1;
 };
 
+// The buttons "Add Many Buttons" laid out, as one step: they were placed
+// live during the drag and are appended again, as they ended, on redo.
+class add_buttons_cmd : public QUndoCommand {
+public:
+    add_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, const QString& text);
+    void undo() override;
+    void redo() override;
+    int id() const override;
+
+private:
+    picker_view* view;
+    QList<buttonAttributes> added;
+    QVector<int> indices;
+};
+
 class move_buttons_cmd : public QUndoCommand {
 public:
     move_buttons_cmd(picker_view* view, const QVector<QPoint>& oldPositions, const QVector<int>& indices,

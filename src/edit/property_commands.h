@@ -27,7 +27,8 @@ enum : int {
     change_label = 10,
     change_label_color = 11,
     cut = 12,
-    paste = 13
+    paste = 13,
+    add_many = 14
 };
 }
 

@@ -3,6 +3,10 @@
 #include <QColor>
 #include <QImage>
 #include <QPainter>
+#include <QTransform>
+
+#include <algorithm>
+#include <cmath>
 
 struct label_art {
     QString text;
@@ -66,6 +70,33 @@ const QPixmap& label_picture::pixmap() const
         art_->pixmap = QPixmap::fromImage(std::move(image));
     }
     return art_->pixmap;
+}
+
+void label_picture::draw(QPainter& painter, const QRectF& target) const
+{
+    if (!art_)
+        return;
+    const QSizeF size(art_->size);
+    // In device pixels: a high-density screen enlarges the picture too.
+    const QTransform& device = painter.deviceTransform();
+    const qreal density = std::max(std::hypot(device.m11(), device.m12()), std::hypot(device.m21(), device.m22()));
+    if (target.width() * density <= size.width() && target.height() * density <= size.height()) {
+        painter.drawPixmap(target, pixmap(), QRectF(QPointF(0, 0), size));
+        return;
+    }
+    // Enlarging the picture would enlarge its pixels: the text is laid out
+    // as in the picture and drawn through the scale instead, smoothed.
+    painter.save();
+    painter.translate(target.topLeft());
+    painter.scale(target.width() / size.width(), target.height() / size.height());
+    QFont font = art_->font;
+    font.setStyleStrategy(QFont::PreferAntialias);
+    painter.setFont(font);
+    painter.setPen(QColor(QRgb(art_->color)));
+    painter.setBrush(Qt::NoBrush);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    painter.drawText(QRectF(QPointF(0, 0), size), Qt::AlignCenter, art_->text);
+    painter.restore();
 }
 
 label_picture label_picture::from(const weak_handle& handle)

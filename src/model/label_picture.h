@@ -10,6 +10,7 @@
 
 #include <memory>
 
+class QPainter;
 struct label_art;
 
 class label_picture {
@@ -30,6 +31,9 @@ public:
 
     // The picture itself; drawn on the first call.
     const QPixmap& pixmap() const;
+    // Draws the label into a target rectangle: the picture where it is not
+    // enlarged, else the text itself, scaled, so that it stays sharp.
+    void draw(QPainter& painter, const QRectF& target) const;
     operator const QPixmap&() const { return pixmap(); }
 
     // Identifies the picture: equal for copies, different for any other.

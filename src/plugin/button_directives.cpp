@@ -1,6 +1,7 @@
 // The directives that build and inspect buttons from scripts. A button is
 // addressed by label or object name ("label", "arm") or, when the argument
 // count says so, by a point (ignored word, x, y).
+#include "model/limits.h"
 #include "plugin/picker_main.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
@@ -14,31 +15,12 @@
 
 #include <cmath>
 #include <type_traits>
-#include <cstdlib>
 
 namespace {
 
 QString text_at(const MStringArray& args, unsigned i)
 {
     return i < args.length() ? MQtUtil::toQString(args[i]) : QString();
-}
-
-// Numbers read as Maya reads them from text: the leading number, else 0.
-double number_at(const MStringArray& args, unsigned i)
-{
-    const QByteArray text = text_at(args, i).toUtf8();
-    const double value = std::strtod(text.constData(), nullptr);
-    return std::isfinite(value) ? value : 0.0;
-}
-
-int int_at(const MStringArray& args, unsigned i)
-{
-    const double value = number_at(args, i);
-    if (value >= 2147483647.0)
-        return 2147483647;
-    if (value <= -2147483648.0)
-        return -2147483647 - 1;
-    return int(value);
 }
 
 MStatus fail(const QString& message)
@@ -49,10 +31,77 @@ MStatus fail(const QString& message)
 
 MStatus wrong_count(const char* directive)
 {
-    return fail(QString("%1 - %2: wrong number of arguments").arg(texts::command_name, directive));
+    return script_error(directive, "wrong number of arguments");
 }
 
 const char* const not_found = "Couldn't find any matching buttons!";
+
+// Arguments read strictly: a typo in a build script is an error that
+// changes nothing, never a silent 0 or black.
+struct reader {
+    const char* directive;
+    const MStringArray& args;
+    MStatus status = MStatus::kSuccess;
+
+    bool ok() const { return bool(status); }
+
+    double number(unsigned i, const char* what)
+    {
+        const QString text = text_at(args, i);
+        bool parsed = false;
+        const double value = text.trimmed().toDouble(&parsed);
+        if (ok() && (!parsed || !std::isfinite(value)))
+            status = script_error(directive, QString("%1 must be a number, not \"%2\"").arg(what, text));
+        return ok() ? value : 0.0;
+    }
+
+    // A position in picker coordinates, truncated like every stored one.
+    int coordinate(unsigned i, const char* what)
+    {
+        const double value = number(i, what);
+        if (ok() && std::fabs(value) > limits::max_coordinate)
+            status = script_error(directive, QString("%1 must be between %2 and %3, not %4")
+                                         .arg(what)
+                                         .arg(-limits::max_coordinate)
+                                         .arg(limits::max_coordinate)
+                                         .arg(text_at(args, i)));
+        return ok() ? int(value) : 0;
+    }
+
+    QPoint point(unsigned i)
+    {
+        const int x = coordinate(i, "x");
+        const int y = coordinate(i + 1, "y");
+        return QPoint(x, y);
+    }
+
+    // Sizes and flags; what is too large for a side is left to the view.
+    int integer(unsigned i, const char* what)
+    {
+        const double value = number(i, what);
+        return ok() ? int(qBound(-2147483648.0, value, 2147483647.0)) : 0;
+    }
+
+    int channel(unsigned i, const char* what)
+    {
+        const double value = number(i, what);
+        if (ok() && (value < 0 || value > 255 || value != std::floor(value)))
+            status = script_error(directive, QString("%1 must be a whole number from 0 to 255, not %2")
+                                         .arg(what, text_at(args, i)));
+        return ok() ? int(value) : 0;
+    }
+
+    QRgb color(unsigned i, const char* what)
+    {
+        const QString text = text_at(args, i);
+        QColor color;
+        color.setNamedColor(text.trimmed());
+        if (ok() && !color.isValid())
+            status = script_error(directive,
+                                  QString("%1 must be a colour name or #rrggbb, not \"%2\"").arg(what, text));
+        return ok() ? color.rgb() : QRgb(0);
+    }
+};
 
 // The addressed button. Point form when the count is exactly pointCount,
 // else name form, which needs the mode, the name and `further` values.
@@ -63,12 +112,25 @@ struct target {
     buttonRecord& button() const { return view->buttons[index]; }
 };
 
+// The first button whose bounds hold the point, in picker coordinates, so a
+// script finds the same button whatever the view's zoom and pan.
+int find_at(const picker_view* view, const QPoint& at)
+{
+    for (int i = 0; i < view->buttons.size(); ++i)
+        if (view->buttons[i].bounds.contains(at))
+            return i;
+    return -1;
+}
+
 MStatus find_target(const char* directive, const MStringArray& args, unsigned pointCount, unsigned further,
                     target& t)
 {
     if (args.length() == pointCount) {
-        QPoint at(int(number_at(args, 1)), int(number_at(args, 2)));
-        t.index = t.view->find_button_index(at);
+        reader in{directive, args};
+        const QPoint at = in.point(1);
+        if (!in.ok())
+            return in.status;
+        t.index = find_at(t.view, at);
         t.next = 3;
     } else {
         if (args.length() < 2 + further)
@@ -83,16 +145,6 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
     return MStatus::kSuccess;
 }
 
-// The picker's own highlight only; the host is not told.
-void select_in_picker(const target& t)
-{
-    if (picker_window* w = picker_main::picker())
-        w->clearAllSelected();
-    t.button().select(false);
-    t.view->conform_to_selection();
-    t.view->refresh();
-}
-
 void changed(picker_view* view)
 {
     view->refresh();
@@ -100,18 +152,6 @@ void changed(picker_view* view)
         view->signal_changed();
         view->update_toolbox();
     }
-}
-
-QRgb color_from_name(const QString& name)
-{
-    QColor color;
-    color.setNamedColor(name);
-    return color.rgb();
-}
-
-int channel(int v)
-{
-    return v < 0 ? 0 : (v > 255 ? 255 : v);
 }
 
 // Runs `act` on the addressed button of the current tab; no tab is a silent
@@ -138,25 +178,37 @@ MStatus with_target(const char* directive, const MStringArray& args, unsigned po
 
 MStatus picker_main::move_button(const MStringArray& args)
 {
-    return with_target("move_button", args, 5, 2, [&](const target& t) {
-        t.button().moveTo(QPoint(int(number_at(args, t.next)), int(number_at(args, t.next + 1))));
+    return with_target("move_button", args, 5, 2, [&](const target& t) -> MStatus {
+        reader in{"move_button", args};
+        const QPoint to = in.point(t.next);
+        if (!in.ok())
+            return in.status;
+        t.button().moveTo(to);
         t.view->conform_to_selection();
         changed(t.view);
+        return MStatus::kSuccess;
     });
 }
 
 MStatus picker_main::resize_button(const MStringArray& args)
 {
-    return with_target("resize_button", args, 5, 2, [&](const target& t) {
-        t.view->set_button_size(t.button(), int_at(args, t.next), int_at(args, t.next + 1));
+    return with_target("resize_button", args, 5, 2, [&](const target& t) -> MStatus {
+        reader in{"resize_button", args};
+        const int w = in.integer(t.next, "width");
+        const int h = in.integer(t.next + 1, "height");
+        if (!in.ok())
+            return in.status;
+        t.view->set_button_size(t.button(), w, h);
         changed(t.view);
+        return MStatus::kSuccess;
     });
 }
 
+// Renaming and rebinding leave the picker's selection alone: it stays what
+// the host has selected, so the next add_button binds that.
 MStatus picker_main::rename_button(const MStringArray& args)
 {
     return with_target("rename_button", args, 4, 1, [&](const target& t) {
-        select_in_picker(t);
         t.view->set_button_label(t.button(), text_at(args, t.next));
         changed(t.view);
     });
@@ -168,7 +220,8 @@ MStatus picker_main::update_button(const MStringArray& args)
         buttonRecord& r = t.button();
         r.names = QStringList{text_at(args, t.next)};
         r.nameFlags.resize(1);
-        r.select(false);
+        // Lit only when the host has the new object selected.
+        t.view->conform_to_selection();
         changed(t.view);
     });
 }
@@ -184,7 +237,6 @@ MStatus picker_main::delete_button(const MStringArray& args)
 MStatus picker_main::query_button(const MStringArray& args)
 {
     return with_target("query_button", args, 3, 0, [&](const target& t) {
-        select_in_picker(t);
         MPxCommand::clearResult();
         MPxCommand::appendToResult(QStringListToMStringArray(t.button().names));
     });
@@ -193,7 +245,6 @@ MStatus picker_main::query_button(const MStringArray& args)
 MStatus picker_main::get_button_bounds(const MStringArray& args)
 {
     return with_target("get_button_bounds", args, 3, 0, [&](const target& t) {
-        select_in_picker(t);
         const QRect r = t.button().bounds;
         MPxCommand::clearResult();
         for (int v : {r.left(), r.top(), r.width(), r.height()})
@@ -204,7 +255,6 @@ MStatus picker_main::get_button_bounds(const MStringArray& args)
 MStatus picker_main::get_button_properties(const MStringArray& args)
 {
     return with_target("get_button_properties", args, 3, 0, [&](const target& t) {
-        select_in_picker(t);
         const buttonRecord& r = t.button();
         MPxCommand::clearResult();
         for (int v : {r.pos.x(), r.pos.y(), r.kind, r.language, r.size, r.width, r.height})
@@ -218,27 +268,41 @@ MStatus picker_main::set_button_properties(const MStringArray& args)
 {
     return with_target("set_button_properties", args, 13, 10, [&](const target& t) -> MStatus {
         const unsigned n = t.next;
-        auto value = [&](unsigned i) { return text_at(args, n + i); };
+        auto given = [&](unsigned i) { return !text_at(args, n + i).isEmpty(); };
+        // Everything is read before anything changes, so a bad value leaves
+        // the button as it was.
+        reader in{"set_button_properties", args};
+        const bool move = given(1) && given(2);
+        const QPoint to = move ? in.point(n + 1) : QPoint();
+        const char* const names[] = {"kind", "language", "size", "width", "height"};
+        int values[5] = {};
+        for (unsigned i = 0; i < 5; ++i)
+            if (given(3 + i))
+                values[i] = in.integer(n + 3 + i, names[i]);
+        const QRgb color = given(8) ? in.color(n + 8, "color") : 0;
+        const QRgb labelColor = given(9) ? in.color(n + 9, "labelColor") : 0;
+        if (!in.ok())
+            return in.status;
         // A kind or language other than 0 or 1 would make the button vanish the
-        // next time the picker is read; refuse it before changing anything.
-        for (unsigned i : {3u, 4u}) {
-            if (!value(i).isEmpty() && int_at(args, n + i) != 0 && int_at(args, n + i) != 1)
-                return fail(QString("%1 - set_button_properties: %2 must be 0 or 1, not %3")
-                                .arg(texts::command_name, i == 3 ? "kind" : "language", value(i)));
+        // next time the picker is read.
+        for (unsigned i : {0u, 1u}) {
+            if (given(3 + i) && values[i] != 0 && values[i] != 1)
+                return script_error("set_button_properties",
+                            QString("%1 must be 0 or 1, not %2").arg(names[i], text_at(args, n + 3 + i)));
         }
         buttonRecord& r = t.button();
-        if (!value(0).isEmpty())
-            t.view->set_button_label(r, value(0));
-        if (!value(1).isEmpty() && !value(2).isEmpty())
-            r.moveTo(QPoint(int(number_at(args, n + 1)), int(number_at(args, n + 2))));
+        if (given(0))
+            t.view->set_button_label(r, text_at(args, n));
+        if (move)
+            r.moveTo(to);
         int* fields[] = {&r.kind, &r.language, &r.size, &r.width, &r.height};
         for (unsigned i = 0; i < 5; ++i)
-            if (!value(3 + i).isEmpty())
-                *fields[i] = int_at(args, n + 3 + i);
-        if (!value(8).isEmpty())
-            r.color = color_from_name(value(8));
-        if (!value(9).isEmpty())
-            r.labelColor = color_from_name(value(9));
+            if (given(3 + i))
+                *fields[i] = values[i];
+        if (given(8))
+            r.color = color;
+        if (given(9))
+            r.labelColor = labelColor;
         t.view->set_button_size(r, r.width, r.height);
         t.view->conform_to_selection();
         changed(t.view);
@@ -260,13 +324,18 @@ MStatus picker_main::color_directive(const MStringArray& args, bool label)
     MStatus status = find_target(directive, args, pointCount, count - 2, t);
     if (!status)
         return status;
+    reader in{directive, args};
     QRgb rgb;
-    if (count >= 5)
-        rgb = QColor(channel(int_at(args, t.next)), channel(int_at(args, t.next + 1)),
-                     channel(int_at(args, t.next + 2)))
-                  .rgb();
-    else
-        rgb = color_from_name(text_at(args, t.next));
+    if (count >= 5) {
+        const int red = in.channel(t.next, "red");
+        const int green = in.channel(t.next + 1, "green");
+        const int blue = in.channel(t.next + 2, "blue");
+        rgb = qRgb(red, green, blue);
+    } else {
+        rgb = in.color(t.next, "the colour");
+    }
+    if (!in.ok())
+        return in.status;
     buttonRecord& r = t.button();
     if (label) {
         r.labelColor = rgb;
@@ -289,28 +358,42 @@ MStatus picker_main::color_button_text(const MStringArray& args)
 }
 
 namespace {
-// Both add directives: a button at the point (x, y) with the toolbox's size
-// and colours. Nothing is added while nothing is selected in the host.
-MStatus add_one(const char* directive, const MStringArray& args, int kind, const QString& label,
-                const QStringList& names, int language)
+// Both add directives: a button centred on (x, y) in picker coordinates.
+// Size and colours are fixed, not the toolbox's, which follows whatever was
+// last selected: a build script gives the same picker every run. A
+// selection button takes what the host has selected now; a command button
+// needs nothing selected.
+MStatus add_one(const char* directive, const MStringArray& args, int kind, int language, QStringList names)
 {
-    picker_window* w = picker_main::picker();
     picker_view* view = picker_main::current_view();
     if (!view)
         return MStatus::kSuccess;
     if (args.length() < 2)
         return wrong_count(directive);
-    if (picker_window::selection().isEmpty())
-        return MStatus::kSuccess;
+    reader in{directive, args};
+    const QPoint at = in.point(0);
+    if (!in.ok())
+        return in.status;
+    if (kind == 0) {
+        MStatus status = picker_main::host_selection(names);
+        if (!status) {
+            report_error(status, QString("%1: could not get the current selection").arg(directive));
+            return status;
+        }
+        if (names.isEmpty())
+            return MStatus::kSuccess; // a button for nothing would be dropped on the next load
+    }
+    const picker_window::toolbox_values defaults;
     buttonAttributes a;
-    a.pos = view->mapToPicker(QPoint(int(number_at(args, 0)), int(number_at(args, 1))));
-    a.size = a.width = w->currentWidth();
-    a.height = w->currentHeight();
+    a.pos = at;
+    a.size = defaults.size;
+    a.width = defaults.width;
+    a.height = defaults.height;
     a.kind = kind;
     a.language = language;
-    a.color = w->currentColor();
-    a.labelColor = w->currentTextColor();
-    a.label = label;
+    a.color = defaults.color;
+    a.labelColor = defaults.labelColor;
+    a.label = text_at(args, 2);
     a.names = names;
     view->push_button(a, -1);
     view->conform_to_selection();
@@ -321,11 +404,10 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, const
 
 MStatus picker_main::add_button(const MStringArray& args)
 {
-    return add_one("add_button", args, 0, text_at(args, 2), picker_window::selection(), 0);
+    return add_one("add_button", args, 0, 0, QStringList());
 }
 
 MStatus picker_main::add_cmd_button(const MStringArray& args)
 {
-    return add_one("add_cmd_button", args, 1, text_at(args, 2), QStringList{text_at(args, 4)},
-                   text_at(args, 3) == "python" ? 1 : 0);
+    return add_one("add_cmd_button", args, 1, text_at(args, 3) == "python" ? 1 : 0, QStringList{text_at(args, 4)});
 }

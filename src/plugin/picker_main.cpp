@@ -88,6 +88,12 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"open", &picker_main::open},
 };
 
+MStatus script_error(const char* directive, const QString& message)
+{
+    MGlobal::displayError(to_m(QString("%1 - %2: %3").arg(texts::command_name, directive, message)));
+    return MStatus::kFailure;
+}
+
 void report_error(const MStatus& status, const QString& message)
 {
     if (status)
@@ -227,13 +233,13 @@ void picker_main::read_settings()
     if (!window_)
         return;
     QSettings settings(settings_organisation, settings_application);
-    QSize size = settings.value("pickerSize", QSize(400, 400)).toSize();
+    // The first time, the window is wide enough for the whole toolbox row.
+    QSize fits(400, 540);
+    if (picker_window* w = picker())
+        fits = fits.expandedTo(QSize(w->sizeHint().width(), 0));
+    QSize size = settings.value("pickerSize", fits).toSize();
     QPoint pos = settings.value("pickerPosition", QPoint(120, 100)).toPoint();
-    if (size.width() < 150)
-        size.setWidth(150);
-    // A low stored height widens the window instead; kept as it always was.
-    if (size.height() < 150)
-        size.setWidth(150);
+    size = size.expandedTo(QSize(150, 150));
     QRect rect(pos, size);
     bool visible = false;
     for (QScreen* screen : QGuiApplication::screens())
@@ -255,25 +261,32 @@ void picker_main::selectionChangedFn(void*)
         return;
     if (!mutex_.tryLock(0))
         return; // the picker itself is changing the selection
-    MSelectionList list;
-    MStatus status = MGlobal::getActiveSelectionList(list);
+    QStringList names;
+    MStatus status = host_selection(names);
     if (!status) {
         MGlobal::displayError(to_m(QString("%1- could not get the current selection: %2")
                                        .arg(texts::command_name, to_q(status.errorString()))));
         mutex_.unlock();
         return;
     }
-    QStringList names;
-    if (!list.isEmpty()) {
-        for (MItSelectionList it(list); !it.isDone(); it.next()) {
-            MStringArray strings;
-            it.getStrings(strings);
-            names += MStringArrayToQStringList(strings);
-        }
-    }
     if (picker_window* w = picker())
         w->setSelection(names);
     mutex_.unlock();
+}
+
+MStatus picker_main::host_selection(QStringList& names)
+{
+    names.clear();
+    MSelectionList list;
+    MStatus status = MGlobal::getActiveSelectionList(list);
+    if (!status || list.isEmpty())
+        return status;
+    for (MItSelectionList it(list); !it.isDone(); it.next()) {
+        MStringArray strings;
+        it.getStrings(strings);
+        names += MStringArrayToQStringList(strings);
+    }
+    return MStatus::kSuccess;
 }
 
 void picker_main::quitApplicationFn(void*)
@@ -421,15 +434,14 @@ MStatus picker_main::fetch_image(const MStringArray& args)
 MStatus picker_main::set_background(const MStringArray& args)
 {
     picker_view* view = current_view();
-    if (!view || args.length() == 0)
+    if (!view)
         return MStatus::kSuccess;
+    if (args.length() != 1)
+        return script_error("set_background", "needs one image file");
     QString why;
     QPixmap pixmap = load_image_file(to_q(args[0]), &why);
-    if (pixmap.isNull()) {
-        // Nothing changes: the picker keeps the background it has.
-        MGlobal::displayError(to_m(QString("%1 - set_background: %2").arg(texts::command_name, why)));
-        return MStatus::kFailure;
-    }
+    if (pixmap.isNull()) // the picker keeps the background it has
+        return script_error("set_background", why);
     picker()->place_background(view, QString::number(pixmap.cacheKey()), pixmap);
     view->signal_changed();
     return MStatus::kSuccess;
@@ -447,15 +459,37 @@ MStatus picker_main::clear_background(const MStringArray&)
 
 // ----- Tab directives
 
-MStatus picker_main::save(const MStringArray&)
+// With a path, as from a script: saved there without a dialog, and a
+// failure is an error rather than a message box.
+MStatus picker_main::save_to(const char* directive, const MStringArray& args)
 {
+    picker_window* w = picker();
+    if (!w)
+        return MStatus::kSuccess;
+    if (args.length() > 1)
+        return script_error(directive, "takes at most one path");
+    const QString path = to_q(args[0]);
+    if (path.isEmpty())
+        return script_error(directive, "the path is empty");
+    QString why;
+    if (!w->save_front_to(path, &why))
+        return script_error(directive, QString("could not save \"%1\": %2").arg(path, why));
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::save(const MStringArray& args)
+{
+    if (args.length() > 0)
+        return save_to("save", args);
     if (picker_window* w = picker())
         w->save_current();
     return MStatus::kSuccess;
 }
 
-MStatus picker_main::saveas(const MStringArray&)
+MStatus picker_main::saveas(const MStringArray& args)
 {
+    if (args.length() > 0)
+        return save_to("saveas", args);
     if (picker_window* w = picker())
         w->saveas_current();
     return MStatus::kSuccess;
@@ -503,19 +537,30 @@ MStatus picker_main::query_tabs(const MStringArray&)
 MStatus picker_main::set_tab(const MStringArray& args)
 {
     picker_window* w = picker();
-    if (!w || args.length() == 0)
+    if (!w || w->tabs()->count() == 0)
         return MStatus::kSuccess;
-    // Every tab of that name is made current in turn: the last one wins.
+    if (args.length() != 1)
+        return script_error("set_tab", "needs one tab name");
+    // When several tabs share the name, the last of them is made current.
+    const QString name = to_q(args[0]);
+    int found = -1;
     for (int i = 0; i < w->tabs()->count(); ++i)
-        if (w->tabs()->tabText(i) == to_q(args[0]))
-            w->tabs()->setCurrentIndex(i);
+        if (w->tabs()->tabText(i) == name)
+            found = i;
+    if (found < 0)
+        return script_error("set_tab", QString("no tab is named \"%1\"").arg(name));
+    w->tabs()->setCurrentIndex(found);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::open(const MStringArray& args)
 {
-    if (picker_window* w = picker())
-        w->load_pickers(MStringArrayToQStringList(args));
+    picker_window* w = picker();
+    if (!w || args.length() == 0)
+        return MStatus::kSuccess;
+    QString why;
+    if (!w->open_for_script(MStringArrayToQStringList(args), &why))
+        return script_error("open", why);
     return MStatus::kSuccess;
 }
 
@@ -548,8 +593,10 @@ MStatus picker_main::flush(const MStringArray&)
 
 MStatus picker_main::bind_picker(const MStringArray& args)
 {
+    // Each opened picker queued a bind of its own: this one is for the
+    // oldest still waiting, whichever tab is in front now.
     picker_window* w = picker();
-    if (picker_view* view = w ? w->frontPicker() : nullptr) {
+    if (picker_view* view = w ? w->take_picker_to_bind() : nullptr) {
         QStringList names = MStringArrayToQStringList(args);
         view->rebind(names, false);
     }
@@ -570,10 +617,8 @@ MStatus picker_main::update_namespace(const MStringArray& args)
 {
     QString why;
     picker_view* view = current_view();
-    if (view && !view->update_namespace(MStringArrayToQStringList(args), &why)) {
-        MGlobal::displayError(to_m(QString("%1 - update_namespace: %2").arg(texts::command_name, why)));
-        return MStatus::kFailure;
-    }
+    if (view && !view->update_namespace(MStringArrayToQStringList(args), &why))
+        return script_error("update_namespace", why);
     return MStatus::kSuccess;
 }
 

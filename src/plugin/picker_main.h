@@ -24,6 +24,9 @@ extern char in_batch_mode;
 
 // Shows "QuillmarshPicker - <message>: <status text> " when status failed.
 void report_error(const MStatus& status, const QString& message);
+// Shows "QuillmarshPicker - <directive>: <message>" and fails: a directive
+// refusing what a script asked, having changed nothing.
+MStatus script_error(const char* directive, const QString& message);
 
 class picker_main : public MPxCommand {
 public:
@@ -59,6 +62,8 @@ public:
     // The window inside the dock, and its current tab; null when missing.
     static picker_window* picker();
     static picker_view* current_view();
+    // The host's active selection, one name or component per item.
+    static MStatus host_selection(QStringList& names);
 
 private:
     static void create_window();
@@ -77,6 +82,7 @@ private:
     MStatus update_namespace(const MStringArray& args);
     MStatus save(const MStringArray& args);
     MStatus saveas(const MStringArray& args);
+    MStatus save_to(const char* directive, const MStringArray& args);
     MStatus new_tab(const MStringArray& args);
     MStatus close_current_tab(const MStringArray& args);
     MStatus clear_tabs(const MStringArray& args);

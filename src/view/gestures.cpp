@@ -6,21 +6,18 @@
 
 #include <QUndoStack>
 
+#include <cmath>
 #include <cstdlib>
 
-float step_zoom(float z, int steps)
+int drag_zoom_steps(int steps)
 {
-    for (int i = 1; i < steps; ++i)
-        z *= 1.0625f;
-    for (int i = 1; i < -steps; ++i)
-        z *= 0.9375f;
-    return z;
+    return steps > 0 ? steps - 1 : steps < 0 ? steps + 1 : 0;
 }
 
 // ----- Selection
 
 select_button_cmd::select_button_cmd(picker_view* v, const QPoint& pos, int modifiers)
-    : view(v), anchor(pos), current(pos)
+    : view(v), anchor(pos), current(pos), pressSelection(picker_window::selection())
 {
     picker_window* window = view->window;
     if (modifiers & Qt::ShiftModifier) {
@@ -126,11 +123,19 @@ void select_button_cmd::finish()
         bool changed = view->window ? view->window->postSelection() : false;
         if (changed || shown)
             view->refresh();
-    } else if (!moving) {
-        if (shown)
+    } else {
+        // Control changes the highlight like any other click, so the host
+        // hears of it too, and buttons sharing a name light together.
+        if (picker_window::selection() != pressSelection) {
+            view->conform_to_selection();
+            if (view->window)
+                view->window->postSelection();
             view->refresh();
-    } else if (current != anchor) {
-        view->undoer()->push(new move_buttons_cmd(view, movedStarts, movedIndices, drag_delta()));
+        } else if (shown) {
+            view->refresh();
+        }
+        if (moving && current != anchor)
+            view->undoer()->push(new move_buttons_cmd(view, movedStarts, movedIndices, drag_delta()));
     }
     view->update_toolbox();
 }
@@ -190,7 +195,7 @@ void shift_picker_cmd::update(const QPoint& pos, int)
 }
 
 zoom_picker_cmd::zoom_picker_cmd(picker_view* v, const QPoint& pos)
-    : view(v), press(pos), last(pos), startZoom(float(v->zoom))
+    : view(v), press(pos), last(pos), startZoom(v->zoom)
 {
 }
 
@@ -201,7 +206,8 @@ void zoom_picker_cmd::update(const QPoint& pos, int)
     last = pos;
     // Right or down zooms in, about the press point, always from the press-time zoom.
     int d = (pos.x() - press.x()) + (pos.y() - press.y());
-    view->setZoom(step_zoom(startZoom, d / 20), press);
+    const double z = startZoom * std::pow(picker_view::zoom_factor, drag_zoom_steps(d / 20));
+    view->zoom_about(std::min(std::max(z, picker_view::min_zoom), picker_view::max_zoom), press);
 }
 
 // ----- Many buttons
@@ -255,9 +261,32 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
     view->refresh();
 }
 
+// Takes the live buttons out again, last first so the earlier indices hold.
+QList<buttonAttributes> add_manybuttons_cmd::take_placed()
+{
+    QList<buttonAttributes> made;
+    for (int i : indices)
+        if (i >= 0 && i < view->buttons.size())
+            made << view->buttons[i];
+    for (int k = indices.size() - 1; k >= 0; --k)
+        view->pop_button(indices[k]);
+    indices.clear();
+    return made;
+}
+
 void add_manybuttons_cmd::finish()
 {
+    // The row is handed to the undo stack as one step, which puts it back.
+    const QList<buttonAttributes> made = take_placed();
+    if (!made.isEmpty())
+        view->undoer()->push(new add_buttons_cmd(view, made, "Add Many Buttons"));
     view->conform_to_selection();
-    view->signal_changed();
+    view->adjustCursor(true);
+}
+
+void add_manybuttons_cmd::cancel()
+{
+    if (!take_placed().isEmpty())
+        view->refresh();
     view->adjustCursor(true);
 }

@@ -25,6 +25,7 @@ private:
     QPoint anchor;
     QPoint current;
     QStringList baseSelection;
+    QStringList pressSelection; // to tell whether the host must hear of this gesture
     QVector<int> movedIndices;
     QVector<QPoint> movedStarts;
     bool additive = false;
@@ -70,20 +71,24 @@ private:
     picker_view* view;
     QPoint press;
     QPoint last;
-    float startZoom;
+    double startZoom;
 };
 
 // Made by the view's "Add Many Buttons"; waits for the next press, then lays
-// one button per selected object in a row that follows the drag. Not undoable.
+// one button per selected object in a row that follows the drag. The row
+// becomes one undo step when the drag ends; cancelling leaves no trace.
 class add_manybuttons_cmd : public picker_mouse_cmd {
 public:
     explicit add_manybuttons_cmd(picker_view* view);
     void update(const QPoint& pos, int modifiers) override;
     void finish() override;
+    void cancel();
     void setActive(bool on) { active = on; }
     bool isActive() const { return active; }
 
 private:
+    QList<buttonAttributes> take_placed();
+
     picker_view* view;
     QVector<int> indices;
     QPoint origin;
@@ -91,6 +96,6 @@ private:
     bool active = false;
 };
 
-// Multiplies a zoom by 1.0625 per step beyond the first, or by 0.9375 per
-// step beyond the first the other way; used by the wheel and the zoom drag.
-float step_zoom(float zoom, int steps);
+// The zoom drag's steps: one fewer than every 20 pixels of drag, either way,
+// so a small drag does not zoom.
+int drag_zoom_steps(int steps);

@@ -88,15 +88,26 @@ void banner_overlay::resize(int w, int h)
         widths << link.rect.width();
         total += link.rect.width();
     }
-    int gap = int(float(w - total) / (float(links.size()) + 1.25f));
-    if (gap < 10)
-        gap = 10;
+    // Labels that cannot all be shown with a gap of 10 are left out from the
+    // last one on, rather than drawn over each other or cut at the edge.
+    int shown = links.size();
+    int gap = 0;
+    for (; shown > 0; --shown) {
+        gap = int(float(w - total) / (float(shown) + 1.25f));
+        if (gap >= 10)
+            break;
+        total -= widths[shown - 1];
+    }
 
     // Hit areas: each label's width, from the strip's top to the widget's bottom.
     int x = logo.width() + gap;
     QVector<int> xs;
     for (int i = 0; i < links.size(); ++i) {
         bannerRecord& link = links[i];
+        if (i >= shown) {
+            link.rect = QRect();
+            continue;
+        }
         xs << x;
         link.rect.moveTopLeft(QPoint(x, h - 7));
         link.rect.setTop(h - strip_height);
@@ -116,7 +127,7 @@ void banner_overlay::resize(int w, int h)
         painter.setBrush(Qt::white);
         painter.setPen(Qt::white);
         painter.setFont(font);
-        for (int i = 0; i < links.size(); ++i)
+        for (int i = 0; i < xs.size(); ++i)
             painter.drawText(QPoint(xs[i], logo.height() - 7), links[i].label);
         painter.end();
     }
@@ -127,8 +138,11 @@ bool banner_overlay::click(const QPoint& pos)
 {
     if (!rect.contains(pos) || rect.bottom() - pos.y() >= 23 || pos.x() - rect.left() <= logo.width())
         return false;
+    // A button under the banner keeps its clicks.
+    if (view && view->find_button(pos))
+        return false;
     for (const bannerRecord& link : links) {
-        if (link.rect.left() <= pos.x() && pos.x() <= link.rect.right()) {
+        if (!link.rect.isNull() && link.rect.left() <= pos.x() && pos.x() <= link.rect.right()) {
             if (view)
                 view->addMouseCommand(new track_url_cmd(link.rect, pos, link.url));
             return true;
@@ -157,8 +171,9 @@ overlay_list::~overlay_list()
 
 void overlay_list::draw(QPainter& painter)
 {
+    // The banner is part of the canvas, drawn before the buttons.
     for (picker_overlay* overlay : items_)
-        if (overlay)
+        if (overlay && overlay != banner())
             overlay->draw(painter);
 }
 

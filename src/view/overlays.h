@@ -1,5 +1,6 @@
-// What is drawn over a view after its buttons: the marquee of a selection
-// drag and the banner along the bottom edge.
+// What a view draws besides its picture and buttons: the marquee of a
+// selection drag, over everything, and the banner along the bottom edge,
+// under the buttons.
 #pragma once
 
 #include <QImage>
@@ -64,6 +65,7 @@ public:
     overlay_list(const overlay_list&) = delete;
     overlay_list& operator=(const overlay_list&) = delete;
 
+    // Draws what goes over the buttons (the banner is drawn with the canvas).
     void draw(QPainter& painter);
     picker_overlay* get(int i) const;
     int count() const { return items_.size(); }

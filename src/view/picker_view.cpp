@@ -9,6 +9,7 @@
 #include "window/picker_window.h"
 
 #include <QAction>
+#include <QCursor>
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QImage>
@@ -21,6 +22,7 @@
 #include <QResizeEvent>
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 static void init_resources_once()
@@ -38,11 +40,7 @@ void init_picker_resources()
 
 float limitZoom(float z)
 {
-    if (z < 0.25f)
-        return 0.25f;
-    if (z > 16.0f)
-        return 16.0f;
-    return z;
+    return float(std::min(std::max(double(z), picker_view::min_zoom), picker_view::max_zoom));
 }
 
 float mix_fn(float s, float a, float b)
@@ -62,6 +60,16 @@ const QColor selected_fill(224, 224, 224, 255);
 const QColor partial_fill(128, 128, 128, 255);
 const int zoom_interval_ms = 20;
 const float zoom_step = 0.125f;
+
+// An outline is stroked on the edge, half outside: pulled in by that half it
+// stays on the button's own pixels.
+QRectF inside_pen(const QRectF& r, const QPen& pen)
+{
+    if (pen.style() == Qt::NoPen)
+        return r;
+    const qreal half = pen.widthF() / 2;
+    return r.adjusted(half, half, -half, -half);
+}
 
 } // namespace
 
@@ -92,12 +100,14 @@ QPoint picker_view::mapToPicker(const QPoint& p) const
                   int(double(float(p.y() - shift.y())) / zoom));
 }
 
+// Every picker unit the widget rectangle shows any part of, so that culling
+// by it never drops a button with a visible pixel.
 QRect picker_view::mapToPicker(const QRect& r) const
 {
-    auto map = [this](int v, int s) { return int(float(double(v - s) / zoom)); };
-    int l = map(r.left(), shift.x()), rt = map(r.right(), shift.x());
-    int t = map(r.top(), shift.y()), b = map(r.bottom(), shift.y());
-    return QRect(l, t, rt - l, b - t);
+    auto map = [this](int v, int s) { return int(std::floor(double(v - s) / zoom)); };
+    const int l = map(r.left(), shift.x()), t = map(r.top(), shift.y());
+    const int rt = map(r.left() + r.width(), shift.x()), b = map(r.top() + r.height(), shift.y());
+    return QRect(QPoint(l, t), QPoint(rt, b));
 }
 
 QPoint picker_view::mapToScreen(const QPoint& p) const
@@ -105,18 +115,20 @@ QPoint picker_view::mapToScreen(const QPoint& p) const
     return QPoint(int(float(p.x()) * zoom + shift.x()), int(float(p.y()) * zoom + shift.y()));
 }
 
+// The pixels a picker rectangle covers: both far edges are mapped (not the
+// last unit's left edge), so what is drawn, hit and pressed is one area.
 QRect picker_view::mapToScreen(const QRect& r) const
 {
-    auto map = [this](int v, int s) { return int(float(v * zoom + s)); };
-    int l = map(r.left(), shift.x()), rt = map(r.right(), shift.x());
-    int t = map(r.top(), shift.y()), b = map(r.bottom(), shift.y());
+    auto map = [this](int v, int s) { return int(std::floor(v * zoom + s)); };
+    const int l = map(r.left(), shift.x()), t = map(r.top(), shift.y());
+    const int rt = map(r.left() + r.width(), shift.x()), b = map(r.top() + r.height(), shift.y());
     return QRect(l, t, rt - l, b - t);
 }
 
 QRectF picker_view::mapToScreenF(const QRect& r) const
 {
-    double l = r.left() * zoom + shift.x(), rt = r.right() * zoom + shift.x();
-    double t = r.top() * zoom + shift.y(), b = r.bottom() * zoom + shift.y();
+    const double l = r.left() * zoom + shift.x(), rt = (r.left() + r.width()) * zoom + shift.x();
+    const double t = r.top() * zoom + shift.y(), b = (r.top() + r.height()) * zoom + shift.y();
     return QRectF(l, t, rt - l, b - t);
 }
 
@@ -124,15 +136,42 @@ QRectF picker_view::mapToScreenF(const QRect& r) const
 
 void picker_view::setZoom(float z, const QPoint& anchor)
 {
-    z = limitZoom(z);
-    if (double(z) == zoom)
+    zoom_about(double(limitZoom(z)), anchor);
+}
+
+void picker_view::zoom_about(double z, const QPoint& anchor)
+{
+    if (z == zoom)
         return;
-    QPoint p = mapToPicker(anchor);
-    QPoint s1 = mapToScreen(p);
+    // The pan is kept to a fraction of a pixel while zooming, or rounding it
+    // at every step would walk the point under the pointer away.
+    if (shift != exactShift.toPoint())
+        exactShift = QPointF(shift);
+    const QPointF under = (QPointF(anchor) - exactShift) / zoom;
     zoom = z;
-    QPoint s2 = mapToScreen(p);
-    shift += s1 - s2;
+    exactShift = QPointF(anchor) - under * z;
+    shift = exactShift.toPoint();
     update();
+}
+
+void picker_view::zoom_steps(int steps, const QPoint& anchor)
+{
+    // Whole steps from where the zoom was last set otherwise, so that n
+    // steps in and n out come back to exactly the same zoom.
+    if (zoom != zoomBase * std::pow(zoom_factor, zoomStep)) {
+        zoomBase = zoom;
+        zoomStep = 0;
+    }
+    const int n = zoomStep + steps;
+    const double wanted = zoomBase * std::pow(zoom_factor, n);
+    const double z = std::min(std::max(wanted, min_zoom), max_zoom);
+    if (z == wanted) {
+        zoomStep = n;
+    } else {
+        zoomBase = z;
+        zoomStep = 0;
+    }
+    zoom_about(z, anchor);
 }
 
 void picker_view::setShift(const QPoint& s)
@@ -204,7 +243,7 @@ QRect picker_view::button_bounds(bool selectedOnly) const
     return united;
 }
 
-void picker_view::frameBounds(const QRect& r, bool noZoomIn)
+void picker_view::frameBounds(const QRect& r, bool noZoomIn, bool animated)
 {
     if (r.isEmpty())
         return;
@@ -215,7 +254,14 @@ void picker_view::frameBounds(const QRect& r, bool noZoomIn)
         z = float(zoom);
     QPoint c = r.center();
     QPoint target(int(float(width() / 2) - z * float(c.x())), int(float(height() / 2) - z * float(c.y())));
-    zoomWindow(z, target);
+    if (animated) {
+        zoomWindow(z, target);
+        return;
+    }
+    zoomTimer.stop();
+    zoom = double(z);
+    shift = target;
+    update();
 }
 
 // ----- Background
@@ -467,7 +513,18 @@ bool picker_view::execute_shortcut(QKeyEvent* e)
 {
     if (actions().isEmpty() || !window || window->frontPicker() != this)
         return false;
+    if (e->key() == Qt::Key_Escape && cancel_add_many())
+        return true;
+    // Keys edit the buttons under the pointer: with the pointer elsewhere
+    // (say, after a menu closed outside the window) a stray key must not.
+    if (!pointer_over())
+        return false;
     return trigger_bound(actions(), key_of(e));
+}
+
+bool picker_view::pointer_over() const
+{
+    return isVisible() && rect().contains(mapFromGlobal(QCursor::pos()));
 }
 
 void picker_view::signal_changed()
@@ -518,6 +575,8 @@ void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
     painter.fillRect(exposed, canvas_color);
     if (!background.isNull())
         painter.drawPixmap(mapToScreen(background.rect()), background);
+    // The banner lies under the buttons: it never hides one.
+    overlays.banner()->draw(painter);
     draw_buttons(painter, exposed);
 }
 
@@ -606,11 +665,12 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
         painter.fillRect(R, brush);
     } else {
         painter.setBrush(brush);
+        const QRectF shape = inside_pen(R, painter.pen());
         if (!r.labelPixmap.isNull()) {
             qreal k = 0.2 * std::min(R.width(), R.height());
-            painter.drawRoundedRect(R, k, k, Qt::AbsoluteSize);
+            painter.drawRoundedRect(shape, k, k, Qt::AbsoluteSize);
         } else {
-            painter.drawEllipse(R);
+            painter.drawEllipse(shape);
         }
     }
     draw_label(painter, r, R.center());
@@ -641,9 +701,15 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
         outline = QBrush(partial_fill);
         break;
     }
-    painter.setPen(QPen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
+    const QPen pen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
     qreal k = 0.05 * std::min(R.width(), R.height());
+    // The face fills the button's pixels to the edge; the outline is drawn
+    // over it, just inside.
+    painter.setPen(Qt::NoPen);
     painter.drawRoundedRect(R, k, k, Qt::AbsoluteSize);
+    painter.setPen(pen);
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(inside_pen(R, pen), k, k, Qt::AbsoluteSize);
     draw_label(painter, r, R.center());
 }
 
@@ -651,16 +717,15 @@ void picker_view::draw_label(QPainter& painter, const buttonRecord& r, const QPo
 {
     if (r.labelPixmap.isNull())
         return;
-    QRectF source(QPointF(0, 0), QSizeF(r.labelPixmap.size()));
     QRect target(0, 0, round_fn(zoom * r.labelPixmap.width()), round_fn(zoom * r.labelPixmap.height()));
     target.moveCenter(QPoint(round_fn(centre.x()), round_fn(centre.y())));
     // A light label on the light selected face would vanish; Xor keeps it readable.
     if (r.kind == 0 && r.selected == 1 && (r.labelColor & 0x808080)) {
         painter.setCompositionMode(QPainter::CompositionMode_Xor);
-        painter.drawPixmap(QRectF(target), r.labelPixmap.pixmap(), source);
+        r.labelPixmap.draw(painter, QRectF(target));
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     } else {
-        painter.drawPixmap(QRectF(target), r.labelPixmap.pixmap(), source);
+        r.labelPixmap.draw(painter, QRectF(target));
     }
 }
 

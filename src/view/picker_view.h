@@ -9,8 +9,10 @@
 #include <QList>
 #include <QPixmap>
 #include <QPoint>
+#include <QPointF>
 #include <QRect>
 #include <QRectF>
+#include <QStringList>
 #include <QTimer>
 #include <QUndoStack>
 #include <QKeySequence>
@@ -52,10 +54,19 @@ public:
 
     // ----- Zoom and pan
     void setZoom(float z, const QPoint& anchor);
+    // The same for a zoom already within the limits, kept in double.
+    void zoom_about(double z, const QPoint& anchor);
+    // Zooms by whole steps of zoom_factor (negative: out) about a widget point.
+    void zoom_steps(int steps, const QPoint& anchor);
+    static constexpr double zoom_factor = 1.0625;
+    static constexpr double min_zoom = 0.25;
+    static constexpr double max_zoom = 16.0;
     void setShift(const QPoint& s);
     void zoomWindow(float z, const QPoint& newShift);
     QRect button_bounds(bool selectedOnly) const;
-    void frameBounds(const QRect& r, bool noZoomIn);
+    // Zooms and pans so that r fills three quarters of the view; gliding
+    // there unless not animated.
+    void frameBounds(const QRect& r, bool noZoomIn, bool animated = true);
     bool any_selected() const;
     bool animating() const { return zoomTimer.isActive(); }
 
@@ -108,6 +119,9 @@ public:
     // ----- Gestures
     void addMouseCommand(picker_mouse_cmd* command);
     picker_mouse_cmd* mouseCommand() const { return mouseCmd; }
+    // Drops a pending or running "Add Many Buttons" and the buttons it laid
+    // out; false when none is held.
+    bool cancel_add_many();
 
     // ----- Hit tests: the first match in list order (the one painted underneath)
     buttonRecord* find_button(const QPoint& widgetPos);
@@ -151,6 +165,8 @@ public:
     // Triggers every enabled action of the view bound to the key; only the
     // window's front picker takes keys.
     bool execute_shortcut(QKeyEvent* e);
+    // Whether the pointer is over the canvas, where keys are meant for it.
+    bool pointer_over() const;
 
     QPixmap background;
     QString backgroundKey;
@@ -206,7 +222,7 @@ protected:
     void keyPressEvent(QKeyEvent* e) override;
     void keyReleaseEvent(QKeyEvent* e) override;
 
-    // Canvas colour, background and buttons: everything under the overlays.
+    // Canvas colour, background, banner and buttons: everything under the marquee.
     void draw_canvas(QPainter& painter, const QRect& exposed);
     bool paint_from_layer(QPainter& painter, const QRect& exposed);
     void draw_buttons(QPainter& painter, const QRect& exposed);
@@ -217,6 +233,8 @@ protected:
 private:
     void make_menu();
     void show_context_menu(QMouseEvent* e);
+    // Makes one button the whole selection, in the host as well.
+    void select_alone(buttonRecord& r);
     QAction* make_action(const QString& text, const char* slot, QList<QKeySequence> keys = {});
 
     QPoint pressPoint;
@@ -232,10 +250,17 @@ private:
     QCursor* addManyCursor = nullptr;
     int modeWord = 0;
     buttonRecord* hitButton = nullptr;
+    // The selection as the last context menu found it (see update_button).
+    QStringList menuSelection;
+    bool menuSelectionKept = false;
     QString filePath;
     QUndoStack undo;
     QTimer zoomTimer;
     interpolateRecord interpolate;
+    QPointF exactShift;  // shift before rounding, while it still matches shift
+    double zoomBase = 1; // zoom_steps counts whole steps from here
+    int zoomStep = 0;
+    int wheelRest = 0;   // wheel travel short of a whole notch
     paint_layer layer;
     bool paintCaching = true;
 };

@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <QBitmap>
 #include <QCursor>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -179,33 +180,60 @@ void picker_view::make_menu()
     addManyCursor = buildAddManyCursor();
 }
 
+void picker_view::select_alone(buttonRecord& r)
+{
+    if (window)
+        window->clearAllSelected();
+    else
+        clear_selected();
+    if (r.kind == 0) {
+        r.select(false);
+        if (window)
+            conform_to_selection(); // buttons sharing its names light with it
+    } else {
+        r.select(true); // a script is no object name: lit in the picker only
+    }
+    if (window)
+        window->postSelection();
+    update();
+    update_toolbox();
+}
+
 void picker_view::show_context_menu(QMouseEvent* e)
 {
-    const bool hostSelection = !picker_window::selection().isEmpty();
+    // What the host had selected before this click: Update binds the button
+    // to it, even once the click has made the button the selection.
+    menuSelection = picker_window::selection();
+    menuSelectionKept = true;
     buttonRecord* hit = find_button(e->pos());
     commandAction->setText("Add Command Button...");
     if (!hit) {
         updateAction->setEnabled(false);
         deleteAction->setEnabled(any_selected());
     } else {
-        if (hit->selected == 1) {
-            updateAction->setEnabled(hit->kind == 0 && hostSelection);
-        } else {
-            // Shown selected in the view only; the host's selection stays.
-            hit->selected = 1;
-            updateAction->setEnabled(hit->kind == 0);
-            update();
-        }
+        // The clicked button becomes the selection first, so that Delete,
+        // Cut and Update act on it and not on what was selected before.
+        if (hit->selected != 1)
+            select_alone(*hit);
+        updateAction->setEnabled(hit->kind == 0 && !menuSelection.isEmpty());
         if (hit->kind == 1)
             commandAction->setText("Edit Command Button...");
         deleteAction->setEnabled(true);
     }
-    addOneAction->setEnabled(hostSelection);
+    addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
     menu->exec(e->globalPos(), addOneAction);
     deleteAction->setEnabled(true);
     e->accept();
-    setFocus(Qt::MouseFocusReason);
+    // Focus follows the pointer: a menu closed outside the window must not
+    // leave the canvas taking keys.
+    if (pointer_over()) {
+        setFocus(Qt::MouseFocusReason);
+    } else {
+        clearFocus();
+        if (window)
+            window->clearFocus();
+    }
     adjustCursor(false);
 }
 
@@ -220,10 +248,8 @@ buttonRecord* picker_view::find_button(const QPoint& widgetPos)
 int picker_view::find_button_index(const QPoint& widgetPos) const
 {
     for (int i = 0; i < buttons.size(); ++i) {
-        // Edges included, unlike QRect::contains of a mapped rectangle's size.
-        const QRect r = mapToScreen(buttons[i].bounds);
-        if (widgetPos.x() >= r.left() && widgetPos.x() <= r.left() + r.width() && widgetPos.y() >= r.top() &&
-            widgetPos.y() <= r.top() + r.height())
+        // The pixels the button is drawn on, as a command button's press tracks them.
+        if (mapToScreen(buttons[i].bounds).contains(widgetPos))
             return i;
     }
     return -1;
@@ -388,9 +414,20 @@ void picker_view::add_many_buttons()
 
 void picker_view::update_button()
 {
-    if (!any_selected())
+    if (!any_selected() || !hitButton)
         return;
-    undo.push(new update_buttons_cmd(this, hitButton, picker_window::selection()));
+    const QStringList names = menuSelectionKept ? menuSelection : picker_window::selection();
+    // A button bound to nothing would be dropped on the next load.
+    if (names.isEmpty())
+        return;
+    if (names != picker_window::selection()) {
+        // The right-click selected the button; the host gets back what it
+        // had, which the button now stands for.
+        picker_window::set_selection_names(names);
+        if (window)
+            window->postSelection();
+    }
+    undo.push(new update_buttons_cmd(this, hitButton, names));
 }
 
 void picker_view::delete_button()
@@ -440,11 +477,17 @@ void picker_view::mousePressEvent(QMouseEvent* e)
 {
     pressPoint = e->pos();
     hitButton = nullptr;
+    menuSelectionKept = false;
     adjustCursor(false);
     const int modifiers = int(e->modifiers());
 
     if (mouseCmd) {
         auto* many = dynamic_cast<add_manybuttons_cmd*>(mouseCmd);
+        if (many && e->button() == Qt::RightButton) {
+            cancel_add_many();
+            e->accept();
+            return;
+        }
         if (many) {
             many->setActive(true);
             many->update(e->pos(), modifiers);
@@ -545,18 +588,51 @@ void picker_view::mouseReleaseEvent(QMouseEvent* e)
 
 void picker_view::wheelEvent(QWheelEvent* e)
 {
-    if (e->buttons() != Qt::NoButton)
-        return;
-    // One step fewer than the notches: a delta under 120 does nothing.
-    int steps = e->angleDelta().y() / 60;
-    setZoom(step_zoom(float(zoom), steps), e->position().toPoint());
     e->accept();
+    // Not under a running gesture: a drag or a pressed button would jump.
+    // Some platforms report no buttons on wheel events, so the held gesture
+    // is asked too; an "Add Many" still waiting for its press is no drag.
+    auto* many = dynamic_cast<add_manybuttons_cmd*>(mouseCmd);
+    if (e->buttons() != Qt::NoButton || QGuiApplication::mouseButtons() != Qt::NoButton
+        || (mouseCmd && !(many && !many->isActive())))
+        return;
+    const QPoint delta = e->angleDelta();
+    if (delta.x() != 0) {
+        // Sideways scrolling pans, 40 pixels a notch.
+        const int dx = e->pixelDelta().x() != 0 ? e->pixelDelta().x() : delta.x() / 3;
+        setShift(shift + QPoint(dx, 0));
+    }
+    if (delta.y() != 0) {
+        // Whole notches zoom; fine-grained wheels add up to them.
+        if ((wheelRest < 0) != (delta.y() < 0))
+            wheelRest = 0;
+        wheelRest += delta.y();
+        const int steps = wheelRest / 120;
+        wheelRest -= steps * 120;
+        if (steps != 0)
+            zoom_steps(steps, e->position().toPoint());
+    }
 }
 
 void picker_view::keyPressEvent(QKeyEvent* e)
 {
     adjustCursor(false);
+    if (e->key() == Qt::Key_Escape && cancel_add_many()) {
+        e->accept();
+        return;
+    }
     QWidget::keyPressEvent(e);
+}
+
+bool picker_view::cancel_add_many()
+{
+    auto* many = dynamic_cast<add_manybuttons_cmd*>(mouseCmd);
+    if (!many)
+        return false;
+    mouseCmd = nullptr;
+    many->cancel();
+    delete many;
+    return true;
 }
 
 void picker_view::keyReleaseEvent(QKeyEvent* e)

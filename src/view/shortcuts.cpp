@@ -4,7 +4,8 @@
 
 QKeySequence key_of(const QKeyEvent* e)
 {
-    return QKeySequence(int(e->modifiers()) | e->key());
+    // The keypad's + - and arrows are the same keys to the user.
+    return QKeySequence(int(e->modifiers() & ~Qt::KeypadModifier) | e->key());
 }
 
 bool is_bound(const QList<QAction*>& actions, const QKeySequence& key)

@@ -1,7 +1,9 @@
 #include "window/color_menu.h"
 
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScreen>
 
 namespace {
 
@@ -71,11 +73,23 @@ picker_colorMenu* picker_colorMenu::open(const QVector<unsigned int>& palette, i
 {
     auto* menu = new picker_colorMenu(palette, cols, palette_cell);
     int index = menu->findColorIndex(current ? *current : QColor(Qt::black));
-    // The current colour sits under the pointer.
+    // The current colour sits under the pointer, unless that would put part
+    // of the palette off the screen.
     menu->move(globalPos - menu->indexToPosition(index));
     if (receiver)
         connect(menu, SIGNAL(colorChanged(QRgb)), receiver, slot);
     menu->show();
+    QScreen* screen = QGuiApplication::screenAt(globalPos);
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (screen) {
+        const QRect area = screen->availableGeometry();
+        QRect frame = menu->frameGeometry();
+        frame.moveLeft(qMax(area.left(), qMin(frame.left(), area.right() + 1 - frame.width())));
+        frame.moveTop(qMax(area.top(), qMin(frame.top(), area.bottom() + 1 - frame.height())));
+        if (frame.topLeft() != menu->frameGeometry().topLeft())
+            menu->move(frame.topLeft());
+    }
     menu->setTracking(index);
     return menu;
 }

@@ -17,7 +17,7 @@
 namespace {
 
 // One warning naming the file and what it lost.
-void warn_damaged(QWidget* parent, const QString& path, const pkr_contents& contents, bool key_refused)
+QString damage_text(const QString& path, const pkr_contents& contents, bool key_refused)
 {
     const QString name = QFileInfo(path).fileName();
     QStringList parts;
@@ -31,7 +31,7 @@ void warn_damaged(QWidget* parent, const QString& path, const pkr_contents& cont
     if (key_refused)
         parts << texts::image_key_refused.arg(name);
     parts << texts::tab_unbound;
-    QMessageBox::warning(parent, texts::damaged_title, parts.join("\n\n"), QMessageBox::Ok);
+    return parts.join("\n\n");
 }
 
 } // namespace
@@ -49,49 +49,128 @@ void picker_window::load_one_picker(const QString& path)
     load_pickers(QStringList{path});
 }
 
+namespace {
+
+// Opened pickers waiting for the host's namespace list, oldest first: each
+// queued bind is for one of them, not for whichever tab is in front by then.
+QList<QPointer<picker_view>>& pickers_to_bind()
+{
+    static QList<QPointer<picker_view>> list;
+    return list;
+}
+
+// Reads a picker file; false with the reason, and whether it opened at all.
+bool read_picker_file(const QString& path, pkr_contents& contents, QString* why, bool* opened)
+{
+    QFile file(path);
+    *opened = file.open(QIODevice::ReadOnly);
+    return *opened && read_pkr(file, contents, why);
+}
+
+// A tab for a picker that was read; the warning for what it lost, if anything.
+QString add_picker_tab(picker_window* window, const QString& path, const pkr_contents& contents)
+{
+    const pkr_header& header = contents.header;
+    picker_view* view = new picker_view(window);
+    if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
+        window->place_background(view, header.backgroundKey, header.background);
+    for (const buttonAttributes& a : qAsConst(contents.buttons))
+        view->push_button(a, -1);
+    view->update();
+    // A tab that lost anything on the way in is not tied to its file, so
+    // a save can never overwrite the file with less than it held.
+    const bool key_refused = !header.background.isNull() && view->backgroundKey.isEmpty();
+    const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
+    if (whole)
+        view->setPath(path);
+    window->connect_picker(view);
+    int index = window->tabs()->addTab(view, header.name);
+    window->tabs()->setCurrentIndex(index);
+    window->frame_when_shown(view);
+    window->updateSceneData();
+    pickers_to_bind().append(view);
+    window->request_rebind(false);
+    return whole ? QString() : damage_text(path, contents, key_refused);
+}
+
+// The picker of the view as a file.
+bool write_picker(const picker_window* window, picker_view* view, const QString& path, QString* why,
+                  bool* not_created)
+{
+    pkr_header header;
+    header.name = window->tabs()->tabText(window->tabs()->indexOf(view));
+    header.backgroundKey = view->backgroundKey;
+    header.background = view->background;
+    QList<buttonAttributes> buttons;
+    buttons.reserve(view->buttons.size());
+    for (const buttonRecord& r : qAsConst(view->buttons))
+        buttons.append(r);
+    // Written in full beside the old file and moved over it only when
+    // complete, so a failed save never destroys what was there.
+    return write_file_safely(path, write_pkr(header, buttons), why, not_created);
+}
+
+} // namespace
+
 void picker_window::load_pickers(const QStringList& paths)
 {
     for (int i = 0; i < paths.size(); ++i) {
-        const QString& path = paths[i];
-        QFile file(path);
         pkr_contents contents;
         QString why;
-        const bool opened = file.open(QIODevice::ReadOnly);
-        if (!opened || !read_pkr(file, contents, &why)) {
-            const QString native = QDir::toNativeSeparators(path);
+        bool opened = false;
+        if (!read_picker_file(paths[i], contents, &why, &opened)) {
+            const QString native = QDir::toNativeSeparators(paths[i]);
+            const QString message = opened ? texts::not_a_picker.arg(native, why) : texts::open_failed.arg(native);
             const bool more = paths.size() > 1 && i < paths.size() - 1;
             auto buttons = more ? QMessageBox::Cancel | QMessageBox::Ignore : QMessageBox::Ok;
-            auto answer = QMessageBox::critical(this, "Open Failed",
-                                                opened ? texts::not_a_picker.arg(native, why)
-                                                       : texts::open_failed.arg(native),
-                                                buttons);
-            if (answer == QMessageBox::Cancel)
+            if (QMessageBox::critical(this, "Open Failed", message, buttons) == QMessageBox::Cancel)
                 return;
             continue;
         }
-        file.close();
-
-        const pkr_header& header = contents.header;
-        picker_view* view = new picker_view(this);
-        if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
-            place_background(view, header.backgroundKey, header.background);
-        for (const buttonAttributes& a : qAsConst(contents.buttons))
-            view->push_button(a, -1);
-        view->update();
-        // A tab that lost anything on the way in is not tied to its file, so
-        // a save can never overwrite the file with less than it held.
-        const bool key_refused = !header.background.isNull() && view->backgroundKey.isEmpty();
-        const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
-        if (whole)
-            view->setPath(path);
-        connect_picker(view);
-        int index = tabWidget->addTab(view, header.name);
-        tabWidget->setCurrentIndex(index);
-        updateSceneData();
-        request_rebind(false);
-        if (!whole)
-            warn_damaged(this, path, contents, key_refused);
+        const QString warning = add_picker_tab(this, paths[i], contents);
+        if (!warning.isEmpty())
+            QMessageBox::warning(this, texts::damaged_title, warning, QMessageBox::Ok);
+        else
+            note_recent(contents.header.name, paths[i]);
     }
+}
+
+bool picker_window::open_for_script(const QStringList& paths, QString* why)
+{
+    // Every file is read before any tab is made, so a bad path opens nothing.
+    QList<pkr_contents> all;
+    for (const QString& path : paths) {
+        all.append(pkr_contents());
+        QString reason;
+        bool opened = false;
+        if (!read_picker_file(path, all.last(), &reason, &opened)) {
+            const QString native = QDir::toNativeSeparators(path);
+            *why = opened ? QString("\"%1\" is not a picker file: %2").arg(native, reason)
+                          : QString("cannot open \"%1\"").arg(native);
+            return false;
+        }
+    }
+    // A file that opened with losses still says so as the menu's Open does.
+    for (int i = 0; i < paths.size(); ++i) {
+        const QString warning = add_picker_tab(this, paths[i], all[i]);
+        if (!warning.isEmpty())
+            QMessageBox::warning(this, texts::damaged_title, warning, QMessageBox::Ok);
+    }
+    return true;
+}
+
+picker_view* picker_window::take_picker_to_bind()
+{
+    QList<QPointer<picker_view>>& list = pickers_to_bind();
+    for (int i = 0; i < list.size(); ++i) {
+        picker_view* view = list[i];
+        if (view && tabWidget->indexOf(view) >= 0) {
+            list.removeAt(i);
+            return view;
+        }
+    }
+    list.removeAll(nullptr);
+    return frontPicker();
 }
 
 void picker_window::request_save()
@@ -126,25 +205,27 @@ void picker_window::saveas_current()
     view->setPath(do_save(view, answer) ? answer : QString());
 }
 
+bool picker_window::save_front_to(const QString& path, QString* why)
+{
+    picker_view* view = frontPicker();
+    if (!view)
+        return true;
+    if (!write_picker(this, view, path, why, nullptr))
+        return false;
+    view->setPath(path);
+    return true;
+}
+
 bool picker_window::do_save(picker_view* view, const QString& path)
 {
-    pkr_header header;
-    header.name = tabWidget->tabText(tabWidget->indexOf(view));
-    header.backgroundKey = view->backgroundKey;
-    header.background = view->background;
-    QList<buttonAttributes> buttons;
-    buttons.reserve(view->buttons.size());
-    for (const buttonRecord& r : qAsConst(view->buttons))
-        buttons.append(r);
-    // Written in full beside the old file and moved over it only when
-    // complete, so a failed save never destroys what was there.
     QString why;
     bool not_created = false;
-    if (!write_file_safely(path, write_pkr(header, buttons), &why, &not_created)) {
+    if (!write_picker(this, view, path, &why, &not_created)) {
         QMessageBox::critical(this, "Save Failed",
                               not_created ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
                               QMessageBox::Ok);
         return false;
     }
+    note_recent(tabWidget->tabText(tabWidget->indexOf(view)), path);
     return true;
 }

@@ -224,6 +224,12 @@ void picker_window::reset()
 
 void picker_window::close_one(int index)
 {
+    // A tab with nothing on it has nothing to lose: no question.
+    auto* view = qobject_cast<picker_view*>(tabWidget->widget(index));
+    if (view && view->buttons.isEmpty() && view->background.isNull()) {
+        close_tab(index);
+        return;
+    }
     auto answer = QMessageBox::warning(this, "Close Tab", texts::close_tab_question.arg(tabWidget->tabText(index)),
                                        QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton);
     if (answer == QMessageBox::Cancel)
@@ -420,7 +426,9 @@ bool picker_window::event(QEvent* e)
     if (e->type() == QEvent::ShortcutOverride) {
         const QKeySequence key = key_of(static_cast<QKeyEvent*>(e));
         picker_view* view = frontPicker();
-        if (is_bound(actions(), key) || (view && is_bound(view->actions(), key))) {
+        // The canvas's keys are ours only while the pointer is over it;
+        // elsewhere the host gets them.
+        if (is_bound(actions(), key) || (view && view->pointer_over() && is_bound(view->actions(), key))) {
             e->accept();
             return true;
         }
@@ -621,40 +629,33 @@ void picker_window::updateControls()
     picker_view* view = frontPicker();
     if (!toolboxShown() || !view || view->buttons.isEmpty())
         return;
-    toolbox_state state;
-    int count = 0;
+    // The first selected button in list order gives the values, so the
+    // toolbox shows the same thing for the same selection in every session.
+    const buttonRecord* first = nullptr;
+    QSet<QString> labels;
     for (const buttonRecord& r : view->buttons) {
         if (r.selected != 1)
             continue;
-        state.colors << r.color;
-        state.sizes << r.size;
-        state.widths << r.width;
-        state.heights << r.height;
-        state.labels << r.label;
-        state.labelColors << r.labelColor;
-        ++count;
+        if (!first)
+            first = &r;
+        labels << r.label;
     }
-    if (!count)
+    if (!first)
         return;
-    const QSet<unsigned int>& colors = state.colors;
-    const QSet<int>& widths = state.widths;
-    const QSet<int>& heights = state.heights;
-    const QSet<QString>& labels = state.labels;
-    const QSet<unsigned int>& labelColors = state.labelColors;
-    colorButton->setIcon(make_icon(*colors.begin()));
+    colorButton->setIcon(make_icon(first->color));
     widthButton->blockSignals(true);
     heightButton->blockSignals(true);
-    widthButton->setText(QString("%1").arg(*widths.begin()));
-    heightButton->setText(QString("%1").arg(*heights.begin()));
+    widthButton->setText(QString("%1").arg(first->width));
+    heightButton->setText(QString("%1").arg(first->height));
     widthButton->blockSignals(false);
     heightButton->blockSignals(false);
     labelEdit->blockSignals(true);
-    labelEdit->setText(labels.size() == 1 ? *labels.begin() : QString());
+    labelEdit->setText(labels.size() == 1 ? first->label : QString());
     labelEdit->blockSignals(false);
-    labelColorButton->setIcon(make_icon(*labelColors.begin()));
-    toolboxState.color = *colors.begin();
-    toolboxState.labelColor = *labelColors.begin();
+    labelColorButton->setIcon(make_icon(first->labelColor));
+    toolboxState.color = first->color;
+    toolboxState.labelColor = first->labelColor;
     toolboxState.label = labelEdit->text();
-    toolboxState.width = *widths.begin();
-    toolboxState.height = *heights.begin();
+    toolboxState.width = first->width;
+    toolboxState.height = first->height;
 }

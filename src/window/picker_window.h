@@ -55,16 +55,6 @@ public:
     // Whether the name with this id (see name_ids.h) is in it.
     static bool id_selected(int id);
 
-    // What updateControls gathers from the selected buttons.
-    struct toolbox_state {
-        QSet<unsigned int> colors;
-        QSet<int> sizes;
-        QSet<int> widths;
-        QSet<int> heights;
-        QSet<QString> labels;
-        QSet<unsigned int> labelColors;
-    };
-
     // Values that new buttons and the toolbox use.
     struct toolbox_values {
         QRgb color = 0xB22222;
@@ -158,15 +148,38 @@ public:
     void parse_picker_config(const QString& path);
     void add_recent(const QString& name, const QString& path);
     const QMap<QString, QString>& recentPickers() const { return recent; }
+    // The recent pickers' names as the File menu lists them.
+    const QStringList& recentNames() const { return recentOrder; }
+    // A picker just opened or saved goes to the top of the recent list,
+    // which keeps the newest max_recent and is written back to its file.
+    void note_recent(const QString& name, const QString& path);
+    static constexpr int max_recent = 10;
     bool do_save(picker_view* view, const QString& path);
     void load_one_picker(const QString& path);
     void load_pickers(const QStringList& paths);
 
     bool execute_shortcut(QKeyEvent* e);
+    // Frames the view's picture and buttons before it is next painted (at
+    // once when it is showing): a restored or opened picker starts in full
+    // view.
+    void frame_when_shown(picker_view* view);
+    // Frames the picture and all buttons.
+    static void frame_all(picker_view* view);
 
     // The stored window size is honoured even below what the toolbox would
     // like; a narrow picker just clips its toolbox.
     QSize minimumSizeHint() const override;
+
+    // ----- Scripts
+    // Opens the files into tabs; nothing opens unless every file can be
+    // read, and then `why` names the first that cannot, with no dialog.
+    bool open_for_script(const QStringList& paths, QString* why);
+    // Saves the front picker to the path and ties its tab to it, without a
+    // dialog; false with the reason.
+    bool save_front_to(const QString& path, QString* why);
+    // The oldest opened picker still waiting for its namespaces to be bound,
+    // else the front picker.
+    picker_view* take_picker_to_bind();
 
 public slots:
     void set_button_color(QRgb which);
@@ -208,6 +221,7 @@ public slots:
 
 protected:
     bool event(QEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void enterEvent(QEvent* e) override;
     void leaveEvent(QEvent* e) override;
@@ -255,6 +269,9 @@ private:
     QAction* toolboxAction = nullptr;
 
     QMap<QString, QString> recent;
+    QStringList recentOrder;
+    QList<QAction*> recentActions;
+    QAction* recentSeparator = nullptr;
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;

@@ -2,6 +2,8 @@
 // of "name = path" lines (quotes allowed, '#' starts a comment).
 #include "window/picker_window.h"
 
+#include "model/safe_file.h"
+
 #include <QAction>
 #include <QDir>
 #include <QFile>
@@ -66,6 +68,23 @@ int tokenize(int length, const QString& line, QStringList& tokens)
     return tokens.size();
 }
 
+namespace {
+
+// The text quoted so that tokenize gives it back; empty when no quoting can
+// (it holds both kinds of quote, or a line break).
+QString config_token(const QString& text)
+{
+    if (text.isEmpty() || text.contains('\n') || text.contains('\r'))
+        return QString();
+    if (!text.contains('"'))
+        return '"' + text + '"';
+    if (!text.contains('\''))
+        return '\'' + text + '\'';
+    return QString();
+}
+
+} // namespace
+
 QString recent_pickers_path()
 {
     QSettings settings("Quillmarsh", "picker");
@@ -87,12 +106,48 @@ void picker_window::parse_picker_config(const QString& path)
 
 void picker_window::add_recent(const QString& name, const QString& path)
 {
-    if (recent.isEmpty())
-        fileMenu->addSeparator();
+    if (!recentSeparator)
+        recentSeparator = fileMenu->addSeparator();
+    if (!recent.contains(name))
+        recentOrder << name;
     recent.insert(name, QDir::fromNativeSeparators(path));
     QAction* action = fileMenu->addAction(name);
     addAction(action);
+    recentActions << action;
     connect(action, SIGNAL(triggered(bool)), this, SLOT(open_recent_file()));
+}
+
+void picker_window::note_recent(const QString& name, const QString& path)
+{
+    const QString stored = QDir::fromNativeSeparators(QFileInfo(path).absoluteFilePath());
+    // One entry per name and per file: the newest wins.
+    QList<QPair<QString, QString>> entries{{name, stored}};
+    for (const QString& other : qAsConst(recentOrder)) {
+        const QString otherPath = recent.value(other);
+        if (other != name && otherPath != stored && entries.size() < max_recent)
+            entries.append({other, otherPath});
+    }
+    for (QAction* action : qAsConst(recentActions)) {
+        removeAction(action);
+        delete action;
+    }
+    recentActions.clear();
+    recentOrder.clear();
+    recent.clear();
+    for (const auto& entry : qAsConst(entries))
+        add_recent(entry.first, entry.second);
+
+    QString text = QStringLiteral("# Recent pickers, newest first: name = \"path\"\n");
+    for (const auto& entry : qAsConst(entries)) {
+        const QString name_token = config_token(entry.first);
+        const QString path_token = config_token(entry.second);
+        if (!name_token.isEmpty() && !path_token.isEmpty())
+            text += name_token + " = " + path_token + "\n";
+    }
+    const QString config = recent_pickers_path();
+    QDir().mkpath(QFileInfo(config).absolutePath());
+    // A list that cannot be written is only a convenience lost: no error.
+    write_file_safely(config, text.toUtf8(), nullptr);
 }
 
 void picker_window::open_recent_file()

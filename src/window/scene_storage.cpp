@@ -12,6 +12,7 @@
 #include "window/window_texts.h"
 
 #include <QDataStream>
+#include <QEvent>
 #include <QImage>
 #include <QMessageBox>
 #include <QTabWidget>
@@ -299,6 +300,35 @@ void picker_window::streamTo(QDataStream& out) const
     }
 }
 
+void picker_window::frame_all(picker_view* view)
+{
+    QRect bounds = view->button_bounds(false);
+    if (!view->background.isNull())
+        bounds = view->buttons.isEmpty() ? view->background.rect() : (bounds | view->background.rect());
+    view->frameBounds(bounds, false, false);
+}
+
+void picker_window::frame_when_shown(picker_view* view)
+{
+    if (view->isVisible() && !view->size().isEmpty()) {
+        frame_all(view);
+        return;
+    }
+    view->installEventFilter(this);
+}
+
+bool picker_window::eventFilter(QObject* watched, QEvent* e)
+{
+    // Just before the first paint the view has its final size.
+    if (e->type() == QEvent::Paint) {
+        if (auto* view = qobject_cast<picker_view*>(watched)) {
+            view->removeEventFilter(this);
+            frame_all(view);
+        }
+    }
+    return QWidget::eventFilter(watched, e);
+}
+
 void picker_window::streamFrom(QDataStream& in)
 {
     streamDamage.clear();
@@ -323,6 +353,7 @@ void picker_window::streamFrom(QDataStream& in)
         view->update();
         tabWidget->addTab(view, tab.text);
         connect_picker(view);
+        frame_when_shown(view);
         declared += tab.declared;
         read += tab.buttons.size();
         refused += tab.image_refused;

@@ -64,6 +64,8 @@ void picker_window::setSelection(const QStringList& names)
         if (view && view->conform_to_selection())
             view->refresh();
     }
+    // The toolbox follows a selection made in the host as it does one made here.
+    updateControls();
     bool any = !the_list().isEmpty();
     addOneAction->setEnabled(any);
     addManyAction->setEnabled(any);
