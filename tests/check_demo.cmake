@@ -2,6 +2,31 @@
 # scene itself is compared with what its build script makes by test_plugin.)
 # MODE=twice: the build script run in two processes, with different zooms,
 # pans and hash seeds, gives the same scene and pickers byte for byte.
+# MODE=pickers: the sample pickers in examples/pickers are what the build
+# script saves now, and their JSON and pictures what quillmarsh-pkr makes.
+if(MODE STREQUAL "pickers")
+    file(REMOVE_RECURSE ${OUT})
+    execute_process(COMMAND ${MAKE_DEMO} --pickers ${OUT} RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "make_demo --pickers failed")
+    endif()
+    foreach(name hero sidekick)
+        execute_process(COMMAND ${PKR_TOOL} to-json ${OUT}/${name}.pkr RESULT_VARIABLE result)
+        if(NOT result EQUAL 0)
+            message(FATAL_ERROR "quillmarsh-pkr to-json ${name}.pkr failed")
+        endif()
+        foreach(file ${name}.pkr ${name}.json ${name}.png)
+            execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${OUT}/${file} ${SOURCE}/${file}
+                            RESULT_VARIABLE different)
+            if(different)
+                message(FATAL_ERROR "examples/pickers/${file} is out of date: run make_demo --pickers and "
+                                    "quillmarsh-pkr to-json in examples/pickers")
+            endif()
+        endforeach()
+    endforeach()
+    return()
+endif()
+
 if(MODE STREQUAL "twice")
     set(seeds 0 7)
     set(views 1.0,0,0 2.5,-130,45)

@@ -14,7 +14,7 @@ root=$PWD
 seconds=${1:-600}
 shift || true
 harnesses=("$@")
-[ ${#harnesses[@]} -gt 0 ] || harnesses=(fuzz_pkr fuzz_scene_data fuzz_clipboard fuzz_directives)
+[ ${#harnesses[@]} -gt 0 ] || harnesses=(fuzz_pkr fuzz_pkr_json fuzz_scene_data fuzz_clipboard fuzz_directives)
 case "$seconds" in ''|*[!0-9]*) echo "error: seconds must be a number, got '$seconds'" >&2; exit 2 ;; esac
 
 EXTRA_PACKAGES="clang ccache" PACKAGES_ONLY=1 source tools/setup.sh

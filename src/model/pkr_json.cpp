@@ -1,0 +1,268 @@
+#include "model/pkr_json.h"
+
+#include "model/limits.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+
+namespace pkr_json {
+
+namespace {
+
+// Strings keep the difference between null and empty, which the binary
+// form keeps too (a null string is written as a length of -1).
+QJsonValue text_value(const QString& s)
+{
+    return s.isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(s);
+}
+
+QString colour_text(quint32 c)
+{
+    return QStringLiteral("#%1").arg(c, 8, 16, QLatin1Char('0'));
+}
+
+// Thrown through the reader with the place and the problem.
+struct bad_json {
+    QString why;
+};
+
+[[noreturn]] void fail(const QString& where, const QString& why)
+{
+    throw bad_json{where.isEmpty() ? why : where + ": " + why};
+}
+
+QString read_text(const QJsonObject& o, const char* key, const QString& where, bool required = true)
+{
+    const QJsonValue v = o.value(QLatin1String(key));
+    if (v.isUndefined() && !required)
+        return QString();
+    if (v.isNull())
+        return QString();
+    if (!v.isString())
+        fail(where, QString("\"%1\" must be a string or null").arg(key));
+    // An empty JSON string is an empty, not a null, string.
+    const QString s = v.toString();
+    return s.isNull() ? QString("") : s;
+}
+
+qint32 read_int(const QJsonObject& o, const char* key, const QString& where, qint64 low, qint64 high)
+{
+    const QJsonValue v = o.value(QLatin1String(key));
+    if (!v.isDouble())
+        fail(where, QString("\"%1\" must be a number").arg(key));
+    const double d = v.toDouble();
+    if (d != double(qint64(d)) || d < double(low) || d > double(high))
+        fail(where, QString("\"%1\" must be a whole number from %2 to %3").arg(key).arg(low).arg(high));
+    return qint32(d);
+}
+
+quint32 read_colour(const QJsonObject& o, const char* key, const QString& where)
+{
+    const QString s = o.value(QLatin1String(key)).toString();
+    bool ok = false;
+    const quint32 c = s.mid(1).toUInt(&ok, 16);
+    if (s.size() != 9 || !s.startsWith('#') || !ok)
+        fail(where, QString("\"%1\" must be a colour written #aarrggbb").arg(key));
+    return c;
+}
+
+QPixmap read_png(const QByteArray& png, const QString& where)
+{
+    if (png.size() > limits::max_image_bytes)
+        fail(where, QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
+    QBuffer buffer;
+    buffer.setData(png);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, "png");
+    const QSize size = reader.size();
+    if (!size.isValid())
+        fail(where, "the picture is not a PNG image");
+    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side
+        || qint64(size.width()) * size.height() > limits::max_image_pixels)
+        fail(where, QString("the picture is %1 x %2 pixels; a picker holds at most %3 x %3")
+                        .arg(size.width()).arg(size.height()).arg(limits::image_square_side));
+    const QImage image = reader.read();
+    if (image.isNull())
+        fail(where, "the picture cannot be decoded: " + reader.errorString());
+    return QPixmap::fromImage(image);
+}
+
+buttonAttributes read_button(const QJsonValue& value, int index)
+{
+    const QString where = QString("button %1").arg(index);
+    if (!value.isObject())
+        fail(where, "must be an object");
+    const QJsonObject o = value.toObject();
+    buttonAttributes a;
+    const qint32 c = limits::max_coordinate;
+    a.pos = QPoint(read_int(o, "x", where, -c, c), read_int(o, "y", where, -c, c));
+    a.width = read_int(o, "width", where, 0, limits::max_button_side);
+    a.height = read_int(o, "height", where, 0, limits::max_button_side);
+    a.size = o.contains("size") ? read_int(o, "size", where, 0, limits::max_button_side) : a.width;
+    const QString kind = o.value("kind").toString();
+    if (kind != "selection" && kind != "command")
+        fail(where, "\"kind\" must be \"selection\" or \"command\"");
+    a.kind = kind == "command" ? 1 : 0;
+    const QString language = o.value("language").toString();
+    if (language != "mel" && language != "python")
+        fail(where, "\"language\" must be \"mel\" or \"python\"");
+    a.language = language == "python" ? 1 : 0;
+    a.color = read_colour(o, "color", where);
+    a.labelColor = read_colour(o, "labelColor", where);
+    a.label = read_text(o, "label", where);
+    if (a.kind == 1 && o.contains("script")) {
+        a.names = QStringList{read_text(o, "script", where)};
+    } else {
+        const QJsonValue names = o.value("names");
+        if (!names.isArray())
+            fail(where, "\"names\" must be a list of strings");
+        const QJsonArray list = names.toArray();
+        if (list.isEmpty() || list.size() > limits::max_names)
+            fail(where, QString("\"names\" must hold 1 to %1 names").arg(limits::max_names));
+        for (const QJsonValue& name : list) {
+            if (!name.isString() && !name.isNull())
+                fail(where, "\"names\" must be a list of strings");
+            a.names << (name.isNull() ? QString() : (name.toString().isNull() ? QString("") : name.toString()));
+        }
+    }
+    return a;
+}
+
+} // namespace
+
+QByteArray picture_png(const pkr_header& header)
+{
+    if (header.backgroundKey.isEmpty() || header.background.isNull())
+        return QByteArray();
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    // The same writer the pixmap's stream operator uses, so the bytes are
+    // those a .pkr holds.
+    QImageWriter writer(&buffer, "png");
+    writer.write(header.background.toImage());
+    return png;
+}
+
+QByteArray to_json(const pkr_contents& picker, const QString& image_file)
+{
+    const pkr_header& header = picker.header;
+    QJsonObject root;
+    root.insert("format", QLatin1String(format_name));
+    root.insert("formatVersion", format_version);
+    root.insert("name", text_value(header.name));
+    QJsonObject background;
+    background.insert("key", text_value(header.backgroundKey));
+    const QByteArray png = picture_png(header);
+    if (!png.isEmpty()) {
+        background.insert("width", header.background.width());
+        background.insert("height", header.background.height());
+        if (image_file.isEmpty())
+            background.insert("png", QString::fromLatin1(png.toBase64()));
+        else
+            background.insert("file", image_file);
+    }
+    root.insert("background", background);
+    QJsonArray buttons;
+    for (const buttonAttributes& a : picker.buttons) {
+        QJsonObject o;
+        o.insert("x", a.pos.x());
+        o.insert("y", a.pos.y());
+        o.insert("width", a.width);
+        o.insert("height", a.height);
+        if (a.size != a.width)
+            o.insert("size", a.size);
+        o.insert("kind", a.kind == 1 ? "command" : "selection");
+        o.insert("language", a.language == 1 ? "python" : "mel");
+        o.insert("color", colour_text(a.color));
+        o.insert("labelColor", colour_text(a.labelColor));
+        o.insert("label", text_value(a.label));
+        if (a.kind == 1 && a.names.size() == 1) {
+            o.insert("script", text_value(a.names.first()));
+        } else {
+            QJsonArray names;
+            for (const QString& name : a.names)
+                names.append(text_value(name));
+            o.insert("names", names);
+        }
+        buttons.append(o);
+    }
+    root.insert("buttons", buttons);
+    return QJsonDocument(root).toJson(QJsonDocument::Indented);
+}
+
+bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& header,
+               QList<buttonAttributes>& buttons, QString* error)
+{
+    try {
+        if (json.size() > limits::max_file_bytes * 2)
+            fail(QString(), "the text is too large to be a picker");
+        QJsonParseError parse;
+        const QJsonDocument doc = QJsonDocument::fromJson(json, &parse);
+        if (doc.isNull())
+            fail(QString(), QString("not JSON (%1 at byte %2)").arg(parse.errorString()).arg(parse.offset));
+        if (!doc.isObject())
+            fail(QString(), "not a picker: the text is not a JSON object");
+        const QJsonObject root = doc.object();
+        if (root.value("format").toString() != QLatin1String(format_name))
+            fail(QString(), QString("not a picker: \"format\" is not \"%1\"").arg(format_name));
+        const int version = read_int(root, "formatVersion", QString(), 1, 1000);
+        if (version > format_version)
+            fail(QString(), QString("written by a newer version (format %1; this one reads %2)")
+                                .arg(version).arg(format_version));
+        pkr_header h;
+        h.name = read_text(root, "name", QString());
+        const QJsonValue bg = root.value("background");
+        if (!bg.isObject())
+            fail(QString(), "\"background\" must be an object");
+        const QJsonObject background = bg.toObject();
+        h.backgroundKey = read_text(background, "key", "background", false);
+        if (!h.backgroundKey.isEmpty()) {
+            for (QChar c : h.backgroundKey)
+                if (!c.isDigit())
+                    fail("background", "\"key\" must be made of digits");
+            QByteArray png;
+            if (background.contains("png")) {
+                png = QByteArray::fromBase64(background.value("png").toString().toLatin1());
+            } else if (background.contains("file")) {
+                const QString name = background.value("file").toString();
+                QFile file(QDir(base_dir).filePath(name));
+                if (name.isEmpty() || !file.open(QIODevice::ReadOnly))
+                    fail("background", QString("cannot read the picture \"%1\"").arg(file.fileName()));
+                if (file.size() > limits::max_image_bytes)
+                    fail("background", QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
+                png = file.readAll();
+            }
+            if (!png.isEmpty())
+                h.background = read_png(png, "background");
+        }
+        const QJsonValue list = root.value("buttons");
+        if (!list.isArray())
+            fail(QString(), "\"buttons\" must be a list");
+        const QJsonArray array = list.toArray();
+        if (array.size() > limits::max_buttons)
+            fail(QString(), QString("%1 buttons; a picker holds at most %2").arg(array.size()).arg(limits::max_buttons));
+        QList<buttonAttributes> read;
+        read.reserve(array.size());
+        for (int i = 0; i < array.size(); ++i)
+            read.append(read_button(array.at(i), i + 1));
+        header = h;
+        buttons = read;
+        return true;
+    } catch (const bad_json& e) {
+        if (error)
+            *error = e.why;
+        return false;
+    }
+}
+
+} // namespace pkr_json

@@ -1,0 +1,322 @@
+// Picker files as JSON and the quillmarsh-pkr tool: exact round trips for
+// every file version, clear refusals of bad input, and nothing written when
+// a command fails.
+#include "model/picker_file.h"
+#include "model/pkr_json.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+buttonAttributes button(QPoint pos, int w, int h, int kind, int language, quint32 color, quint32 labelColor,
+                        const QString& label, const QStringList& names)
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = a.width = w;
+    a.height = h;
+    a.kind = kind;
+    a.language = language;
+    a.color = color;
+    a.labelColor = labelColor;
+    a.label = label;
+    a.names = names;
+    return a;
+}
+
+// A picture that compresses like a painted one: a gradient with noise.
+QPixmap picture(int w, int h)
+{
+    QImage image(w, h, QImage::Format_RGB32);
+    quint32 noise = 12345;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            noise = noise * 1103515245u + 12345u;
+            const int n = int(noise >> 28);
+            image.setPixel(x, y, qRgb((x * 255 / w + n) & 255, (y * 255 / h + n) & 255, 90 + n));
+        }
+    return QPixmap::fromImage(image);
+}
+
+QByteArray file_bytes(const QString& name, const QString& key, const QPixmap& background,
+                      const QList<buttonAttributes>& buttons)
+{
+    pkr_header header;
+    header.name = name;
+    header.backgroundKey = key;
+    header.background = background;
+    return write_pkr(header, buttons);
+}
+
+pkr_contents read_bytes(const QByteArray& bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    pkr_contents contents;
+    QString why;
+    if (!read_pkr(buffer, contents, &why))
+        qWarning("not a picker: %s", qPrintable(why));
+    return contents;
+}
+
+// The file made from the JSON of the file.
+QByteArray through_json(const QByteArray& file, const QString& image_dir, bool embed)
+{
+    const pkr_contents contents = read_bytes(file);
+    QString image_name;
+    if (!embed && !contents.header.background.isNull()) {
+        image_name = "picture.png";
+        QFile png(QDir(image_dir).filePath(image_name));
+        png.open(QIODevice::WriteOnly);
+        png.write(pkr_json::picture_png(contents.header));
+    }
+    const QByteArray json = pkr_json::to_json(contents, image_name);
+    pkr_header header;
+    QList<buttonAttributes> buttons;
+    QString why;
+    if (!pkr_json::from_json(json, image_dir, header, buttons, &why))
+        qWarning("JSON refused: %s", qPrintable(why));
+    return write_pkr(header, buttons);
+}
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+QByteArray contents_of(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+const QStringList two{"hero:L_arm_ctrl", "hero:L_hand_ctrl"};
+
+} // namespace
+
+class test_pkr_tool : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir dir;
+
+    // Runs the tool; its exit status, with what it printed in *out.
+    int tool(const QStringList& args, QString* out = nullptr)
+    {
+        QProcess p;
+        p.start(PKR_TOOL, args);
+        if (!p.waitForFinished(60000))
+            return -1;
+        if (out)
+            *out = QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
+        return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    }
+
+private slots:
+    void json_gives_back_the_same_file_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<bool>("embed");
+        const QList<buttonAttributes> usual{
+            button({10, 20}, 12, 12, 0, 0, 0xffb22222, 0x000000, "L", two),
+            button({-5, 300}, 40, 16, 1, 1, 0xff00ff00, 0xffffff, "Reset", {"import maya.cmds as cmds\ncmds.select(cl=True)"}),
+            button({0, 0}, 8, 30, 1, 0, 0x12345678, 0xfedcba98, QString(), {"select -cl;", "second line"}),
+            button({999999, -999999}, 0, 100000, 0, 0, 0, 0, "", {QString(), "", "ünïcode:名前"})};
+        QTest::newRow("no picture") << file_bytes("body", QString(), QPixmap(), usual) << false;
+        QTest::newRow("picture beside") << file_bytes("face", "4711", picture(64, 48), usual) << false;
+        QTest::newRow("picture embedded") << file_bytes("face", "4711", picture(64, 48), usual) << true;
+        QTest::newRow("no buttons, null name") << file_bytes(QString(), QString(), QPixmap(), {}) << false;
+        buttonAttributes odd = usual[0];
+        odd.size = 7; // the legacy size apart from the width
+        QTest::newRow("legacy size") << file_bytes("odd", QString(), QPixmap(), {odd}) << false;
+
+        // Older versions, once saved by this one.
+        auto old_file = [](qint32 version) {
+            QByteArray bytes;
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            out.setVersion(picker_format::pkr_stream_version);
+            out << version << QString("Old");
+            if (version >= 2)
+                out << QString();
+            out << qint32(1) << qint32(0) << QPoint(3, 4) << qint32(25);
+            if (version >= 2)
+                out << qint32(0) << qint32(0);
+            out << quint32(0xff112233);
+            if (version >= 4)
+                out << quint32(0xff0000);
+            out << QString("A") << qint32(2) << QString("ns:a") << QString("ns:b");
+            return bytes;
+        };
+        for (qint32 version : {1, 2, 3, 4}) {
+            const pkr_contents old = read_bytes(old_file(version));
+            QTest::addRow("version %d", version)
+                << write_pkr(old.header, QList<buttonAttributes>(old.buttons.begin(), old.buttons.end())) << false;
+        }
+    }
+    void json_gives_back_the_same_file()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(bool, embed);
+        QTemporaryDir images;
+        QCOMPARE(through_json(file, images.path(), embed), file);
+    }
+
+    void json_is_stable_and_readable()
+    {
+        const QByteArray file = file_bytes("body", "12", picture(8, 8), {button({1, 2}, 12, 14, 0, 0, 0xffb22222, 0,
+                                                                               "Arm", two)});
+        const pkr_contents contents = read_bytes(file);
+        const QByteArray json = pkr_json::to_json(contents, "body.png");
+        QCOMPARE(pkr_json::to_json(read_bytes(file), "body.png"), json);
+        // One value a line, keys in a fixed order: a diff shows what changed.
+        for (const char* line : {"\"format\": \"quillmarsh-picker\"", "\"x\": 1,", "\"y\": 2", "\"width\": 12,",
+                                 "\"height\": 14,", "\"color\": \"#ffb22222\",", "\"kind\": \"selection\",",
+                                 "\"file\": \"body.png\"", "\"hero:L_arm_ctrl\","})
+            QVERIFY2(json.contains(line), line);
+        QVERIFY(!json.contains("\"size\""));
+    }
+
+    void bad_json_is_refused_with_the_reason_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QString>("reason");
+        const QByteArray good = pkr_json::to_json(
+            read_bytes(file_bytes("b", QString(), QPixmap(), {button({1, 2}, 12, 12, 0, 0, 0xff000000, 0, "A", two)})),
+            QString());
+        auto with = [&good](const char* from, const char* to) {
+            QByteArray j = good;
+            return j.replace(from, to);
+        };
+        QTest::newRow("not JSON") << QByteArray("{\"format\": ") << "not JSON";
+        QTest::newRow("a list") << QByteArray("[1, 2]") << "not a JSON object";
+        QTest::newRow("another format") << with("quillmarsh-picker", "other") << "\"format\"";
+        QTest::newRow("newer") << with("\"formatVersion\": 1", "\"formatVersion\": 9") << "newer version";
+        QTest::newRow("colour") << with("#ff000000", "red") << "button 1: \"color\"";
+        QTest::newRow("coordinate text") << with("\"x\": 1", "\"x\": \"1\"") << "button 1: \"x\"";
+        QTest::newRow("coordinate fraction") << with("\"x\": 1", "\"x\": 1.5") << "whole number";
+        QTest::newRow("coordinate far") << with("\"x\": 1", "\"x\": 1e12") << "whole number";
+        QTest::newRow("kind") << with("\"selection\"", "\"other\"") << "\"kind\"";
+        QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
+                                  << "\"names\" must hold";
+        QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "digits";
+        QTest::newRow("missing picture") << with("\"key\": null", "\"key\": \"5\", \"file\": \"gone.png\"")
+                                         << "cannot read the picture";
+        QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
+                                         << "not a PNG";
+    }
+    void bad_json_is_refused_with_the_reason()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(QString, reason);
+        pkr_header header;
+        header.name = "kept";
+        QList<buttonAttributes> buttons;
+        QString why;
+        QVERIFY(!pkr_json::from_json(json, dir.path(), header, buttons, &why));
+        QVERIFY2(why.contains(reason), qPrintable(why));
+        QCOMPARE(header.name, QString("kept"));
+        QVERIFY(buttons.isEmpty());
+    }
+
+    void tool_converts_both_ways()
+    {
+        const QByteArray file = file_bytes("face", "77", picture(32, 32), {button({1, 2}, 12, 12, 0, 0, 0xff0000ff, 0,
+                                                                                 "A", two)});
+        const QString pkr = dir.filePath("face.pkr");
+        write(pkr, file);
+        QCOMPARE(tool({"to-json", pkr}), 0);
+        QVERIFY(QFile::exists(dir.filePath("face.png")));
+        QVERIFY(contents_of(dir.filePath("face.json")).contains("\"file\": \"face.png\""));
+        QCOMPARE(tool({"from-json", dir.filePath("face.json"), "-o", dir.filePath("again.pkr")}), 0);
+        QCOMPARE(contents_of(dir.filePath("again.pkr")), file);
+        QCOMPARE(tool({"to-json", pkr, "--embed", "-o", dir.filePath("embedded.json")}), 0);
+        QVERIFY(contents_of(dir.filePath("embedded.json")).contains("\"png\": \""));
+        QCOMPARE(tool({"from-json", dir.filePath("embedded.json")}), 0);
+        QCOMPARE(contents_of(dir.filePath("embedded.pkr")), file);
+    }
+
+    void tool_info_rebind_and_preview()
+    {
+        const QByteArray file = file_bytes("hero", "5", picture(200, 100),
+                                           {button({50, 50}, 20, 20, 0, 0, 0xffff0000, 0, "L", two),
+                                            button({150, 50}, 20, 20, 1, 0, 0xff00ff00, 0, "Go",
+                                                   {"select -r hero:L_arm_ctrl;"})});
+        const QString pkr = dir.filePath("hero.pkr");
+        write(pkr, file);
+        QString out;
+        QCOMPARE(tool({"info", pkr}, &out), 0);
+        for (const char* line : {"name: hero", "picture: 200 x 100", "buttons: 2 (1 selection, 1 command)",
+                                 "namespaces: hero"})
+            QVERIFY2(out.contains(line), qPrintable(out));
+
+        QCOMPARE(tool({"rebind", pkr, "hero=villain", "-o", dir.filePath("villain.pkr")}), 0);
+        const pkr_contents moved = read_bytes(contents_of(dir.filePath("villain.pkr")));
+        QCOMPARE(moved.buttons[0].names, (QStringList{"villain:L_arm_ctrl", "villain:L_hand_ctrl"}));
+        QCOMPARE(moved.buttons[1].names, QStringList{"select -r villain:L_arm_ctrl;"});
+        QCOMPARE(contents_of(pkr), file);
+
+        QCOMPARE(tool({"preview", pkr, "-o", dir.filePath("hero.png"), "--size", "300x200"}), 0);
+        const QImage shot(dir.filePath("hero.png"));
+        QCOMPARE(shot.size(), QSize(300, 200));
+        // The red selection button is painted, framed with the picture.
+        int red = 0;
+        for (int y = 0; y < shot.height(); ++y)
+            for (int x = 0; x < shot.width(); ++x)
+                red += shot.pixel(x, y) == qRgb(255, 0, 0);
+        QVERIFY(red > 100);
+    }
+
+    void tool_failures_write_nothing_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("says");
+        QTest::newRow("no command") << QStringList{} << 2 << "usage";
+        QTest::newRow("unknown command") << QStringList{"explode", "x"} << 2 << "unknown command";
+        QTest::newRow("missing file") << QStringList{"to-json", "@/gone.pkr"} << 1 << "cannot open";
+        QTest::newRow("not a picker") << QStringList{"to-json", "@/text.pkr"} << 1 << "not a picker";
+        QTest::newRow("damaged to JSON") << QStringList{"to-json", "@/cut.pkr"} << 1 << "damaged: 1 of 2";
+        QTest::newRow("damaged preview") << QStringList{"preview", "@/cut.pkr", "-o", "@/cut.png"} << 1 << "damaged";
+        QTest::newRow("damaged rebind") << QStringList{"rebind", "@/cut.pkr", "a=b", "-o", "@/out.pkr"} << 1
+                                        << "damaged";
+        QTest::newRow("check damaged") << QStringList{"check", "@/good.pkr", "@/cut.pkr"} << 1 << "good.pkr: ok";
+        QTest::newRow("bad pair") << QStringList{"rebind", "@/good.pkr", "a;b=c"} << 2 << "OLD=NEW";
+        QTest::newRow("bad size") << QStringList{"preview", "@/good.pkr", "-o", "@/x.png", "--size", "9x"} << 2
+                                  << "--size";
+        QTest::newRow("option missing value") << QStringList{"to-json", "@/good.pkr", "-o"} << 2 << "needs a value";
+        QTest::newRow("bad JSON") << QStringList{"from-json", "@/bad.json", "-o", "@/out.pkr"} << 1 << "not JSON";
+    }
+    void tool_failures_write_nothing()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, status);
+        QFETCH(QString, says);
+        QTemporaryDir place;
+        const QByteArray good = file_bytes("g", QString(), QPixmap(),
+                                           {button({1, 1}, 9, 9, 0, 0, 0xff000000, 0, "a", two),
+                                            button({9, 9}, 9, 9, 0, 0, 0xff000000, 0, "b", two)});
+        write(place.filePath("good.pkr"), good);
+        write(place.filePath("cut.pkr"), good.left(good.size() - 20));
+        write(place.filePath("text.pkr"), "just some text\n");
+        write(place.filePath("bad.json"), "{\"format\":");
+        for (QString& arg : args)
+            arg.replace("@", place.path());
+        const QStringList before = QDir(place.path()).entryList(QDir::Files);
+        QString out;
+        QCOMPARE(tool(args, &out), status);
+        QVERIFY2(out.contains(says), qPrintable(out));
+        QCOMPARE(QDir(place.path()).entryList(QDir::Files), before);
+    }
+};
+
+QTEST_MAIN(test_pkr_tool)
+#include "test_pkr_tool.moc"
