@@ -2,8 +2,8 @@
 
 namespace {
 
-const QStringList value_options = {"--plugin", "--mel", "--mel-file", "--screenshot",
-                                   "--save-scene"};
+const QStringList value_options = {"--plugin", "--mel", "--mel-file", "--py", "--py-file",
+                                   "--screenshot", "--save-scene"};
 
 } // namespace
 
@@ -11,6 +11,7 @@ QString usage_text()
 {
     return "usage: quillmarsh-sandbox [scene.ma] [--plugin PATH] [--mel TEXT]... "
            "[--mel-file FILE]...\n"
+           "                          [--py TEXT]... [--py-file FILE]...\n"
            "                          [--screenshot FILE.png] [--save-scene FILE.ma] [--quit]\n";
 }
 
@@ -37,6 +38,10 @@ bool parse_command_line(const QStringList& args, app_options* options, QString* 
                 options->steps.append({app_step::mel, value});
             else if (arg == "--mel-file")
                 options->steps.append({app_step::mel_file, value});
+            else if (arg == "--py")
+                options->steps.append({app_step::python, value});
+            else if (arg == "--py-file")
+                options->steps.append({app_step::python_file, value});
             else if (arg == "--screenshot")
                 options->steps.append({app_step::screenshot, value});
             else

@@ -7,7 +7,7 @@
 #include <QVector>
 
 struct app_step {
-    enum kind { mel, mel_file, screenshot, save_scene };
+    enum kind { mel, mel_file, python, python_file, screenshot, save_scene };
     kind what;
     QString value;
 };

@@ -57,6 +57,8 @@ int main(int argc, char* argv[])
         switch (step.what) {
         case app_step::mel: window.run_mel(step.value, true); break;
         case app_step::mel_file: window.run_mel_file(step.value); break;
+        case app_step::python: window.run_python(step.value, true); break;
+        case app_step::python_file: window.run_python_file(step.value); break;
         case app_step::screenshot: window.save_screenshot(step.value); break;
         case app_step::save_scene: window.save_scene_to(step.value); break;
         }

@@ -55,8 +55,10 @@ sandbox_window::sandbox_window(bool mirror_output) : mirror_output_(mirror_outpu
 
     editor_ = new script_editor;
     setCentralWidget(editor_);
-    connect(editor_->input(), &mel_input::run_requested, this,
+    connect(editor_->input(), &script_input::run_requested, this,
             [this](const QString& text) { run_mel(text, true); });
+    connect(editor_->python_input(), &script_input::run_requested, this,
+            [this](const QString& text) { run_python(text, true); });
 
     outliner_ = new outliner;
     auto* dock = new QDockWidget("Outliner", this);
@@ -248,6 +250,22 @@ void sandbox_window::run_mel_file(const QString& path)
         return;
     }
     run_mel(QString::fromUtf8(file.readAll()), false);
+}
+
+void sandbox_window::run_python(const QString& text, bool echo, const QString& file)
+{
+    host_call call(this);
+    the_host().execute_python(text, nullptr, echo, file);
+}
+
+void sandbox_window::run_python_file(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        report_error(QString("Could not read Python file \"%1\": %2").arg(path, file.errorString()));
+        return;
+    }
+    run_python(QString::fromUtf8(file.readAll()), false, QFileInfo(path).absoluteFilePath());
 }
 
 // ----- Idle queue and refreshing

@@ -28,6 +28,8 @@ public:
     bool save_scene_to(const QString& path);
     void run_mel(const QString& text, bool echo);
     void run_mel_file(const QString& path);
+    void run_python(const QString& text, bool echo, const QString& file = QString());
+    void run_python_file(const QString& path);
     void save_screenshot(const QString& path);
 
     // Runs queued idle texts and pending events until neither is left, then

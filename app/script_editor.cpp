@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QScrollBar>
 #include <QSplitter>
+#include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QVBoxLayout>
 
@@ -20,14 +21,14 @@ QFont code_font()
 
 } // namespace
 
-mel_input::mel_input(QWidget* parent) : QPlainTextEdit(parent)
+script_input::script_input(const QString& language, QWidget* parent) : QPlainTextEdit(parent)
 {
     setFont(code_font());
-    setPlaceholderText("MEL - Ctrl+Return runs it (or the selected part), Up/Down recall");
+    setPlaceholderText(language + " - Ctrl+Return runs it (or the selected part), Up/Down recall");
     setTabChangesFocus(false);
 }
 
-void mel_input::keyPressEvent(QKeyEvent* event)
+void script_input::keyPressEvent(QKeyEvent* event)
 {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (enter && ((event->modifiers() & Qt::ControlModifier) || (event->modifiers() & Qt::KeypadModifier))) {
@@ -47,7 +48,7 @@ void mel_input::keyPressEvent(QKeyEvent* event)
     QPlainTextEdit::keyPressEvent(event);
 }
 
-void mel_input::run()
+void script_input::run()
 {
     const QTextCursor cursor = textCursor();
     if (cursor.hasSelection()) {
@@ -66,7 +67,7 @@ void mel_input::run()
     emit run_requested(text);
 }
 
-void mel_input::recall(int position)
+void script_input::recall(int position)
 {
     if (position_ == history_.size())
         draft_ = toPlainText();
@@ -82,11 +83,17 @@ script_editor::script_editor(QWidget* parent) : QWidget(parent)
     output_->setFont(code_font());
     output_->setMaximumBlockCount(20000);
     output_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    input_ = new mel_input;
+    input_ = new script_input("MEL");
+    python_input_ = new script_input("Python");
+    python_input_->setObjectName("python_input");
+    auto* inputs = new QTabWidget;
+    inputs->setDocumentMode(true);
+    inputs->addTab(input_, "MEL");
+    inputs->addTab(python_input_, "Python");
 
     auto* split = new QSplitter(Qt::Vertical);
     split->addWidget(output_);
-    split->addWidget(input_);
+    split->addWidget(inputs);
     split->setStretchFactor(0, 3);
     split->setStretchFactor(1, 1);
     auto* layout = new QVBoxLayout(this);

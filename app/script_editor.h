@@ -1,4 +1,5 @@
-// The script output, coloured by kind, over a MEL input with a history.
+// The script output, coloured by kind, over MEL and Python inputs, each
+// with its own history.
 #pragma once
 
 #include <QPlainTextEdit>
@@ -10,10 +11,10 @@ struct log_entry;
 
 // Ctrl+Return (or keypad Enter) runs the text, or only its selected part;
 // Up on the first line and Down on the last walk the history.
-class mel_input : public QPlainTextEdit {
+class script_input : public QPlainTextEdit {
     Q_OBJECT
 public:
-    explicit mel_input(QWidget* parent = nullptr);
+    explicit script_input(const QString& language, QWidget* parent = nullptr);
 
 signals:
     void run_requested(const QString& text);
@@ -36,10 +37,12 @@ public:
     explicit script_editor(QWidget* parent = nullptr);
 
     void append(const sandbox::log_entry& entry);
-    mel_input* input() const { return input_; }
+    script_input* input() const { return input_; }
+    script_input* python_input() const { return python_input_; }
 
 private:
     QPlainTextEdit* output_;
-    mel_input* input_;
+    script_input* input_;
+    script_input* python_input_;
     bool empty_ = true; // an empty first entry leaves the document looking empty
 };

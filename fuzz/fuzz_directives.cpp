@@ -43,6 +43,8 @@ namespace {
 constexpr int max_lines = 24;
 constexpr int max_args = 24;
 
+// Not press_button, whose command buttons would run whatever script the
+// input wrote, nor set_mirror_patterns, which writes the user's settings.
 const char* const directives[] = {
     "clear", "select", "restore", "fetch_image", "set_background", "clear_background",
     "bind", "rebind", "update_namespace", "save", "saveas", "new_tab", "close_tab",
@@ -50,7 +52,7 @@ const char* const directives[] = {
     "move_button", "rename_button", "update_button", "delete_button", "query_button",
     "get_button_bounds", "resize_button", "color_button", "color_button_text",
     "get_button_properties", "set_button_properties", "get_namespaces",
-    "enable_batch_mode", "disable_batch_mode", "open", "flush"};
+    "enable_batch_mode", "disable_batch_mode", "open", "flush", "mirror_buttons", "get_mirror_patterns"};
 constexpr int directive_count = int(sizeof(directives) / sizeof(directives[0]));
 
 // Directives whose arguments are file paths.

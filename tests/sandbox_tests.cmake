@@ -30,6 +30,7 @@ set_tests_properties(demo_is_current PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=off
 
 quill_test(test_gestures SOURCES test_gestures.cpp LIBS picker_ui)
 quill_test(test_edit SOURCES test_edit.cpp LIBS picker_ui)
+quill_test(test_mirror SOURCES test_mirror.cpp LIBS picker_ui)
 
 quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
@@ -39,3 +40,9 @@ quill_test(test_menus SOURCES test_menus.cpp LIBS picker_ui)
 # What the scene holds against what the window shows, through the real host.
 quill_test(test_scene SOURCES test_scene.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+
+# Python in the host: maya.cmds and Python command buttons of the real plug-in.
+quill_test(test_python SOURCES test_python.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
+target_compile_definitions(test_python PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>")
+add_dependencies(test_python quillmarsh-sandbox)

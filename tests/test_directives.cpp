@@ -1,6 +1,7 @@
 // Scripting the picker with real MEL in the stand-in host: the button
 // directives, namespace binding and the namespace chooser.
 #include "edit/button_commands.h"
+#include "edit/mirror_command.h"
 #include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "plugin/picker_main.h"
@@ -37,7 +38,7 @@ const QStringList all_directives = {
     "add_button", "add_cmd_button", "move_button", "rename_button", "update_button", "delete_button",
     "query_button", "get_button_bounds", "resize_button", "color_button", "color_button_text",
     "get_button_properties", "set_button_properties", "get_namespaces", "enable_batch_mode",
-    "disable_batch_mode"};
+    "disable_batch_mode", "press_button", "mirror_buttons", "set_mirror_patterns", "get_mirror_patterns"};
 
 // Every button of the current tab as text, for before/after comparisons.
 QStringList describe(picker_view* view)
@@ -164,6 +165,7 @@ private slots:
 
     void init()
     {
+        mirror::store_patterns({});
         h.execute("file -f -new");
         h.clear_output();
         run("namespace -add rig; createNode transform -n \"rig:arm\" -ss; createNode transform -n \"rig:leg\" -ss;"
@@ -279,6 +281,9 @@ private slots:
         QTest::newRow("point") << "QuillmarshPicker resize_button x 300 300 4 4";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x";
         QTest::newRow("colour") << "QuillmarshPicker color_button label nothing red";
+        QTest::newRow("press") << "QuillmarshPicker press_button object rig:nothing";
+        QTest::newRow("press at nothing") << "QuillmarshPicker press_button x 300 300";
+        QTest::newRow("mirror with nothing selected") << "QuillmarshPicker mirror_buttons";
     }
 
     void unknown_buttons_fail_with_the_message()
@@ -294,7 +299,7 @@ private slots:
     {
         run("QuillmarshPicker clear_tabs");
         for (const QString& d : all_directives) {
-            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image")
+            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image" || d == "set_mirror_patterns")
                 continue;
             QVERIFY2(run("QuillmarshPicker " + d + " label arm 1 2 3"), qPrintable(d));
         }
@@ -328,6 +333,11 @@ private slots:
         QVERIFY(!run("QuillmarshPicker move_button label arm 5"));
         QVERIFY(h.output_text().contains("QuillmarshPicker - move_button: wrong number of arguments"));
         QVERIFY(!run("QuillmarshPicker color_button label"));
+        QVERIFY(!run("QuillmarshPicker press_button label"));
+        QVERIFY(!run("QuillmarshPicker press_button label arm now"));
+        QVERIFY(h.output_text().contains("QuillmarshPicker - press_button: wrong number of arguments"));
+        QVERIFY(!run("select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green"));
+        QVERIFY(h.output_text().contains("QuillmarshPicker - mirror_buttons: wrong number of arguments"));
         QVERIFY(!run("QuillmarshPicker add_button 5"));
         QVERIFY(!run("QuillmarshPicker set_button_properties label arm \"\" \"\" \"\" 7 \"\" \"\" \"\" \"\" \"\" \"\""));
         QVERIFY(h.output_text().contains("kind must be 0 or 1"));
@@ -336,8 +346,9 @@ private slots:
     void batch_mode_holds_back_the_scene_write()
     {
         h.drain_idle();
-        run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand");
-        QCOMPARE(view()->buttons.size(), 3); // added and painted at once
+        run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand;"
+            "QuillmarshPicker mirror_buttons 100");
+        QCOMPARE(view()->buttons.size(), 4); // added and painted at once
         QVERIFY(h.idle_texts().isEmpty());
         run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
         QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker flush"});
@@ -488,6 +499,16 @@ private slots:
         QTest::newRow("point hits no button") << "QuillmarshPicker rename_button x 300 300 nothing"
                                               << "Couldn't find any matching buttons!";
         QTest::newRow("unknown tab") << "QuillmarshPicker set_tab nope" << "set_tab: no tab is named \"nope\"";
+        QTest::newRow("mirror about no number") << "select -r rig:arm; QuillmarshPicker mirror_buttons left"
+                                                << "mirror_buttons: x must be a number, not \"left\"";
+        QTest::newRow("mirror about far away") << "select -r rig:arm; QuillmarshPicker mirror_buttons \"2e6\""
+                                               << "mirror_buttons: x must be between -1000000 and 1000000, not 2e6";
+        QTest::newRow("mirror beyond the limits") << "select -r rig:arm; QuillmarshPicker mirror_buttons 999999"
+                                                  << "mirror_buttons: a copy would land at x = 1999988";
+        QTest::newRow("mirror in no colour") << "select -r rig:arm; QuillmarshPicker mirror_buttons \"\" blu"
+                                             << "mirror_buttons: the colour must be a colour name or #rrggbb";
+        QTest::newRow("patterns not in pairs") << "QuillmarshPicker set_mirror_patterns L_ R_ _L"
+                                               << "set_mirror_patterns: patterns come in pairs: left, right";
         QTest::newRow("unreadable background")
             << "QuillmarshPicker set_background \"/nonexistent/picture.png\"" << "set_background: ";
         QTest::newRow("missing picker file")
@@ -988,6 +1009,142 @@ private slots:
         h.drain_idle();
         QCOMPARE(h.selection(), (QStringList{"sidekick:arm", "sidekick:leg"}));
         QCOMPARE(int(view()->buttons[0].selected), 1);
+    }
+    // ----- Pressing and mirroring buttons from scripts
+
+    void press_button_does_what_a_click_does_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QPoint>("at"); // the same button, for the click
+        QTest::addColumn<QStringList>("queued");
+        QTest::newRow("selection by label") << "label arm" << QPoint(10, 20)
+                                            << QStringList{"QuillmarshPicker select rig:arm"};
+        QTest::newRow("selection by object") << "object rig:leg" << QPoint(60, 20)
+                                             << QStringList{"QuillmarshPicker select rig:leg"};
+        QTest::newRow("selection by point") << "x 63 23" << QPoint(60, 20)
+                                            << QStringList{"QuillmarshPicker select rig:leg"};
+        QTest::newRow("mel") << "label go" << QPoint(100, 20) << QStringList{"select -r rig:hand"};
+        QTest::newRow("python") << "label py" << QPoint(140, 20) << QStringList{"print('pressed')"};
+    }
+
+    void press_button_does_what_a_click_does()
+    {
+        QFETCH(QString, address);
+        QFETCH(QPoint, at);
+        QFETCH(QStringList, queued);
+        QVERIFY(run("QuillmarshPicker add_cmd_button 100 20 go mel \"select -r rig:hand\";"
+                    "QuillmarshPicker add_cmd_button 140 20 py python \"print('pressed')\""));
+        // What the host is asked, then has selected, and what the picker shows.
+        auto outcome = [this] {
+            QStringList out = h.idle_texts();
+            h.drain_idle();
+            out << h.selection().join(' ');
+            for (const buttonRecord& r : view()->buttons)
+                out << QString::number(r.selected);
+            return out;
+        };
+        auto start = [this] {
+            run("select -r rig:leg rig:hand");
+            h.drain_idle();
+        };
+        start();
+        const QPoint p = view()->mapToScreen(at);
+        QMouseEvent press(QEvent::MouseButtonPress, p, view()->mapToGlobal(p), Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, p, view()->mapToGlobal(p), Qt::LeftButton, Qt::NoButton,
+                            Qt::NoModifier);
+        QApplication::sendEvent(view(), &press);
+        QApplication::sendEvent(view(), &release);
+        const QStringList clicked = outcome();
+        QCOMPARE(clicked.mid(0, queued.size()), queued);
+
+        start();
+        QVERIFY2(run("QuillmarshPicker press_button " + address), qPrintable(h.output_text()));
+        QCOMPARE(outcome(), clicked);
+    }
+
+    // rig:L_arm and rig:L_leg on the left of a 200 pixel picture; rig:R_arm
+    // exists, rig:R_leg does not. The left buttons are selected.
+    void left_side()
+    {
+        QTemporaryDir dir;
+        QImage picture(200, 120, QImage::Format_RGB32);
+        picture.fill(Qt::gray);
+        QVERIFY(picture.save(dir.filePath("back.png")));
+        QVERIFY(run(QString("QuillmarshPicker set_background \"%1\";"
+                            "createNode transform -n \"rig:L_arm\" -ss; createNode transform -n \"rig:R_arm\" -ss;"
+                            "createNode transform -n \"rig:L_leg\" -ss;"
+                            "select -r rig:L_arm; QuillmarshPicker add_button 150 40 \"L arm\";"
+                            "QuillmarshPicker color_button label \"L arm\" 192 57 43;"
+                            "select -r rig:L_leg; QuillmarshPicker add_button 160 80;"
+                            "select -r rig:L_arm rig:L_leg; QuillmarshPicker add_button 170 10 \"L side\";"
+                            "QuillmarshPicker add_cmd_button 180 100 go mel \"select -r rig:L_arm\"")
+                        .arg(dir.filePath("back.png"))));
+        h.drain_idle();
+        h.clear_output();
+    }
+
+    void mirror_buttons_copies_the_selected_side_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<QStringList>("copies");
+        QTest::newRow("about the picture's middle")
+            << ""
+            << QStringList{"50,40 10 10x10 k0 l0 ffc0392b 0 'R arm' [rig:R_arm]",
+                           "40,80 10 10x10 k0 l0 b22222 0 '' [rig:R_leg]",
+                           "30,10 10 10x10 k0 l0 b22222 0 'R side' [rig:R_arm,rig:R_leg]"};
+        QTest::newRow("about a given x, recoloured")
+            << "10.5 \"#2e6fd8\" white"
+            << QStringList{"-129,40 10 10x10 k0 l0 ff2e6fd8 ffffffff 'R arm' [rig:R_arm]",
+                           "-139,80 10 10x10 k0 l0 ff2e6fd8 ffffffff '' [rig:R_leg]",
+                           "-149,10 10 10x10 k0 l0 ff2e6fd8 ffffffff 'R side' [rig:R_arm,rig:R_leg]"};
+    }
+
+    void mirror_buttons_copies_the_selected_side()
+    {
+        QFETCH(QString, arguments);
+        QFETCH(QStringList, copies);
+        left_side();
+        run("select -r rig:L_arm rig:L_leg");
+        const QStringList before = describe(view());
+        const int steps = view()->undoer()->count();
+        // The result names what the scene lacks; the copies are made anyway.
+        QCOMPARE(result("QuillmarshPicker mirror_buttons " + arguments), QStringList{"rig:R_leg"});
+        QVERIFY2(h.output_text().contains(
+                     "// Warning: QuillmarshPicker - mirror_buttons: 2 mirrored buttons select objects the scene "
+                     "does not have: rig:R_leg; R side: rig:R_leg"),
+                 qPrintable(h.output_text()));
+        QCOMPARE(describe(view()).mid(before.size()), copies);
+        QCOMPARE(describe(view()).mid(0, before.size()), before);
+        // The copies are the picker's selection; the host's stays as it was.
+        QCOMPARE(int(view()->buttons.last().selected), 1);
+        QCOMPARE(int(view()->buttons[2].selected), 0);
+        QCOMPARE(h.selection(), (QStringList{"rig:L_arm", "rig:L_leg"}));
+
+        // Again: the right side is there, nothing is added.
+        run("select -cl; select -r rig:L_arm rig:L_leg");
+        QCOMPARE(result("QuillmarshPicker mirror_buttons " + arguments), QStringList());
+        QCOMPARE(view()->buttons.size(), before.size() + copies.size());
+
+        QCOMPARE(view()->undoer()->count(), steps + 1);
+        view()->undoer()->undo();
+        QCOMPARE(describe(view()), before);
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    void mirror_patterns_are_the_tds()
+    {
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), mirror::default_patterns());
+        QVERIFY(run("QuillmarshPicker set_mirror_patterns lf_ rt_; createNode transform -n \"rig:lf_hand\" -ss;"
+                    "createNode transform -n \"rig:rt_hand\" -ss; select -r rig:lf_hand;"
+                    "QuillmarshPicker add_button 150 50 hand; QuillmarshPicker clear_background"));
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), (QStringList{"lf_", "rt_"}));
+        // Without a picture: about the middle of the outermost buttons (10 and 150).
+        QCOMPARE(result("QuillmarshPicker mirror_buttons"), QStringList());
+        QCOMPARE(result("QuillmarshPicker get_button_properties object rig:rt_hand").mid(0, 2),
+                 (QStringList{"10", "50"}));
+        QVERIFY(run("QuillmarshPicker set_mirror_patterns"));
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), mirror::default_patterns());
     }
 };
 

@@ -448,13 +448,32 @@ private slots:
     {
         QCOMPARE(right_click(QPoint(300, 300)),
                  (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
-                              "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
+                              "Mirror=0", "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
         picker_window::set_selection_names(QStringList{"hero:z"});
-        QCOMPARE(right_click(QPoint(50, 150)).mid(0, 5),
+        QCOMPARE(right_click(QPoint(50, 150)).mid(0, 6),
                  (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0", "Delete Button=1",
-                              "Edit Command Button...=1"}));
+                              "Mirror=1", "Edit Command Button...=1"}));
         QCOMPARE(int(view->buttons[3].selected), 1);
         QVERIFY(view->contextMenu()->actions()[3]->isEnabled());
+    }
+
+    void mirror_in_the_menu_copies_the_clicked_button()
+    {
+        view->push_button(button(QPoint(60, 100), {"hero:L_foot"}), -1);
+        host->absent = QStringList{"hero:R_foot"};
+        QVERIFY(right_click(QPoint(60, 100)).contains("Mirror=1"));
+        const int count = view->buttons.size();
+        for (QAction* a : view->contextMenu()->actions())
+            if (a->text() == "Mirror")
+                a->trigger();
+        // No picture: about the middle of the outermost buttons, 50 and 150.
+        QCOMPARE(view->buttons.size(), count + 1);
+        QCOMPARE(view->buttons.last().pos, QPoint(140, 100));
+        QCOMPARE(view->buttons.last().names, QStringList{"hero:R_foot"});
+        QCOMPARE(host->warnings, QStringList{"QuillmarshPicker - Mirror: 1 mirrored button selects objects the "
+                                             "scene does not have: hero:R_foot"});
+        view->undoer()->undo();
+        QCOMPARE(view->buttons.size(), count);
     }
 
     // A right-click on a button that is not selected makes it the selection,

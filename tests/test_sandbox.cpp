@@ -596,7 +596,7 @@ private slots:
         QTest::newRow("objExists") << "createNode transform -n t; objExists t" << QStringList{"1"};
         QTest::newRow("version") << "getApplicationVersionAsFloat" << QStringList{"2022"};
         QTest::newRow("unit query") << "currentUnit -l meter; currentUnit -q -l" << QStringList{"meter"};
-        QTest::newRow("python is shown, not run") << "python \"import os\"" << QStringList{""};
+        QTest::newRow("python statement gives nothing") << "python \"import os\"" << QStringList{""};
         QTest::newRow("scene name after rename")
             << "file -rename \"/tmp/quill_named.ma\"; file -q -sn" << QStringList{"/tmp/quill_named.ma"};
     }

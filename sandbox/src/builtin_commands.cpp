@@ -48,9 +48,89 @@ bool is_flag(const mel::value& v)
     return s.size() > 1 && s[0] == '-' && s[1].isLetter();
 }
 
-parsed_args parse(const QString& command, const QVector<mel::value>& args,
-                  std::initializer_list<flag_rule> rules, bool has_query = true)
+struct command_syntax {
+    bool has_query;
+    std::vector<flag_rule> flags;
+};
+
+// The flags each built-in command accepts, also what maya.cmds consults to
+// tell a flag that takes a value from one that is only present or absent.
+const QHash<QString, command_syntax>& syntax_table()
 {
+    static const QHash<QString, command_syntax> table = {
+        {"createNode", {false,
+         {{"name", "n", true, false},
+          {"parent", "p", true, false},
+          {"skipSelect", "ss", false, false},
+          {"shared", "s", false, false}}}},
+        {"delete", {false, {}}},
+        {"namespace", {true,
+         {{"addNamespace", "add", true, false},
+          {"parent", "p", true, false},
+          {"setNamespace", "set", true, false},
+          {"exists", "ex", false, false},
+          {"removeNamespace", "rm", true, false},
+          {"relativeNames", "rel", true, false}}}},
+        {"namespaceInfo", {false,
+         {{"listOnlyNamespaces", "lon", false, false},
+          {"listNamespace", "ls", false, false},
+          {"recurse", "r", false, false},
+          {"currentNamespace", "cur", false, false},
+          {"absoluteName", "an", false, false},
+          {"isRootNamespace", "ir", false, false}}}},
+        {"ls", {false,
+         {{"selection", "sl", false, false},
+          {"type", "typ", true, false},
+          {"long", "l", false, false},
+          {"recursive", "r", true, false}}}},
+        {"select", {false,
+         {{"replace", "r", false, false},
+          {"add", "add", false, false},
+          {"addFirst", "af", false, false},
+          {"deselect", "d", false, false},
+          {"toggle", "tgl", false, false},
+          {"clear", "cl", false, false},
+          {"noExpand", "ne", false, false},
+          {"all", "all", false, false}}}},
+        {"fileInfo", {true,
+         {{"remove", "rm", true, false}}}},
+        {"file", {true,
+         {{"new", "new", false, false},
+          {"open", "o", false, false},
+          {"force", "f", false, false},
+          {"save", "s", false, false},
+          {"rename", "rn", true, false},
+          {"type", "typ", true, false},
+          {"sceneName", "sn", false, false},
+          {"modified", "mf", true, false},
+          {"prompt", "pmt", true, false},
+          {"options", "op", true, false},
+          {"ignoreVersion", "iv", false, false}}}},
+        {"evalDeferred", {false,
+         {{"lowestPriority", "lp", false, false},
+          {"lowPriority", "low", false, false},
+          {"evaluateNext", "en", false, false}}}},
+        {"currentUnit", {true,
+         {{"linear", "l", true, false},
+          {"angle", "a", true, false},
+          {"time", "t", true, false},
+          {"fullName", "f", false, false},
+          {"updateAnimation", "ua", true, false}}}},
+        {"loadPlugin", {false,
+         {{"quiet", "qt", false, false}}}},
+        {"unloadPlugin", {false,
+         {{"force", "f", false, false}}}},
+    };
+    return table;
+}
+
+parsed_args parse(const char* command, const QVector<mel::value>& args)
+{
+    static const command_syntax none{false, {}};
+    const auto found = syntax_table().constFind(QLatin1String(command));
+    const command_syntax& syntax = found == syntax_table().constEnd() ? none : *found;
+    const std::vector<flag_rule>& rules = syntax.flags;
+    const bool has_query = syntax.has_query;
     parsed_args out;
     for (int i = 0; i < args.size(); ++i) {
         if (!is_flag(args[i])) {
@@ -96,18 +176,24 @@ void collect_namespaces(const host& h, const QString& parent, bool recurse, QStr
 
 } // namespace
 
+int builtin_flag_takes_value(const QString& command, const QString& flag)
+{
+    const auto found = syntax_table().constFind(command);
+    if (found == syntax_table().constEnd())
+        return -1;
+    for (const flag_rule& rule : found->flags)
+        if (flag == QLatin1String(rule.long_name) || flag == QLatin1String(rule.short_name))
+            return rule.takes_value ? 1 : 0;
+    return -1;
+}
+
 void install_builtin_commands(host& h, mel::interpreter& interp)
 {
     using mel::value;
     using args_t = QVector<value>;
 
     interp.register_command("createNode", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("createNode", args,
-                              {{"name", "n", true, false},
-                               {"parent", "p", true, false},
-                               {"skipSelect", "ss", false, false},
-                               {"shared", "s", false, false}},
-                              false);
+        parsed_args a = parse("createNode", args);
         if (a.positional.size() != 1)
             fail("createNode", "Exactly one node type is required.");
         QString error;
@@ -120,7 +206,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("delete", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("delete", args, {}, false);
+        parsed_args a = parse("delete", args);
         QStringList targets;
         for (const QString& name : a.names()) {
             QStringList found = h.match(name);
@@ -142,13 +228,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("namespace", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("namespace", args,
-                              {{"addNamespace", "add", true, false},
-                               {"parent", "p", true, false},
-                               {"setNamespace", "set", true, false},
-                               {"exists", "ex", false, false},
-                               {"removeNamespace", "rm", true, false},
-                               {"relativeNames", "rel", true, false}});
+        parsed_args a = parse("namespace", args);
         QString error;
         if (a.has("addNamespace")) {
             QString full;
@@ -179,14 +259,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("namespaceInfo", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("namespaceInfo", args,
-                              {{"listOnlyNamespaces", "lon", false, false},
-                               {"listNamespace", "ls", false, false},
-                               {"recurse", "r", false, false},
-                               {"currentNamespace", "cur", false, false},
-                               {"absoluteName", "an", false, false},
-                               {"isRootNamespace", "ir", false, false}},
-                              false);
+        parsed_args a = parse("namespaceInfo", args);
         bool absolute = a.has("absoluteName");
         QString target = h.current_namespace();
         if (!a.positional.isEmpty()) {
@@ -219,12 +292,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("ls", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("ls", args,
-                              {{"selection", "sl", false, false},
-                               {"type", "typ", true, false},
-                               {"long", "l", false, false},
-                               {"recursive", "r", true, false}},
-                              false);
+        parsed_args a = parse("ls", args);
         QStringList out;
         QStringList pool = a.has("selection") ? h.selection() : h.nodes();
         QStringList patterns = a.names();
@@ -254,16 +322,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("select", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("select", args,
-                              {{"replace", "r", false, false},
-                               {"add", "add", false, false},
-                               {"addFirst", "af", false, false},
-                               {"deselect", "d", false, false},
-                               {"toggle", "tgl", false, false},
-                               {"clear", "cl", false, false},
-                               {"noExpand", "ne", false, false},
-                               {"all", "all", false, false}},
-                              false);
+        parsed_args a = parse("select", args);
         if (a.has("clear")) {
             h.clear_selection();
             return value();
@@ -294,7 +353,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("fileInfo", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("fileInfo", args, {{"remove", "rm", true, false}});
+        parsed_args a = parse("fileInfo", args);
         if (a.has("remove")) {
             h.remove_file_info(a.value("remove").to_string());
             return value();
@@ -318,18 +377,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("file", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("file", args,
-                              {{"new", "new", false, false},
-                               {"open", "o", false, false},
-                               {"force", "f", false, false},
-                               {"save", "s", false, false},
-                               {"rename", "rn", true, false},
-                               {"type", "typ", true, false},
-                               {"sceneName", "sn", false, false},
-                               {"modified", "mf", true, false},
-                               {"prompt", "pmt", true, false},
-                               {"options", "op", true, false},
-                               {"ignoreVersion", "iv", false, false}});
+        parsed_args a = parse("file", args);
         QString error;
         if (a.query) {
             if (a.has("sceneName"))
@@ -376,17 +424,20 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     interp.register_command("python", [&h](mel::interpreter&, const args_t& args) {
         if (args.size() != 1)
             fail("python", "Exactly one Python text is required.");
-        // Python is not run here; the text is shown as it would have run.
-        h.log(log_kind::python, args[0].to_string());
-        return value::from_string(QString());
+        // Opening a file must not run code that nobody asked for; the rest
+        // of the file still loads.
+        if (h.data().loading) {
+            h.log(log_kind::warning, "python: Python in a scene file is not run.");
+            return value::from_string(QString());
+        }
+        value result;
+        if (!h.execute_python(args[0].to_string(), &result))
+            throw mel::command_failed{}; // the traceback is in the output
+        return result.is_none() ? value::from_string(QString()) : result;
     });
 
     interp.register_command("evalDeferred", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("evalDeferred", args,
-                              {{"lowestPriority", "lp", false, false},
-                               {"lowPriority", "low", false, false},
-                               {"evaluateNext", "en", false, false}},
-                              false);
+        parsed_args a = parse("evalDeferred", args);
         if (a.positional.size() != 1)
             fail("evalDeferred", "Exactly one command text is required.");
         h.queue_idle(a.positional[0].to_string(), false, false);
@@ -396,12 +447,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     interp.register_command("requires", [](mel::interpreter&, const args_t&) { return value(); });
 
     interp.register_command("currentUnit", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("currentUnit", args,
-                              {{"linear", "l", true, false},
-                               {"angle", "a", true, false},
-                               {"time", "t", true, false},
-                               {"fullName", "f", false, false},
-                               {"updateAnimation", "ua", true, false}});
+        parsed_args a = parse("currentUnit", args);
         auto& d = h.data();
         if (a.query) {
             if (a.has("angle"))
@@ -420,7 +466,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("loadPlugin", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("loadPlugin", args, {{"quiet", "qt", false, false}}, false);
+        parsed_args a = parse("loadPlugin", args);
         if (a.positional.size() != 1)
             fail("loadPlugin", "Exactly one plug-in path is required.");
         QString name, error;
@@ -430,7 +476,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
     });
 
     interp.register_command("unloadPlugin", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("unloadPlugin", args, {{"force", "f", false, false}}, false);
+        parsed_args a = parse("unloadPlugin", args);
         if (a.positional.size() != 1)
             fail("unloadPlugin", "Exactly one plug-in name is required.");
         QString error;

@@ -155,8 +155,34 @@ bool host::execute(const QString& text, mel::value* result, bool echo)
 
 // ----- Script output
 
+bool host::execute_python(const QString& text, mel::value* result, bool echo, const QString& file)
+{
+    if (echo)
+        log(log_kind::python, text);
+    mel::value value;
+    const bool ok = run_python(*this, text, file, &value);
+    if (echo && ok && !value.is_none())
+        log(log_kind::result, value.result_text());
+    if (result)
+        *result = value;
+    return ok;
+}
+
+bool host::python_started() const
+{
+    return python_running();
+}
+
 void host::log(log_kind kind, const QString& text)
 {
+    if (kind == log_kind::error) {
+        ++d->errors_reported;
+        // A command that Python runs hands its error to the exception it raises.
+        if (d->error_capture) {
+            d->error_capture->append(text);
+            return;
+        }
+    }
     d->output.append({kind, text});
     if (kind == log_kind::error)
         ++d->errors;
@@ -227,10 +253,14 @@ int host::drain_idle()
         }
         idle_item item = d->idle.takeFirst();
         ++ran;
-        if (item.python)
-            log(log_kind::python, item.text);
-        else
+        if (item.python) {
+            // Idle Python is always shown, so what a button ran can be followed.
+            if (!item.display)
+                log(log_kind::python, item.text);
+            execute_python(item.text, nullptr, item.display);
+        } else {
             execute(item.text, nullptr, item.display);
+        }
     }
     d->draining = false;
     return ran;

@@ -59,6 +59,8 @@ struct host::impl {
 
     QVector<log_entry> output;
     int errors = 0;
+    int errors_reported = 0;               // also counts errors taken by a capture
+    QStringList* error_capture = nullptr;  // set while Python runs a command
 
     QList<idle_item> idle;
     bool draining = false;
@@ -117,6 +119,12 @@ MStringArray to_mstringarray(const QStringList& l);
 
 // Installs the built-in MEL commands on the interpreter.
 void install_builtin_commands(host& h, mel::interpreter& interp);
+// 1 when a built-in command's flag takes a value, 0 when it stands alone,
+// -1 when the command or the flag is not known.
+int builtin_flag_takes_value(const QString& command, const QString& flag);
+// The embedded Python interpreter behind host::execute_python.
+bool run_python(host& h, const QString& text, const QString& file, mel::value* result);
+bool python_running();
 // Runs a plug-in command from MEL.
 mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::value>& args);
 } // namespace sandbox

@@ -224,7 +224,7 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
     }
 
     d.results.append(command_result());
-    const int errors_before = h.error_count();
+    const int errors_before = d.errors_reported;
     MStatus status = MStatus::kFailure;
     QString thrown;
     try {
@@ -243,7 +243,7 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
         throw mel::command_failed{QString("%1: the command threw an exception: %2").arg(name, thrown)};
     // A command that fails without saying why still shows in the output.
     if (!status)
-        throw mel::command_failed{h.error_count() > errors_before ? QString()
+        throw mel::command_failed{d.errors_reported > errors_before ? QString()
                                                                   : QString("%1: command failed.").arg(name)};
     switch (result.kind) {
     case command_result::none: return mel::value();

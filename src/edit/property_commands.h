@@ -28,7 +28,8 @@ enum : int {
     change_label_color = 11,
     cut = 12,
     paste = 13,
-    add_many = 14
+    add_many = 14,
+    mirror = 15
 };
 }
 

@@ -34,6 +34,16 @@ picker_host::~picker_host()
         installed = nullptr;
 }
 
+QStringList picker_host::missing_objects(const QStringList&)
+{
+    return QStringList();
+}
+
+void picker_host::warn(const QString& text)
+{
+    qWarning("QuillmarshPicker: %s", qUtf8Printable(text));
+}
+
 picker_host& picker_host::instance()
 {
     return installed ? *installed : quiet_host;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class picker_host {
 public:
@@ -13,6 +14,11 @@ public:
     // Runs MEL at once (scene writes that must land before a save); false
     // when it failed.
     virtual bool run_mel_now(const QString& text) = 0;
+    // The names among these that no object in the scene has (an attribute
+    // or component counts by its node). A host that cannot tell finds none.
+    virtual QStringList missing_objects(const QStringList& names);
+    // Shows a warning where the host shows its messages.
+    virtual void warn(const QString& text);
 
     // The installed host; a quiet one that only warns when none is installed.
     static picker_host& instance();

@@ -1,7 +1,9 @@
 // The directives that build and inspect buttons from scripts. A button is
 // addressed by label or object name ("label", "arm") or, when the argument
 // count says so, by a point (ignored word, x, y).
+#include "edit/mirror_command.h"
 #include "model/limits.h"
+#include "model/picker_host.h"
 #include "plugin/picker_main.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
@@ -14,6 +16,7 @@
 #include <QColor>
 
 #include <cmath>
+#include <cstdlib>
 #include <type_traits>
 
 namespace {
@@ -410,4 +413,88 @@ MStatus picker_main::add_button(const MStringArray& args)
 MStatus picker_main::add_cmd_button(const MStringArray& args)
 {
     return add_one("add_cmd_button", args, 1, text_at(args, 3) == "python" ? 1 : 0, QStringList{text_at(args, 4)});
+}
+
+// Exactly a click: the selection reaches the host, and a script runs, when
+// the host is next idle.
+MStatus picker_main::press_button(const MStringArray& args)
+{
+    if (current_view() && args.length() != 2 && args.length() != 3)
+        return wrong_count("press_button");
+    return with_target("press_button", args, 3, 0, [&](const target& t) { t.view->press_button(t.index); });
+}
+
+// mirror_buttons [x [colour [label colour]]]: the fully selected buttons
+// about x (empty: the picture's middle), the copies optionally recoloured.
+MStatus picker_main::mirror_buttons(const MStringArray& args)
+{
+    const char* directive = "mirror_buttons";
+    picker_view* view = current_view();
+    if (!view)
+        return MStatus::kSuccess;
+    if (args.length() > 3)
+        return wrong_count(directive);
+    reader in{directive, args};
+    int twiceAxis = mirror::default_twice_axis(view);
+    if (!text_at(args, 0).isEmpty()) {
+        const double x = in.number(0, "x");
+        if (in.ok() && std::fabs(x) > limits::max_coordinate)
+            in.status = script_error(directive, QString("x must be between %1 and %2, not %3")
+                                                    .arg(-limits::max_coordinate)
+                                                    .arg(limits::max_coordinate)
+                                                    .arg(text_at(args, 0)));
+        twiceAxis = int(std::lround(2 * x));
+    }
+    const bool recolour = !text_at(args, 1).isEmpty();
+    const bool relabel = !text_at(args, 2).isEmpty();
+    const QRgb color = recolour ? in.color(1, "the colour") : 0;
+    const QRgb labelColor = relabel ? in.color(2, "the label colour") : 0;
+    if (!in.ok())
+        return in.status;
+    int alreadyThere = 0;
+    QList<buttonAttributes> copies = mirror::mirrored_copies(view, twiceAxis, mirror::patterns(), &alreadyThere);
+    if (copies.isEmpty() && alreadyThere == 0)
+        return fail(not_found);
+    MPxCommand::clearResult();
+    if (copies.isEmpty())
+        return MStatus::kSuccess; // the other side is there already
+    for (buttonAttributes& a : copies) {
+        if (recolour)
+            a.color = color;
+        if (relabel)
+            a.labelColor = labelColor;
+        // A copy pushed past the limit could not be read back.
+        if (std::abs(a.pos.x()) > limits::max_coordinate)
+            return script_error(directive, QString("a copy would land at x = %1, beyond the picture's limits")
+                                               .arg(a.pos.x()));
+    }
+    auto* command = new mirror_buttons_cmd(view, copies);
+    if (in_batch_mode)
+        command->hold_first_notice();
+    view->undoer()->push(command);
+    QStringList missing;
+    const QStringList report = mirror::missing_report(copies, &missing);
+    if (!report.isEmpty())
+        picker_host::instance().warn(mirror::missing_warning(directive, report));
+    MPxCommand::appendToResult(QStringListToMStringArray(missing));
+    return MStatus::kSuccess;
+}
+
+// Pairs of side patterns, kept for later sessions and the context menu;
+// none puts the defaults back.
+MStatus picker_main::set_mirror_patterns(const MStringArray& args)
+{
+    const QStringList pairs = MStringArrayToQStringList(args);
+    const QString why = mirror::check_patterns(pairs);
+    if (!why.isEmpty())
+        return script_error("set_mirror_patterns", why);
+    mirror::store_patterns(pairs);
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::get_mirror_patterns(const MStringArray&)
+{
+    MPxCommand::clearResult();
+    MPxCommand::appendToResult(QStringListToMStringArray(mirror::patterns()));
+    return MStatus::kSuccess;
 }

@@ -8,4 +8,6 @@ public:
     void run_mel_on_idle(const QString& text) override;
     void run_python_on_idle(const QString& text) override;
     bool run_mel_now(const QString& text) override;
+    QStringList missing_objects(const QStringList& names) override;
+    void warn(const QString& text) override;
 };

@@ -108,6 +108,10 @@ private:
     MStatus get_button_properties(const MStringArray& args);
     MStatus set_button_properties(const MStringArray& args);
     MStatus color_directive(const MStringArray& args, bool label);
+    MStatus press_button(const MStringArray& args);
+    MStatus mirror_buttons(const MStringArray& args);
+    MStatus set_mirror_patterns(const MStringArray& args);
+    MStatus get_mirror_patterns(const MStringArray& args);
 
     using handler = MStatus (picker_main::*)(const MStringArray&);
     struct directive_entry {

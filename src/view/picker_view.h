@@ -135,6 +135,9 @@ public:
 
     // Runs a command button's script in the host, when it is idle.
     void do_button_action(const buttonAttributes& a);
+    // What a plain click on the button does: a command button runs, a
+    // selection button becomes the selection, here and in the host.
+    void press_button(int index);
     static void run_command(const buttonAttributes& a);
     void nudge_buttons(int dx, int dy);
     void adjustCursor(bool force);
@@ -198,6 +201,7 @@ public slots:
     void add_many_buttons();
     void update_button();
     void delete_button();
+    void mirror_buttons();
     void add_command_button();
     void edit_command_later();
     void align_horizontal();
@@ -245,6 +249,7 @@ private:
     QAction* addManyAction = nullptr;
     QAction* updateAction = nullptr;
     QAction* deleteAction = nullptr;
+    QAction* mirrorAction = nullptr;
     QAction* commandAction = nullptr;
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;

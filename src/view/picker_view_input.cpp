@@ -4,6 +4,7 @@
 
 #include "edit/arrange_command.h"
 #include "edit/button_commands.h"
+#include "edit/mirror_command.h"
 #include "edit/property_commands.h"
 #include "model/picker_host.h"
 #include "view/gestures.h"
@@ -139,6 +140,7 @@ void picker_view::make_menu()
     addManyAction = make_action("Add Many Buttons", SLOT(add_many_buttons()));
     updateAction = make_action("Update Button", SLOT(update_button()));
     deleteAction = make_action("Delete Button", SLOT(delete_button()), {QKeySequence(Qt::Key_Backspace)});
+    mirrorAction = make_action("Mirror", SLOT(mirror_buttons()));
     commandAction = make_action("Add Command Button...", SLOT(edit_command_later()));
     QAction* reset = make_action("Reset View", SLOT(reset_view()), {QKeySequence(Qt::Key_H)});
     QAction* frame = make_action("Frame View", SLOT(frame_view()), {QKeySequence(Qt::Key_F)});
@@ -146,6 +148,7 @@ void picker_view::make_menu()
     menu->addAction(addManyAction);
     menu->addAction(updateAction);
     menu->addAction(deleteAction);
+    menu->addAction(mirrorAction);
     menu->addSeparator();
     menu->addAction(commandAction);
     menu->addSeparator();
@@ -222,6 +225,10 @@ void picker_view::show_context_menu(QMouseEvent* e)
     }
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
+    bool anyFull = false;
+    for (const buttonRecord& r : buttons)
+        anyFull = anyFull || r.selected == 1;
+    mirrorAction->setEnabled(anyFull);
     menu->exec(e->globalPos(), addOneAction);
     deleteAction->setEnabled(true);
     e->accept();
@@ -321,6 +328,27 @@ bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
 void picker_view::do_button_action(const buttonAttributes& a)
 {
     run_command(a);
+}
+
+void picker_view::press_button(int index)
+{
+    if (index < 0 || index >= buttons.size())
+        return;
+    buttonRecord& r = buttons[index];
+    if (r.kind == 1) {
+        do_button_action(r);
+    } else {
+        if (window)
+            window->clearAllSelected();
+        else
+            clear_selected();
+        r.select(false);
+        conform_to_selection();
+        if (window)
+            window->postSelection();
+        refresh();
+    }
+    update_toolbox();
 }
 
 void picker_view::run_command(const buttonAttributes& a)
@@ -434,6 +462,19 @@ void picker_view::delete_button()
 {
     if (any_selected())
         undo.push(new delete_buttons_cmd(this));
+}
+
+void picker_view::mirror_buttons()
+{
+    const QList<buttonAttributes> copies =
+        mirror::mirrored_copies(this, mirror::default_twice_axis(this), mirror::patterns());
+    if (copies.isEmpty())
+        return;
+    undo.push(new mirror_buttons_cmd(this, copies));
+    // The copies are kept either way: the TD may be about to build that side.
+    const QStringList report = mirror::missing_report(copies);
+    if (!report.isEmpty())
+        picker_host::instance().warn(mirror::missing_warning("Mirror", report));
 }
 
 void picker_view::edit_command_later()

@@ -17,14 +17,27 @@ public:
         now << text;
         return true;
     }
+    // Objects are there unless listed in absent.
+    QStringList missing_objects(const QStringList& names) override
+    {
+        QStringList out;
+        for (const QString& name : names)
+            if (absent.contains(name))
+                out << name;
+        return out;
+    }
+    void warn(const QString& text) override { warnings << text; }
     void clear()
     {
         mel.clear();
         python.clear();
         now.clear();
+        warnings.clear();
     }
 
     QStringList mel;    // queued for idle time
     QStringList python; // queued for idle time
     QStringList now;    // run at once
+    QStringList absent; // objects the scene lacks
+    QStringList warnings;
 };

@@ -25,7 +25,7 @@ enum class log_kind {
     error,   // displayError and MEL errors
     result,  // a result echoed by the console
     echo,    // a command echoed because display was enabled
-    python   // a Python text the host was asked to run
+    python   // a Python text run from the idle queue
 };
 
 struct log_entry {
@@ -74,6 +74,17 @@ public:
     // Runs MEL now; false when an error stopped it. With echo the text is
     // logged first and a result is logged as "// Result: ... //".
     bool execute(const QString& text, mel::value* result = nullptr, bool echo = false);
+
+    // ----- Python: one embedded interpreter, started on first use, whose
+    // __main__ is shared by every run as in Maya's script editor. An
+    // expression gives its value in *result (converted as Maya's python
+    // command converts it), statements and None give none. False when an
+    // exception escaped; it is reported in the script output as an error.
+    // With echo the text is logged first and a result after it. A file name
+    // makes errors say where in that file they happened.
+    bool execute_python(const QString& text, mel::value* result = nullptr, bool echo = false,
+                        const QString& file = QString());
+    bool python_started() const;
 
     // ----- Script output
     void log(log_kind kind, const QString& text);

@@ -88,9 +88,16 @@ public:
     // last statement that produced one. Re-entrant: a command may call eval.
     bool eval(const QString& source, value* result = nullptr);
 
+    // Runs one registered command with its arguments already evaluated, as a
+    // statement would (for callers outside MEL). False when it failed; the
+    // error has been reported without a line number.
+    bool call(const QString& name, const QVector<value>& args, value* result = nullptr);
+
     void register_command(const QString& name, command_fn fn);
     void unregister_command(const QString& name);
     bool has_command(const QString& name) const;
+    bool has_builtin(const QString& name) const; // MEL's own, not registered
+    QStringList command_names() const;            // both kinds, sorted
     bool has_procedure(const QString& name) const;
 
     // Forgets global procedures and variables (a new MEL session).

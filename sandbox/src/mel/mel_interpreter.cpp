@@ -95,6 +95,33 @@ bool interpreter::eval(const QString& source, value* result)
     return d->eval_text(source, result);
 }
 
+bool interpreter::call(const QString& name, const QVector<value>& args, value* result)
+{
+    if (result)
+        *result = value();
+    auto found = d->commands.constFind(name);
+    if (found == d->commands.constEnd()) {
+        d->report_error(QStringLiteral("Cannot find procedure \"%1\".").arg(name));
+        return false;
+    }
+    const command_fn fn = *found; // the command may unregister itself
+    try {
+        value v = fn(*this, args);
+        if (result)
+            *result = v;
+        return true;
+    } catch (const detail::script_abort&) {
+    } catch (const command_failed& e) {
+        if (!e.message.isEmpty())
+            d->report_error(e.message);
+    } catch (const std::bad_alloc&) {
+        d->report_error(QStringLiteral("%1: out of memory.").arg(name));
+    } catch (const std::exception& e) {
+        d->report_error(QStringLiteral("%1: %2").arg(name, QString::fromLocal8Bit(e.what())));
+    }
+    return false;
+}
+
 void interpreter::register_command(const QString& name, command_fn fn)
 {
     d->commands.insert(name, std::move(fn));
@@ -108,6 +135,19 @@ void interpreter::unregister_command(const QString& name)
 bool interpreter::has_command(const QString& name) const
 {
     return d->commands.contains(name) || d->builtins.contains(name);
+}
+
+bool interpreter::has_builtin(const QString& name) const
+{
+    return !d->commands.contains(name) && d->builtins.contains(name);
+}
+
+QStringList interpreter::command_names() const
+{
+    QStringList names = d->commands.keys() + d->builtins.keys();
+    names.sort();
+    names.removeDuplicates();
+    return names;
 }
 
 bool interpreter::has_procedure(const QString& name) const

@@ -1,0 +1,315 @@
+#include "edit/mirror_command.h"
+
+#include "edit/property_commands.h"
+#include "model/picker_host.h"
+#include "view/picker_view.h"
+#include "window/window_texts.h"
+
+#include <QSet>
+#include <QSettings>
+
+namespace mirror {
+
+namespace {
+
+const char* const settings_key = "mirrorPatterns";
+
+bool is_pattern_char(QChar c)
+{
+    const ushort u = c.unicode();
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') || u == '_';
+}
+
+// A pattern without the underscores that tie it to a name's start or end.
+QString letters(const QString& pattern)
+{
+    int from = 0;
+    int to = pattern.size();
+    while (from < to && pattern[from] == '_')
+        ++from;
+    while (to > from && pattern[to - 1] == '_')
+        --to;
+    return pattern.mid(from, to - from);
+}
+
+// Swaps one side's pattern for the other's in a single name segment or
+// word; false when the pattern is not there.
+bool swap_in(const QString& word, const QString& from, const QString& to, QString& out)
+{
+    const QString core = letters(from);
+    if (!core.isEmpty() && word == core) {
+        out = letters(to);
+        return true;
+    }
+    if (word.size() <= from.size())
+        return false;
+    const bool prefix = !from.startsWith('_');
+    const bool suffix = !from.endsWith('_');
+    if (prefix && word.startsWith(from)) {
+        out = to + word.mid(from.size());
+        return true;
+    }
+    if (suffix && word.endsWith(from)) {
+        out = word.left(word.size() - from.size()) + to;
+        return true;
+    }
+    return false;
+}
+
+QString map_word(const QString& word, const QStringList& pairs)
+{
+    QString out;
+    for (int i = 0; i + 1 < pairs.size(); i += 2) {
+        if (swap_in(word, pairs[i], pairs[i + 1], out) || swap_in(word, pairs[i + 1], pairs[i], out))
+            return out;
+    }
+    return word;
+}
+
+// The node part of a name ends at its first attribute or component.
+int node_end(const QString& name)
+{
+    for (int i = 0; i < name.size(); ++i)
+        if (name[i] == '.' || name[i] == '[')
+            return i;
+    return name.size();
+}
+
+bool is_script_name_char(QChar c)
+{
+    return is_pattern_char(c) || c == ':' || c == '|' || c == '.';
+}
+
+} // namespace
+
+QStringList default_patterns()
+{
+    return {"L_", "R_", "_L", "_R", "left", "right", "Left", "Right", "LEFT", "RIGHT"};
+}
+
+QStringList patterns()
+{
+    QSettings settings("Quillmarsh", "picker");
+    const QStringList stored = settings.value(settings_key).toStringList();
+    // Settings edited by hand are used only when they still make pairs.
+    if (stored.isEmpty() || !check_patterns(stored).isEmpty())
+        return default_patterns();
+    return stored;
+}
+
+void store_patterns(const QStringList& pairs)
+{
+    QSettings settings("Quillmarsh", "picker");
+    if (pairs.isEmpty())
+        settings.remove(settings_key);
+    else
+        settings.setValue(settings_key, pairs);
+}
+
+QString check_patterns(const QStringList& pairs)
+{
+    if (pairs.size() % 2 != 0)
+        return "patterns come in pairs: left, right";
+    for (int i = 0; i < pairs.size(); ++i) {
+        const QString& p = pairs[i];
+        if (letters(p).isEmpty())
+            return QString("\"%1\" has no letters or digits").arg(p);
+        for (QChar c : p)
+            if (!is_pattern_char(c))
+                return QString("\"%1\" may hold only letters, digits and _").arg(p);
+        if (i % 2 == 1 && p == pairs[i - 1])
+            return QString("\"%1\" is on both sides").arg(p);
+    }
+    return QString();
+}
+
+QString map_name(const QString& name, const QStringList& pairs)
+{
+    const int end = node_end(name);
+    QStringList segments = name.left(end).split('|');
+    for (QString& segment : segments) {
+        const int colon = segment.lastIndexOf(':');
+        segment = segment.left(colon + 1) + map_word(segment.mid(colon + 1), pairs);
+    }
+    return segments.join('|') + name.mid(end);
+}
+
+QString map_label(const QString& label, const QStringList& pairs)
+{
+    // Streams tell an empty label from none: an empty one stays as it is.
+    if (label.isEmpty())
+        return label;
+    QString out;
+    int i = 0;
+    while (i < label.size()) {
+        if (label[i].isSpace()) {
+            out += label[i++];
+            continue;
+        }
+        int end = i;
+        while (end < label.size() && !label[end].isSpace())
+            ++end;
+        out += map_word(label.mid(i, end - i), pairs);
+        i = end;
+    }
+    return out;
+}
+
+QString map_script(const QString& script, const QStringList& pairs)
+{
+    if (script.isEmpty())
+        return script;
+    QString out;
+    int i = 0;
+    while (i < script.size()) {
+        if (!is_script_name_char(script[i])) {
+            out += script[i++];
+            continue;
+        }
+        int end = i;
+        while (end < script.size() && is_script_name_char(script[end]))
+            ++end;
+        out += map_name(script.mid(i, end - i), pairs);
+        i = end;
+    }
+    return out;
+}
+
+int default_twice_axis(const picker_view* view)
+{
+    if (!view->background.isNull())
+        return view->background.width();
+    if (view->buttons.isEmpty())
+        return 0;
+    int left = view->buttons.first().pos.x();
+    int right = left;
+    for (const buttonRecord& r : view->buttons) {
+        left = qMin(left, r.pos.x());
+        right = qMax(right, r.pos.x());
+    }
+    return left + right;
+}
+
+QList<buttonAttributes> mirrored_copies(const picker_view* view, int twiceAxis, const QStringList& pairs,
+                                        int* alreadyThere)
+{
+    auto key = [](const buttonAttributes& a) {
+        return QString("%1 %2 %3 %4").arg(a.kind).arg(a.pos.x()).arg(a.pos.y()).arg(a.names.join('\n'));
+    };
+    QSet<QString> present;
+    for (const buttonRecord& r : view->buttons)
+        present.insert(key(r));
+    if (alreadyThere)
+        *alreadyThere = 0;
+    QList<buttonAttributes> copies;
+    for (const buttonRecord& r : view->buttons) {
+        if (r.selected != 1)
+            continue;
+        buttonAttributes a = r;
+        a.pos.setX(twiceAxis - a.pos.x());
+        a.label = map_label(a.label, pairs);
+        if (a.kind == 0) {
+            for (QString& name : a.names)
+                name = map_name(name, pairs);
+        } else if (!a.names.isEmpty()) {
+            a.names[0] = map_script(a.names[0], pairs);
+        }
+        if (present.contains(key(a))) {
+            if (alreadyThere)
+                ++*alreadyThere;
+            continue;
+        }
+        copies << a;
+    }
+    return copies;
+}
+
+QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* missingNames)
+{
+    QStringList asked;
+    for (const buttonAttributes& a : copies)
+        if (a.kind == 0)
+            asked << a.names;
+    asked.removeDuplicates();
+    const QStringList missing = asked.isEmpty() ? QStringList() : picker_host::instance().missing_objects(asked);
+    const QSet<QString> absent(missing.begin(), missing.end());
+    QStringList report;
+    for (const buttonAttributes& a : copies) {
+        if (a.kind != 0)
+            continue;
+        QStringList gone;
+        for (const QString& name : a.names)
+            if (absent.contains(name) && !gone.contains(name))
+                gone << name;
+        if (gone.isEmpty())
+            continue;
+        report << (a.label.isEmpty() ? gone.join(", ") : QString("%1: %2").arg(a.label, gone.join(", ")));
+    }
+    if (missingNames) {
+        missingNames->clear();
+        for (const QString& name : asked)
+            if (absent.contains(name))
+                *missingNames << name;
+    }
+    return report;
+}
+
+QString missing_warning(const QString& what, const QStringList& report)
+{
+    return QString("%1 - %2: %3 mirrored button%4 select%5 objects the scene does not have: %6")
+        .arg(texts::command_name, what)
+        .arg(report.size())
+        .arg(report.size() == 1 ? "" : "s", report.size() == 1 ? "s" : "")
+        .arg(report.join("; "));
+}
+
+} // namespace mirror
+
+mirror_buttons_cmd::mirror_buttons_cmd(picker_view* view, const QList<buttonAttributes>& copies)
+    : view(view)
+    , copies(copies)
+{
+    setText(copies.size() == 1 ? "Mirror Button" : "Mirror Buttons");
+}
+
+void mirror_buttons_cmd::redo()
+{
+    indices.clear();
+    for (buttonAttributes& a : copies) {
+        const int k = view->push_button(a, -1);
+        indices << k;
+        a = view->buttons[k]; // as the view keeps it, for undo to recognise
+    }
+    // The host keeps its selection: the copies' objects may not even exist.
+    for (buttonRecord& r : view->buttons)
+        r.unselect(true);
+    view->select_list(indices, true);
+    view->refresh();
+    if (holdNotice) {
+        holdNotice = false;
+        return;
+    }
+    view->signal_changed();
+    view->update_toolbox();
+}
+
+void mirror_buttons_cmd::undo()
+{
+    // Last first, and only what is still this step's copy: a script may have
+    // changed the list behind the history.
+    for (int i = indices.size() - 1; i >= 0; --i) {
+        const int k = indices[i];
+        if (k >= 0 && k < view->buttons.size()
+            && static_cast<const buttonAttributes&>(view->buttons[k]) == copies[i])
+            view->pop_button(k);
+    }
+    view->conform_to_selection();
+    view->refresh();
+    view->signal_changed();
+    view->update_toolbox();
+}
+
+int mirror_buttons_cmd::id() const
+{
+    return command_id::mirror;
+}

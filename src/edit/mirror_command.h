@@ -1,0 +1,78 @@
+// Mirroring buttons to the other side of a character: copies flipped about a
+// vertical axis, their object names, labels and scripts moved to the other
+// side by pairs of side patterns, added as one undoable step.
+//
+// Patterns come in pairs (left, right) and swap both ways. A name is mapped
+// per DAG path segment, after its namespaces and before any attribute or
+// component; a pattern ending in '_' swaps a prefix ("L_arm"), one starting
+// with '_' a suffix ("arm_L"), any other either ("leftArm", "arm_left"). A
+// segment equal to a pattern's letters ("L" for "L_") swaps whole. Only the
+// first match counts; matching is case-sensitive, so each spelling a rig
+// uses is a pattern of its own.
+#pragma once
+
+#include "model/button_model.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QUndoCommand>
+#include <QVector>
+
+class picker_view;
+
+namespace mirror {
+
+// L_ R_ _L _R left right Left Right LEFT RIGHT, as a flat list of pairs.
+QStringList default_patterns();
+// The patterns the TD set (kept in the picker's settings), or the defaults.
+QStringList patterns();
+// Keeps the pairs for later sessions; an empty list means the defaults.
+void store_patterns(const QStringList& pairs);
+// Why the list cannot be used as pairs; empty when it can.
+QString check_patterns(const QStringList& pairs);
+
+// One object name ("ns:L_arm|ns:L_hand.tx") on the other side.
+QString map_name(const QString& name, const QStringList& pairs);
+// A label, word by word ("L fingers" -> "R fingers").
+QString map_label(const QString& label, const QStringList& pairs);
+// Every name-like word of a script.
+QString map_script(const QString& script, const QStringList& pairs);
+
+// Twice the default axis, so that odd widths mirror without rounding: the
+// picture's width, or without a picture the outermost button centres added
+// (the middle between them).
+int default_twice_axis(const picker_view* view);
+// Copies of the view's fully selected buttons, flipped to x' = twiceAxis - x.
+// A copy the view already has (same kind, place and objects: a button on
+// the axis, or a side mirrored before) is left out and counted in alreadyThere.
+QList<buttonAttributes> mirrored_copies(const picker_view* view, int twiceAxis, const QStringList& pairs,
+                                        int* alreadyThere = nullptr);
+
+// The copies whose selection objects are not all in the scene, each as its
+// label (or first object) with the missing names: empty when all exist.
+// Asks the host.
+QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* missingNames = nullptr);
+// The warning for a report: "QuillmarshPicker - <what>: ...".
+QString missing_warning(const QString& what, const QStringList& report);
+
+} // namespace mirror
+
+// Adds the copies (appended, in order) as one step; they become the
+// picker's selection, as pasted buttons do, and the host's is left alone.
+class mirror_buttons_cmd : public QUndoCommand {
+public:
+    mirror_buttons_cmd(picker_view* view, const QList<buttonAttributes>& copies);
+    void undo() override;
+    void redo() override;
+    int id() const override;
+    // The first redo skips the change notice, for a script in batch mode
+    // that announces everything at its end.
+    void hold_first_notice() { holdNotice = true; }
+
+private:
+    picker_view* view;
+    QList<buttonAttributes> copies;
+    QVector<int> indices;
+    bool holdNotice = false;
+};

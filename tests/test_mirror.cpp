@@ -1,0 +1,223 @@
+// Mirroring buttons: how names, labels and scripts move to the other side,
+// where the copies land, and that the whole mirror is one exact undo step.
+#include "edit/mirror_command.h"
+#include "recording_host.h"
+#include "view/picker_view.h"
+
+#include <QSettings>
+#include <QStandardPaths>
+#include <QUndoStack>
+#include <QtTest>
+
+namespace {
+
+buttonAttributes make_button(QPoint pos, QStringList names, int w = 12, int h = 8)
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = a.width = w;
+    a.height = h;
+    a.color = 0xc0392b;
+    a.labelColor = 0xffffff;
+    a.names = names;
+    return a;
+}
+
+QStringList describe(const picker_view& view)
+{
+    QStringList out;
+    for (const buttonRecord& r : view.buttons)
+        out << QString("%1,%2 %3x%4 k%5 %6 '%7' [%8] s%9")
+                   .arg(r.pos.x()).arg(r.pos.y()).arg(r.width).arg(r.height).arg(r.kind)
+                   .arg(r.color, 0, 16).arg(r.label, r.names.join(',')).arg(r.selected);
+    return out;
+}
+
+const QStringList defaults = mirror::default_patterns();
+
+} // namespace
+
+class test_mirror : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void cleanup() { mirror::store_patterns({}); }
+
+    void names_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("mirrored");
+        QTest::newRow("prefix") << "L_arm" << "R_arm";
+        QTest::newRow("back again") << "R_arm" << "L_arm";
+        QTest::newRow("suffix") << "arm_L" << "arm_R";
+        QTest::newRow("word prefix") << "leftArm" << "rightArm";
+        QTest::newRow("word suffix") << "arm_Right" << "arm_Left";
+        QTest::newRow("upper case") << "LEFT_arm" << "RIGHT_arm";
+        QTest::newRow("after namespaces") << "hero:sub:L_hand" << "hero:sub:R_hand";
+        QTest::newRow("namespace left alone") << "L_hero:arm" << "L_hero:arm";
+        QTest::newRow("each DAG segment") << "|hero:L_grp|hero:L_arm" << "|hero:R_grp|hero:R_arm";
+        QTest::newRow("attribute kept") << "hero:L_arm.L_twist" << "hero:R_arm.L_twist";
+        QTest::newRow("component kept") << "hero:body_L.vtx[0:3]" << "hero:body_R.vtx[0:3]";
+        QTest::newRow("prefix pattern is no suffix") << "arm_L_" << "arm_L_";
+        QTest::newRow("suffix pattern is no prefix") << "_Larm" << "_Larm";
+        QTest::newRow("case matters") << "l_arm" << "l_arm";
+        QTest::newRow("inside is no match") << "arm_L_hand" << "arm_L_hand";
+        QTest::newRow("first pattern only") << "L_arm_R" << "R_arm_R";
+        QTest::newRow("the pattern alone is no name") << "L_" << "L_";
+        QTest::newRow("middle") << "hero:spine_ctrl" << "hero:spine_ctrl";
+    }
+
+    void names()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, mirrored);
+        QCOMPARE(mirror::map_name(name, defaults), mirrored);
+    }
+
+    void labels_and_scripts_data()
+    {
+        QTest::addColumn<bool>("script");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("mirrored");
+        QTest::newRow("side word") << false << "L fingers" << "R fingers";
+        QTest::newRow("spelled out") << false << "Left  leg" << "Right  leg";
+        QTest::newRow("name as label") << false << "L_arm" << "R_arm";
+        QTest::newRow("middle label") << false << "All" << "All";
+        QTest::newRow("empty label") << false << "" << "";
+        QTest::newRow("empty script") << true << "" << "";
+        QTest::newRow("mel") << true << "select -r hero:L_arm hero:L_leg; print \"L_\";"
+                             << "select -r hero:R_arm hero:R_leg; print \"L_\";";
+        QTest::newRow("python") << true << "cmds.select('hero:arm_L.tx')" << "cmds.select('hero:arm_R.tx')";
+        QTest::newRow("flags untouched") << true << "select -r -add x" << "select -r -add x";
+    }
+
+    void labels_and_scripts()
+    {
+        QFETCH(bool, script);
+        QFETCH(QString, text);
+        QFETCH(QString, mirrored);
+        const QString out = script ? mirror::map_script(text, defaults) : mirror::map_label(text, defaults);
+        QCOMPARE(out, mirrored);
+        QVERIFY(!out.isNull()); // files tell an empty text from none
+    }
+
+    void patterns_are_checked_and_kept_data()
+    {
+        QTest::addColumn<QStringList>("pairs");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("pairs") << QStringList{"Lf_", "Rt_", "_lf", "_rt"} << "";
+        QTest::newRow("odd") << QStringList{"L_", "R_", "_L"} << "patterns come in pairs: left, right";
+        QTest::newRow("only underscores") << QStringList{"__", "R_"} << "\"__\" has no letters or digits";
+        QTest::newRow("namespace") << QStringList{"a:L", "R"} << "\"a:L\" may hold only letters, digits and _";
+        QTest::newRow("same both sides") << QStringList{"L_", "L_"} << "\"L_\" is on both sides";
+    }
+
+    void patterns_are_checked_and_kept()
+    {
+        QFETCH(QStringList, pairs);
+        QFETCH(QString, why);
+        QCOMPARE(mirror::check_patterns(pairs), why);
+        if (!why.isEmpty())
+            return;
+        mirror::store_patterns(pairs);
+        QCOMPARE(mirror::patterns(), pairs);
+        QCOMPARE(mirror::map_name("hero:Lf_arm", mirror::patterns()), QString("hero:Rt_arm"));
+        QCOMPARE(mirror::map_name("hero:L_arm", mirror::patterns()), QString("hero:L_arm"));
+        // Damaged settings fall back to the defaults rather than half-mapping.
+        QSettings("Quillmarsh", "picker").setValue("mirrorPatterns", QStringList{"x"});
+        QCOMPARE(mirror::patterns(), defaults);
+    }
+
+    void mirror_is_one_exact_undo_step()
+    {
+        recording_host host;
+        picker_view view(nullptr);
+        QPixmap picture(320, 100);
+        view.setBackground("1", picture);
+        view.push_button(make_button(QPoint(160, 20), {"hero:head"}), -1);
+        view.push_button(make_button(QPoint(200, 30), {"hero:L_arm"}, 14, 6), -1);
+        buttonAttributes fingers = make_button(QPoint(290, 60), {"hero:L_thumb", "hero:L_index"});
+        fingers.label = "L fingers";
+        view.push_button(fingers, -1);
+        buttonAttributes cmd = make_button(QPoint(250, 80), {"select -r hero:L_arm"});
+        cmd.kind = 1;
+        view.push_button(cmd, -1);
+        view.buttons[1].selected = 1;
+        view.buttons[2].selected = 1;
+        view.buttons[3].selected = 1;
+        const QStringList before = describe(view);
+
+        host.absent = QStringList{"hero:R_index"};
+        view.mirror_buttons();
+        // About the picture's middle, size and colour kept, the copies the
+        // selection and nothing else.
+        QCOMPARE(describe(view).mid(4),
+                 (QStringList{"120,30 14x6 k0 c0392b '' [hero:R_arm] s1",
+                              "30,60 12x8 k0 c0392b 'R fingers' [hero:R_thumb,hero:R_index] s1",
+                              "70,80 12x8 k1 c0392b '' [select -r hero:R_arm] s1"}));
+        QCOMPARE(view.buttons[1].selected, qint16(0));
+        QCOMPARE(view.buttons[4].bounds, QRect(114, 28, 14, 6));
+        QCOMPARE(host.warnings,
+                 QStringList{"QuillmarshPicker - Mirror: 1 mirrored button selects objects the scene does not "
+                             "have: R fingers: hero:R_index"});
+
+        QCOMPARE(view.undoer()->count(), 1);
+        QCOMPARE(view.undoer()->undoText(), QString("Mirror Buttons"));
+        const QStringList after = describe(view);
+        view.undoer()->undo();
+        QStringList unselected = before;
+        unselected.replaceInStrings(" s1", " s0"); // the host's selection shows again: none
+        QCOMPARE(describe(view), unselected);
+        view.undoer()->redo();
+        QCOMPARE(describe(view), after);
+    }
+
+    void without_a_picture_the_outermost_centres_give_the_axis()
+    {
+        recording_host host;
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(10, 0), {"L_a"}, 30, 10), -1);
+        view.push_button(make_button(QPoint(100, 0), {"mid"}, 10, 10), -1);
+        QCOMPARE(mirror::default_twice_axis(&view), 110);
+        view.buttons[0].selected = 1;
+        view.mirror_buttons();
+        QCOMPARE(view.buttons.last().pos, QPoint(100, 0));
+        QCOMPARE(view.buttons.last().names, QStringList{"R_a"});
+        QVERIFY(host.warnings.isEmpty());
+    }
+
+    void copies_already_there_are_not_made_again()
+    {
+        recording_host host;
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(10, 0), {"L_a"}), -1);
+        view.push_button(make_button(QPoint(55, 0), {"mid"}), -1);
+        view.push_button(make_button(QPoint(100, 0), {"R_a"}), -1);
+        for (buttonRecord& r : view.buttons)
+            r.selected = 1;
+        int there = -1;
+        QVERIFY(mirror::mirrored_copies(&view, 110, defaults, &there).isEmpty());
+        QCOMPARE(there, 3);
+        view.mirror_buttons();
+        QCOMPARE(view.buttons.size(), 3);
+        QCOMPARE(view.undoer()->count(), 0);
+    }
+
+    void undo_leaves_buttons_a_script_changed()
+    {
+        recording_host host;
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(10, 0), {"L_a"}), -1);
+        view.buttons[0].selected = 1;
+        view.mirror_buttons();
+        view.buttons[1].names = QStringList{"other"};
+        view.undoer()->undo();
+        QCOMPARE(view.buttons.size(), 2);
+        QCOMPARE(view.buttons[1].names, QStringList{"other"});
+    }
+};
+
+QTEST_MAIN(test_mirror)
+#include "test_mirror.moc"

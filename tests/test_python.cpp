@@ -1,0 +1,402 @@
+// Python in the stand-in host: maya.cmds over the MEL commands, the MEL
+// python command, and Python command buttons of the real plug-in.
+#include "plugin/picker_main.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <sandbox/host.h>
+
+#include <maya/MObject.h>
+#include <maya/MStatus.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QMainWindow>
+#include <QMouseEvent>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+MStatus initializePlugin(MObject obj);
+MStatus uninitializePlugin(MObject obj);
+extern char in_batch_mode;
+
+using sandbox::host;
+using sandbox::log_kind;
+
+class test_python : public QObject {
+    Q_OBJECT
+
+    host& h = host::instance();
+    QMainWindow main;
+    QTemporaryDir dir;
+
+    bool run(const QString& mel, mel::value* result = nullptr) { return h.execute(mel, result); }
+
+    // The repr() of a Python expression, after some statements.
+    QString repr(const QString& statements, const QString& expression)
+    {
+        if (!statements.isEmpty() && !h.execute_python(statements))
+            return "statements failed: " + h.output_text();
+        mel::value v;
+        if (!h.execute_python("repr(" + expression + ")", &v))
+            return "expression failed: " + h.output_text();
+        return v.to_string();
+    }
+
+    QStringList errors() const
+    {
+        QStringList out;
+        for (const sandbox::log_entry& e : h.output())
+            if (e.kind == log_kind::error)
+                out << e.text;
+        return out;
+    }
+
+    void characters()
+    {
+        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss;"
+            "createNode transform -n \"hero:leg\" -ss; createNode transform -n \"hero:head\" -ss;"
+            "createNode joint -n \"hero:root\" -ss;");
+    }
+
+    void fresh_scene()
+    {
+        picker_main::cleanup();
+        h.reset();
+        h.set_main_window(&main);
+        in_batch_mode = 0;
+        characters();
+        h.execute_python("import maya.cmds as cmds");
+    }
+
+    QByteArray window_bytes()
+    {
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        picker_main::picker()->streamTo(out);
+        return bytes;
+    }
+
+    // A click on a button as the user makes it, then the idle queue runs.
+    void click_button(const QString& label)
+    {
+        picker_view* view = picker_main::current_view();
+        buttonRecord* r = view->find_button_from_label(label);
+        QVERIFY(r);
+        const QPoint at = view->mapToScreen(r->bounds.center());
+        for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            QMouseEvent e(type, at, view->mapToGlobal(at), Qt::LeftButton,
+                          type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+            QApplication::sendEvent(view, &e);
+        }
+        h.drain_idle();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        main.resize(300, 200);
+        h.set_main_window(&main);
+        QString error;
+        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
+                                      reinterpret_cast<void*>(&initializePlugin),
+                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+                 qPrintable(error));
+        h.drain_idle();
+    }
+
+    void init() { fresh_scene(); }
+
+    void calling_convention_data()
+    {
+        QTest::addColumn<QString>("statements");
+        QTest::addColumn<QString>("expression");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("flag by long name") << "cmds.select('hero:arm')" << "cmds.ls(selection=True)"
+                                           << "['hero:arm']";
+        QTest::newRow("flag by short name") << "cmds.select('hero:arm')" << "cmds.ls(sl=True)" << "['hero:arm']";
+        QTest::newRow("false flag is left out") << "cmds.select('hero:leg')" << "cmds.ls('hero:a*', sl=False)"
+                                                << "['hero:arm']";
+        QTest::newRow("flag with a value") << "" << "cmds.ls(type='joint')" << "['hero:root']";
+        QTest::newRow("list argument, flag after it")
+            << "cmds.select(['hero:leg', 'hero:head'], replace=True); cmds.select('hero:arm', add=True)"
+            << "cmds.ls(sl=True)" << "['hero:leg', 'hero:head', 'hero:arm']";
+        QTest::newRow("empty list") << "cmds.select(cl=True)" << "cmds.ls(sl=True)" << "[]";
+        QTest::newRow("no result is None") << "" << "cmds.select(cl=True)" << "None";
+        QTest::newRow("string result") << "" << "cmds.createNode('joint', n='knee', ss=True)" << "'knee'";
+        QTest::newRow("int result") << "" << "cmds.objExists('hero:arm')" << "1";
+        QTest::newRow("float result") << "" << "cmds.getApplicationVersionAsFloat()" << "2022.0";
+        QTest::newRow("query") << "cmds.currentUnit(linear='meter')" << "cmds.currentUnit(q=True, linear=True)"
+                               << "'meter'";
+        QTest::newRow("query by long name, flag first") << "cmds.file(modified=True)"
+                                                        << "cmds.file(modified=True, query=True)" << "1";
+        QTest::newRow("boolean value flag off") << "cmds.file(modified=True); cmds.file(mf=False)"
+                                                << "cmds.file(q=True, mf=True)" << "0";
+        QTest::newRow("MEL built-in") << "" << "cmds.match('b+', 'abbbc')" << "'bbb'";
+        QTest::newRow("array to a built-in") << "" << "cmds.size(['a', 'b', 'c'])" << "3";
+        QTest::newRow("plug-in command") << "cmds.QuillmarshPicker(); cmds.QuillmarshPicker('rename_tab', 'body')"
+                                         << "cmds.QuillmarshPicker('query_tabs')" << "['body']";
+        QTest::newRow("maya.mel") << "import maya.mel" << "maya.mel.eval('size(\"four\")')" << "4";
+        QTest::newRow("unknown command") << "" << "hasattr(cmds, 'noSuchCommand')" << "False";
+        QTest::newRow("commands listed") << "" << "{'ls', 'size', 'QuillmarshPicker'} <= set(dir(cmds))" << "True";
+        QTest::newRow("one __main__ for every run") << "x = 4" << "x * 2" << "8";
+    }
+
+    void calling_convention()
+    {
+        QFETCH(QString, statements);
+        QFETCH(QString, expression);
+        QFETCH(QString, expected);
+        QCOMPARE(repr(statements, expression), expected);
+        QCOMPARE(errors(), QStringList());
+    }
+
+    void failed_commands_raise_runtime_error_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("built-in command") << "cmds.select('hero:arm', 'nobody')"
+                                          << "select: No object matches name: nobody";
+        QTest::newRow("unknown flag") << "cmds.ls(bogus=True)" << "ls: Invalid flag '-bogus'";
+        QTest::newRow("MEL built-in") << "cmds.error('stop here')" << "stop here";
+        QTest::newRow("plug-in directive")
+            << "cmds.QuillmarshPicker('color_button', 'label', 'nobody', 'red')"
+            << "Couldn't find any matching buttons!";
+        QTest::newRow("loadPlugin") << "cmds.loadPlugin('/nonexistent/x.so')"
+                                    << "loadPlugin: Plug-in file \"/nonexistent/x.so\" not found.";
+        QTest::newRow("maya.mel") << "maya.mel.eval('undefinedProc')"
+                                  << "Cannot find procedure \"undefinedProc\".";
+    }
+
+    void failed_commands_raise_runtime_error()
+    {
+        QFETCH(QString, call);
+        QFETCH(QString, message);
+        run("QuillmarshPicker; select -r hero:leg");
+        h.clear_output();
+        QVERIFY(h.execute_python("import maya.mel\ntry:\n    " + call
+                                 + "\n    caught = None\nexcept RuntimeError as e:\n    caught = str(e)\n"));
+        mel::value v;
+        QVERIFY(h.execute_python("caught", &v));
+        QCOMPARE(v.to_string(), message);
+        // Caught, so nothing else is said and nothing changed.
+        QCOMPARE(errors(), QStringList());
+        QCOMPARE(h.selection(), QStringList{"hero:leg"});
+    }
+
+    void mel_python_command_data()
+    {
+        QTest::addColumn<QString>("mel");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QStringList>("result");
+        QTest::newRow("int") << "python(\"1 + 2\")" << int(mel::value::integer) << QStringList{"3"};
+        QTest::newRow("float") << "python(\"0.5 * 3\")" << int(mel::value::number) << QStringList{"1.5"};
+        QTest::newRow("string") << "python(\"'a' + 'b'\")" << int(mel::value::string) << QStringList{"ab"};
+        QTest::newRow("list of strings") << "python(\"['x', 'y']\")" << int(mel::value::string_array)
+                                         << QStringList{"x", "y"};
+        QTest::newRow("list of ints") << "python(\"[1, 2]\")" << int(mel::value::int_array)
+                                      << QStringList{"1", "2"};
+        QTest::newRow("statements give an empty string") << "python(\"y = 5\")" << int(mel::value::string)
+                                                         << QStringList{""};
+        QTest::newRow("into a MEL variable")
+            << "python \"import maya.cmds as cmds\"; string $s[] = python(\"cmds.ls('hero:l*')\"); $s"
+            << int(mel::value::string_array) << QStringList{"hero:leg"};
+    }
+
+    void mel_python_command()
+    {
+        QFETCH(QString, mel);
+        QFETCH(int, kind);
+        QFETCH(QStringList, result);
+        mel::value v;
+        QVERIFY2(run(mel, &v), qPrintable(h.output_text()));
+        QCOMPARE(int(v.type()), kind);
+        QCOMPARE(v.to_strings(), result);
+    }
+
+    void deferred_python_runs_as_python_on_idle()
+    {
+        QVERIFY(h.execute_python("cmds.evalDeferred(\"cmds.select('hero:head', add=True)\")\n"
+                                 "cmds.evalDeferred(lambda: cmds.select('hero:leg', add=True))\n"
+                                 "cmds.select('hero:arm')"));
+        QCOMPARE(h.selection(), QStringList{"hero:arm"});
+        QCOMPARE(h.drain_idle(), 2);
+        QCOMPARE(h.selection(), (QStringList{"hero:arm", "hero:head", "hero:leg"}));
+        QCOMPARE(errors(), QStringList());
+    }
+
+    void python_output_and_errors_reach_the_script_output()
+    {
+        QVERIFY(run("python(\"print('one'); print('two', end='')\")"));
+        QCOMPARE(h.output_text(), QString("one\ntwo"));
+        h.clear_output();
+        // An exception stops the MEL that ran it, like any failed command.
+        QVERIFY(!run("python(\"1/0\"); print \"not reached\""));
+        QCOMPARE(h.output_text(), QString("// Error: ZeroDivisionError: file <maya console> line 1: division by zero"));
+        h.clear_output();
+        // A deeper failure shows where it went through.
+        QVERIFY(!h.execute_python("def f():\n    return cmds.select('nobody')\nf()"));
+        const QStringList lines = h.output_text().split('\n');
+        QCOMPARE(lines.first(), QString("Traceback (most recent call last):"));
+        QCOMPARE(lines.last(), QString("// Error: RuntimeError: file <maya console> line 2: "
+                                       "select: No object matches name: nobody"));
+    }
+
+    void python_button_selects_and_lights_the_picker()
+    {
+        QVERIFY(run("QuillmarshPicker; select -r hero:arm; QuillmarshPicker add_button 20 20 arm;"
+                    "select -r hero:leg hero:head; QuillmarshPicker add_button 60 20 legs;"
+                    "QuillmarshPicker add_cmd_button 120 20 go python "
+                    "\"import maya.cmds as cmds\\ncmds.select(['hero:arm', 'hero:leg'])\"; select -cl"));
+        h.drain_idle();
+        picker_view* view = picker_main::current_view();
+        QCOMPARE(int(view->buttons[0].selected), 0);
+        click_button("go");
+        QCOMPARE(h.selection(), (QStringList{"hero:arm", "hero:leg"}));
+        QCOMPARE(int(view->buttons[0].selected), 1);
+        QCOMPARE(int(view->buttons[1].selected), 2); // one of its two objects
+        QCOMPARE(errors(), QStringList());
+    }
+
+    void python_error_in_a_button_changes_nothing_else_data()
+    {
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("unknown name") << "undefined_name()"
+                                      << "NameError: file <maya console> line 1: name 'undefined_name' is not defined";
+        QTest::newRow("failed command") << "import maya.cmds as cmds\\ncmds.select('nobody')"
+                                        << "RuntimeError: file <maya console> line 2: "
+                                           "select: No object matches name: nobody";
+        QTest::newRow("syntax error") << "cmds.select(" << "SyntaxError: file <maya console> line 1: '(' was never closed";
+        QTest::newRow("exit") << "raise SystemExit(3)" << "SystemExit: file <maya console> line 1: 3";
+    }
+
+    void python_error_in_a_button_changes_nothing_else()
+    {
+        QFETCH(QString, code);
+        QFETCH(QString, error);
+        QVERIFY(run("QuillmarshPicker; select -r hero:arm; QuillmarshPicker add_button 20 20 arm;"
+                    "QuillmarshPicker add_cmd_button 120 20 bad python \"" + code + "\";"
+                    "QuillmarshPicker add_cmd_button 120 60 good python "
+                    "\"import maya.cmds as cmds\\ncmds.select('hero:leg', add=True)\";"
+                    "select -r hero:head"));
+        h.drain_idle();
+        const QByteArray window = window_bytes();
+        const QStringList nodes = h.nodes();
+        h.set_modified(false);
+        h.clear_output();
+
+        click_button("bad");
+        QCOMPARE(errors(), QStringList{error});
+        QCOMPARE(h.selection(), QStringList{"hero:head"});
+        QCOMPARE(window_bytes(), window);
+        QCOMPARE(h.nodes(), nodes);
+        QVERIFY(!h.modified());
+        // Python is still there for the next button.
+        click_button("good");
+        QCOMPARE(h.selection(), (QStringList{"hero:head", "hero:leg"}));
+    }
+
+    void python_build_script_matches_its_mel_twin()
+    {
+        const QString mel = R"MEL(
+            QuillmarshPicker;
+            QuillmarshPicker rename_tab body;
+            select -r hero:arm; QuillmarshPicker add_button 20 30 arm;
+            select -r hero:leg hero:head; QuillmarshPicker add_button 60 30 legs;
+            QuillmarshPicker add_cmd_button 100 30 go python "print('go')";
+            QuillmarshPicker add_cmd_button 100 70 all mel "select -all";
+            QuillmarshPicker color_button label arm 255 128 0;
+            QuillmarshPicker color_button_text label go "#102030";
+            QuillmarshPicker set_button_properties label legs "L" 70 40 "" "" "" 30 12 "navy" "";
+            QuillmarshPicker saveas "%1";
+        )MEL";
+        const QString python = R"PY(
+import maya.cmds as cmds
+cmds.QuillmarshPicker()
+cmds.QuillmarshPicker('rename_tab', 'body')
+cmds.select('hero:arm', r=True)
+cmds.QuillmarshPicker('add_button', 20, 30, 'arm')
+cmds.select(['hero:leg', 'hero:head'], replace=True)
+cmds.QuillmarshPicker('add_button', 60, 30, 'legs')
+cmds.QuillmarshPicker('add_cmd_button', 100, 30, 'go', 'python', "print('go')")
+cmds.QuillmarshPicker('add_cmd_button', 100, 70, 'all', 'mel', 'select -all')
+cmds.QuillmarshPicker('color_button', 'label', 'arm', 255, 128, 0)
+cmds.QuillmarshPicker('color_button_text', 'label', 'go', '#102030')
+cmds.QuillmarshPicker('set_button_properties', 'label', 'legs', 'L', 70, 40, '', '', '', 30, 12, 'navy', '')
+cmds.QuillmarshPicker('saveas', r'%1')
+)PY";
+        const QString from_mel = dir.filePath("mel.pkr");
+        const QString from_python = dir.filePath("python.pkr");
+        QVERIFY2(run(mel.arg(from_mel)), qPrintable(h.output_text()));
+        h.drain_idle();
+        fresh_scene();
+        QVERIFY2(h.execute_python(python.arg(from_python)), qPrintable(h.output_text()));
+        h.drain_idle();
+
+        QFile a(from_mel), b(from_python);
+        QVERIFY(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
+        const QByteArray bytes = a.readAll();
+        QVERIFY(bytes.size() > 100);
+        QCOMPARE(b.readAll(), bytes);
+        QCOMPARE(errors(), QStringList());
+    }
+
+    void a_scene_file_runs_no_python()
+    {
+        const QString scene = dir.filePath("sneaky.ma");
+        QFile file(scene);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("requires maya \"2022\";\n"
+                   "python \"import maya.cmds as cmds; cmds.createNode('transform', n='sneaky')\";\n"
+                   "createNode transform -n \"kept\";\n");
+        file.close();
+        h.clear_output();
+        h.open_scene(scene, nullptr);
+        QCOMPARE(h.nodes(), QStringList{"kept"});
+        QCOMPARE(h.output_text(), QString("// Warning: python: Python in a scene file is not run."));
+    }
+
+    void nested_python_stops_instead_of_overflowing()
+    {
+        QVERIFY(!h.execute_python("def again():\n    return cmds.python('again()')\nagain()"));
+        QVERIFY(!errors().isEmpty());
+        // Still usable afterwards.
+        QCOMPARE(repr("", "cmds.objExists('hero:arm')"), QString("1"));
+    }
+
+    void command_line_runs_python_in_order_with_mel()
+    {
+        const QString file = dir.filePath("steps.py");
+        QFile py(file);
+        QVERIFY(py.open(QIODevice::WriteOnly));
+        py.write("import maya.cmds as cmds\nprint('file sees', cmds.ls(sl=True))\ncmds.select('x')\n");
+        py.close();
+        QProcess app;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        env.insert("XDG_CONFIG_HOME", dir.filePath("config"));
+        app.setProcessEnvironment(env);
+        app.start(SANDBOX_APP, {"--mel", "createNode transform -n a; createNode transform -n b",
+                                "--py", "import maya.cmds as cmds; cmds.select('b')", "--py-file", file,
+                                "--mel", "print (`ls -sl`)", "--py", "cmds.select('nobody')", "--quit"});
+        QVERIFY(app.waitForFinished(30000));
+        QStringList lines = QString::fromUtf8(app.readAllStandardOutput()).split('\n');
+        lines.removeAll(QString());
+        QCOMPARE(lines.mid(lines.indexOf("# python: import maya.cmds as cmds; cmds.select('b')")),
+                 (QStringList{"# python: import maya.cmds as cmds; cmds.select('b')", "file sees ['b']",
+                              "// Error: RuntimeError: file " + file + " line 3: select: No object matches name: x",
+                              "print (`ls -sl`)", "b", "# python: cmds.select('nobody')",
+                              "// Error: RuntimeError: file <maya console> line 1: "
+                              "select: No object matches name: nobody"}));
+        QCOMPARE(app.exitCode(), 1); // a Python error fails the run like a MEL one
+    }
+
+    void cleanupTestCase() { picker_main::cleanup(); }
+};
+
+QTEST_MAIN(test_python)
+#include "test_python.moc"
