@@ -172,6 +172,7 @@ private slots:
         newest.prepend("renamed");
         QCOMPARE(window->recentNames(), newest);
 
+        QCoreApplication::processEvents(); // the list's file is written at idle time
         picker_window again(nullptr);
         QCOMPARE(again.recentNames(), newest);
         QCOMPARE(again.recentPickers().value("renamed"), paths[11]);

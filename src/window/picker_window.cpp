@@ -107,6 +107,7 @@ picker_window::~picker_window()
     // Pages go without touching the scene's image entries: the scene keeps them.
     closing = true;
     clear_tabs();
+    write_recent();
 }
 
 QAction* picker_window::add_item(QMenu* menu, const QString& text, const char* slot, QObject* receiver)

@@ -270,6 +270,8 @@ private:
 
     QMap<QString, QString> recent;
     QStringList recentOrder;
+    QString recentToWrite; // the list's file text not written yet; null when written
+    void write_recent();
     QList<QAction*> recentActions;
     QAction* recentSeparator = nullptr;
     QVBoxLayout* mainLayout = nullptr;

@@ -11,6 +11,7 @@
 #include <QMenu>
 #include <QSettings>
 #include <QTextStream>
+#include <QTimer>
 
 
 int tokenize(int length, const QString& line, QStringList& tokens)
@@ -144,10 +145,23 @@ void picker_window::note_recent(const QString& name, const QString& path)
         if (!name_token.isEmpty() && !path_token.isEmpty())
             text += name_token + " = " + path_token + "\n";
     }
+    // Written when the host is next idle (or the window closes), so that
+    // opening or saving a picker never waits for the disk on its account.
+    const bool queued = !recentToWrite.isNull();
+    recentToWrite = text;
+    if (!queued)
+        QTimer::singleShot(0, this, [this] { write_recent(); });
+}
+
+void picker_window::write_recent()
+{
+    if (recentToWrite.isNull())
+        return;
     const QString config = recent_pickers_path();
     QDir().mkpath(QFileInfo(config).absolutePath());
     // A list that cannot be written is only a convenience lost: no error.
-    write_file_safely(config, text.toUtf8(), nullptr);
+    write_file_safely(config, recentToWrite.toUtf8(), nullptr);
+    recentToWrite = QString();
 }
 
 void picker_window::open_recent_file()
