@@ -70,7 +70,8 @@ struct buttonRecord : buttonAttributes {
     buttonRecord() = default;
     explicit buttonRecord(const buttonAttributes& attributes);
 
-    // What a pass over every button reads comes first and close together.
+    // What a pass over every button reads (a marquee, a paint) comes first
+    // and close together.
     QRect bounds;           // picker coordinates, centred on pos
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
 
@@ -78,12 +79,16 @@ private:
     // The cache behind name_ids(). idsFor_ shares names' storage while ids_
     // is current: any change to names detaches it from this copy.
     mutable int idsGeneration_ = -1;
+
+public:
+    label_picture labelPixmap; // null without a label; drawn when first used
+
+private:
     mutable QStringList idsFor_;
     mutable name_id_list ids_;
 
 public:
     name_flags nameFlags;   // one per name: selected through this button
-    label_picture labelPixmap; // null without a label; drawn when first used
 
     void moveTo(const QPoint& p);
     // Mark the button (and each of its names) selected; unless quiet, every
@@ -93,6 +98,13 @@ public:
 
     // The ids of names (see name_ids.h), made on first use and again
     // whenever names has changed since.
+    // names.size(), read from the record itself while the ids are current.
+    int name_count() const
+    {
+        return idsGeneration_ == name_ids::generation() && names.isSharedWith(idsFor_) ? ids_.size()
+                                                                                      : names.size();
+    }
+
     const name_id_list& name_ids() const
     {
         // Sharing storage means the same list: no need to look into it.

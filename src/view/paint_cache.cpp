@@ -105,12 +105,15 @@ bool paint_layer::current(const view_state& state, const QList<buttonRecord>& bu
         now.label = r.labelPixmap.id();
         now.kind = r.kind;
         now.selected = r.selected;
-        now.several = r.names.size() >= 2;
-        if (same && (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
-                     || p->label != now.label || p->kind != now.kind || p->selected != now.selected
-                     || p->several != now.several))
+        now.several = r.name_count() >= 2;
+        // Written only when it differs: an unchanged frame reads and compares.
+        if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
+            || p->label != now.label || p->kind != now.kind || p->selected != now.selected
+            || p->several != now.several) {
             same = false;
-        *p++ = now;
+            *p = now;
+        }
+        ++p;
     }
     valid_ = true;
     return same;

@@ -616,8 +616,11 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     // that a direct paint leaves in the window too.
     painter.save();
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.drawImage(QRectF(exposed), layer.image,
-                      QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
+    if (ratio == 1)
+        painter.drawImage(exposed.topLeft(), layer.image, exposed); // the plain blit
+    else
+        painter.drawImage(QRectF(exposed), layer.image,
+                          QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
     painter.restore();
     return true;
 }
