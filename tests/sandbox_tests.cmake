@@ -11,7 +11,8 @@ add_dependencies(test_sandbox quillEcho)
 
 quill_test(test_app SOURCES test_app.cpp LIBS maya_sandbox_host)
 target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"
-    PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>" DEMO_SCENE="${CMAKE_SOURCE_DIR}/examples/demo/demo.ma")
+    PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>" DEMO_SCENE="${CMAKE_SOURCE_DIR}/examples/demo/demo.ma"
+    MODULE_SCRIPTS="${CMAKE_SOURCE_DIR}/module/scripts")
 add_dependencies(test_app quillmarsh-sandbox quillEcho QuillmarshPicker)
 
 # The plug-in's code linked in, loaded through its entry points.

@@ -210,6 +210,20 @@ private slots:
         QVERIFY2(card > 500, qPrintable(QString::number(card)));
     }
 
+    void module_scripts_open_the_picker()
+    {
+        // The procedures a studio install puts on Maya's script path, in MEL
+        // and in Python, with the plug-in already loaded as Maya would have it.
+        const QString py = QString("import sys; sys.path.insert(0, '%1'); import quillmarsh_picker; "
+                                   "quillmarsh_picker.show(); print('shown')")
+                               .arg(MODULE_SCRIPTS);
+        run_result run = launch({"--plugin", PICKER_PLUGIN_PATH, "--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel",
+                                 "--mel", "QuillmarshPicker_open; print(`pluginInfo -q -loaded QuillmarshPicker`)",
+                                 "--py", py, "--quit"});
+        QVERIFY2(in_order(run.lines, {"1", "shown"}), qPrintable(run.lines.join('\n') + run.errors));
+        QCOMPARE(run.status, 0);
+    }
+
     void screenshot()
     {
         run_result run = launch({"--mel", "createNode transform -n shot", "--screenshot", "@dir/shot.png", "--quit"});

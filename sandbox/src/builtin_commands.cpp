@@ -120,6 +120,8 @@ const QHash<QString, command_syntax>& syntax_table()
          {{"quiet", "qt", false, false}}}},
         {"unloadPlugin", {false,
          {{"force", "f", false, false}}}},
+        {"pluginInfo", {true,
+         {{"loaded", "l", false, false}}}},
     };
     return table;
 }
@@ -473,6 +475,15 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
         if (!h.load_plugin(a.positional[0].to_string(), &name, &error))
             fail("loadPlugin", error);
         return value::from_strings({name});
+    });
+
+    // Only what scripts ask before loading a plug-in: whether it is loaded.
+    interp.register_command("pluginInfo", [&h](mel::interpreter&, const args_t& args) {
+        parsed_args a = parse("pluginInfo", args);
+        if (a.positional.size() != 1 || !a.query || !a.has("loaded"))
+            fail("pluginInfo", "Only -query -loaded with one plug-in name is supported.");
+        const QString name = QFileInfo(a.positional[0].to_string()).completeBaseName();
+        return value::from_int(h.plugins().contains(name) ? 1 : 0);
     });
 
     interp.register_command("unloadPlugin", [&h](mel::interpreter&, const args_t& args) {
