@@ -2,6 +2,7 @@
 // directives, namespace binding and the namespace chooser.
 #include "edit/button_commands.h"
 #include "edit/mirror_command.h"
+#include "linked_picker.h"
 #include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "plugin/picker_main.h"
@@ -25,8 +26,6 @@
 #include <QUndoStack>
 #include <QtTest>
 
-MStatus initializePlugin(MObject obj);
-MStatus uninitializePlugin(MObject obj);
 
 using sandbox::host;
 
@@ -155,9 +154,7 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         h.set_main_window(&main);
         QString error;
-        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+        QVERIFY2(load_linked_picker(h, &error, "QuillmarshPicker.so"),
                  qPrintable(error));
         run("QuillmarshPicker");
         h.drain_idle();

@@ -1,18 +1,13 @@
 // The directive reference runs: every MEL and Python example in
 // docs/directives.md is run against the stand-in host with the plug-in
 // loaded, and what it shows as a result or an error must be what it gives.
-#include <sandbox/host.h>
-
-#include <maya/MObject.h>
+#include "linked_picker.h"
 
 #include <QFile>
 #include <QMainWindow>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QtTest>
-
-MStatus initializePlugin(MObject obj);
-MStatus uninitializePlugin(MObject obj);
 
 namespace {
 
@@ -101,9 +96,7 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         h.set_main_window(&main);
         QString error;
-        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+        QVERIFY2(load_linked_picker(h, &error, "QuillmarshPicker.so"),
                  qPrintable(error));
         QVERIFY(h.execute("QuillmarshPicker"));
         h.drain_idle();

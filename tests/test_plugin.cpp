@@ -1,8 +1,9 @@
 // The plug-in in the stand-in host: registration, the command and its
 // directives, callbacks, selection round trips and scene storage.
+#include "linked_picker.h"
+#include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
-#include "modal_helper.h"
 #include "plugin/picker_main.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -24,8 +25,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-MStatus initializePlugin(MObject obj);
-MStatus uninitializePlugin(MObject obj);
 
 using sandbox::host;
 
@@ -87,9 +86,7 @@ class test_plugin : public QObject {
     void load()
     {
         QString error;
-        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+        QVERIFY2(load_linked_picker(h, &error),
                  qPrintable(error));
         h.drain_idle();
     }
@@ -631,9 +628,7 @@ private slots:
         QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
         h.clear_output();
         h.inject_fault(sandbox::fault(which), after);
-        QVERIFY(!h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error));
+        QVERIFY(!load_linked_picker(h, &error));
         QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - " + message + ": (kFailure) "),
                  qPrintable(h.output_text()));
     }

@@ -1,5 +1,6 @@
 // Python in the stand-in host: maya.cmds over the MEL commands, the MEL
 // python command, and Python command buttons of the real plug-in.
+#include "linked_picker.h"
 #include "plugin/picker_main.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -18,8 +19,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-MStatus initializePlugin(MObject obj);
-MStatus uninitializePlugin(MObject obj);
 extern char in_batch_mode;
 
 using sandbox::host;
@@ -101,9 +100,7 @@ private slots:
         main.resize(300, 200);
         h.set_main_window(&main);
         QString error;
-        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+        QVERIFY2(load_linked_picker(h, &error),
                  qPrintable(error));
         h.drain_idle();
     }

@@ -1,9 +1,10 @@
 // The scene always holds what the window shows: every change is written once
 // the host is idle (or at once before a save), a scene that is only opened
 // stays unmodified, and nothing read from a file or scene runs MEL.
+#include "linked_picker.h"
+#include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
-#include "modal_helper.h"
 #include "plugin/picker_main.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -26,8 +27,6 @@
 #include <QUndoStack>
 #include <QtTest>
 
-MStatus initializePlugin(MObject obj);
-MStatus uninitializePlugin(MObject obj);
 
 using sandbox::host;
 
@@ -213,9 +212,7 @@ private slots:
         main.resize(300, 200);
         h.set_main_window(&main);
         QString error;
-        QVERIFY2(h.load_linked_plugin("QuillmarshPicker", "plug-ins/QuillmarshPicker.so",
-                                      reinterpret_cast<void*>(&initializePlugin),
-                                      reinterpret_cast<void*>(&uninitializePlugin), &error),
+        QVERIFY2(load_linked_picker(h, &error),
                  qPrintable(error));
         h.drain_idle();
     }
