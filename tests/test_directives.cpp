@@ -20,7 +20,6 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QMainWindow>
-#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QUndoStack>
@@ -151,11 +150,8 @@ class test_directives : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(load_linked_picker(h, &error, "QuillmarshPicker.so"),
-                 qPrintable(error));
+        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        QVERIFY2(failed.isEmpty(), qPrintable(failed));
         run("QuillmarshPicker");
         h.drain_idle();
     }

@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QMainWindow>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QtTest>
 
 namespace {
@@ -93,11 +92,8 @@ class test_docs : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(load_linked_picker(h, &error, "QuillmarshPicker.so"),
-                 qPrintable(error));
+        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        QVERIFY2(failed.isEmpty(), qPrintable(failed));
         QVERIFY(h.execute("QuillmarshPicker"));
         h.drain_idle();
     }

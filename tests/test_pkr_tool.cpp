@@ -1,6 +1,7 @@
 // Picker files as JSON and the quillmarsh-pkr tool: exact round trips for
 // every file version, clear refusals of bad input, and nothing written when
 // a command fails.
+#include "button_values.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
 
@@ -14,22 +15,6 @@
 #include <QtTest>
 
 namespace {
-
-buttonAttributes button(QPoint pos, int w, int h, int kind, int language, quint32 color, quint32 labelColor,
-                        const QString& label, const QStringList& names)
-{
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = w;
-    a.height = h;
-    a.kind = kind;
-    a.language = language;
-    a.color = color;
-    a.labelColor = labelColor;
-    a.label = label;
-    a.names = names;
-    return a;
-}
 
 // A picture that compresses like a painted one: a gradient with noise.
 QPixmap picture(int w, int h)

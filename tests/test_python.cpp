@@ -15,7 +15,6 @@
 #include <QMainWindow>
 #include <QMouseEvent>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -96,13 +95,9 @@ class test_python : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
         main.resize(300, 200);
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(load_linked_picker(h, &error),
-                 qPrintable(error));
-        h.drain_idle();
+        const QString failed = start_linked_picker(h, &main);
+        QVERIFY2(failed.isEmpty(), qPrintable(failed));
     }
 
     void init() { fresh_scene(); }

@@ -20,7 +20,6 @@
 #include <QMainWindow>
 #include <QPushButton>
 #include <QRandomGenerator>
-#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTextEdit>
@@ -208,13 +207,9 @@ class test_scene : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
         main.resize(300, 200);
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(load_linked_picker(h, &error),
-                 qPrintable(error));
-        h.drain_idle();
+        const QString failed = start_linked_picker(h, &main);
+        QVERIFY2(failed.isEmpty(), qPrintable(failed));
     }
 
     void init()

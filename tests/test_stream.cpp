@@ -1,5 +1,6 @@
 // The stored bytes: files, old versions and clipboard payloads compared with
 // bytes assembled by hand, and readers fed damaged, cut and lying streams.
+#include "button_values.h"
 #include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/picker_stream.h"
@@ -53,23 +54,6 @@ struct bytes {
         return *this;
     }
 };
-
-buttonAttributes button(QPoint pos, qint32 w, qint32 h, qint32 kind, qint32 language,
-                        quint32 color, quint32 labelColor, const QString& label,
-                        const QStringList& names)
-{
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = w;
-    a.height = h;
-    a.kind = kind;
-    a.language = language;
-    a.color = color;
-    a.labelColor = labelColor;
-    a.label = label;
-    a.names = names;
-    return a;
-}
 
 QList<buttonAttributes> picker_buttons()
 {

@@ -7,7 +7,9 @@
 #include <maya/MObject.h>
 #include <maya/MStatus.h>
 
+#include <QStandardPaths>
 #include <QString>
+#include <QWidget>
 
 MStatus initializePlugin(MObject obj);
 MStatus uninitializePlugin(MObject obj);
@@ -18,4 +20,19 @@ inline bool load_linked_picker(sandbox::host& h, QString* error,
 {
     return h.load_linked_plugin("QuillmarshPicker", path, reinterpret_cast<void*>(&initializePlugin),
                                 reinterpret_cast<void*>(&uninitializePlugin), error);
+}
+
+// The start of a test of the plug-in in the host: settings kept apart from
+// the user's, a main window to dock into, the plug-in loaded and the host
+// idle. Empty, or why the plug-in did not load.
+inline QString start_linked_picker(sandbox::host& h, QWidget* main,
+                                   const QString& path = QStringLiteral("plug-ins/QuillmarshPicker.so"))
+{
+    QStandardPaths::setTestModeEnabled(true);
+    h.set_main_window(main);
+    QString error;
+    if (!load_linked_picker(h, &error, path))
+        return error.isEmpty() ? QStringLiteral("the plug-in did not load") : error;
+    h.drain_idle();
+    return QString();
 }
