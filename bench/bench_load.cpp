@@ -96,7 +96,7 @@ int window_buttons(const picker_window& window)
     int n = 0;
     for (int i = 0; i < window.tabs()->count(); ++i)
         if (auto* view = qobject_cast<picker_view*>(window.tabs()->widget(i)))
-            n += view->buttons.size();
+            n += view->buttons().size();
     return n;
 }
 

@@ -9,6 +9,7 @@
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_paint
 #include "bench_data.h"
 
+#include "model/name_list.h"
 #include "view/picker_view.h"
 
 #include <QApplication>
@@ -37,8 +38,8 @@ struct bare_loop {
         p.fillRect(exposed, QColor(51, 51, 51));
         p.setPen(Qt::NoPen);
         const QPen outline(QBrush(Qt::black), 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
-        for (int i = 0; i < view.buttons.size(); ++i) {
-            const buttonRecord& r = view.buttons[i];
+        for (int i = 0; i < view.buttons().size(); ++i) {
+            const buttonRecord& r = view.buttons()[i];
             const QRectF box(view.mapToScreen(r.bounds));
             if (!box.intersects(exposed))
                 continue;
@@ -82,7 +83,7 @@ int visible(const picker_view& view)
 {
     int n = 0;
     const QRect exposed(QPoint(0, 0), frame);
-    for (const buttonRecord& r : view.buttons)
+    for (const buttonRecord& r : view.buttons())
         n += view.mapToScreen(r.bounds).intersects(exposed);
     return n;
 }
@@ -126,14 +127,15 @@ int main(int argc, char** argv)
         bare.labels << (a.label.isEmpty() ? QPixmap() : bench::label_picture(a.label, a.labelColor));
 
     // Two selections of about one button in ten, shown in turn.
-    button_set selections[2];
+    QStringList selections[2];
     for (int s = 0; s < 2; ++s) {
         bench::random rng(81 + s);
         for (const buttonAttributes& a : buttons)
             if (a.kind == 0 && rng.below(10) == 0)
                 selections[s].append(a.names[rng.below(a.names.size())]);
     }
-    view.conform_to_set(selections[0]);
+    name_list::picker().assign(selections[0]);
+    view.conform_to_selection();
 
     QImage target(frame, QImage::Format_ARGB32_Premultiplied);
     QImage bare_target(frame, QImage::Format_ARGB32_Premultiplied);
@@ -166,13 +168,14 @@ int main(int argc, char** argv)
         // The frame after a selection change; the change itself is bench_sync's.
         int turn = 0;
         const bench::paired changing = bench::paired_ms(paint, floor, [&] {
-            view.conform_to_set(selections[++turn % 2]);
+            name_list::picker().assign(selections[++turn % 2]);
+            view.conform_to_selection();
             view.refresh();
         });
         bench::report(what + ", selection changing", changing, goal);
         // The last frame must show the last selection: a view just made with
         // it paints the same pixels.
-        fresh.conform_to_set(selections[turn % 2]);
+        fresh.conform_to_selection();
         fresh.setZoom(float(z.zoom), QPoint(0, 0));
         fresh.setShift(QPoint(0, 0));
         QImage fresh_frame(frame, QImage::Format_ARGB32_Premultiplied);

@@ -6,6 +6,7 @@
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_scene_write
 #include "bench_data.h"
 
+#include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -95,7 +96,7 @@ void run_case(const write_case& c, const QPixmap& picture, bench::keeping_host& 
         QByteArray records;
         {
             QDataStream out(&records, QIODevice::WriteOnly);
-            view->streamTo(out);
+            write_button_list(out, view->page()->attributes());
         }
         bench::keep(text.size() + records.size());
     };

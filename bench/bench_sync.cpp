@@ -54,7 +54,7 @@ void host_selection()
         const QSet<QString> set(names.begin(), names.end());
         qint64 found = 0;
         for (picker_view* view : views)
-            for (const buttonRecord& r : view->buttons)
+            for (const buttonRecord& r : view->buttons())
                 for (const QString& name : r.names)
                     found += set.contains(name);
         bench::keep(found);
@@ -62,7 +62,7 @@ void host_selection()
     const bench::paired times = bench::paired_ms([&] { window.setSelection(selections[++turn % 2]); }, floor);
     int lit = 0;
     for (picker_view* view : views)
-        for (const buttonRecord& r : view->buttons)
+        for (const buttonRecord& r : view->buttons())
             lit += r.selected != 0;
     bench::report("host selection, 1,000 names over 10 tabs x 2,000 buttons", times, sync_goal);
     if (lit == 0)
@@ -82,14 +82,14 @@ void marquee()
     const QRect canvas = view->mapToScreen(view->button_bounds(false)).adjusted(-10, -10, 10, 10);
     // Every name a marquee over all buttons puts in the selection.
     QSet<QString> distinct;
-    for (const buttonRecord& r : view->buttons)
+    for (const buttonRecord& r : view->buttons())
         for (const QString& name : r.names)
             distinct.insert(name);
 
     // Hit-testing every button against the rectangle, as the marquee must.
     const auto floor = [&] {
         int hits = 0;
-        for (const buttonRecord& r : view->buttons)
+        for (const buttonRecord& r : view->buttons())
             hits += view->mapToScreen(r.bounds).intersects(canvas);
         bench::keep(hits);
     };
@@ -101,7 +101,7 @@ void marquee()
 
     // Shift-dragged over everything with every other button already selected.
     QVector<int> half;
-    for (int i = 0; i < view->buttons.size(); i += 2)
+    for (int i = 0; i < view->buttons().size(); i += 2)
         half << i;
     const bench::paired add = bench::paired_ms([&] { view->select_bounds(canvas, true); }, floor, [&] {
         window.clearAllSelected();
@@ -114,7 +114,7 @@ void marquee()
     const double listed_ms = bench::median_ms([&] {
         QSet<QString> set;
         QStringList list;
-        for (const buttonRecord& r : view->buttons) {
+        for (const buttonRecord& r : view->buttons()) {
             if (!view->mapToScreen(r.bounds).intersects(canvas))
                 continue;
             for (const QString& name : r.names)

@@ -6,7 +6,7 @@
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
 #include "model/safe_file.h"
-#include "view/namespace_binding.h"
+#include "model/namespaces.h"
 #include "view/overlays.h"
 #include "view/picker_view.h"
 
@@ -199,8 +199,8 @@ int preview(const QStringList& args)
         view.push_button(b, -1);
     // Framed at once (the window animates it), with a small margin; no banner.
     QRect bounds = view.button_bounds(false);
-    if (!view.background.isNull())
-        bounds = contents.buttons.isEmpty() ? view.background.rect() : (bounds | view.background.rect());
+    if (!view.background().isNull())
+        bounds = contents.buttons.isEmpty() ? view.background().rect() : (bounds | view.background().rect());
     if (!bounds.isEmpty()) {
         view.zoom = 0.95 * std::min(double(size.width()) / bounds.width(), double(size.height()) / bounds.height());
         const QPointF centre = QRectF(bounds).center() * view.zoom;

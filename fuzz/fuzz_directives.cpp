@@ -176,7 +176,6 @@ void fresh_state()
     h.reset();
     h.execute("namespace -add hero; createNode transform -n \"hero:arm\" -ss;"
               "createNode transform -n \"hero:leg\" -ss; createNode transform -n \"body\" -ss;");
-    in_batch_mode = 0;
     h.execute("QuillmarshPicker disable_batch_mode");
     h.drain_idle();
 }
@@ -238,7 +237,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         picker_view* view = picker_main::current_view();
         fprintf(stderr, "%s\ntabs: %s; buttons on the current tab: %d\n",
                 qPrintable(host::instance().output_text()), qPrintable(tabs.to_strings().join(", ")),
-                view ? int(view->buttons.size()) : -1);
+                view ? int(view->buttons().size()) : -1);
     }
     return 0;
 }

@@ -6,7 +6,7 @@
 #include "modal_helper.h"
 #include "model/picker_stream.h"
 #include "plugin/picker_main.h"
-#include "view/namespace_binding.h"
+#include "model/namespaces.h"
 #include "view/picker_view.h"
 #include "window/namespace_dialog.h"
 #include "window/picker_window.h"
@@ -44,7 +44,7 @@ QStringList describe(picker_view* view)
     QStringList out;
     if (!view)
         return out;
-    for (const buttonRecord& r : view->buttons)
+    for (const buttonRecord& r : view->buttons())
         out << QString("%1,%2 %3 %4x%5 k%6 l%7 %8 %9 '%10' [%11]")
                    .arg(r.pos.x()).arg(r.pos.y()).arg(r.size).arg(r.width).arg(r.height).arg(r.kind)
                    .arg(r.language).arg(r.color, 0, 16).arg(r.labelColor, 0, 16).arg(r.label)
@@ -132,7 +132,7 @@ class test_directives : public QObject {
     QStringList all_names()
     {
         QStringList out;
-        for (const buttonRecord& r : view()->buttons)
+        for (const buttonRecord& r : view()->buttons())
             out << r.names;
         return out;
     }
@@ -248,9 +248,9 @@ private slots:
     void delete_and_add()
     {
         QVERIFY(run("QuillmarshPicker delete_button x 12 22"));
-        QCOMPARE(view()->buttons.size(), 1);
+        QCOMPARE(view()->buttons().size(), 1);
         QVERIFY(run("QuillmarshPicker delete_button object rig:leg"));
-        QVERIFY(view()->buttons.isEmpty());
+        QVERIFY(view()->buttons().isEmpty());
 
         // Nothing selected in the host: no selection button, and that is no
         // error; a command button needs no selection.
@@ -261,9 +261,9 @@ private slots:
         QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 py python \"print('x')\""));
         QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 mel"));
         QCOMPARE(result("QuillmarshPicker get_button_properties label py").mid(2, 2), (QStringList{"1", "1"}));
-        QCOMPARE(view()->buttons[2].names, QStringList{"print('x')"});
-        QCOMPARE(view()->buttons[3].language, 0);
-        QCOMPARE(view()->buttons[3].names, QStringList{""});
+        QCOMPARE(view()->buttons()[2].names, QStringList{"print('x')"});
+        QCOMPARE(view()->buttons()[3].language, 0);
+        QCOMPARE(view()->buttons()[3].names, QStringList{""});
     }
 
     void unknown_buttons_fail_with_the_message_data()
@@ -341,7 +341,7 @@ private slots:
         h.drain_idle();
         run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand;"
             "QuillmarshPicker mirror_buttons 100");
-        QCOMPARE(view()->buttons.size(), 4); // added and painted at once
+        QCOMPARE(view()->buttons().size(), 4); // added and painted at once
         QVERIFY(h.idle_texts().isEmpty());
         run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
         QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker flush"});
@@ -352,19 +352,19 @@ private slots:
         // A script deletes buttons behind the undo history; undoing and
         // redoing what is left must not reach past the list.
         picker_view* v = view();
-        for (buttonRecord& r : v->buttons)
-            r.selected = 1;
+        for (int k = 0; k < v->buttons().size(); ++k)
+            v->page()->set_state(k, 1);
         v->nudge_right();
         v->align_vertical();
         v->adjust_size_up();
         v->undoer()->push(new QUndoCommand("marker"));
         QVERIFY(run("QuillmarshPicker delete_button object rig:leg; QuillmarshPicker delete_button label arm"));
-        QVERIFY(v->buttons.isEmpty());
+        QVERIFY(v->buttons().isEmpty());
         while (v->undoer()->canUndo())
             v->undoer()->undo();
         while (v->undoer()->canRedo())
             v->undoer()->redo();
-        QVERIFY(v->buttons.isEmpty());
+        QVERIFY(v->buttons().isEmpty());
     }
 
     // ----- Build scripts: the same picker every run
@@ -437,8 +437,8 @@ private slots:
         // The picker still shows what the host has selected, and nothing
         // else, and tells the host nothing.
         QCOMPARE(picker_window::selection(), QStringList{"rig:leg"});
-        QCOMPARE(int(view()->buttons[0].selected), 0);
-        QCOMPARE(int(view()->buttons[1].selected), 1);
+        QCOMPARE(int(view()->buttons()[0].selected), 0);
+        QCOMPARE(int(view()->buttons()[1].selected), 1);
         QVERIFY(h.idle_texts().filter("select").isEmpty());
         QVERIFY(run("QuillmarshPicker add_button 100 100 next"));
         QCOMPARE(result("QuillmarshPicker query_button label next"), QStringList{"rig:leg"});
@@ -449,8 +449,8 @@ private slots:
         run("select -r rig:hand");
         QVERIFY(run("QuillmarshPicker update_button label arm rig:hand;"
                     "QuillmarshPicker update_button object rig:leg rig:arm"));
-        QCOMPARE(int(view()->buttons[0].selected), 1);
-        QCOMPARE(int(view()->buttons[1].selected), 0);
+        QCOMPARE(int(view()->buttons()[0].selected), 1);
+        QCOMPARE(int(view()->buttons()[1].selected), 0);
         QCOMPARE(picker_window::selection(), QStringList{"rig:hand"});
     }
 
@@ -525,7 +525,7 @@ private slots:
                         .arg(dir.filePath("back.png"))));
         h.clear_output();
         const QStringList before = describe(view()) << result("QuillmarshPicker query_tabs");
-        const QString key = view()->backgroundKey;
+        const QString key = view()->backgroundKey();
         no_dialogs guard;
         QVERIFY(!run(command));
         const QString shown = message.startsWith("Couldn't") ? message : "QuillmarshPicker - " + message;
@@ -533,8 +533,8 @@ private slots:
         QCOMPARE(guard.seen, 0);
         QCOMPARE(describe(view()) << result("QuillmarshPicker query_tabs"), before);
         QCOMPARE(picker_main::picker()->tabs()->currentIndex(), 0);
-        QCOMPARE(view()->backgroundKey, key);
-        QCOMPARE(view()->background.size(), QSize(8, 6));
+        QCOMPARE(view()->backgroundKey(), key);
+        QCOMPARE(view()->background().size(), QSize(8, 6));
     }
 
     void scripts_save_and_open_without_dialogs()
@@ -581,8 +581,8 @@ private slots:
         QCOMPARE(answer.seen, 2);
         QTabWidget* tabs = picker_main::picker()->tabs();
         QCOMPARE(tabs->count(), 3);
-        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(1))->buttons[1].names, QStringList{"sidekick:leg"});
-        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(2))->buttons[0].names, QStringList{"sidekick:jaw"});
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(1))->buttons()[1].names, QStringList{"sidekick:leg"});
+        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(2))->buttons()[0].names, QStringList{"sidekick:jaw"});
     }
 
     // ----- Namespaces
@@ -685,7 +685,7 @@ private slots:
         run("QuillmarshPicker update_namespace \":\" other");
         QCOMPARE(result("QuillmarshPicker query_button label arm"), QStringList{"arm"});
         // In a script the root is written out: ":arm" is the same object.
-        QCOMPARE(view()->buttons[2].names, QStringList{"select -r :arm :leg;"});
+        QCOMPARE(view()->buttons()[2].names, QStringList{"select -r :arm :leg;"});
     }
 
     void update_namespace_per_segment_data()
@@ -819,15 +819,15 @@ private slots:
         picker_view* v = view();
         QUndoStack* stack = v->undoer();
         const QStringList start = all_names();
-        v->buttons[0].selected = 1;
+        v->page()->set_state(0, 1);
         if (edit == "update") {
-            stack->push(new update_buttons_cmd(v, &v->buttons[0], {"rig:hand"}));
+            stack->push(new update_buttons_cmd(v->page(), v->buttons()[0].id, {"rig:hand"}));
         } else if (edit == "paste") {
-            buttonAttributes a = v->buttons[1];
+            buttonAttributes a = v->buttons()[1];
             a.names = QStringList{"rig:hand"};
-            stack->push(new paste_buttons_cmd(v, {a}, true));
+            stack->push(new paste_buttons_cmd(v->page(), {a}, true));
         } else {
-            stack->push(new delete_buttons_cmd(v));
+            stack->push(new delete_buttons_cmd(v->page()));
         }
 
         const QStringList edited = all_names();
@@ -838,7 +838,7 @@ private slots:
         for (const QString& name : rebound)
             QVERIFY2(name.startsWith("hero:"), qPrintable(name));
         // The rebound buttons show the host selection at once.
-        for (const buttonRecord& r : v->buttons)
+        for (const buttonRecord& r : v->buttons())
             QCOMPARE(int(r.selected), r.names.contains("hero:leg") ? 0 : 1);
 
         QCOMPARE(stack->count(), 2);
@@ -855,13 +855,13 @@ private slots:
     void rebind_history_survives_scripts()
     {
         // The script takes away the first button behind the history: undoing
-        // the rebind must neither reach past the list nor hand the first
-        // button's old names to the one that moved into its place.
+        // the rebind gives the button left its own old names, never the
+        // first button's, whatever row it now has.
         QVERIFY(run("QuillmarshPicker update_namespace hero"));
         QCOMPARE(all_names(), (QStringList{"hero:arm", "hero:leg"}));
         QVERIFY(run("QuillmarshPicker delete_button label arm"));
         view()->undoer()->undo();
-        QCOMPARE(all_names(), QStringList{"hero:leg"});
+        QCOMPARE(all_names(), QStringList{"rig:leg"});
         view()->undoer()->redo();
         QCOMPARE(all_names(), QStringList{"hero:leg"});
 
@@ -954,7 +954,7 @@ private slots:
             modal_helper::answer(dialog, "OK");
         });
         QVERIFY(picker_editNamespaceDialog::do_dialog(view(), {"rig"}, {"hero", ":"}));
-        QCOMPARE(view()->buttons[0].names, QStringList{"arm"});
+        QCOMPARE(view()->buttons()[0].names, QStringList{"arm"});
     }
 
     void picker_for_hero_binds_to_sidekick()
@@ -990,7 +990,7 @@ private slots:
             modal_helper::answer(dialog, "OK");
         });
         h.drain_idle(); // the queued "bind" asks
-        QCOMPARE(view()->buttons[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
+        QCOMPARE(view()->buttons()[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
 
         const QPoint at = view()->mapToScreen(QPoint(30, 30));
         QMouseEvent press(QEvent::MouseButtonPress, at, view()->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton,
@@ -1001,7 +1001,7 @@ private slots:
         QApplication::sendEvent(view(), &release);
         h.drain_idle();
         QCOMPARE(h.selection(), (QStringList{"sidekick:arm", "sidekick:leg"}));
-        QCOMPARE(int(view()->buttons[0].selected), 1);
+        QCOMPARE(int(view()->buttons()[0].selected), 1);
     }
     // ----- Pressing and mirroring buttons from scripts
 
@@ -1032,7 +1032,7 @@ private slots:
             QStringList out = h.idle_texts();
             h.drain_idle();
             out << h.selection().join(' ');
-            for (const buttonRecord& r : view()->buttons)
+            for (const buttonRecord& r : view()->buttons())
                 out << QString::number(r.selected);
             return out;
         };
@@ -1049,11 +1049,12 @@ private slots:
         QApplication::sendEvent(view(), &press);
         QApplication::sendEvent(view(), &release);
         const QStringList clicked = outcome();
-        QCOMPARE(clicked.mid(0, queued.size()), queued);
+        QCOMPARE(clicked.mid(0, queued.size()).join("|"), queued.join("|"));
 
         start();
         QVERIFY2(run("QuillmarshPicker press_button " + address), qPrintable(h.output_text()));
-        QCOMPARE(outcome(), clicked);
+        const QStringList pressed = outcome();
+        QCOMPARE(pressed.join('|'), clicked.join('|'));
     }
 
     // rig:L_arm and rig:L_leg on the left of a 200 pixel picture; rig:R_arm
@@ -1110,14 +1111,14 @@ private slots:
         QCOMPARE(describe(view()).mid(before.size()), copies);
         QCOMPARE(describe(view()).mid(0, before.size()), before);
         // The copies are the picker's selection; the host's stays as it was.
-        QCOMPARE(int(view()->buttons.last().selected), 1);
-        QCOMPARE(int(view()->buttons[2].selected), 0);
+        QCOMPARE(int(view()->buttons().last().selected), 1);
+        QCOMPARE(int(view()->buttons()[2].selected), 0);
         QCOMPARE(h.selection(), (QStringList{"rig:L_arm", "rig:L_leg"}));
 
         // Again: the right side is there, nothing is added.
         run("select -cl; select -r rig:L_arm rig:L_leg");
         QCOMPARE(result("QuillmarshPicker mirror_buttons " + arguments), QStringList());
-        QCOMPARE(view()->buttons.size(), before.size() + copies.size());
+        QCOMPARE(view()->buttons().size(), before.size() + copies.size());
 
         QCOMPARE(view()->undoer()->count(), steps + 1);
         view()->undoer()->undo();

@@ -37,9 +37,12 @@ void add_buttons(picker_view& view, const points& at)
 
 void set_selection(picker_view& view, const states& s)
 {
-    for (int i = 0; i < view.buttons.size(); ++i) {
-        view.buttons[i].selected = s.value(i);
-        view.buttons[i].nameFlags.fill(s.value(i) == 1);
+    for (int i = 0; i < view.buttons().size(); ++i) {
+        if (s.value(i) == 1)
+            view.page()->select(i, true);
+        else
+            view.page()->unselect(i, true);
+        view.page()->set_state(i, s.value(i));
     }
 }
 
@@ -52,7 +55,7 @@ struct view_state {
 view_state take(const picker_view& view)
 {
     view_state s;
-    for (const buttonRecord& r : view.buttons) {
+    for (const buttonRecord& r : view.buttons()) {
         s.attributes << r;
         s.sizes << r.bounds.size();
         s.selection << r.selected;
@@ -67,7 +70,7 @@ bool same(const view_state& a, const view_state& b, bool withSelection = true)
 
 bool invariants_hold(const picker_view& view, bool centred)
 {
-    for (const buttonRecord& r : view.buttons) {
+    for (const buttonRecord& r : view.buttons()) {
         QRect placed = r.bounds;
         placed.moveCenter(r.pos);
         if (r.size != r.width || r.nameFlags.size() != r.names.size() || (centred && placed != r.bounds))
@@ -95,50 +98,60 @@ QUndoCommand* random_command(picker_view& view, randomizer& rnd)
     QVector<int> indices;
     points old;
     switch (rnd.below(19)) {
-    case 0: return new change_color_cmd(&view, quint32(rnd.below(8)));
-    case 1: return new change_labelc_cmd(&view, quint32(rnd.below(8)));
-    case 2: return new change_width_cmd(&view, 1 + rnd.below(40)); // 0 would be clamped by a restore
-    case 3: return new change_height_cmd(&view, 1 + rnd.below(40));
-    case 4: return new adjust_width_cmd(&view, rnd.below(13) - 6);
-    case 5: return new adjust_height_cmd(&view, rnd.below(13) - 6);
-    case 6: return new change_label_cmd(&view, rnd.label());
-    case 7: return new nudge_buttons_cmd(&view, at / 100);
-    case 8: return new add_button_cmd(&view, at, "Add Button");
-    case 9: return new add_button_cmd(&view, at, "Add Button", rnd.label());
-    case 10: return new add_button_cmd(&view, at, "Add Command", rnd.below(2), rnd.label(), "print 1");
+    case 0: return new change_color_cmd(view.page(), quint32(rnd.below(8)));
+    case 1: return new change_labelc_cmd(view.page(), quint32(rnd.below(8)));
+    case 2: return new change_width_cmd(view.page(), 1 + rnd.below(40)); // 0 would be clamped by a restore
+    case 3: return new change_height_cmd(view.page(), 1 + rnd.below(40));
+    case 4: return new adjust_width_cmd(view.page(), rnd.below(13) - 6);
+    case 5: return new adjust_height_cmd(view.page(), rnd.below(13) - 6);
+    case 6: return new change_label_cmd(view.page(), rnd.label());
+    case 7: return new nudge_buttons_cmd(view.page(), at / 100);
+    case 8: return new add_button_cmd(view.page(), view.new_button_at(at), "Add Button");
+    case 9: {
+        buttonAttributes a = view.new_button_at(at);
+        a.label = rnd.label();
+        return new add_button_cmd(view.page(), a, "Add Button");
+    }
+    case 10: {
+        button_look look;
+        look.label = rnd.label();
+        return new add_button_cmd(view.page(), new_button(view.mapToPicker(at), look, 1, rnd.below(2), {"print 1"}),
+                                  "Add Command");
+    }
     case 11:
-        for (int i = 0; i < view.buttons.size(); ++i)
-            if (view.buttons[i].selected & 1) {
+        for (int i = 0; i < view.buttons().size(); ++i)
+            if (view.buttons()[i].selected & 1) {
                 indices << i;
-                old << view.buttons[i].pos;
+                old << view.buttons()[i].pos;
             }
-        return new move_buttons_cmd(&view, old, indices, at / 10);
-    case 12: return new delete_buttons_cmd(&view);
-    case 13: return new cut_buttons_cmd(&view);
+        return new move_buttons_cmd(view.page(), old, view.page()->ids_of(indices), at / 10);
+    case 12: return new delete_buttons_cmd(view.page());
+    case 13: return new cut_buttons_cmd(view.page());
     case 14:
-        if (view.buttons.isEmpty())
-            return new cut_buttons_cmd(&view);
-        return new update_buttons_cmd(&view, &view.buttons[rnd.below(view.buttons.size())], rnd.names() << "u");
+        if (view.buttons().isEmpty())
+            return new cut_buttons_cmd(view.page());
+        return new update_buttons_cmd(view.page(), view.buttons()[rnd.below(view.buttons().size())].id,
+                                      rnd.names() << "u");
     case 15:
         for (int n = rnd.below(6); n > 0; --n)
             list << make_button(rnd.point(), rnd.names(), 1 + rnd.below(30), 1 + rnd.below(30));
-        return new paste_buttons_cmd(&view, list, rnd.below(2));
+        return new paste_buttons_cmd(view.page(), list, rnd.below(2));
     default:
-        return new arrange_buttons_cmd(&view, rnd.below(4));
+        return new arrange_buttons_cmd(view.page(), rnd.below(4));
     }
 }
 
 QUndoCommand* make_edit(picker_view* view, const QString& kind, int value)
 {
     if (kind == "color")
-        return new change_color_cmd(view, quint32(value));
+        return new change_color_cmd(view->page(), quint32(value));
     if (kind == "width")
-        return new change_width_cmd(view, value);
+        return new change_width_cmd(view->page(), value);
     if (kind == "adjust w")
-        return new adjust_width_cmd(view, value);
+        return new adjust_width_cmd(view->page(), value);
     if (kind == "adjust h")
-        return new adjust_height_cmd(view, value);
-    return new nudge_buttons_cmd(view, kind == "nudge x" ? QPoint(value, 0) : QPoint(0, value));
+        return new adjust_height_cmd(view->page(), value);
+    return new nudge_buttons_cmd(view->page(), kind == "nudge x" ? QPoint(value, 0) : QPoint(0, value));
 }
 
 } // namespace
@@ -170,7 +183,7 @@ private slots:
         for (int step = 0; step < 3000; ++step) {
             const states before = take(view).selection;
             states s;
-            for (int i = 0; i < view.buttons.size(); ++i)
+            for (int i = 0; i < view.buttons().size(); ++i)
                 s << states{0, 0, 0, 0, 0, 1, 1, 2}[rnd.below(8)];
             set_selection(view, s);
             QUndoCommand* command = random_command(view, rnd);
@@ -242,7 +255,7 @@ private slots:
         if (!second.isEmpty())
             stack->push(make_edit(&view, second, b));
         QCOMPARE(stack->count(), entries);
-        QCOMPARE(view.buttons[0].width, width);
+        QCOMPARE(view.buttons()[0].width, width);
         const view_state end = take(view);
         while (stack->canUndo())
             stack->undo();
@@ -272,14 +285,14 @@ private slots:
         add_buttons(view, {{0, 0}, {20, 0}, {40, 0}, {60, 0}, {80, 0}});
         set_selection(view, selection);
         const view_state before = take(view);
-        view.undoer()->push(cut ? static_cast<QUndoCommand*>(new cut_buttons_cmd(&view))
-                                   : new delete_buttons_cmd(&view));
+        view.undoer()->push(cut ? static_cast<QUndoCommand*>(new cut_buttons_cmd(view.page()))
+                                   : new delete_buttons_cmd(view.page()));
         QCOMPARE(view.undoer()->text(0), text);
-        QCOMPARE(view.buttons.size(), 5 - selection.count(1));
+        QCOMPARE(view.buttons().size(), 5 - selection.count(1));
         view.undoer()->undo();
         QVERIFY(same(before, take(view), false));
         for (int i = 0; i < 5; ++i) // only an undone cut selects again
-            QCOMPARE(view.buttons[i].selected, qint16(cut && selection[i] == 1));
+            QCOMPARE(view.buttons()[i].selected, qint16(cut && selection[i] == 1));
     }
 
     void paste_places_the_group_data()
@@ -304,13 +317,13 @@ private slots:
         QList<buttonAttributes> list;
         for (const QPoint& p : at)
             list << make_button(p);
-        view.undoer()->push(new paste_buttons_cmd(&view, list, inPlace));
+        view.undoer()->push(new paste_buttons_cmd(view.page(), list, inPlace, view.mapToPicker(view.rect().center())));
         QCOMPARE(view.undoer()->text(0), QString("Paste Buttons"));
-        QCOMPARE(view.buttons.size(), 1 + at.size());
-        QCOMPARE(view.buttons[0].selected, qint16(0));
+        QCOMPARE(view.buttons().size(), 1 + at.size());
+        QCOMPARE(view.buttons()[0].selected, qint16(0));
         for (int i = 0; i < at.size(); ++i) {
-            QCOMPARE(view.buttons[i + 1].pos, at[i] + offset);
-            QCOMPARE(view.buttons[i + 1].selected, qint16(1));
+            QCOMPARE(view.buttons()[i + 1].pos, at[i] + offset);
+            QCOMPARE(view.buttons()[i + 1].selected, qint16(1));
         }
     }
 
@@ -318,12 +331,12 @@ private slots:
     {
         picker_view view(nullptr);
         view.push_button(make_button(QPoint(0, 0), {"old"}), -1);
-        view.undoer()->push(new update_buttons_cmd(&view, &view.buttons[0], {"b", "c"}));
-        QCOMPARE(view.buttons[0].nameFlags.size(), 2);
+        view.undoer()->push(new update_buttons_cmd(view.page(), view.buttons()[0].id, {"b", "c"}));
+        QCOMPARE(view.buttons()[0].nameFlags.size(), 2);
         view.undoer()->undo();
-        QCOMPARE(view.buttons[0].names, QStringList{"old"});
+        QCOMPARE(view.buttons()[0].names, QStringList{"old"});
         view.undoer()->redo();
-        QCOMPARE(view.buttons[0].names, QStringList({"b", "c"}));
+        QCOMPARE(view.buttons()[0].names, QStringList({"b", "c"}));
     }
 
     void arrange_data()
@@ -356,18 +369,18 @@ private slots:
         picker_view view(nullptr);
         add_buttons(view, at);
         set_selection(view, selection);
-        view.undoer()->push(new arrange_buttons_cmd(&view, mode));
+        view.undoer()->push(new arrange_buttons_cmd(view.page(), mode));
         for (int i = 0; i < expected.size(); ++i)
-            QCOMPARE(view.buttons[i].pos, expected[i]);
+            QCOMPARE(view.buttons()[i].pos, expected[i]);
         // Undo puts every button back where it was, whatever order the
         // arrangement took them in, bounds and all.
         view.undoer()->undo();
         QVERIFY(invariants_hold(view, true));
         for (int i = 0; i < at.size(); ++i)
-            QCOMPARE(view.buttons[i].pos, at[i]);
+            QCOMPARE(view.buttons()[i].pos, at[i]);
         view.undoer()->redo();
         for (int i = 0; i < expected.size(); ++i)
-            QCOMPARE(view.buttons[i].pos, expected[i]);
+            QCOMPARE(view.buttons()[i].pos, expected[i]);
     }
 
     void paste_from_clipboard_data()
@@ -403,10 +416,10 @@ private slots:
         picker_view view(nullptr);
         handle_paste(&view, false);
         handle_paste(&view, true);
-        QCOMPARE(view.buttons.size(), buttons);
+        QCOMPARE(view.buttons().size(), buttons);
         QCOMPARE(view.undoer()->count(), entries);
         if (buttons)
-            QCOMPARE(view.buttons[5].names, QStringList{"3"});
+            QCOMPARE(view.buttons()[5].names, QStringList{"3"});
     }
 };
 

@@ -146,7 +146,7 @@ private slots:
         modal_helper::answer_next("Ignore");
         window->load_pickers({junk, good});
         QCOMPARE(window->tabs()->count(), 2);
-        QCOMPARE(window->frontPicker()->buttons.size(), 9);
+        QCOMPARE(window->frontPicker()->buttons().size(), 9);
         QCOMPARE(window->frontPicker()->path(), good);
     }
 
@@ -192,8 +192,8 @@ private slots:
         QCOMPARE(window->tabs()->count(), 2);
         picker_view* view = window->frontPicker();
         QCOMPARE(window->tabs()->tabText(1), QString("Hero"));
-        QCOMPARE(view->buttons.size(), buttons);
-        QVERIFY(view->background.isNull());
+        QCOMPARE(view->buttons().size(), buttons);
+        QVERIFY(view->background().isNull());
         // Not tied to the file: Save asks for a name (cancelled here), and the
         // damaged file is never overwritten with less.
         QVERIFY(view->path().isEmpty());
@@ -219,7 +219,7 @@ private slots:
         QFETCH(QString, label);
         picker_view* view = window->frontPicker();
         view->push_button(button(0, label), -1);
-        const buttonRecord& r = view->buttons.last();
+        const buttonRecord& r = view->buttons().last();
         QCOMPARE(r.label, label); // the text itself is kept whole
         QVERIFY(!r.labelPixmap.isNull());
         QVERIFY2(r.labelPixmap.width() <= limits::max_label_width, qPrintable(QString::number(r.labelPixmap.width())));

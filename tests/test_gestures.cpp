@@ -111,7 +111,7 @@ class test_gestures : public QObject {
     QList<QStringList> names() const
     {
         QList<QStringList> out;
-        for (const buttonRecord& r : view->buttons)
+        for (const buttonRecord& r : view->buttons())
             out << r.names;
         return out;
     }
@@ -153,13 +153,13 @@ private slots:
         click(view, QPoint(100, 50));
         QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:b hero:c"});
         // The button sharing a name lights with it.
-        QCOMPARE(int(view->buttons[1].selected), 1);
-        QCOMPARE(int(view->buttons[2].selected), 1);
-        QCOMPARE(int(view->buttons[0].selected), 0);
+        QCOMPARE(int(view->buttons()[1].selected), 1);
+        QCOMPARE(int(view->buttons()[2].selected), 1);
+        QCOMPARE(int(view->buttons()[0].selected), 0);
         host->clear();
         click(view, QPoint(300, 120));
         QCOMPARE(selects(), QStringList{"QuillmarshPicker clear"});
-        QCOMPARE(int(view->buttons[1].selected), 0);
+        QCOMPARE(int(view->buttons()[1].selected), 0);
     }
 
     void marquee_starts_past_three_pixels_data()
@@ -188,7 +188,7 @@ private slots:
         move(view, QPoint(95, 70));
         release(view, QPoint(95, 70));
         QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:a hero:b hero:c"});
-        QCOMPARE(int(view->buttons[2].selected), 1); // shares hero:c
+        QCOMPARE(int(view->buttons()[2].selected), 1); // shares hero:c
     }
 
     void shift_adds_and_shift_click_removes()
@@ -196,10 +196,10 @@ private slots:
         click(view, QPoint(50, 50));
         click(view, QPoint(150, 50), Qt::ShiftModifier);
         QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:a hero:c"));
-        QCOMPARE(int(view->buttons[1].selected), 2); // one of its two names
+        QCOMPARE(int(view->buttons()[1].selected), 2); // one of its two names
         click(view, QPoint(50, 50), Qt::ShiftModifier);
         QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:c"));
-        QCOMPARE(int(view->buttons[0].selected), 0);
+        QCOMPARE(int(view->buttons()[0].selected), 0);
 
         // Shift-drag adds what the marquee meets to the press-time selection,
         // and forgets what it no longer meets.
@@ -215,21 +215,21 @@ private slots:
         view->zoom = 2.0;
         click(view, QPoint(100, 100)); // (50, 50) at zoom 2
         click(view, QPoint(300, 100), Qt::ShiftModifier);
-        QCOMPARE(int(view->buttons[2].selected), 1);
+        QCOMPARE(int(view->buttons()[2].selected), 1);
         host->clear();
         const int entries = view->undoer()->count();
         press(view, QPoint(100, 100), Qt::ControlModifier);
         move(view, QPoint(130, 90), Qt::ControlModifier);
-        QCOMPARE(view->buttons[0].pos, QPoint(65, 45)); // live
+        QCOMPARE(view->buttons()[0].pos, QPoint(65, 45)); // live
         move(view, QPoint(141, 121), Qt::ControlModifier);
         release(view, QPoint(141, 121), Qt::ControlModifier);
-        QCOMPARE(view->buttons[0].pos, QPoint(70, 60));
-        QCOMPARE(view->buttons[2].pos, QPoint(170, 60));
-        QCOMPARE(view->buttons[1].pos, QPoint(120, 60)); // partly selected buttons move too
+        QCOMPARE(view->buttons()[0].pos, QPoint(70, 60));
+        QCOMPARE(view->buttons()[2].pos, QPoint(170, 60));
+        QCOMPARE(view->buttons()[1].pos, QPoint(120, 60)); // partly selected buttons move too
         QCOMPARE(view->undoer()->count(), entries + 1);
         QVERIFY(selects().isEmpty());
         view->undoer()->undo();
-        QCOMPARE(view->buttons[0].pos, QPoint(50, 50));
+        QCOMPARE(view->buttons()[0].pos, QPoint(50, 50));
 
         // A Control-click without motion makes no entry.
         press(view, QPoint(100, 100), Qt::ControlModifier);
@@ -262,23 +262,23 @@ private slots:
         move(view, to, Qt::ControlModifier);
         release(view, to, Qt::ControlModifier);
         QCOMPARE(selects(), QStringList{posted});
-        QCOMPARE(int(view->buttons[1].selected), sharing);
-        QCOMPARE(int(view->buttons[2].selected), 1);
+        QCOMPARE(int(view->buttons()[1].selected), sharing);
+        QCOMPARE(int(view->buttons()[2].selected), 1);
     }
 
     void command_buttons_run_once_when_released_inside()
     {
         press(view, QPoint(50, 150));
-        QCOMPARE(int(view->buttons[3].selected), 1); // shown pressed
+        QCOMPARE(int(view->buttons()[3].selected), 1); // shown pressed
         move(view, QPoint(200, 200));
-        QCOMPARE(int(view->buttons[3].selected), 0);
+        QCOMPARE(int(view->buttons()[3].selected), 0);
         release(view, QPoint(200, 200));
         QVERIFY(host->mel.isEmpty());
 
         press(view, QPoint(50, 150));
         release(view, QPoint(52, 152));
         QCOMPARE(host->mel, QStringList{"print \"pressed\";"});
-        QCOMPARE(int(view->buttons[3].selected), 0);
+        QCOMPARE(int(view->buttons()[3].selected), 0);
         click(view, QPoint(100, 150));
         QCOMPARE(host->python, QStringList{"print('py')"});
         QCOMPARE(host->mel.size(), 1);
@@ -397,12 +397,12 @@ private slots:
         QCOMPARE(QColor(image.pixel(at)), inside ? QColor(0x80, 0x80, 0) : QColor(51, 51, 51));
 
         // The same button as a command button: pressed and run there only.
-        buttonRecord& b = view->buttons[0];
+        buttonAttributes b = view->buttons()[0];
         b.kind = 1;
         b.names = QStringList{"print \"edge\";"};
-        b.nameFlags.fill(0, 1);
+        view->page()->set_attributes(0, b);
         press(view, at);
-        QCOMPARE(int(b.selected), int(inside));
+        QCOMPARE(int(view->buttons()[0].selected), int(inside));
         release(view, at);
         QCOMPARE(host->mel.contains("print \"edge\";"), inside);
     }
@@ -453,7 +453,7 @@ private slots:
         QCOMPARE(right_click(QPoint(50, 150)).mid(0, 6),
                  (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0", "Delete Button=1",
                               "Mirror=1", "Edit Command Button...=1"}));
-        QCOMPARE(int(view->buttons[3].selected), 1);
+        QCOMPARE(int(view->buttons()[3].selected), 1);
         QVERIFY(view->contextMenu()->actions()[3]->isEnabled());
     }
 
@@ -462,18 +462,18 @@ private slots:
         view->push_button(button(QPoint(60, 100), {"hero:L_foot"}), -1);
         host->absent = QStringList{"hero:R_foot"};
         QVERIFY(right_click(QPoint(60, 100)).contains("Mirror=1"));
-        const int count = view->buttons.size();
+        const int count = view->buttons().size();
         for (QAction* a : view->contextMenu()->actions())
             if (a->text() == "Mirror")
                 a->trigger();
         // No picture: about the middle of the outermost buttons, 50 and 150.
-        QCOMPARE(view->buttons.size(), count + 1);
-        QCOMPARE(view->buttons.last().pos, QPoint(140, 100));
-        QCOMPARE(view->buttons.last().names, QStringList{"hero:R_foot"});
+        QCOMPARE(view->buttons().size(), count + 1);
+        QCOMPARE(view->buttons().last().pos, QPoint(140, 100));
+        QCOMPARE(view->buttons().last().names, QStringList{"hero:R_foot"});
         QCOMPARE(host->warnings, QStringList{"QuillmarshPicker - Mirror: 1 mirrored button selects objects the "
                                              "scene does not have: hero:R_foot"});
         view->undoer()->undo();
-        QCOMPARE(view->buttons.size(), count);
+        QCOMPARE(view->buttons().size(), count);
     }
 
     // A right-click on a button that is not selected makes it the selection,
@@ -509,9 +509,9 @@ private slots:
         // The host hears of the new selection, and the button sharing a name
         // shows it.
         QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:c"});
-        QCOMPARE(int(view->buttons[0].selected), 0);
-        QCOMPARE(int(view->buttons[1].selected), 2);
-        QCOMPARE(int(view->buttons[2].selected), 1);
+        QCOMPARE(int(view->buttons()[0].selected), 0);
+        QCOMPARE(int(view->buttons()[1].selected), 2);
+        QCOMPARE(int(view->buttons()[2].selected), 1);
         if (action == "delete")
             view->delete_button();
         else if (action == "cut")
@@ -522,9 +522,9 @@ private slots:
         if (action == "update" && updateEnabled) {
             // The host gets back the selection the button now stands for.
             QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:a"));
-            QCOMPARE(int(view->buttons[2].selected), 1);
+            QCOMPARE(int(view->buttons()[2].selected), 1);
             view->undoer()->undo();
-            QCOMPARE(view->buttons[2].names, QStringList{"hero:c"});
+            QCOMPARE(view->buttons()[2].names, QStringList{"hero:c"});
         }
     }
 
@@ -564,14 +564,14 @@ private slots:
             right_click(QPoint(50, 50));
         else
             click(view, QPoint(50, 50));
-        QCOMPARE(int(view->buttons[0].selected), 1);
+        QCOMPARE(int(view->buttons()[0].selected), 1);
         QCursor::setPos(pointerOver ? view->mapToGlobal(QPoint(200, 200)) : window->mapToGlobal(QPoint(-40, -40)));
         QWidget* focus = QApplication::focusWidget() ? QApplication::focusWidget() : view;
         QTest::keyClick(focus, Qt::Key(key), keypad ? Qt::KeypadModifier : Qt::NoModifier);
-        QCOMPARE(view->buttons.size(), count);
+        QCOMPARE(view->buttons().size(), count);
         if (count == 5) {
-            QCOMPARE(view->buttons[0].pos, pos);
-            QCOMPARE(view->buttons[0].width, width);
+            QCOMPARE(view->buttons()[0].pos, pos);
+            QCOMPARE(view->buttons()[0].width, width);
         }
     }
 
@@ -588,18 +588,19 @@ private slots:
     void add_many_lays_a_row_along_the_drag()
     {
         picker_window::set_selection_names(QStringList{"x1", "x2", "x3"});
-        view->buttons.clear();
+        view->page()->clear();
+        scene_writes();
         window->add_many_buttons();
         QVERIFY(dynamic_cast<add_manybuttons_cmd*>(view->mouseCommand()));
         view->zoom = 1.0;
         view->shift = QPoint(0, 0);
         press(view, QPoint(40, 40));
-        QCOMPARE(view->buttons.size(), 3);
-        QCOMPARE(view->buttons[1].pos, QPoint(51, 40)); // a row, size 10 plus one apart
+        QCOMPARE(view->buttons().size(), 3);
+        QCOMPARE(view->buttons()[1].pos, QPoint(51, 40)); // a row, size 10 plus one apart
         move(view, QPoint(40, 100));
-        QCOMPARE(view->buttons[1].pos, QPoint(40, 60)); // vertical: 60 / 3 = 20 a step
+        QCOMPARE(view->buttons()[1].pos, QPoint(40, 60)); // vertical: 60 / 3 = 20 a step
         move(view, QPoint(40, 40));
-        QCOMPARE(view->buttons[2].pos, QPoint(40, 20)); // no drag: towards negative
+        QCOMPARE(view->buttons()[2].pos, QPoint(40, 20)); // no drag: towards negative
         const int writes = scene_writes();
         release(view, QPoint(40, 40));
         QVERIFY(view->mouseCommand() == nullptr);
@@ -609,11 +610,11 @@ private slots:
         QCOMPARE(view->undoer()->count(), 1);
         QCOMPARE(view->undoer()->undoText(), QString("Add Many Buttons"));
         view->undoer()->undo();
-        QCOMPARE(view->buttons.size(), 0);
+        QCOMPARE(view->buttons().size(), 0);
         view->undoer()->redo();
-        QCOMPARE(view->buttons.size(), 3);
-        QCOMPARE(view->buttons[2].pos, QPoint(40, 20));
-        QCOMPARE(view->buttons[2].names, QStringList{"x3"});
+        QCOMPARE(view->buttons().size(), 3);
+        QCOMPARE(view->buttons()[2].pos, QPoint(40, 20));
+        QCOMPARE(view->buttons()[2].names, QStringList{"x3"});
     }
 
     void add_many_can_be_cancelled_data()
@@ -636,7 +637,7 @@ private slots:
         if (pressed) {
             press(view, QPoint(40, 40));
             move(view, QPoint(90, 40));
-            QCOMPARE(view->buttons.size(), 7);
+            QCOMPARE(view->buttons().size(), 7);
         }
         QCursor::setPos(view->mapToGlobal(QPoint(90, 40)));
         if (how == "escape")
@@ -645,14 +646,14 @@ private slots:
             mouse(view, QEvent::MouseButtonPress, QPoint(90, 40), Qt::RightButton,
                   pressed ? Qt::LeftButton | Qt::RightButton : Qt::RightButton);
         QVERIFY(view->mouseCommand() == nullptr);
-        QCOMPARE(view->buttons.size(), 5);
+        QCOMPARE(view->buttons().size(), 5);
         release(view, QPoint(90, 40));
-        QCOMPARE(view->buttons.size(), 5);
+        QCOMPARE(view->buttons().size(), 5);
         QCOMPARE(view->undoer()->count(), 0);
         // The next press is an ordinary click again.
         click(view, QPoint(50, 50));
-        QCOMPARE(int(view->buttons[0].selected), 1);
-        QCOMPARE(view->buttons.size(), 5);
+        QCOMPARE(int(view->buttons()[0].selected), 1);
+        QCOMPARE(view->buttons().size(), 5);
     }
 
     void command_buttons_are_added_and_edited_in_the_dialog()
@@ -670,23 +671,23 @@ private slots:
         press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
         answer("select -cl;", "Cancel");
         view->add_command_button();
-        QCOMPARE(view->buttons.size(), 5);
+        QCOMPARE(view->buttons().size(), 5);
         QCOMPARE(view->undoer()->count(), 0);
 
         answer("select -cl;", "OK");
         view->add_command_button();
-        QCOMPARE(view->buttons.size(), 6);
+        QCOMPARE(view->buttons().size(), 6);
         QCOMPARE(view->undoer()->undoText(), QString("Add Command Button"));
-        QCOMPARE(view->buttons[5].kind, 1);
-        QCOMPARE(view->buttons[5].names, QStringList{"select -cl;"});
-        QCOMPARE(view->buttons[5].pos, QPoint(300, 100));
+        QCOMPARE(view->buttons()[5].kind, 1);
+        QCOMPARE(view->buttons()[5].names, QStringList{"select -cl;"});
+        QCOMPARE(view->buttons()[5].pos, QPoint(300, 100));
 
         // An existing command button is edited in place, outside the undo history.
         close_menu();
         press(view, QPoint(50, 150), Qt::NoModifier, Qt::RightButton);
         answer("print \"edited\";", "OK");
         view->add_command_button();
-        QCOMPARE(view->buttons[3].names, QStringList{"print \"edited\";"});
+        QCOMPARE(view->buttons()[3].names, QStringList{"print \"edited\";"});
         QCOMPARE(view->undoer()->count(), 1);
     }
 

@@ -302,7 +302,7 @@ private slots:
         QVERIFY(!inPlace->isEnabled());
 
         window->frontPicker()->push_button(button(QPoint(5, 5), {"x"}), -1);
-        window->frontPicker()->buttons[0].selected = 1;
+        window->frontPicker()->page()->set_state(0, 1);
         copyButtonsToClipboard(window->frontPicker()->getButtons());
         window->updateEditMenu();
         QVERIFY(cut->isEnabled());
@@ -328,14 +328,13 @@ private slots:
         picker_view* view = window->frontPicker();
         for (QString label : {"A", "A", "B"}) {
             view->push_button(button(QPoint(5, 5), {"x"}, label), -1);
-            view->buttons.last().selected = 1;
+            view->page()->set_state(view->buttons().size() - 1, 1);
         }
         auto* field = window->findChild<QLineEdit*>();
         window->updateControls();
         QCOMPARE(field->text(), QString());
-        view->buttons[2].selected = 0;
-        view->buttons[1].width = 33;
-        view->buttons[1].size = 33;
+        view->page()->set_state(2, 0);
+        view->page()->set_width(1, 33);
         window->updateControls();
         QCOMPARE(field->text(), QString("A"));
         QCOMPARE(window->currentLabel(), QString("A"));
@@ -344,7 +343,7 @@ private slots:
         window->toggle_toolbox();
         QVERIFY(!window->toolboxShown());
         QVERIFY(!window->findChild<QLineEdit*>());
-        view->buttons[2].selected = 1;
+        view->page()->set_state(2, 1);
         window->updateControls();
         QCOMPARE(window->currentLabel(), QString("A"));
         window->toggle_toolbox();
@@ -418,13 +417,13 @@ private slots:
         QCOMPARE(view->undoer()->count(), 0);
         QCOMPARE(window->currentColor(), QRgb(0xB22222));
 
-        view->buttons[0].selected = 1;
+        view->page()->set_state(0, 1);
         widths->actions()[20]->trigger(); // "100"
         QCOMPARE(view->undoer()->count(), 1);
         QCOMPARE(view->undoer()->undoText(), QString("Change Width"));
-        QCOMPARE(view->buttons[0].width, 100);
+        QCOMPARE(view->buttons()[0].width, 100);
         view->undoer()->undo();
-        QCOMPARE(view->buttons[0].width, 12);
+        QCOMPARE(view->buttons()[0].width, 12);
 
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
@@ -495,7 +494,7 @@ private slots:
     {
         picker_view* view = window->frontPicker();
         view->push_button(button(QPoint(5, 5), {"x"}), -1);
-        view->buttons[0].selected = 1;
+        view->page()->set_state(0, 1);
         QColor current(0xff0000);
         picker_colorMenu* menu = picker_colorMenu::execute_color(window, QPoint(300, 300), &current);
         QCOMPARE(menu->tracking(), 24);
@@ -509,7 +508,7 @@ private slots:
         QTest::mouseRelease(menu, Qt::LeftButton, Qt::NoModifier, cell);
         QCOMPARE(view->undoer()->count(), 1);
         QCOMPARE(view->undoer()->undoText(), QString("Change Color"));
-        QCOMPARE(view->buttons[0].color, picker_colorMenu::color_palette()[37]);
+        QCOMPARE(view->buttons()[0].color, picker_colorMenu::color_palette()[37]);
         QTRY_VERIFY(alive.isNull()); // closed and gone
     }
 

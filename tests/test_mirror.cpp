@@ -26,7 +26,7 @@ buttonAttributes make_button(QPoint pos, QStringList names, int w = 12, int h = 
 QStringList describe(const picker_view& view)
 {
     QStringList out;
-    for (const buttonRecord& r : view.buttons)
+    for (const buttonRecord& r : view.buttons())
         out << QString("%1,%2 %3x%4 k%5 %6 '%7' [%8] s%9")
                    .arg(r.pos.x()).arg(r.pos.y()).arg(r.width).arg(r.height).arg(r.kind)
                    .arg(r.color, 0, 16).arg(r.label, r.names.join(',')).arg(r.selected);
@@ -144,9 +144,9 @@ private slots:
         buttonAttributes cmd = make_button(QPoint(250, 80), {"select -r hero:L_arm"});
         cmd.kind = 1;
         view.push_button(cmd, -1);
-        view.buttons[1].selected = 1;
-        view.buttons[2].selected = 1;
-        view.buttons[3].selected = 1;
+        view.page()->set_state(1, 1);
+        view.page()->set_state(2, 1);
+        view.page()->set_state(3, 1);
         const QStringList before = describe(view);
 
         host.absent = QStringList{"hero:R_index"};
@@ -157,8 +157,8 @@ private slots:
                  (QStringList{"120,30 14x6 k0 c0392b '' [hero:R_arm] s1",
                               "30,60 12x8 k0 c0392b 'R fingers' [hero:R_thumb,hero:R_index] s1",
                               "70,80 12x8 k1 c0392b '' [select -r hero:R_arm] s1"}));
-        QCOMPARE(view.buttons[1].selected, qint16(0));
-        QCOMPARE(view.buttons[4].bounds, QRect(114, 28, 14, 6));
+        QCOMPARE(view.buttons()[1].selected, qint16(0));
+        QCOMPARE(view.buttons()[4].bounds, QRect(114, 28, 14, 6));
         QCOMPARE(host.warnings,
                  QStringList{"QuillmarshPicker - Mirror: 1 mirrored button selects objects the scene does not "
                              "have: R fingers: hero:R_index"});
@@ -180,11 +180,11 @@ private slots:
         picker_view view(nullptr);
         view.push_button(make_button(QPoint(10, 0), {"L_a"}, 30, 10), -1);
         view.push_button(make_button(QPoint(100, 0), {"mid"}, 10, 10), -1);
-        QCOMPARE(mirror::default_twice_axis(&view), 110);
-        view.buttons[0].selected = 1;
+        QCOMPARE(mirror::default_twice_axis(view.page()), 110);
+        view.page()->set_state(0, 1);
         view.mirror_buttons();
-        QCOMPARE(view.buttons.last().pos, QPoint(100, 0));
-        QCOMPARE(view.buttons.last().names, QStringList{"R_a"});
+        QCOMPARE(view.buttons().last().pos, QPoint(100, 0));
+        QCOMPARE(view.buttons().last().names, QStringList{"R_a"});
         QVERIFY(host.warnings.isEmpty());
     }
 
@@ -195,27 +195,31 @@ private slots:
         view.push_button(make_button(QPoint(10, 0), {"L_a"}), -1);
         view.push_button(make_button(QPoint(55, 0), {"mid"}), -1);
         view.push_button(make_button(QPoint(100, 0), {"R_a"}), -1);
-        for (buttonRecord& r : view.buttons)
-            r.selected = 1;
+        for (int k = 0; k < 3; ++k)
+            view.page()->set_state(k, 1);
         int there = -1;
-        QVERIFY(mirror::mirrored_copies(&view, 110, defaults, &there).isEmpty());
+        QVERIFY(mirror::mirrored_copies(view.page(), 110, defaults, &there).isEmpty());
         QCOMPARE(there, 3);
         view.mirror_buttons();
-        QCOMPARE(view.buttons.size(), 3);
+        QCOMPARE(view.buttons().size(), 3);
         QCOMPARE(view.undoer()->count(), 0);
     }
 
-    void undo_leaves_buttons_a_script_changed()
+    void undo_takes_back_copies_a_script_changed()
     {
         recording_host host;
         picker_view view(nullptr);
         view.push_button(make_button(QPoint(10, 0), {"L_a"}), -1);
-        view.buttons[0].selected = 1;
+        view.page()->set_state(0, 1);
         view.mirror_buttons();
-        view.buttons[1].names = QStringList{"other"};
+        // A script puts a button in front and renames the copy: undo still
+        // takes back exactly the copy, now at another row.
+        view.page()->insert(make_button(QPoint(0, 50), {"front"}), 0);
+        view.page()->set_names(2, QStringList{"other"});
         view.undoer()->undo();
-        QCOMPARE(view.buttons.size(), 2);
-        QCOMPARE(view.buttons[1].names, QStringList{"other"});
+        QCOMPARE(view.buttons().size(), 2);
+        QCOMPARE(view.buttons()[0].names, QStringList{"front"});
+        QCOMPARE(view.buttons()[1].names, QStringList{"L_a"});
     }
 };
 

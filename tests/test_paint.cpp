@@ -2,6 +2,7 @@
 // and by whichever path, a cached frame equals a frame drawn button by button.
 #include "edit/button_commands.h"
 #include "edit/property_commands.h"
+#include "model/name_list.h"
 #include "view/picker_view.h"
 
 #include <QFontMetrics>
@@ -39,8 +40,8 @@ void fill(picker_view& view, quint32 seed, int count)
     QRandomGenerator rng(seed);
     for (int i = 0; i < count; ++i)
         view.push_button(random_button(rng, QSize(260, 200)), -1);
-    for (buttonRecord& r : view.buttons)
-        r.selected = qint16(rng.bounded(3));
+    for (int k = 0; k < view.buttons().size(); ++k)
+        view.page()->set_state(k, qint16(rng.bounded(3)));
 }
 
 QImage render(picker_view& view, QImage::Format format)
@@ -77,7 +78,7 @@ using change = std::function<void(picker_view&, QRandomGenerator&)>;
 QVector<int> random_indices(picker_view& view, QRandomGenerator& rng)
 {
     QVector<int> indices;
-    for (int i = 0; i < view.buttons.size(); ++i)
+    for (int i = 0; i < view.buttons().size(); ++i)
         if (rng.bounded(3) == 0)
             indices << i;
     return indices;
@@ -86,8 +87,7 @@ QVector<int> random_indices(picker_view& view, QRandomGenerator& rng)
 // Selects a random third of the buttons quietly, as the commands expect.
 void select_some(picker_view& view, QRandomGenerator& rng)
 {
-    for (buttonRecord& r : view.buttons)
-        r.unselect(true);
+    view.page()->clear_selected(true);
     view.select_list(random_indices(view, rng), true);
 }
 
@@ -125,51 +125,53 @@ private slots:
             v.setBackground(QString::number(picture.cacheKey()), picture);
         });
         QTest::newRow("host selection") << change([](picker_view& v, QRandomGenerator& rng) {
-            button_set set;
+            QStringList set;
             for (int i = 0; i < 40; ++i)
                 if (rng.bounded(2))
                     set.append(QString("n%1").arg(i));
-            v.conform_to_set(set);
+            name_list::picker().assign(set);
+            v.conform_to_selection();
         });
         QTest::newRow("select list") << change([](picker_view& v, QRandomGenerator& rng) { select_some(v, rng); });
         QTest::newRow("clear selection") << change([](picker_view& v, QRandomGenerator&) {
-            for (buttonRecord& r : v.buttons)
-                r.unselect(true);
+            v.page()->clear_selected(true);
         });
         QTest::newRow("one state written directly") << change([](picker_view& v, QRandomGenerator& rng) {
-            buttonRecord& r = v.buttons[rng.bounded(v.buttons.size())];
-            r.selected = qint16((r.selected + 1) % 3);
+            const int k = int(rng.bounded(v.buttons().size()));
+            v.page()->set_state(k, qint16((v.buttons()[k].selected + 1) % 3));
         });
         QTest::newRow("label") << change([](picker_view& v, QRandomGenerator& rng) {
-            v.set_button_label(v.buttons[rng.bounded(v.buttons.size())], some_labels[rng.bounded(some_labels.size())] + "!");
+            v.set_button_label(int(rng.bounded(v.buttons().size())), some_labels[rng.bounded(some_labels.size())] + "!");
         });
         QTest::newRow("size") << change([](picker_view& v, QRandomGenerator& rng) {
-            v.set_button_size(v.buttons[rng.bounded(v.buttons.size())], 5 + rng.bounded(50), 5 + rng.bounded(30));
+            v.set_button_size(int(rng.bounded(v.buttons().size())), 5 + rng.bounded(50), 5 + rng.bounded(30));
         });
         QTest::newRow("names") << change([](picker_view& v, QRandomGenerator&) {
-            for (buttonRecord& r : v.buttons)
-                if (r.kind == 0)
-                    r.names = r.names.size() < 2 ? QStringList{"a", "b"} : QStringList{"a"};
+            for (int k = 0; k < v.buttons().size(); ++k)
+                if (v.buttons()[k].kind == 0)
+                    v.page()->set_names(k, v.buttons()[k].names.size() < 2 ? QStringList{"a", "b"} : QStringList{"a"});
         });
         QTest::newRow("kind") << change([](picker_view& v, QRandomGenerator& rng) {
-            buttonRecord& r = v.buttons[rng.bounded(v.buttons.size())];
-            r.kind = 1 - r.kind;
+            const int k = int(rng.bounded(v.buttons().size()));
+            buttonAttributes a = v.buttons()[k];
+            a.kind = 1 - a.kind;
+            v.page()->set_attributes(k, a);
         });
         QTest::newRow("colour command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
             select_some(v, rng);
-            v.undoer()->push(new change_color_cmd(&v, rng.generate() & 0xffffff));
+            v.undoer()->push(new change_color_cmd(v.page(), rng.generate() & 0xffffff));
             if (rng.bounded(2))
                 v.undoer()->undo();
         });
         QTest::newRow("label colour command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
             select_some(v, rng);
-            v.undoer()->push(new change_labelc_cmd(&v, rng.bounded(2) ? 0xffffff : 0x202020));
+            v.undoer()->push(new change_labelc_cmd(v.page(), rng.bounded(2) ? 0xffffff : 0x202020));
             if (rng.bounded(2))
                 v.undoer()->undo();
         });
         QTest::newRow("label command and undo") << change([](picker_view& v, QRandomGenerator& rng) {
             select_some(v, rng);
-            v.undoer()->push(new change_label_cmd(&v, "new"));
+            v.undoer()->push(new change_label_cmd(v.page(), "new"));
             if (rng.bounded(2))
                 v.undoer()->undo();
         });
@@ -181,13 +183,13 @@ private slots:
         });
         QTest::newRow("delete and undo") << change([](picker_view& v, QRandomGenerator& rng) {
             select_some(v, rng);
-            v.undoer()->push(new delete_buttons_cmd(&v));
+            v.undoer()->push(new delete_buttons_cmd(v.page()));
             if (rng.bounded(2))
                 v.undoer()->undo();
         });
         QTest::newRow("push and pop") << change([](picker_view& v, QRandomGenerator& rng) {
-            v.push_button(random_button(rng, QSize(260, 200)), rng.bounded(v.buttons.size()));
-            v.pop_button(rng.bounded(v.buttons.size()));
+            v.push_button(random_button(rng, QSize(260, 200)), rng.bounded(v.buttons().size()));
+            v.pop_button(rng.bounded(v.buttons().size()));
         });
     }
     void cached_frame_equals_drawn_frame()
@@ -221,11 +223,11 @@ private slots:
         fill(view, 11, 80);
         const QImage whole = uncached(view, QImage::Format_ARGB32_Premultiplied);
         render(view, QImage::Format_ARGB32_Premultiplied);
-        view.buttons[3].selected = qint16((view.buttons[3].selected + 1) % 3);
+        view.page()->set_state(3, qint16((view.buttons()[3].selected + 1) % 3));
         const QImage whole_after = uncached(view, QImage::Format_ARGB32_Premultiplied);
         QVERIFY(whole_after != whole);
         // A part around the changed button, reaching past the view's edges.
-        const QRect part = view.mapToScreen(view.buttons[3].bounds).adjusted(-30, -20, 30, 20) & view.rect();
+        const QRect part = view.mapToScreen(view.buttons()[3].bounds).adjusted(-30, -20, 30, 20) & view.rect();
         QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
         view.render(&image, part.topLeft(), QRegion(part));
@@ -248,7 +250,7 @@ private slots:
             a.pos = QPoint(i < 3 ? 50 + 40 * i : 5000 + i * 50, 50); // three in sight
             view.push_button(a, -1);
         }
-        for (const buttonRecord& r : view.buttons) {
+        for (const buttonRecord& r : view.buttons()) {
             QVERIFY(!r.labelPixmap.isRendered());
             const QRect text = QFontMetrics(font).boundingRect(r.label);
             const QSize picture(text.width() + text.width() % 2 + 2, text.height() + text.height() % 2);
@@ -256,10 +258,10 @@ private slots:
             QCOMPARE(r.bounds.size(), QSize(std::max(picture.width() + 2, r.width), std::max(picture.height(), r.height)));
         }
         // Same text and colour: one picture.
-        QCOMPARE(view.buttons[0].labelPixmap.id(), view.buttons[50].labelPixmap.id());
+        QCOMPARE(view.buttons()[0].labelPixmap.id(), view.buttons()[50].labelPixmap.id());
         render(view, QImage::Format_ARGB32_Premultiplied);
-        QVERIFY(view.buttons[0].labelPixmap.isRendered());
-        QVERIFY(!view.buttons[10].labelPixmap.isRendered());
+        QVERIFY(view.buttons()[0].labelPixmap.isRendered());
+        QVERIFY(!view.buttons()[10].labelPixmap.isRendered());
     }
 
     // A label enlarged by the zoom (or a dense screen) is drawn at that
@@ -297,7 +299,7 @@ private slots:
         a.label = "Wg";
         a.names = QStringList{"n"};
         view.push_button(a, -1);
-        view.buttons[0].selected = qint16(selected);
+        view.page()->set_state(0, qint16(selected));
         view.zoom = zoom;
         view.shift = QPoint(400, 300) - QPoint(int(20 * zoom), int(10 * zoom));
         auto draw = [&] {
@@ -312,7 +314,7 @@ private slots:
         QCOMPARE(draw(), image);
         view.set_paint_caching(true);
 
-        const QSize picture = view.buttons[0].labelPixmap.size();
+        const QSize picture = view.buttons()[0].labelPixmap.size();
         QRect label(QPoint(0, 0), (QSizeF(picture) * zoom * ratio).toSize());
         label.moveCenter(QPoint(400, 300) * ratio);
         label &= image.rect();
@@ -346,7 +348,7 @@ private slots:
         a.labelColor = color;
         a.label = label;
         view.push_button(a, -1);
-        const QPixmap& picture = view.buttons[0].labelPixmap;
+        const QPixmap& picture = view.buttons()[0].labelPixmap;
         QFont font("Tahoma", -1, -1, false);
         font.setPixelSize(16);
         font.setStyleStrategy(QFont::NoAntialias);

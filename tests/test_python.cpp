@@ -18,7 +18,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-extern char in_batch_mode;
 
 using sandbox::host;
 using sandbox::log_kind;
@@ -64,7 +63,6 @@ class test_python : public QObject {
         picker_main::cleanup();
         h.reset();
         h.set_main_window(&main);
-        in_batch_mode = 0;
         characters();
         h.execute_python("import maya.cmds as cmds");
     }
@@ -81,9 +79,9 @@ class test_python : public QObject {
     void click_button(const QString& label)
     {
         picker_view* view = picker_main::current_view();
-        buttonRecord* r = view->find_button_from_label(label);
-        QVERIFY(r);
-        const QPoint at = view->mapToScreen(r->bounds.center());
+        const int k = view->find_button_index_from_label(label);
+        QVERIFY(k >= 0);
+        const QPoint at = view->mapToScreen(view->buttons()[k].bounds.center());
         for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
             QMouseEvent e(type, at, view->mapToGlobal(at), Qt::LeftButton,
                           type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
@@ -245,11 +243,11 @@ private slots:
                     "\"import maya.cmds as cmds\\ncmds.select(['hero:arm', 'hero:leg'])\"; select -cl"));
         h.drain_idle();
         picker_view* view = picker_main::current_view();
-        QCOMPARE(int(view->buttons[0].selected), 0);
+        QCOMPARE(int(view->buttons()[0].selected), 0);
         click_button("go");
         QCOMPARE(h.selection(), (QStringList{"hero:arm", "hero:leg"}));
-        QCOMPARE(int(view->buttons[0].selected), 1);
-        QCOMPARE(int(view->buttons[1].selected), 2); // one of its two objects
+        QCOMPARE(int(view->buttons()[0].selected), 1);
+        QCOMPARE(int(view->buttons()[1].selected), 2); // one of its two objects
         QCOMPARE(errors(), QStringList());
     }
 

@@ -3,6 +3,7 @@
 #include "modal_helper.h"
 #include "recording_host.h"
 #include "view/picker_mouse_cmd.h"
+#include "model/name_list.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
@@ -228,12 +229,12 @@ private slots:
         view.push_button(make_button(QPoint(200, 100), 20, 20, {"b"}), -1);
         QCOMPARE(view.button_bounds(false), QRect(QPoint(-4, -4), QPoint(210, 110)));
         QCOMPARE(view.button_bounds(true), QRect(0, 0, 0, 0));
-        view.buttons[1].selected = 2; // partly selected counts
-        QCOMPARE(view.button_bounds(true), view.buttons[1].bounds);
+        view.page()->set_state(1, 2); // partly selected counts
+        QCOMPARE(view.button_bounds(true), view.buttons()[1].bounds);
         view.frame_view();
         for (int tick = 0; tick < 8; ++tick)
             view.animate_zoom();
-        QCOMPARE(view.mapToScreen(view.buttons[1].pos), QPoint(150, 150));
+        QCOMPARE(view.mapToScreen(view.buttons()[1].pos), QPoint(150, 150));
     }
 
     void label_sets_pixmap_and_button_size()
@@ -247,37 +248,37 @@ private slots:
         int th = text.height() + (text.height() % 2);
 
         int i = view.push_button(make_button(QPoint(50, 60), 1, 1, {"a"}, 0xff0000, "ab"), -1);
-        const buttonRecord& r = view.buttons[i];
+        const buttonRecord& r = view.buttons()[i];
         QCOMPARE(r.labelPixmap.size(), QSize(tw, th));
         QCOMPARE(r.bounds.size(), QSize(tw + 2, th));
         QCOMPARE(r.bounds.center(), QPoint(50, 60));
 
         // A label widens a button but never shrinks it below its set size.
-        view.set_button_size(view.buttons[i], 200, 3);
-        QCOMPARE(view.buttons[i].bounds.size(), QSize(200, th));
-        view.set_button_label(view.buttons[i], QString());
-        QVERIFY(view.buttons[i].labelPixmap.isNull());
-        QCOMPARE(view.buttons[i].bounds.size(), QSize(200, 3));
+        view.set_button_size(i, 200, 3);
+        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, th));
+        view.set_button_label(i, QString());
+        QVERIFY(view.buttons()[i].labelPixmap.isNull());
+        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, 3));
     }
 
     void sizes_are_at_least_one()
     {
         picker_view view(nullptr);
         int i = view.push_button(make_button(QPoint(0, 0), 0, -4, {"a"}), -1);
-        QCOMPARE(view.buttons[i].size, 1);
-        QCOMPARE(view.buttons[i].width, 1);
-        QCOMPARE(view.buttons[i].height, 1);
-        view.set_button_size(view.buttons[i], -3);
-        QCOMPARE(view.buttons[i].bounds.size(), QSize(1, 1));
-        view.set_button_width(view.buttons[i], 12);
-        QCOMPARE(view.buttons[i].size, 12);
-        QCOMPARE(view.buttons[i].height, 1);
+        QCOMPARE(view.buttons()[i].size, 1);
+        QCOMPARE(view.buttons()[i].width, 1);
+        QCOMPARE(view.buttons()[i].height, 1);
+        view.set_button_size(i, -3, -3);
+        QCOMPARE(view.buttons()[i].bounds.size(), QSize(1, 1));
+        view.page()->set_width(i, 12);
+        QCOMPARE(view.buttons()[i].size, 12);
+        QCOMPARE(view.buttons()[i].height, 1);
 
         // push_button appends or inserts and says where.
         QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"b"}), -1), 1);
         QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"c"}), 0), 0);
-        QCOMPARE(view.buttons[0].names, QStringList{"c"});
-        QCOMPARE(view.buttons[2].names, QStringList{"b"});
+        QCOMPARE(view.buttons()[0].names, QStringList{"c"});
+        QCOMPARE(view.buttons()[2].names, QStringList{"b"});
     }
 
     void conforming_to_a_name_set_data()
@@ -301,12 +302,13 @@ private slots:
         QFETCH(QVector<quint8>, flags);
         picker_view view(nullptr);
         view.push_button(make_button(QPoint(), 5, 5, names), -1);
-        bool changed = view.conform_to_set(button_set::fromStringList(set));
-        QCOMPARE(int(view.buttons[0].selected), selected);
-        const name_flags& shown = view.buttons[0].nameFlags;
+        name_list::picker().assign(set);
+        bool changed = view.conform_to_selection();
+        QCOMPARE(int(view.buttons()[0].selected), selected);
+        const name_flags& shown = view.buttons()[0].nameFlags;
         QCOMPARE(QVector<quint8>(shown.begin(), shown.end()), flags);
         QCOMPARE(changed, selected != 0);
-        QVERIFY(!view.conform_to_set(button_set::fromStringList(set)));
+        QVERIFY(!view.conform_to_selection());
     }
 
     void marquee_bounds_and_drawing()
@@ -391,16 +393,16 @@ private slots:
         view.push_button(make_button(QPoint(60, 20), 20, 20, {"a"}, 0x0000ff), -1);
         view.push_button(make_button(QPoint(100, 20), 20, 20, {"a", "b"}, 0x0000ff), -1);
         view.push_button(make_button(QPoint(140, 20), 20, 20, {"a", "b"}, 0x00ff00), -1);
-        view.buttons[1].selected = 1;
-        view.buttons[2].selected = 2;
+        view.page()->set_state(1, 1);
+        view.page()->set_state(2, 2);
         QImage image = render(view);
         QCOMPARE(pixel(image, 20, 20), QColor(0, 0, 255));
         QCOMPARE(pixel(image, 60, 20), QColor(224, 224, 224));
         QCOMPARE(pixel(image, 100, 20), QColor(128, 128, 128));
         // One name: a square corner. Two names, no label: an ellipse.
-        QRect one = view.mapToScreen(view.buttons[0].bounds);
+        QRect one = view.mapToScreen(view.buttons()[0].bounds);
         QCOMPARE(pixel(image, one.left(), one.top()), QColor(0, 0, 255));
-        QRect two = view.mapToScreen(view.buttons[3].bounds);
+        QRect two = view.mapToScreen(view.buttons()[3].bounds);
         QCOMPARE(pixel(image, two.left(), two.top()), QColor(51, 51, 51));
         QCOMPARE(pixel(image, two.center().x(), two.center().y()), QColor(0, 255, 0));
         QCOMPARE(pixel(image, 195, 95), QColor(51, 51, 51));
@@ -414,10 +416,10 @@ private slots:
         const quint32 navy = 0x000064;
         view.push_button(make_button(QPoint(40, 40), 40, 40, {"print 1"}, navy, QString(), 1), -1);
         view.push_button(make_button(QPoint(120, 40), 40, 40, {"print 2"}, navy, QString(), 1), -1);
-        view.buttons[0].selected = 1;
+        view.page()->set_state(0, 1);
         QImage image = render(view);
-        QRect on = view.mapToScreen(view.buttons[0].bounds);
-        QRect off = view.mapToScreen(view.buttons[1].bounds);
+        QRect on = view.mapToScreen(view.buttons()[0].bounds);
+        QRect off = view.mapToScreen(view.buttons()[1].bounds);
         // A selected one is lighter inside and outlined white; an unselected
         // one has a gradient and a black outline.
         QCOMPARE(pixel(image, on.center().x(), on.center().y()), QColor(navy).lighter(150));
@@ -458,8 +460,8 @@ private slots:
         black.labelColor = 0x000000;
         view.push_button(white, -1);
         view.push_button(black, -1);
-        view.buttons[0].selected = 1;
-        view.buttons[1].selected = 1;
+        view.page()->set_state(0, 1);
+        view.page()->set_state(1, 1);
         QImage image = render(view);
         auto count = [&](QRect area, auto test) {
             int n = 0;
@@ -468,36 +470,13 @@ private slots:
                     n += test(pixel(image, x, y));
             return n;
         };
-        QRect w = view.mapToScreen(view.buttons[0].bounds);
-        QRect b = view.mapToScreen(view.buttons[1].bounds);
+        QRect w = view.mapToScreen(view.buttons()[0].bounds);
+        QRect b = view.mapToScreen(view.buttons()[1].bounds);
         // Xor punches the opaque text out of the opaque face.
         QVERIFY(count(w, [](QColor c) { return c.alpha() == 0; }) > 10);
         QCOMPARE(count(w, [](QColor c) { return c == QColor(Qt::white); }), 0);
         QCOMPARE(count(b, [](QColor c) { return c.alpha() == 0; }), 0);
         QVERIFY(count(b, [](QColor c) { return c == QColor(Qt::black); }) > 10);
-    }
-
-    void streams_its_buttons()
-    {
-        picker_view view(nullptr);
-        view.push_button(make_button(QPoint(3, 4), 10, 12, {"hero:a", "hero:b"}, 0x123456, "lbl"), -1);
-        view.push_button(make_button(QPoint(-3, 9), 30, 8, {"print \"x\";"}, 0xabcdef, QString(), 1), -1);
-        QByteArray bytes;
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            view.streamTo(out);
-        }
-        picker_view copy(nullptr);
-        copy.push_button(make_button(QPoint(), 1, 1, {"old"}), -1);
-        QDataStream in(bytes);
-        copy.streamFrom(in, 5);
-        QCOMPARE(copy.buttons.size(), 2);
-        for (int i = 0; i < 2; ++i) {
-            QCOMPARE(static_cast<const buttonAttributes&>(copy.buttons[i]),
-                     static_cast<const buttonAttributes&>(view.buttons[i]));
-            QCOMPARE(copy.buttons[i].bounds, view.buttons[i].bounds);
-            QCOMPARE(copy.buttons[i].selected, qint16(0));
-        }
     }
 
     void change_background_through_the_dialog()
@@ -513,20 +492,20 @@ private slots:
         picker_view& view = *window.frontPicker();
         modal_helper::answer_next(file);
         view.change_background();
-        QCOMPARE(view.background.size(), QSize(8, 6));
-        QCOMPARE(view.backgroundKey, QString::number(view.background.cacheKey()));
+        QCOMPARE(view.background().size(), QSize(8, 6));
+        QCOMPARE(view.backgroundKey(), QString::number(view.background().cacheKey()));
         QVERIFY(window.flushSceneData(false));
         QCOMPARE(host.now.size(), 2);
         QCOMPARE(host.now[0], QString("fileInfo \"QuillmarshPickerImage_%1\" \"%2\"; file -modified 1;")
-                                  .arg(view.backgroundKey, QString(encode_image(view.background))));
+                                  .arg(view.backgroundKey(), QString(encode_image(view.background()))));
         QVERIFY(host.now[1].startsWith("fileInfo \"QuillmarshPickerData\""));
-        QCOMPARE(decode_image(encode_image(view.background)).size(), QSize(8, 6));
+        QCOMPARE(decode_image(encode_image(view.background())).size(), QSize(8, 6));
 
         // Cancelling the file and declining the question keeps the image.
         host.clear();
         modal_helper::answer_in_turn({QString(), "Cancel"});
         view.change_background();
-        QVERIFY(!view.background.isNull());
+        QVERIFY(!view.background().isNull());
         QVERIFY(!window.flushSceneData(false));
 
         // A file that is no image changes nothing.
@@ -536,15 +515,15 @@ private slots:
         junk.close();
         modal_helper::answer_in_turn({junk.fileName(), "OK"});
         view.change_background();
-        QCOMPARE(view.background.size(), QSize(8, 6));
+        QCOMPARE(view.background().size(), QSize(8, 6));
         QVERIFY(!window.flushSceneData(false));
 
         // Accepting removes the stored image with the background.
-        const QString old_key = view.backgroundKey;
+        const QString old_key = view.backgroundKey();
         modal_helper::answer_in_turn({QString(), "Yes"});
         view.change_background();
-        QVERIFY(view.background.isNull());
-        QVERIFY(view.backgroundKey.isEmpty());
+        QVERIFY(view.background().isNull());
+        QVERIFY(view.backgroundKey().isEmpty());
         QVERIFY(window.flushSceneData(false));
         QCOMPARE(host.now.value(0),
                  QString("fileInfo -remove \"QuillmarshPickerImage_%1\"; file -modified 1;").arg(old_key));
@@ -560,7 +539,7 @@ private slots:
         view.push_button(make_button(QPoint(), 1, 1, {"a"}), -1);
         view.reset_buttons();
         QCOMPARE(view.undoer()->count(), 0);
-        QVERIFY(view.buttons.isEmpty());
+        QVERIFY(view.buttons().isEmpty());
     }
 };
 

@@ -2,6 +2,8 @@
 // scene storage commands, its stream and its keys.
 #include "edit/button_commands.h"
 #include "edit/property_commands.h"
+#include "model/name_ids.h"
+#include "model/name_list.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "modal_helper.h"
@@ -75,8 +77,9 @@ private slots:
         recording_host host;
         picker_window w(nullptr);
         view_at(w, 0)->push_button(button(names), -1);
-        view_at(w, 0)->buttons[0].select(false);
+        view_at(w, 0)->page()->select(0, false);
         QCOMPARE(picker_window::selection(), names);
+        host.mel.clear();
         QVERIFY(w.postSelection());
         QCOMPARE(host.mel, QStringList{sent});
     }
@@ -92,7 +95,8 @@ private slots:
         picker_window w(nullptr);
         view_at(w, 0)->push_button(
             button({"keep;createNode transform -n evil", "x\";file -f -new;\"", "`file -f -new`", "keep"}), -1);
-        view_at(w, 0)->buttons[0].select(false);
+        recorder.mel.clear();
+        view_at(w, 0)->page()->select(0, false);
         w.postSelection();
         h.interpreter().register_command("QuillmarshPicker", [&h](mel::interpreter&, const QVector<mel::value>& args) {
             QStringList names;
@@ -109,32 +113,35 @@ private slots:
 
     void name_list_keeps_each_name_once_in_order()
     {
-        QVERIFY(picker_window::selectButton("a"));
-        QVERIFY(!picker_window::selectButton("a"));
-        QVERIFY(picker_window::selectButton("A"));
+        name_list& list = name_list::picker();
+        auto add = [&](const QString& name) { return list.add(name_ids::intern(name)); };
+        auto drop = [&](const QString& name) { return list.remove(name_ids::intern(name)); };
+        QVERIFY(add("a"));
+        QVERIFY(!add("a"));
+        QVERIFY(add("A"));
         QCOMPARE(picker_window::selection(), (QStringList{"a", "A"}));
-        QVERIFY(picker_window::unselectButton("a"));
-        QVERIFY(!picker_window::unselectButton("a"));
+        QVERIFY(drop("a"));
+        QVERIFY(!drop("a"));
         QCOMPARE(picker_window::selection(), QStringList{"A"});
         {
             // A name dropped and taken again inside a batch goes to the end,
             // as it does outside one; reading mid-batch sees the same list.
             picker_window::selection_batch batch;
-            picker_window::selectButton("b");
-            picker_window::selectButton("c");
-            picker_window::unselectButton("b");
-            picker_window::unselectButton("A");
-            picker_window::selectButton("b");
+            add("b");
+            add("c");
+            drop("b");
+            drop("A");
+            add("b");
             QCOMPARE(picker_window::selection(), (QStringList{"c", "b"}));
-            picker_window::unselectButton("c");
-            picker_window::selectButton("c");
-            picker_window::selectButton("A");
+            drop("c");
+            add("c");
+            add("A");
         }
         QCOMPARE(picker_window::selection(), (QStringList{"b", "c", "A"}));
         picker_window::set_selection_names({"x", "y", "x"});
         QCOMPARE(picker_window::selection(), (QStringList{"x", "y"}));
-        QVERIFY(!picker_window::selectButton("y"));
-        QVERIFY(picker_window::selectButton("b"));
+        QVERIFY(!add("y"));
+        QVERIFY(add("b"));
     }
 
     void renamed_button_passes_its_new_names()
@@ -144,13 +151,13 @@ private slots:
         picker_window w(nullptr);
         picker_view* view = view_at(w, 0);
         view->push_button(button({"old1", "old2"}), -1);
-        buttonRecord& r = view->buttons[0];
-        r.select(false);
-        r.unselect(false);
-        r.names[1] = "new2";
-        r.select(false);
+        picker_page* page = view->page();
+        page->select(0, false);
+        page->unselect(0, false);
+        page->set_names(0, {"old1", "new2"});
+        page->select(0, false);
         QCOMPARE(picker_window::selection(), (QStringList{"old1", "new2"}));
-        buttonRecord copy = r;
+        buttonRecord copy = page->at(0);
         copy.names = QStringList{"other"};
         copy.unselect(true);
         copy.select(false);
@@ -186,7 +193,7 @@ private slots:
             w.tabs()->setCurrentIndex(i);
             QTest::qWait(20);
             picker_view* view = view_at(w, i);
-            const QRect everything = view->button_bounds(false) | view->background.rect();
+            const QRect everything = view->button_bounds(false) | view->background().rect();
             QVERIFY2(view->rect().contains(view->mapToScreen(everything)), qPrintable(QString("tab %1").arg(i)));
         }
     }
@@ -251,6 +258,9 @@ private slots:
         host.now.clear();
 
         view_at(w, 0)->push_button(button({"a"}), -1);
+        w.flushSceneData(false);
+        host.mel.clear();
+        host.now.clear();
         modal_helper::answer_next("Cancel");
         w.close_one(0);
         QCOMPARE(modal_helper::last_text(),
@@ -352,6 +362,7 @@ private slots:
         w.fetchImageData(view);
         QVERIFY2(host.mel.isEmpty() && host.now.isEmpty(), "no key, no command");
         give_background(view, "99");
+        host.mel.clear();
         w.fetchImageData(view);
         w.removeImageData("99");
         QCOMPARE(host.mel, QStringList{"QuillmarshPicker fetch_image `fileInfo -q \"QuillmarshPickerImage_99\"`;"});
@@ -426,17 +437,17 @@ private slots:
         check("as built");
         check("again, from the cached pieces");
         picker_view* view = w.frontPicker();
-        if (view && !view->buttons.isEmpty()) {
-            view->buttons.last().select(true);
-            view->undoer()->push(new nudge_buttons_cmd(view, QPoint(1, 0)));
+        if (view && !view->buttons().isEmpty()) {
+            view->page()->select(view->buttons().size() - 1, true);
+            view->undoer()->push(new nudge_buttons_cmd(view->page(), QPoint(1, 0)));
             check("nudge");
-            view->undoer()->push(new change_color_cmd(view, 0x00ff00));
+            view->undoer()->push(new change_color_cmd(view->page(), 0x00ff00));
             check("colour");
-            view->undoer()->push(new change_label_cmd(view, "renamed"));
+            view->undoer()->push(new change_label_cmd(view->page(), "renamed"));
             check("label");
             view->undoer()->undo();
             check("undo");
-            view->undoer()->push(new delete_buttons_cmd(view));
+            view->undoer()->push(new delete_buttons_cmd(view->page()));
             check("delete");
             view->push_button(button({"rig:new"}), 0);
             check("insert at the front");
@@ -477,9 +488,9 @@ private slots:
         QCOMPARE(copy.tabs()->count(), 2);
         QCOMPARE(copy.tabs()->tabText(1), QString("face"));
         QCOMPARE(copy.tabs()->currentIndex(), 0);
-        QCOMPARE(view_at(copy, 0)->buttons[0].names, (QStringList{"a", "b"}));
-        QCOMPARE(view_at(copy, 1)->backgroundKey, QString("55"));
-        QCOMPARE(view_at(copy, 1)->background.size(), QSize(2, 2));
+        QCOMPARE(view_at(copy, 0)->buttons()[0].names, (QStringList{"a", "b"}));
+        QCOMPARE(view_at(copy, 1)->backgroundKey(), QString("55"));
+        QCOMPARE(view_at(copy, 1)->background().size(), QSize(2, 2));
         // Rebuilding from the scene writes nothing back to it.
         QVERIFY(host.mel.isEmpty());
         QVERIFY(host.now.isEmpty());
@@ -530,11 +541,11 @@ private slots:
         w.frontPicker()->push_button(button({"a", "b"}), -1);
         host.clear();
         w.setSelection({"a"});
-        QCOMPARE(int(view_at(w, 0)->buttons[0].selected), 1);
-        QCOMPARE(int(view_at(w, 1)->buttons[0].selected), 2);
+        QCOMPARE(int(view_at(w, 0)->buttons()[0].selected), 1);
+        QCOMPARE(int(view_at(w, 1)->buttons()[0].selected), 2);
         w.clearAllSelected();
-        QCOMPARE(int(view_at(w, 0)->buttons[0].selected), 0);
-        QCOMPARE(view_at(w, 1)->buttons[0].nameFlags, (name_flags{0, 0}));
+        QCOMPARE(int(view_at(w, 0)->buttons()[0].selected), 0);
+        QCOMPARE(view_at(w, 1)->buttons()[0].nameFlags, (name_flags{0, 0}));
         QVERIFY(picker_window::selection().isEmpty());
         QVERIFY(host.mel.isEmpty());
     }

@@ -1,25 +1,24 @@
 #include "edit/arrange_command.h"
 
 #include "edit/property_commands.h"
-#include "view/picker_view.h"
 
 namespace {
 
 // Stable insertion sort of button indices by one coordinate: equal
 // coordinates keep list order, so arranging twice gives the same result.
 template <class Coordinate>
-void sort_by(const picker_view* view, QVector<int>& indices, Coordinate coordinate)
+void sort_by(const picker_page* page, QVector<int>& indices, Coordinate coordinate)
 {
     QVector<int> sorted;
     sorted.reserve(indices.size());
     for (int k : indices) {
-        const int c = coordinate(view->buttons.at(k).pos);
-        if (sorted.isEmpty() || c >= coordinate(view->buttons.at(sorted.last()).pos)) {
+        const int c = coordinate(page->at(k).pos);
+        if (sorted.isEmpty() || c >= coordinate(page->at(sorted.last()).pos)) {
             sorted.append(k);
             continue;
         }
         int at = 0;
-        while (at < sorted.size() && coordinate(view->buttons.at(sorted[at]).pos) <= c)
+        while (at < sorted.size() && coordinate(page->at(sorted[at]).pos) <= c)
             ++at;
         sorted.insert(at, k);
     }
@@ -35,13 +34,14 @@ int round_fn(int v, int m)
     return v + m - (v % m);
 }
 
-arrange_buttons_cmd::arrange_buttons_cmd(picker_view* view, int mode) : view(view), mode(mode)
+arrange_buttons_cmd::arrange_buttons_cmd(picker_page* page, int mode) : page(page), mode(mode)
 {
     setText("Arrange Buttons");
     qint64 sumX = 0;
     qint64 sumY = 0;
-    for (int k = 0; k < view->buttons.size(); ++k) {
-        const buttonRecord& r = view->buttons.at(k);
+    QVector<int> indices;
+    for (int k = 0; k < page->count(); ++k) {
+        const buttonRecord& r = page->at(k);
         // Partly selected buttons are lit only through names they share
         // with others; they stay where they are.
         if (r.selected != 1)
@@ -51,17 +51,19 @@ arrange_buttons_cmd::arrange_buttons_cmd(picker_view* view, int mode) : view(vie
         const QRect spot(r.pos, QSize(1, 1));
         extent = indices.isEmpty() ? spot : extent.united(spot);
         indices.append(k);
-        listIndices.append(k);
+        ids.append(r.id);
         oldPositions.append(r.pos);
     }
     const int n = indices.size();
     if (n < 1)
         return;
 
+
     if (mode == align_horizontal || mode == distribute_horizontal)
-        sort_by(view, indices, [](const QPoint& p) { return p.x(); });
+        sort_by(page, indices, [](const QPoint& p) { return p.x(); });
     else
-        sort_by(view, indices, [](const QPoint& p) { return p.y(); });
+        sort_by(page, indices, [](const QPoint& p) { return p.y(); });
+    order = page->ids_of(indices);
 
     centre = QPoint(int(sumX / n), int(sumY / n));
     // Always the next multiple above, even from a multiple: the spacing
@@ -72,45 +74,46 @@ arrange_buttons_cmd::arrange_buttons_cmd(picker_view* view, int mode) : view(vie
 
 void arrange_buttons_cmd::redo()
 {
-    const int n = indices.size();
+    const int n = order.size();
     if (n < 2)
         return;
+    picker_page::hold hold(page);
     const int stepX = extent.width() / (n - 1);
     const int stepY = extent.height() / (n - 1);
     for (int i = 0; i < n; ++i) {
-        if (indices[i] < 0 || indices[i] >= view->buttons.size())
+        const int row = page->row_of(order[i]);
+        if (row < 0)
             continue;
-        buttonRecord& b = view->buttons[indices[i]];
+        const QPoint at = page->at(row).pos;
         switch (mode) {
         case align_horizontal:
-            b.moveTo(QPoint(b.pos.x(), centre.y()));
+            page->move(row, QPoint(at.x(), centre.y()));
             break;
         case align_vertical:
-            b.moveTo(QPoint(centre.x(), b.pos.y()));
+            page->move(row, QPoint(centre.x(), at.y()));
             break;
         case distribute_horizontal:
-            b.moveTo(QPoint(extent.left() + stepX * i, b.pos.y()));
+            page->move(row, QPoint(extent.left() + stepX * i, at.y()));
             break;
         case distribute_vertical:
-            b.moveTo(QPoint(b.pos.x(), extent.top() + stepY * i));
+            page->move(row, QPoint(at.x(), extent.top() + stepY * i));
             break;
         default:
             break;
         }
     }
-    view->refresh();
-    view->signal_changed();
 }
 
 void arrange_buttons_cmd::undo()
 {
-    if (indices.size() < 2)
+    if (order.size() < 2)
         return;
-    for (int i = 0; i < listIndices.size(); ++i)
-        if (listIndices[i] >= 0 && listIndices[i] < view->buttons.size())
-            view->buttons[listIndices[i]].moveTo(oldPositions[i]);
-    view->refresh();
-    view->signal_changed();
+    picker_page::hold hold(page);
+    for (int i = 0; i < ids.size(); ++i) {
+        const int row = page->row_of(ids[i]);
+        if (row >= 0)
+            page->move(row, oldPositions[i]);
+    }
 }
 
 int arrange_buttons_cmd::id() const

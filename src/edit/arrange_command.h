@@ -1,28 +1,28 @@
-// Lines up or spaces out the fully selected buttons of a view.
+// Lines up or spaces out the fully selected buttons of a page.
 #pragma once
+
+#include "model/picker_page.h"
 
 #include <QPoint>
 #include <QRect>
 #include <QUndoCommand>
 #include <QVector>
 
-class picker_view;
-
 class arrange_buttons_cmd : public QUndoCommand {
 public:
     enum arrange_mode { align_horizontal = 0, align_vertical = 1, distribute_horizontal = 2,
                         distribute_vertical = 3 };
 
-    arrange_buttons_cmd(picker_view* view, int mode);
+    arrange_buttons_cmd(picker_page* page, int mode);
     void undo() override;
     void redo() override;
     int id() const override;
 
 private:
-    picker_view* view;
+    picker_page* page;
     int mode;
-    QVector<int> indices;         // in arrangement order
-    QVector<int> listIndices;     // in list order, paired with oldPositions
+    QVector<button_id> order;     // in arrangement order
+    QVector<button_id> ids;       // in list order, paired with oldPositions
     QVector<QPoint> oldPositions;
     QPoint centre;
     QRect extent;

@@ -1,54 +1,6 @@
 #include "edit/button_commands.h"
 
 #include "edit/property_commands.h"
-#include "view/picker_view.h"
-#include "window/picker_window.h"
-
-namespace {
-
-void announce(picker_view* view)
-{
-    view->refresh();
-    view->signal_changed();
-    view->update_toolbox();
-}
-
-} // namespace
-
-// ----- Helpers
-
-void save_selected_buttons(picker_view* view, QVector<int>& indices, QList<buttonAttributes>& saved)
-{
-    for (int k = 0; k < view->buttons.size(); ++k) {
-        const buttonRecord& r = view->buttons.at(k);
-        if (r.selected & 1) {
-            indices.append(k);
-            saved.append(r);
-        }
-    }
-}
-
-// From the last index down, so the ones still to go keep their positions.
-void remove_buttons(picker_view* view, QVector<int> indices)
-{
-    if (indices.isEmpty())
-        return;
-    for (int i = indices.size() - 1; i >= 0; --i)
-        view->pop_button(indices[i]);
-    announce(view);
-}
-
-// From the first index up: each lands where it was before the ones after it
-// were taken out.
-void restore_buttons(picker_view* view, const QVector<int>& indices, const QList<buttonAttributes>& saved)
-{
-    if (indices.isEmpty())
-        return;
-    const int n = qMin(indices.size(), saved.size());
-    for (int i = 0; i < n; ++i)
-        view->push_button(saved[i], qBound(0, indices[i], view->buttons.size()));
-    announce(view);
-}
 
 void expand_rect(QRect& r, const QPoint& p)
 {
@@ -62,67 +14,84 @@ void expand_rect(QRect& r, const QPoint& p)
         r.setBottom(p.y());
 }
 
+// ----- Helpers
+
+removed_buttons removed_buttons::selected(const picker_page& page)
+{
+    removed_buttons r;
+    r.rows = page.selected_rows();
+    for (int row : r.rows) {
+        r.ids.append(page.at(row).id);
+        r.saved.append(page.at(row));
+    }
+    return r;
+}
+
+// From the last down, so the ones still to go keep their rows.
+void removed_buttons::take_out(picker_page& page) const
+{
+    picker_page::hold hold(&page);
+    for (int i = ids.size() - 1; i >= 0; --i) {
+        const int row = page.row_of(ids[i]);
+        if (row >= 0)
+            page.remove(row);
+    }
+}
+
+// From the first up: each lands where it was before the ones after it were
+// taken out. They come back unselected.
+void removed_buttons::put_back(picker_page& page) const
+{
+    picker_page::hold hold(&page);
+    for (int i = 0; i < ids.size(); ++i)
+        if (page.row_of(ids[i]) < 0)
+            page.insert(saved[i], qBound(0, rows[i], page.count()), ids[i]);
+}
+
+QVector<int> added_buttons::put_in(picker_page& page)
+{
+    picker_page::hold hold(&page);
+    QVector<int> rows;
+    for (int i = 0; i < buttons.size(); ++i) {
+        const int row = page.insert(buttons[i], -1, i < ids.size() ? ids[i] : 0);
+        if (i >= ids.size())
+            ids.append(page.at(row).id);
+        rows.append(row);
+    }
+    return rows;
+}
+
+void added_buttons::take_out(picker_page& page) const
+{
+    picker_page::hold hold(&page);
+    for (int i = ids.size() - 1; i >= 0; --i) {
+        const int row = page.row_of(ids[i]);
+        if (row >= 0)
+            page.remove(row);
+    }
+}
+
 // ----- add_button_cmd
 
-add_button_cmd::add_button_cmd(picker_view* view, const QPoint& at, const QString& text) : view(view)
+add_button_cmd::add_button_cmd(picker_page* page, const buttonAttributes& button, const QString& text)
+    : page(page)
 {
     setText(text);
-    init(at);
-}
-
-add_button_cmd::add_button_cmd(picker_view* view, const QPoint& at, const QString& text, const QString& label)
-    : view(view)
-{
-    setText(text);
-    init(at);
-    button.label = label;
-}
-
-add_button_cmd::add_button_cmd(picker_view* view, const QPoint& at, const QString& text, int language,
-                               const QString& label, const QString& command)
-    : view(view)
-{
-    setText(text);
-    init(at);
-    button.kind = 1;
-    button.language = language;
-    button.label = label;
-    button.names = QStringList{command};
-}
-
-// A selection button with the toolbox's look, bound to the host selection;
-// without a window, the toolbox's starting values and no names.
-void add_button_cmd::init(const QPoint& at)
-{
-    const picker_window::toolbox_values defaults;
-    const picker_window::toolbox_values& values = view->window ? view->window->toolbox() : defaults;
-    button.pos = view->mapToPicker(at);
-    button.size = values.width;
-    button.width = values.width;
-    button.height = values.height;
-    button.color = values.color;
-    button.labelColor = values.labelColor;
-    button.kind = 0;
-    button.language = 0;
-    button.label = values.label;
-    if (view->window)
-        button.names = picker_window::selection();
+    added.buttons.append(button);
 }
 
 void add_button_cmd::redo()
 {
-    buttonIndex = view->push_button(button, -1);
-    view->conform_to_selection();
-    view->refresh();
-    view->signal_changed();
+    picker_page::hold hold(page);
+    added.put_in(*page);
+    page->conform_to_selection();
 }
 
 void add_button_cmd::undo()
 {
-    view->pop_button(buttonIndex);
-    view->conform_to_selection();
-    view->refresh();
-    view->signal_changed();
+    picker_page::hold hold(page);
+    added.take_out(*page);
+    page->conform_to_selection();
 }
 
 int add_button_cmd::id() const
@@ -132,27 +101,25 @@ int add_button_cmd::id() const
 
 // ----- add_buttons_cmd
 
-add_buttons_cmd::add_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, const QString& text)
-    : view(view)
-    , added(buttons)
+add_buttons_cmd::add_buttons_cmd(picker_page* page, const QList<buttonAttributes>& buttons, const QString& text)
+    : page(page)
 {
     setText(text);
+    added.buttons = buttons;
 }
 
 void add_buttons_cmd::redo()
 {
-    indices.clear();
-    for (const buttonAttributes& a : added)
-        indices.append(view->push_button(a, -1));
-    view->conform_to_selection();
-    announce(view);
+    picker_page::hold hold(page);
+    added.put_in(*page);
+    page->conform_to_selection();
 }
 
 void add_buttons_cmd::undo()
 {
-    remove_buttons(view, indices);
-    view->conform_to_selection();
-    view->refresh();
+    picker_page::hold hold(page);
+    added.take_out(*page);
+    page->conform_to_selection();
 }
 
 int add_buttons_cmd::id() const
@@ -162,34 +129,35 @@ int add_buttons_cmd::id() const
 
 // ----- move_buttons_cmd
 
-move_buttons_cmd::move_buttons_cmd(picker_view* view, const QVector<QPoint>& oldPositions,
-                                   const QVector<int>& indices, const QPoint& delta)
-    : view(view)
+move_buttons_cmd::move_buttons_cmd(picker_page* page, const QVector<QPoint>& oldPositions,
+                                   const QVector<button_id>& ids, const QPoint& delta)
+    : page(page)
     , oldPositions(oldPositions)
-    , indices(indices)
+    , ids(ids)
     , delta(delta)
 {
     setText("Move Buttons");
 }
 
+void move_buttons_cmd::place(const QPoint& by)
+{
+    picker_page::hold hold(page);
+    const int n = qMin(ids.size(), oldPositions.size());
+    for (int i = 0; i < n; ++i) {
+        const int row = page->row_of(ids[i]);
+        if (row >= 0)
+            page->move(row, oldPositions[i] + by);
+    }
+}
+
 void move_buttons_cmd::redo()
 {
-    const int n = qMin(indices.size(), oldPositions.size());
-    for (int i = 0; i < n; ++i)
-        if (indices[i] >= 0 && indices[i] < view->buttons.size())
-            view->buttons[indices[i]].moveTo(oldPositions[i] + delta);
-    view->refresh();
-    view->signal_changed();
+    place(delta);
 }
 
 void move_buttons_cmd::undo()
 {
-    const int n = qMin(indices.size(), oldPositions.size());
-    for (int i = 0; i < n; ++i)
-        if (indices[i] >= 0 && indices[i] < view->buttons.size())
-            view->buttons[indices[i]].moveTo(oldPositions[i]);
-    view->refresh();
-    view->signal_changed();
+    place(QPoint());
 }
 
 int move_buttons_cmd::id() const
@@ -199,20 +167,21 @@ int move_buttons_cmd::id() const
 
 // ----- delete_buttons_cmd
 
-delete_buttons_cmd::delete_buttons_cmd(picker_view* view) : view(view)
+delete_buttons_cmd::delete_buttons_cmd(picker_page* page)
+    : page(page)
+    , removed(removed_buttons::selected(*page))
 {
-    save_selected_buttons(view, indices, saved);
-    setText(indices.size() > 1 ? "Delete Buttons" : "Delete Button");
+    setText(removed.ids.size() > 1 ? "Delete Buttons" : "Delete Button");
 }
 
 void delete_buttons_cmd::redo()
 {
-    remove_buttons(view, indices);
+    removed.take_out(*page);
 }
 
 void delete_buttons_cmd::undo()
 {
-    restore_buttons(view, indices, saved);
+    removed.put_back(*page);
 }
 
 int delete_buttons_cmd::id() const
@@ -222,32 +191,27 @@ int delete_buttons_cmd::id() const
 
 // ----- update_buttons_cmd
 
-update_buttons_cmd::update_buttons_cmd(picker_view* view, buttonRecord* record, const QStringList& names)
-    : view(view)
+update_buttons_cmd::update_buttons_cmd(picker_page* page, button_id button, const QStringList& names)
+    : page(page)
+    , button(button)
     , names(names)
 {
     setText("Button Update");
-    // The very record the caller holds, not one that merely looks the same.
-    for (int k = 0; k < view->buttons.size(); ++k) {
-        if (&view->buttons.at(k) == record) {
-            buttonIndex = k;
-            break;
-        }
-    }
 }
 
 // Swapping makes the command its own inverse: the stored list always holds
 // the names the button does not have.
 void update_buttons_cmd::redo()
 {
-    if (buttonIndex < 0 || buttonIndex >= view->buttons.size())
+    const int row = page->row_of(button);
+    if (row < 0)
         return;
-    buttonRecord& r = view->buttons[buttonIndex];
-    r.names.swap(names);
-    r.nameFlags.resize(r.names.size());
-    r.select(false);
-    view->conform_to_selection();
-    announce(view);
+    picker_page::hold hold(page);
+    const QStringList had = page->at(row).names;
+    page->set_names(row, names);
+    names = had;
+    page->select(row, false);
+    page->conform_to_selection();
 }
 
 void update_buttons_cmd::undo()
@@ -262,27 +226,31 @@ int update_buttons_cmd::id() const
 
 // ----- cut_buttons_cmd
 
-cut_buttons_cmd::cut_buttons_cmd(picker_view* view) : view(view)
+cut_buttons_cmd::cut_buttons_cmd(picker_page* page)
+    : page(page)
+    , removed(removed_buttons::selected(*page))
 {
-    save_selected_buttons(view, indices, saved);
-    setText(indices.size() > 1 ? "Cut Buttons" : "Cut Button");
+    setText(removed.ids.size() > 1 ? "Cut Buttons" : "Cut Button");
 }
 
 void cut_buttons_cmd::redo()
 {
-    remove_buttons(view, indices);
-    view->clear_selected();
-    view->refresh();
-    view->signal_changed();
+    picker_page::hold hold(page);
+    removed.take_out(*page);
+    page->clear_selected(false);
 }
 
 // Unlike a delete, the cut buttons come back selected, ready to be cut again.
 void cut_buttons_cmd::undo()
 {
-    restore_buttons(view, indices, saved);
-    view->clear_selected();
-    view->select_list(indices, true);
-    announce(view);
+    picker_page::hold hold(page);
+    removed.put_back(*page);
+    page->clear_selected(false);
+    for (button_id id : removed.ids) {
+        const int row = page->row_of(id);
+        if (row >= 0)
+            page->select(row, true);
+    }
 }
 
 int cut_buttons_cmd::id() const
@@ -292,50 +260,37 @@ int cut_buttons_cmd::id() const
 
 // ----- paste_buttons_cmd
 
-paste_buttons_cmd::paste_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, bool inPlace)
-    : view(view)
-    , pasted(buttons)
-    , inPlace(inPlace)
+paste_buttons_cmd::paste_buttons_cmd(picker_page* page, const QList<buttonAttributes>& buttons, bool inPlace,
+                                     const QPoint& centre)
+    : page(page)
 {
     setText("Paste Buttons");
-    if (pasted.isEmpty())
+    if (buttons.isEmpty())
         return;
-    source = QRect(pasted.first().pos, QSize(1, 1));
-    for (int i = 1; i < pasted.size(); ++i)
-        expand_rect(source, pasted[i].pos);
+    from = QRect(buttons.first().pos, QSize(1, 1));
+    for (int i = 1; i < buttons.size(); ++i)
+        expand_rect(from, buttons[i].pos);
+    const QPoint offset = inPlace ? QPoint() : centre - from.center();
+    added.buttons = buttons;
+    for (buttonAttributes& a : added.buttons)
+        a.pos += offset;
 }
 
+// The host selection stays as it is: pasted buttons are picker-side only.
 void paste_buttons_cmd::redo()
 {
-    // Centred in what the user sees, unless asked to keep the positions.
-    QPoint offset;
-    if (!inPlace)
-        offset = view->mapToPicker(view->rect().center()) - source.center();
-
-    indices.clear();
-    for (const buttonAttributes& a : pasted) {
-        buttonAttributes b = a;
-        b.pos += offset;
-        indices.append(view->push_button(b, -1));
-    }
-    // The host selection stays as it is: pasted buttons are picker-side only.
-    view->clear_selected();
-    view->select_list(indices, true);
-
-    // Judged by where the buttons came from, in either mode.
-    if (!QRect(QPoint(0, 0), view->size()).contains(source))
-        view->frameBounds(source, true);
-    else
-        view->refresh();
-    view->signal_changed();
-    view->update_toolbox();
+    picker_page::hold hold(page);
+    const QVector<int> rows = added.put_in(*page);
+    page->clear_selected(false);
+    for (int row : rows)
+        page->select(row, true);
 }
 
 void paste_buttons_cmd::undo()
 {
-    remove_buttons(view, indices);
-    view->clear_selected();
-    announce(view);
+    picker_page::hold hold(page);
+    added.take_out(*page);
+    page->clear_selected(false);
 }
 
 int paste_buttons_cmd::id() const

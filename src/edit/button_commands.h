@@ -1,8 +1,10 @@
-// Undoable changes of which buttons a view holds, where they are and which
-// objects they select. Buttons are referred to by index in the view's list.
+// Undoable changes of which buttons a page holds, where they are and which
+// objects they select. Buttons are referred to by id, so a step finds its
+// buttons wherever scripts have moved them in the list since; one a script
+// removed is skipped.
 #pragma once
 
-#include "model/button_model.h"
+#include "model/picker_page.h"
 
 #include <QList>
 #include <QPoint>
@@ -12,123 +14,129 @@
 #include <QUndoCommand>
 #include <QVector>
 
-class picker_view;
-
-// Indices and copies of the attributes of the view's selected buttons.
-void save_selected_buttons(picker_view* view, QVector<int>& indices, QList<buttonAttributes>& saved);
-// Removes the buttons at the indices (ascending), last first.
-void remove_buttons(picker_view* view, QVector<int> indices);
-// Puts saved buttons back at their indices, first first; they come back unselected.
-void restore_buttons(picker_view* view, const QVector<int>& indices, const QList<buttonAttributes>& saved);
 // Grows r so that it includes p.
 void expand_rect(QRect& r, const QPoint& p);
 
+// Buttons taken out of a page and put back where they were.
+struct removed_buttons {
+    QVector<int> rows; // ascending, where they stood
+    QVector<button_id> ids;
+    QList<buttonAttributes> saved;
+
+    // The selected buttons of the page, in list order.
+    static removed_buttons selected(const picker_page& page);
+    void take_out(picker_page& page) const;
+    void put_back(picker_page& page) const;
+};
+
+// Buttons a step appends: made on the first redo, given the same ids on
+// every later one.
+struct added_buttons {
+    QList<buttonAttributes> buttons;
+    QVector<button_id> ids;
+
+    QVector<int> put_in(picker_page& page);
+    void take_out(picker_page& page) const;
+};
+
 class add_button_cmd : public QUndoCommand {
 public:
-    // A selection button for the host's selection, with the toolbox's label.
-    add_button_cmd(picker_view* view, const QPoint& at, const QString& text);
-    add_button_cmd(picker_view* view, const QPoint& at, const QString& text, const QString& label);
-    // A command button: language 0 MEL, 1 Python.
-    add_button_cmd(picker_view* view, const QPoint& at, const QString& text, int language,
-                   const QString& label, const QString& command);
+    add_button_cmd(picker_page* page, const buttonAttributes& button, const QString& text);
     void undo() override;
     void redo() override;
     int id() const override;
 
     // The button to be added; the command editor fills it in before the push.
-    buttonAttributes& attributes() { return button; }
-    int index() const { return buttonIndex; }
+    buttonAttributes& attributes() { return added.buttons.first(); }
 
 private:
-    void init(const QPoint& at);
-
-    picker_view* view;
-    buttonAttributes button;
-    int buttonIndex = -1;
+    picker_page* page;
+    added_buttons added;
 };
 
 // The buttons "Add Many Buttons" laid out, as one step: they were placed
 // live during the drag and are appended again, as they ended, on redo.
 class add_buttons_cmd : public QUndoCommand {
 public:
-    add_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, const QString& text);
+    add_buttons_cmd(picker_page* page, const QList<buttonAttributes>& buttons, const QString& text);
     void undo() override;
     void redo() override;
     int id() const override;
 
 private:
-    picker_view* view;
-    QList<buttonAttributes> added;
-    QVector<int> indices;
+    picker_page* page;
+    added_buttons added;
 };
 
 class move_buttons_cmd : public QUndoCommand {
 public:
-    move_buttons_cmd(picker_view* view, const QVector<QPoint>& oldPositions, const QVector<int>& indices,
+    move_buttons_cmd(picker_page* page, const QVector<QPoint>& oldPositions, const QVector<button_id>& ids,
                      const QPoint& delta);
     void undo() override;
     void redo() override;
     int id() const override;
 
 private:
-    picker_view* view;
+    void place(const QPoint& delta);
+
+    picker_page* page;
     QVector<QPoint> oldPositions;
-    QVector<int> indices;
+    QVector<button_id> ids;
     QPoint delta;
 };
 
 class delete_buttons_cmd : public QUndoCommand {
 public:
-    explicit delete_buttons_cmd(picker_view* view);
+    explicit delete_buttons_cmd(picker_page* page);
     void undo() override;
     void redo() override;
     int id() const override;
 
 private:
-    picker_view* view;
-    QVector<int> indices;
-    QList<buttonAttributes> saved;
+    picker_page* page;
+    removed_buttons removed;
 };
 
 class update_buttons_cmd : public QUndoCommand {
 public:
-    update_buttons_cmd(picker_view* view, buttonRecord* record, const QStringList& names);
+    update_buttons_cmd(picker_page* page, button_id button, const QStringList& names);
     void undo() override;
     void redo() override;
     int id() const override;
 
 private:
-    picker_view* view;
-    int buttonIndex = -1;
+    picker_page* page;
+    button_id button;
     QStringList names;
 };
 
 class cut_buttons_cmd : public QUndoCommand {
 public:
-    explicit cut_buttons_cmd(picker_view* view);
+    explicit cut_buttons_cmd(picker_page* page);
     void undo() override;
     void redo() override;
     int id() const override;
     // What the cut takes: the window puts it on the clipboard.
-    const QList<buttonAttributes>& buttons() const { return saved; }
+    const QList<buttonAttributes>& buttons() const { return removed.saved; }
 
 private:
-    picker_view* view;
-    QVector<int> indices;
-    QList<buttonAttributes> saved;
+    picker_page* page;
+    removed_buttons removed;
 };
 
 class paste_buttons_cmd : public QUndoCommand {
 public:
-    paste_buttons_cmd(picker_view* view, const QList<buttonAttributes>& buttons, bool inPlace);
+    // Centred on `centre` (picker coordinates), unless in place.
+    paste_buttons_cmd(picker_page* page, const QList<buttonAttributes>& buttons, bool inPlace,
+                      const QPoint& centre = QPoint());
     void undo() override;
     void redo() override;
     int id() const override;
+    // Where the buttons came from, in picker coordinates.
+    QRect source() const { return from; }
 
 private:
-    picker_view* view;
-    QList<buttonAttributes> pasted;
-    QVector<int> indices;
-    QRect source;
-    bool inPlace;
+    picker_page* page;
+    added_buttons added;
+    QRect from;
 };

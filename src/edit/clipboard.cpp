@@ -36,5 +36,10 @@ void handle_paste(picker_view* view, bool inPlace)
     QDataStream in(payload);
     // Even an unreadable payload becomes an (empty) undo entry: the user
     // asked for a paste and sees one.
-    view->undoer()->push(new paste_buttons_cmd(view, readButtonAttributes(in), inPlace));
+    auto* command = new paste_buttons_cmd(view->page(), readButtonAttributes(in), inPlace,
+                                          view->mapToPicker(view->rect().center()));
+    view->undoer()->push(command);
+    // Judged by where the buttons came from, in either mode.
+    if (!QRect(QPoint(0, 0), view->size()).contains(command->source()))
+        view->frameBounds(command->source(), true);
 }

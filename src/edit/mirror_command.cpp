@@ -1,8 +1,8 @@
 #include "edit/mirror_command.h"
 
 #include "edit/property_commands.h"
+#include "model/object_names.h"
 #include "model/picker_host.h"
-#include "view/picker_view.h"
 #include "window/window_texts.h"
 
 #include <QSet>
@@ -13,12 +13,6 @@ namespace mirror {
 namespace {
 
 const char* const settings_key = "mirrorPatterns";
-
-bool is_pattern_char(QChar c)
-{
-    const ushort u = c.unicode();
-    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') || u == '_';
-}
 
 // A pattern without the underscores that tie it to a name's start or end.
 QString letters(const QString& pattern)
@@ -66,20 +60,6 @@ QString map_word(const QString& word, const QStringList& pairs)
     return word;
 }
 
-// The node part of a name ends at its first attribute or component.
-int node_end(const QString& name)
-{
-    for (int i = 0; i < name.size(); ++i)
-        if (name[i] == '.' || name[i] == '[')
-            return i;
-    return name.size();
-}
-
-bool is_script_name_char(QChar c)
-{
-    return is_pattern_char(c) || c == ':' || c == '|' || c == '.';
-}
-
 } // namespace
 
 QStringList default_patterns()
@@ -115,7 +95,7 @@ QString check_patterns(const QStringList& pairs)
         if (letters(p).isEmpty())
             return QString("\"%1\" has no letters or digits").arg(p);
         for (QChar c : p)
-            if (!is_pattern_char(c))
+            if (!is_name_char(c))
                 return QString("\"%1\" may hold only letters, digits and _").arg(p);
         if (i % 2 == 1 && p == pairs[i - 1])
             return QString("\"%1\" is on both sides").arg(p);
@@ -157,52 +137,37 @@ QString map_label(const QString& label, const QStringList& pairs)
 
 QString map_script(const QString& script, const QStringList& pairs)
 {
-    if (script.isEmpty())
-        return script;
-    QString out;
-    int i = 0;
-    while (i < script.size()) {
-        if (!is_script_name_char(script[i])) {
-            out += script[i++];
-            continue;
-        }
-        int end = i;
-        while (end < script.size() && is_script_name_char(script[end]))
-            ++end;
-        out += map_name(script.mid(i, end - i), pairs);
-        i = end;
-    }
-    return out;
+    return map_script_words(script, [&](const QString& word) { return map_name(word, pairs); });
 }
 
-int default_twice_axis(const picker_view* view)
+int default_twice_axis(const picker_page* page)
 {
-    if (!view->background.isNull())
-        return view->background.width();
-    if (view->buttons.isEmpty())
+    if (!page->background().isNull())
+        return page->background().width();
+    if (page->isEmpty())
         return 0;
-    int left = view->buttons.first().pos.x();
+    int left = page->at(0).pos.x();
     int right = left;
-    for (const buttonRecord& r : view->buttons) {
+    for (const buttonRecord& r : page->buttons()) {
         left = qMin(left, r.pos.x());
         right = qMax(right, r.pos.x());
     }
     return left + right;
 }
 
-QList<buttonAttributes> mirrored_copies(const picker_view* view, int twiceAxis, const QStringList& pairs,
+QList<buttonAttributes> mirrored_copies(const picker_page* page, int twiceAxis, const QStringList& pairs,
                                         int* alreadyThere)
 {
     auto key = [](const buttonAttributes& a) {
         return QString("%1 %2 %3 %4").arg(a.kind).arg(a.pos.x()).arg(a.pos.y()).arg(a.names.join('\n'));
     };
     QSet<QString> present;
-    for (const buttonRecord& r : view->buttons)
+    for (const buttonRecord& r : page->buttons())
         present.insert(key(r));
     if (alreadyThere)
         *alreadyThere = 0;
     QList<buttonAttributes> copies;
-    for (const buttonRecord& r : view->buttons) {
+    for (const buttonRecord& r : page->buttons()) {
         if (r.selected != 1)
             continue;
         buttonAttributes a = r;
@@ -265,48 +230,28 @@ QString missing_warning(const QString& what, const QStringList& report)
 
 } // namespace mirror
 
-mirror_buttons_cmd::mirror_buttons_cmd(picker_view* view, const QList<buttonAttributes>& copies)
-    : view(view)
-    , copies(copies)
+mirror_buttons_cmd::mirror_buttons_cmd(picker_page* page, const QList<buttonAttributes>& copies)
+    : page(page)
 {
     setText(copies.size() == 1 ? "Mirror Button" : "Mirror Buttons");
+    added.buttons = copies;
 }
 
+// The host keeps its selection: the copies' objects may not even exist.
 void mirror_buttons_cmd::redo()
 {
-    indices.clear();
-    for (buttonAttributes& a : copies) {
-        const int k = view->push_button(a, -1);
-        indices << k;
-        a = view->buttons[k]; // as the view keeps it, for undo to recognise
-    }
-    // The host keeps its selection: the copies' objects may not even exist.
-    for (buttonRecord& r : view->buttons)
-        r.unselect(true);
-    view->select_list(indices, true);
-    view->refresh();
-    if (holdNotice) {
-        holdNotice = false;
-        return;
-    }
-    view->signal_changed();
-    view->update_toolbox();
+    picker_page::hold hold(page);
+    const QVector<int> rows = added.put_in(*page);
+    page->clear_selected(true);
+    for (int row : rows)
+        page->select(row, true);
 }
 
 void mirror_buttons_cmd::undo()
 {
-    // Last first, and only what is still this step's copy: a script may have
-    // changed the list behind the history.
-    for (int i = indices.size() - 1; i >= 0; --i) {
-        const int k = indices[i];
-        if (k >= 0 && k < view->buttons.size()
-            && static_cast<const buttonAttributes&>(view->buttons[k]) == copies[i])
-            view->pop_button(k);
-    }
-    view->conform_to_selection();
-    view->refresh();
-    view->signal_changed();
-    view->update_toolbox();
+    picker_page::hold hold(page);
+    added.take_out(*page);
+    page->conform_to_selection();
 }
 
 int mirror_buttons_cmd::id() const

@@ -11,15 +11,14 @@
 // uses is a pattern of its own.
 #pragma once
 
-#include "model/button_model.h"
+#include "edit/button_commands.h"
+#include "model/picker_page.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <QUndoCommand>
 #include <QVector>
-
-class picker_view;
 
 namespace mirror {
 
@@ -42,11 +41,11 @@ QString map_script(const QString& script, const QStringList& pairs);
 // Twice the default axis, so that odd widths mirror without rounding: the
 // picture's width, or without a picture the outermost button centres added
 // (the middle between them).
-int default_twice_axis(const picker_view* view);
-// Copies of the view's fully selected buttons, flipped to x' = twiceAxis - x.
-// A copy the view already has (same kind, place and objects: a button on
+int default_twice_axis(const picker_page* page);
+// Copies of the page's fully selected buttons, flipped to x' = twiceAxis - x.
+// A copy the page already has (same kind, place and objects: a button on
 // the axis, or a side mirrored before) is left out and counted in alreadyThere.
-QList<buttonAttributes> mirrored_copies(const picker_view* view, int twiceAxis, const QStringList& pairs,
+QList<buttonAttributes> mirrored_copies(const picker_page* page, int twiceAxis, const QStringList& pairs,
                                         int* alreadyThere = nullptr);
 
 // The copies whose selection objects are not all in the scene, each as its
@@ -62,17 +61,12 @@ QString missing_warning(const QString& what, const QStringList& report);
 // picker's selection, as pasted buttons do, and the host's is left alone.
 class mirror_buttons_cmd : public QUndoCommand {
 public:
-    mirror_buttons_cmd(picker_view* view, const QList<buttonAttributes>& copies);
+    mirror_buttons_cmd(picker_page* page, const QList<buttonAttributes>& copies);
     void undo() override;
     void redo() override;
     int id() const override;
-    // The first redo skips the change notice, for a script in batch mode
-    // that announces everything at its end.
-    void hold_first_notice() { holdNotice = true; }
 
 private:
-    picker_view* view;
-    QList<buttonAttributes> copies;
-    QVector<int> indices;
-    bool holdNotice = false;
+    picker_page* page;
+    added_buttons added;
 };

@@ -1,15 +1,14 @@
 // Undoable changes of the selected buttons' properties. Each command
-// captures the selected buttons (by index) and their old values when made;
+// captures the selected buttons (by id) and the values they lose when made;
 // a run of the same change on the same buttons merges into one entry.
 #pragma once
 
+#include "model/picker_page.h"
+
 #include <QPoint>
 #include <QString>
-#include <QStringList>
 #include <QUndoCommand>
 #include <QVector>
-
-class picker_view;
 
 // The command ids the undo stack merges by; one place for all of them.
 namespace command_id {
@@ -33,121 +32,165 @@ enum : int {
 };
 }
 
-class change_color_cmd : public QUndoCommand {
+// One field of the selected buttons set from a parameter. The field says how
+// to read and write it on the page, what a parameter makes of a button's old
+// value, and whether the next step's parameter folds into this one.
+template <class Field>
+class field_change_cmd : public QUndoCommand {
 public:
-    change_color_cmd(picker_view* view, unsigned int color);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::change_color; }
-    bool mergeWith(const QUndoCommand* other) override;
+    using value_type = typename Field::value_type;
+    using param_type = typename Field::param_type;
+
+    field_change_cmd(picker_page* page, const param_type& param) : page(page), param(param)
+    {
+        setText(Field::text);
+        for (int row : page->selected_rows()) {
+            ids.append(page->at(row).id);
+            old.append(Field::read(page->at(row)));
+        }
+    }
+
+    void redo() override
+    {
+        apply([this](int i) { return Field::target(old[i], param); });
+    }
+    void undo() override
+    {
+        apply([this](int i) { return old[i]; });
+    }
+    int id() const override { return Field::command; }
+    bool mergeWith(const QUndoCommand* other) override
+    {
+        // Commands sharing an id (the two adjusts) are not the same change.
+        const auto* next = dynamic_cast<const field_change_cmd*>(other);
+        return next && next->ids == ids && Field::merge(param, next->param);
+    }
 
 private:
-    picker_view* view;
-    unsigned int color;
-    QVector<int> indices;
-    QVector<unsigned int> oldColors;
+    // Nothing at all happens for an empty capture, so an edit with nothing
+    // selected does not mark the scene modified. A button a script removed
+    // behind the history is skipped.
+    template <class Value>
+    void apply(Value value)
+    {
+        picker_page::hold hold(page);
+        for (int i = 0; i < ids.size(); ++i) {
+            const int row = page->row_of(ids[i]);
+            if (row >= 0)
+                Field::write(*page, row, value(i));
+        }
+    }
+
+    picker_page* page;
+    param_type param;
+    QVector<button_id> ids;
+    QVector<value_type> old;
 };
 
-class change_labelc_cmd : public QUndoCommand {
-public:
-    change_labelc_cmd(picker_view* view, unsigned int color);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::change_label_color; }
-    bool mergeWith(const QUndoCommand* other) override;
+namespace fields {
 
-private:
-    picker_view* view;
-    unsigned int color;
-    QVector<int> indices;
-    QVector<unsigned int> oldColors;
+// A value set outright; a run of them keeps the last.
+template <class T>
+struct set_to {
+    using value_type = T;
+    using param_type = T;
+    static T target(const T&, const T& param) { return param; }
+    static bool merge(T& param, const T& next)
+    {
+        param = next;
+        return true;
+    }
 };
 
-class change_width_cmd : public QUndoCommand {
-public:
-    change_width_cmd(picker_view* view, int width);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::change_width; }
-    bool mergeWith(const QUndoCommand* other) override;
-
-private:
-    picker_view* view;
-    int width;
-    QVector<int> indices;
-    QVector<int> oldWidths;
+struct color : set_to<quint32> {
+    static constexpr const char* text = "Change Color";
+    static constexpr int command = command_id::change_color;
+    static quint32 read(const buttonRecord& r) { return r.color; }
+    static void write(picker_page& p, int row, quint32 v) { p.set_color(row, v); }
 };
 
-class change_height_cmd : public QUndoCommand {
-public:
-    change_height_cmd(picker_view* view, int height);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::change_height; }
-    bool mergeWith(const QUndoCommand* other) override;
-
-private:
-    picker_view* view;
-    int height;
-    QVector<int> indices;
-    QVector<int> oldHeights;
+// The same text as the fill colour: the user sees both as a colour change.
+struct label_color : set_to<quint32> {
+    static constexpr const char* text = "Change Color";
+    static constexpr int command = command_id::change_label_color;
+    static quint32 read(const buttonRecord& r) { return r.labelColor; }
+    static void write(picker_page& p, int row, quint32 v) { p.set_label_color(row, v); }
 };
 
-class adjust_width_cmd : public QUndoCommand {
-public:
-    adjust_width_cmd(picker_view* view, int delta);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::adjust_size; }
-    bool mergeWith(const QUndoCommand* other) override;
-
-private:
-    picker_view* view;
-    int delta;
-    QVector<int> indices;
-    QVector<int> oldWidths;
+struct width : set_to<int> {
+    static constexpr const char* text = "Change Width";
+    static constexpr int command = command_id::change_width;
+    static int read(const buttonRecord& r) { return r.width; }
+    static void write(picker_page& p, int row, int v) { p.set_width(row, v); }
 };
 
-class adjust_height_cmd : public QUndoCommand {
-public:
-    adjust_height_cmd(picker_view* view, int delta);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::adjust_size; }
-    bool mergeWith(const QUndoCommand* other) override;
-
-private:
-    picker_view* view;
-    int delta;
-    QVector<int> indices;
-    QVector<int> oldHeights;
+struct height : set_to<int> {
+    static constexpr const char* text = "Change Height";
+    static constexpr int command = command_id::change_height;
+    static int read(const buttonRecord& r) { return r.height; }
+    static void write(picker_page& p, int row, int v) { p.set_height(row, v); }
 };
 
-class change_label_cmd : public QUndoCommand {
-public:
-    change_label_cmd(picker_view* view, const QString& label);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::change_label; }
-
-private:
-    picker_view* view;
-    QString label;
-    QVector<int> indices;
-    QStringList oldLabels;
+// Each label edit is a step of its own.
+struct label : set_to<QString> {
+    static constexpr const char* text = "Label Change";
+    static constexpr int command = command_id::change_label;
+    static QString read(const buttonRecord& r) { return r.label; }
+    static void write(picker_page& p, int row, const QString& v) { p.set_label(row, v); }
+    static bool merge(QString&, const QString&) { return false; }
 };
 
-class nudge_buttons_cmd : public QUndoCommand {
-public:
-    nudge_buttons_cmd(picker_view* view, const QPoint& delta);
-    void undo() override;
-    void redo() override;
-    int id() const override { return command_id::nudge; }
-    bool mergeWith(const QUndoCommand* other) override;
-
-private:
-    picker_view* view;
-    QPoint delta;
-    QVector<int> indices;
-    QVector<QPoint> oldPositions;
+// A side grown or shrunk by a step, at least 1. Growing and then shrinking
+// stay two entries, so one undo never jumps over the turning point.
+struct adjust {
+    using value_type = int;
+    using param_type = int;
+    static constexpr const char* text = "Adjust Size";
+    static constexpr int command = command_id::adjust_size;
+    static int target(int old, int delta) { return std::max(old + delta, 1); }
+    static bool merge(int& delta, int next)
+    {
+        if ((delta < 0) != (next < 0))
+            return false;
+        delta += next;
+        return true;
+    }
 };
+
+struct adjust_width : adjust {
+    static int read(const buttonRecord& r) { return r.width; }
+    static void write(picker_page& p, int row, int v) { p.resize(row, v, p.at(row).height); }
+};
+
+struct adjust_height : adjust {
+    static int read(const buttonRecord& r) { return r.height; }
+    static void write(picker_page& p, int row, int v) { p.resize(row, p.at(row).width, v); }
+};
+
+// Moved from the captured positions, not the current ones, so a merged run
+// lands where the sum of its steps says.
+struct nudge {
+    using value_type = QPoint;
+    using param_type = QPoint;
+    static constexpr const char* text = "Button Move";
+    static constexpr int command = command_id::nudge;
+    static QPoint read(const buttonRecord& r) { return r.pos; }
+    static void write(picker_page& p, int row, const QPoint& v) { p.move(row, v); }
+    static QPoint target(const QPoint& old, const QPoint& delta) { return old + delta; }
+    static bool merge(QPoint& delta, const QPoint& next)
+    {
+        delta += next;
+        return true;
+    }
+};
+
+} // namespace fields
+
+using change_color_cmd = field_change_cmd<fields::color>;
+using change_labelc_cmd = field_change_cmd<fields::label_color>;
+using change_width_cmd = field_change_cmd<fields::width>;
+using change_height_cmd = field_change_cmd<fields::height>;
+using adjust_width_cmd = field_change_cmd<fields::adjust_width>;
+using adjust_height_cmd = field_change_cmd<fields::adjust_height>;
+using change_label_cmd = field_change_cmd<fields::label>;
+using nudge_buttons_cmd = field_change_cmd<fields::nudge>;

@@ -1,16 +1,15 @@
 #include "edit/rebind_command.h"
 
-#include "view/namespace_binding.h"
+#include "model/namespaces.h"
 #include "view/picker_view.h"
 
-rebind_namespace_cmd::rebind_namespace_cmd(picker_view* view, const QStringList& from, const QStringList& to)
-    : view(view)
+rebind_namespace_cmd::rebind_namespace_cmd(picker_page* page, const QStringList& from, const QStringList& to)
+    : page(page)
 {
     setText("Change Namespace");
     if (from.isEmpty())
         return;
-    for (int k = 0; k < view->buttons.size(); ++k) {
-        const buttonRecord& r = view->buttons.at(k);
+    for (const buttonRecord& r : page->buttons()) {
         if (r.kind != 0 && r.kind != 1)
             continue;
         buttonAttributes a;
@@ -21,7 +20,7 @@ rebind_namespace_cmd::rebind_namespace_cmd(picker_view* view, const QStringList&
             rebind_cmd_button(a, from, to);
         if (a.names == r.names)
             continue;
-        indices << k;
+        ids << r.id;
         kinds << r.kind;
         oldNames << r.names;
         newNames << a.names;
@@ -32,25 +31,21 @@ rebind_namespace_cmd::rebind_namespace_cmd(picker_view* view, const QStringList&
 // script changed or removed behind the history is not this step's to touch.
 void rebind_namespace_cmd::apply(const QList<QStringList>& expected, const QList<QStringList>& wanted)
 {
+    picker_page::hold hold(page);
     bool any = false;
-    for (int i = 0; i < indices.size(); ++i) {
-        const int k = indices[i];
-        if (k < 0 || k >= view->buttons.size())
+    for (int i = 0; i < ids.size(); ++i) {
+        const int row = page->row_of(ids[i]);
+        if (row < 0)
             continue;
-        buttonRecord& r = view->buttons[k];
+        const buttonRecord& r = page->at(row);
         if (r.kind != kinds[i] || r.names != expected[i])
             continue;
-        r.names = wanted[i];
-        r.nameFlags.resize(r.names.size());
+        page->set_names(row, wanted[i]);
         any = true;
     }
-    if (!any)
-        return;
     // The new names may be selected in the host already.
-    view->conform_to_selection();
-    view->refresh();
-    view->signal_changed();
-    view->update_toolbox();
+    if (any)
+        page->conform_to_selection();
 }
 
 void rebind_namespace_cmd::redo()
@@ -67,7 +62,7 @@ bool rebind_view(picker_view* view, const QStringList& from, const QStringList& 
 {
     if (!view || from.isEmpty())
         return false;
-    auto* command = new rebind_namespace_cmd(view, from, to);
+    auto* command = new rebind_namespace_cmd(view->page(), from, to);
     if (!command->changes()) {
         delete command;
         return false;

@@ -2,6 +2,8 @@
 // undoable step.
 #pragma once
 
+#include "model/picker_page.h"
+
 #include <QList>
 #include <QStringList>
 #include <QUndoCommand>
@@ -13,18 +15,18 @@ class rebind_namespace_cmd : public QUndoCommand {
 public:
     // The lists pair old and new namespaces as the rewriting functions take
     // them; every button's result is worked out here, once.
-    rebind_namespace_cmd(picker_view* view, const QStringList& from, const QStringList& to);
+    rebind_namespace_cmd(picker_page* page, const QStringList& from, const QStringList& to);
     void undo() override;
     void redo() override;
 
     // False when no button would change: nothing worth an undo entry.
-    bool changes() const { return !indices.isEmpty(); }
+    bool changes() const { return !ids.isEmpty(); }
 
 private:
     void apply(const QList<QStringList>& expected, const QList<QStringList>& wanted);
 
-    picker_view* view;
-    QVector<int> indices;
+    picker_page* page;
+    QVector<button_id> ids;
     QVector<int> kinds;
     QList<QStringList> oldNames;
     QList<QStringList> newNames;

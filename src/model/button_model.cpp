@@ -2,7 +2,7 @@
 
 namespace {
 
-name_list* selection_list = nullptr;
+name_list* installed_list = nullptr;
 
 } // namespace
 
@@ -12,6 +12,23 @@ bool buttonAttributes::operator==(const buttonAttributes& other) const
         && height == other.height && kind == other.kind && language == other.language
         && color == other.color && labelColor == other.labelColor && label == other.label
         && names == other.names;
+}
+
+buttonAttributes new_button(const QPoint& pos, const button_look& look, int kind, int language,
+                            const QStringList& names)
+{
+    buttonAttributes a;
+    a.pos = pos;
+    a.size = look.width;
+    a.width = look.width;
+    a.height = look.height;
+    a.kind = kind;
+    a.language = language;
+    a.color = look.color;
+    a.labelColor = look.labelColor;
+    a.label = look.label;
+    a.names = names;
+    return a;
 }
 
 buttonRecord::buttonRecord(const buttonAttributes& attributes)
@@ -28,7 +45,12 @@ void buttonRecord::moveTo(const QPoint& p)
 
 void buttonRecord::set_selection_list(name_list* list)
 {
-    selection_list = list;
+    installed_list = list;
+}
+
+name_list* buttonRecord::selection_list()
+{
+    return installed_list;
 }
 
 const name_id_list& buttonRecord::make_name_ids() const
@@ -47,7 +69,7 @@ bool buttonRecord::select(bool quiet)
     if (quiet) {
         nameFlags.fill(1);
     } else {
-        name_list* list = selection_list;
+        name_list* list = installed_list;
         const int* ids = list ? name_ids().constData() : nullptr;
         const int n = list ? ids_.size() : names.size();
         // Names edited after the record was built would otherwise index past the flags.
@@ -73,7 +95,7 @@ bool buttonRecord::unselect(bool quiet)
     if (quiet) {
         nameFlags.fill(0);
     } else {
-        name_list* list = selection_list;
+        name_list* list = installed_list;
         const int* ids = list ? name_ids().constData() : nullptr;
         const int n = qMin(list ? ids_.size() : names.size(), nameFlags.size());
         quint8* flags = nameFlags.data();
@@ -88,58 +110,4 @@ bool buttonRecord::unselect(bool quiet)
     }
     selected = 0;
     return passed;
-}
-
-button_set button_set::fromStringList(const QStringList& names)
-{
-    button_set set;
-    for (const QString& name : names)
-        set.append(name);
-    return set;
-}
-
-void button_set::append(const QString& name)
-{
-    if (contains(name))
-        return;
-    items_.append(name);
-    count_.insert(name, 1);
-}
-
-void button_set::add_button(const buttonRecord& record)
-{
-    for (const QString& name : record.names)
-        append(name);
-}
-
-void button_set::remove_button(const buttonRecord& record)
-{
-    for (const QString& name : record.names)
-        removeOne(name);
-}
-
-void button_set::removeOne(const QString& name)
-{
-    // The hash answers the common "not there" case without a scan.
-    if (!contains(name))
-        return;
-    const int i = items_.indexOf(name);
-    if (i >= 0)
-        items_.remove(i);
-    count_.remove(name);
-}
-
-bool button_set::contains(const QString& name) const
-{
-    return count_.value(name, 0) > 0;
-}
-
-void button_set::appendAllToString(QString* out) const
-{
-    if (!out)
-        return;
-    for (const QString& name : items_) {
-        out->append(QLatin1Char(' '));
-        out->append(name);
-    }
 }

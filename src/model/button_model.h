@@ -1,13 +1,11 @@
-// The values every picker tab is made of: a button's attributes, the record a
-// view keeps for it, and the set of object names matched against the host's
-// selection.
+// The values every picker tab is made of: a button's attributes and the
+// record a page keeps for it.
 #pragma once
 
 #include "model/label_picture.h"
 #include "model/name_ids.h"
 #include "model/name_list.h"
 
-#include <QHash>
 #include <QPixmap>
 #include <QPoint>
 #include <QRect>
@@ -40,6 +38,21 @@ struct buttonAttributes {
 // may move them with memcpy.
 Q_DECLARE_TYPEINFO(buttonAttributes, Q_MOVABLE_TYPE);
 
+// How a new button looks: the toolbox's values, or these defaults, which
+// scripts always get so that a build script makes the same picker every run.
+struct button_look {
+    quint32 color = 0xB22222;
+    quint32 labelColor = 0x000000;
+    QString label;
+    int width = 10;
+    int height = 10;
+};
+
+// A new button centred on pos: a selection button bound to names, or a
+// command button (kind 1) whose names hold its script.
+buttonAttributes new_button(const QPoint& pos, const button_look& look, int kind = 0, int language = 0,
+                            const QStringList& names = QStringList());
+
 // One flag per name, zero when added. Most buttons have a few names: their
 // flags (like their name ids) live in the record itself, so a pass over
 // thousands of buttons touches nothing else.
@@ -65,7 +78,11 @@ public:
 
 using name_id_list = QVarLengthArray<int, 2>;
 
-// A button as it lives on a view.
+// A button's identity for as long as the process runs: undo steps hold it,
+// so they find their button wherever scripts have moved it in the list.
+using button_id = quint64;
+
+// A button as it lives on a page.
 struct buttonRecord : buttonAttributes {
     buttonRecord() = default;
     explicit buttonRecord(const buttonAttributes& attributes);
@@ -74,6 +91,7 @@ struct buttonRecord : buttonAttributes {
     // and close together.
     QRect bounds;           // picker coordinates, centred on pos
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
+    button_id id = 0;       // given by the page; never stored
 
 private:
     // The cache behind name_ids(). idsFor_ shares names' storage while ids_
@@ -96,8 +114,6 @@ public:
     bool select(bool quiet);
     bool unselect(bool quiet);
 
-    // The ids of names (see name_ids.h), made on first use and again
-    // whenever names has changed since.
     // names.size(), read from the record itself while the ids are current.
     int name_count() const
     {
@@ -105,6 +121,8 @@ public:
                                                                                       : names.size();
     }
 
+    // The ids of names (see name_ids.h), made on first use and again
+    // whenever names has changed since.
     const name_id_list& name_ids() const
     {
         // Sharing storage means the same list: no need to look into it.
@@ -117,32 +135,8 @@ public:
     // (the window's, which the host hears of); without one only the flags
     // change.
     static void set_selection_list(name_list* list);
+    static name_list* selection_list();
 
 private:
     const name_id_list& make_name_ids() const;
-};
-
-// An ordered, duplicate-free set of object names; comparisons are exact and
-// case-sensitive. The hash beside the vector keeps contains() fast for
-// thousands of names without changing the order.
-class button_set {
-public:
-    button_set() = default;
-    static button_set fromStringList(const QStringList& names);
-
-    void append(const QString& name);
-    void add_button(const buttonRecord& record);
-    void remove_button(const buttonRecord& record);
-    void removeOne(const QString& name);
-    bool contains(const QString& name) const;
-    // " a b" for {a, b}: a blank before every name.
-    void appendAllToString(QString* out) const;
-
-    int size() const { return items_.size(); }
-    bool isEmpty() const { return items_.isEmpty(); }
-    const QVector<QString>& items() const { return items_; }
-
-private:
-    QVector<QString> items_;
-    QHash<QString, int> count_; // how often each name occurs in items_ (0 or 1)
 };

@@ -48,3 +48,19 @@ public:
 private:
     std::shared_ptr<label_art> art_;
 };
+
+// The one font labels are drawn in; they are scaled when painted.
+QFont label_font();
+
+// How a label text is laid out: the text as shown (cut and elided when too
+// long) and the size of its picture.
+struct label_layout {
+    QString shown;
+    QSize size;
+};
+
+// The picture a button shows for its label text and colour, and its size,
+// without drawing it. Labels repeat across buttons and files, so each text is
+// measured once (the cache is bounded); buttons with the same text and colour
+// share one picture.
+label_picture label_picture_for(const QString& label, quint32 color, QSize* size);

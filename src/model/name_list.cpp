@@ -1,5 +1,11 @@
 #include "model/name_list.h"
 
+name_list& name_list::picker()
+{
+    static name_list list;
+    return list;
+}
+
 namespace {
 
 // Past this many names the id table is emptied at the next assignment.

@@ -13,6 +13,10 @@
 
 class name_list {
 public:
+    // The picker's own: the names its buttons have selected, which the host
+    // hears of. The window installs it as the list buttons report to.
+    static name_list& picker();
+
     bool contains(int id) const { return id >= 0 && size_t(id) < member_.size() && member_[size_t(id)] != 0; }
     bool isEmpty() const { return live_ == 0; }
     bool add(int id)

@@ -112,15 +112,17 @@ struct target {
     picker_view* view = nullptr;
     int index = -1;
     unsigned next = 0; // first argument after the address
-    buttonRecord& button() const { return view->buttons[index]; }
+    picker_page* page() const { return view->page(); }
+    const buttonRecord& button() const { return view->buttons().at(index); }
 };
 
 // The first button whose bounds hold the point, in picker coordinates, so a
 // script finds the same button whatever the view's zoom and pan.
 int find_at(const picker_view* view, const QPoint& at)
 {
-    for (int i = 0; i < view->buttons.size(); ++i)
-        if (view->buttons[i].bounds.contains(at))
+    const QList<buttonRecord>& buttons = view->buttons();
+    for (int i = 0; i < buttons.size(); ++i)
+        if (buttons[i].bounds.contains(at))
             return i;
     return -1;
 }
@@ -146,15 +148,6 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
     if (t.index < 0)
         return fail(not_found);
     return MStatus::kSuccess;
-}
-
-void changed(picker_view* view)
-{
-    view->refresh();
-    if (!in_batch_mode) {
-        view->signal_changed();
-        view->update_toolbox();
-    }
 }
 
 // Runs `act` on the addressed button of the current tab; no tab is a silent
@@ -186,9 +179,7 @@ MStatus picker_main::move_button(const MStringArray& args)
         const QPoint to = in.point(t.next);
         if (!in.ok())
             return in.status;
-        t.button().moveTo(to);
-        t.view->conform_to_selection();
-        changed(t.view);
+        t.page()->move(t.index, to);
         return MStatus::kSuccess;
     });
 }
@@ -201,8 +192,7 @@ MStatus picker_main::resize_button(const MStringArray& args)
         const int h = in.integer(t.next + 1, "height");
         if (!in.ok())
             return in.status;
-        t.view->set_button_size(t.button(), w, h);
-        changed(t.view);
+        t.page()->resize(t.index, w, h);
         return MStatus::kSuccess;
     });
 }
@@ -212,28 +202,24 @@ MStatus picker_main::resize_button(const MStringArray& args)
 MStatus picker_main::rename_button(const MStringArray& args)
 {
     return with_target("rename_button", args, 4, 1, [&](const target& t) {
-        t.view->set_button_label(t.button(), text_at(args, t.next));
-        changed(t.view);
+        t.page()->set_label(t.index, text_at(args, t.next));
     });
 }
 
 MStatus picker_main::update_button(const MStringArray& args)
 {
     return with_target("update_button", args, 4, 1, [&](const target& t) {
-        buttonRecord& r = t.button();
-        r.names = QStringList{text_at(args, t.next)};
-        r.nameFlags.resize(1);
+        picker_page::hold hold(t.page());
+        t.page()->set_names(t.index, QStringList{text_at(args, t.next)});
         // Lit only when the host has the new object selected.
-        t.view->conform_to_selection();
-        changed(t.view);
+        t.page()->conform_to_selection();
     });
 }
 
 MStatus picker_main::delete_button(const MStringArray& args)
 {
     return with_target("delete_button", args, 3, 0, [&](const target& t) {
-        t.view->pop_button(t.index);
-        changed(t.view);
+        t.page()->remove(t.index);
     });
 }
 
@@ -293,22 +279,22 @@ MStatus picker_main::set_button_properties(const MStringArray& args)
                 return script_error("set_button_properties",
                             QString("%1 must be 0 or 1, not %2").arg(names[i], text_at(args, n + 3 + i)));
         }
-        buttonRecord& r = t.button();
+        buttonAttributes a = t.button();
         if (given(0))
-            t.view->set_button_label(r, text_at(args, n));
+            a.label = text_at(args, n);
         if (move)
-            r.moveTo(to);
-        int* fields[] = {&r.kind, &r.language, &r.size, &r.width, &r.height};
+            a.pos = to;
+        int* fields[] = {&a.kind, &a.language, &a.size, &a.width, &a.height};
         for (unsigned i = 0; i < 5; ++i)
             if (given(3 + i))
                 *fields[i] = values[i];
         if (given(8))
-            r.color = color;
+            a.color = color;
         if (given(9))
-            r.labelColor = labelColor;
-        t.view->set_button_size(r, r.width, r.height);
-        t.view->conform_to_selection();
-        changed(t.view);
+            a.labelColor = labelColor;
+        picker_page::hold hold(t.page());
+        t.page()->set_attributes(t.index, a);
+        t.page()->conform_to_selection();
         return MStatus::kSuccess;
     });
 }
@@ -339,14 +325,10 @@ MStatus picker_main::color_directive(const MStringArray& args, bool label)
     }
     if (!in.ok())
         return in.status;
-    buttonRecord& r = t.button();
-    if (label) {
-        r.labelColor = rgb;
-        t.view->update_label(r);
-    } else {
-        r.color = rgb;
-    }
-    changed(t.view);
+    if (label)
+        t.page()->set_label_color(t.index, rgb);
+    else
+        t.page()->set_color(t.index, rgb);
     return MStatus::kSuccess;
 }
 
@@ -386,21 +368,11 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, int l
         if (names.isEmpty())
             return MStatus::kSuccess; // a button for nothing would be dropped on the next load
     }
-    const picker_window::toolbox_values defaults;
-    buttonAttributes a;
-    a.pos = at;
-    a.size = defaults.size;
-    a.width = defaults.width;
-    a.height = defaults.height;
-    a.kind = kind;
-    a.language = language;
-    a.color = defaults.color;
-    a.labelColor = defaults.labelColor;
-    a.label = text_at(args, 2);
-    a.names = names;
-    view->push_button(a, -1);
-    view->conform_to_selection();
-    changed(view);
+    button_look look;
+    look.label = text_at(args, 2);
+    picker_page::hold hold(view->page());
+    view->page()->insert(new_button(at, look, kind, language, names));
+    view->page()->conform_to_selection();
     return MStatus::kSuccess;
 }
 } // namespace
@@ -435,7 +407,7 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
     if (args.length() > 3)
         return wrong_count(directive);
     reader in{directive, args};
-    int twiceAxis = mirror::default_twice_axis(view);
+    int twiceAxis = mirror::default_twice_axis(view->page());
     if (!text_at(args, 0).isEmpty()) {
         const double x = in.number(0, "x");
         if (in.ok() && std::fabs(x) > limits::max_coordinate)
@@ -452,7 +424,7 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
     if (!in.ok())
         return in.status;
     int alreadyThere = 0;
-    QList<buttonAttributes> copies = mirror::mirrored_copies(view, twiceAxis, mirror::patterns(), &alreadyThere);
+    QList<buttonAttributes> copies = mirror::mirrored_copies(view->page(), twiceAxis, mirror::patterns(), &alreadyThere);
     if (copies.isEmpty() && alreadyThere == 0)
         return fail(not_found);
     MPxCommand::clearResult();
@@ -468,10 +440,7 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
             return script_error(directive, QString("a copy would land at x = %1, beyond the picture's limits")
                                                .arg(a.pos.x()));
     }
-    auto* command = new mirror_buttons_cmd(view, copies);
-    if (in_batch_mode)
-        command->hold_first_notice();
-    view->undoer()->push(command);
+    view->undoer()->push(new mirror_buttons_cmd(view->page(), copies));
     QStringList missing;
     const QStringList report = mirror::missing_report(copies, &missing);
     if (!report.isEmpty())

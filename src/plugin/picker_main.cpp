@@ -31,7 +31,6 @@ MCallbackId picker_main::deleteAllId_ = 0;
 MCallbackId picker_main::newSceneOpenedId_ = 0;
 MCallbackId picker_main::sceneOpenedId_ = 0;
 MCallbackId picker_main::beforeSaveId_ = 0;
-char in_batch_mode = 0;
 
 namespace {
 
@@ -572,17 +571,15 @@ MStatus picker_main::open(const MStringArray& args)
 
 MStatus picker_main::enable_batch_mode(const MStringArray&)
 {
-    in_batch_mode = 1;
+    if (picker_window* w = picker())
+        w->hold_notices(true);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::disable_batch_mode(const MStringArray&)
 {
-    in_batch_mode = 0;
-    if (picker_view* view = current_view()) {
-        view->signal_changed();
-        view->update_toolbox();
-    }
+    if (picker_window* w = picker())
+        w->hold_notices(false);
     return MStatus::kSuccess;
 }
 

@@ -18,9 +18,6 @@
 class picker_window;
 class picker_view;
 
-// Set by "enable_batch_mode": button directives then skip the scene write
-// and the toolbox refresh until "disable_batch_mode".
-extern char in_batch_mode;
 
 // Shows "QuillmarshPicker - <message>: <status text> " when status failed.
 void report_error(const MStatus& status, const QString& message);

@@ -25,46 +25,50 @@ select_button_cmd::select_button_cmd(picker_view* v, const QPoint& pos, int modi
         additive = true;
     }
     ctrl = modifiers & Qt::ControlModifier;
-    buttonRecord* hit = view->find_button(pos);
+    picker_page* page = view->page();
+    const int hit = view->find_button_index(pos);
+    // Read when asked: clearing the selection first changes it.
+    auto state = [&] { return page->at(hit).selected; };
     bool changed = false;
-    if (!hit) {
+    if (hit < 0) {
         if (!additive && window)
             window->clearAllSelected();
     } else if (!ctrl) {
         if (!additive && window)
             window->clearAllSelected();
-        if (hit->selected == 1) {
+        if (state() == 1) {
             changed = additive;
             if (additive) {
-                hit->unselect(false);
+                page->unselect(hit, false);
                 view->conform_to_selection();
             }
         } else {
-            hit->select(false);
+            page->select(hit, false);
             view->conform_to_selection();
             changed = true;
         }
     } else {
-        if (hit->selected == 1) {
+        if (state() == 1) {
             changed = additive;
             if (additive)
-                hit->unselect(false);
+                page->unselect(hit, false);
             else
                 moving = true;
         } else {
             if (!additive)
                 view->clear_selected();
-            hit->select(false);
+            page->select(hit, false);
             changed = true;
             moving = true;
         }
         if (moving) {
-            for (int i = 0; i < view->buttons.size(); ++i) {
-                if (view->buttons[i].selected) {
-                    movedIndices << i;
-                    movedStarts << view->buttons[i].pos;
+            for (const buttonRecord& r : page->buttons()) {
+                if (r.selected) {
+                    movedIds << r.id;
+                    movedStarts << r.pos;
                 }
             }
+            held.reset(new picker_page::hold(page));
         }
     }
     if (changed)
@@ -84,10 +88,12 @@ void select_button_cmd::update(const QPoint& pos, int)
     current = pos;
     if (moving) {
         const QPoint delta = drag_delta();
-        for (int i = 0; i < movedIndices.size(); ++i)
-            if (movedIndices[i] < view->buttons.size())
-                view->buttons[movedIndices[i]].moveTo(movedStarts[i] + delta);
-        view->refresh();
+        picker_page* page = view->page();
+        for (int i = 0; i < movedIds.size(); ++i) {
+            const int row = page->row_of(movedIds[i]);
+            if (row >= 0)
+                page->move(row, movedStarts[i] + delta);
+        }
         return;
     }
     marquee_overlay* overlay = view->overlays.marquee();
@@ -135,46 +141,49 @@ void select_button_cmd::finish()
             view->refresh();
         }
         if (moving && current != anchor)
-            view->undoer()->push(new move_buttons_cmd(view, movedStarts, movedIndices, drag_delta()));
+            view->undoer()->push(new move_buttons_cmd(view->page(), movedStarts, movedIds, drag_delta()));
     }
+    held.reset();
     view->update_toolbox();
 }
 
 // ----- Command button
 
-track_button_cmd::track_button_cmd(picker_view* v, const QPoint& pos, int i) : view(v), index(i)
+track_button_cmd::track_button_cmd(picker_view* v, const QPoint& pos, int i)
+    : view(v), button(v->buttons().at(i).id)
 {
-    if (buttonRecord* b = button())
-        rect = view->mapToScreen(b->bounds);
+    rect = view->mapToScreen(view->buttons().at(i).bounds);
     update(pos, 0);
 }
 
-buttonRecord* track_button_cmd::button() const
+int track_button_cmd::row() const
 {
-    return index >= 0 && index < view->buttons.size() ? &view->buttons[index] : nullptr;
+    return view->page()->row_of(button);
 }
 
 void track_button_cmd::update(const QPoint& pos, int)
 {
-    buttonRecord* b = button();
-    if (!b)
+    const int k = row();
+    if (k < 0)
         return;
     // Shown pressed while the pointer is over it.
-    qint16 state = rect.contains(pos) ? 1 : 0;
-    if (state != b->selected) {
-        b->selected = state;
+    const qint16 state = rect.contains(pos) ? 1 : 0;
+    if (state != view->buttons().at(k).selected) {
+        view->page()->set_state(k, state);
         view->refresh();
     }
 }
 
 void track_button_cmd::finish()
 {
-    if (buttonRecord* b = button()) {
-        if (b->selected) {
-            view->do_button_action(*b);
-            b->unselect(false);
-            view->refresh();
-        }
+    const int k = row();
+    if (k >= 0 && view->buttons().at(k).selected) {
+        view->do_button_action(view->buttons().at(k));
+        // The script may have changed the list.
+        const int now = row();
+        if (now >= 0)
+            view->page()->unselect(now, false);
+        view->refresh();
     }
     view->update_toolbox();
 }
@@ -219,28 +228,24 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
     if (!active)
         return;
     picker_window* window = view->window;
-    const int s = window ? window->currentSize() : 10;
+    // The row's spacing, whatever the toolbox's sizes.
+    const int s = button_look().width;
+    picker_page* page = view->page();
     if (!placed) {
         placed = true;
+        held.reset(new picker_page::hold(page));
         origin = view->mapToPicker(pos);
         QPoint at = origin;
+        button_look look = window ? window->toolbox() : button_look();
+        look.label.clear();
         for (const QString& name : picker_window::selection()) {
-            buttonAttributes a;
-            a.pos = at;
-            a.size = s;
-            a.width = window ? window->currentWidth() : 10;
-            a.height = window ? window->currentHeight() : 10;
-            a.kind = 0;
-            a.language = 0;
-            a.color = window ? window->currentColor() : 0xB22222;
-            a.labelColor = window ? window->currentTextColor() : 0x000000;
-            a.names = QStringList{name};
-            indices << view->push_button(a, -1);
+            const int row = page->insert(new_button(at, look, 0, 0, {name}));
+            ids << page->at(row).id;
             at.rx() += s + 1;
         }
         return;
     }
-    const int n = indices.size();
+    const int n = ids.size();
     if (n == 0)
         return;
     const QPoint p = view->mapToPicker(pos);
@@ -255,22 +260,26 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
         int step = qMax(s, std::abs(dy));
         dy = dy < 1 ? -step : step;
     }
-    for (int i = 0; i < n; ++i)
-        if (indices[i] < view->buttons.size())
-            view->buttons[indices[i]].moveTo(origin + QPoint(i * dx, i * dy));
-    view->refresh();
+    for (int i = 0; i < n; ++i) {
+        const int row = page->row_of(ids[i]);
+        if (row >= 0)
+            page->move(row, origin + QPoint(i * dx, i * dy));
+    }
 }
 
 // Takes the live buttons out again, last first so the earlier indices hold.
 QList<buttonAttributes> add_manybuttons_cmd::take_placed()
 {
+    picker_page* page = view->page();
     QList<buttonAttributes> made;
-    for (int i : indices)
-        if (i >= 0 && i < view->buttons.size())
-            made << view->buttons[i];
-    for (int k = indices.size() - 1; k >= 0; --k)
-        view->pop_button(indices[k]);
-    indices.clear();
+    for (button_id id : ids) {
+        const int row = page->row_of(id);
+        if (row >= 0)
+            made << page->at(row);
+    }
+    for (int k = ids.size() - 1; k >= 0; --k)
+        page->remove(page->row_of(ids[k]));
+    ids.clear();
     return made;
 }
 
@@ -279,14 +288,15 @@ void add_manybuttons_cmd::finish()
     // The row is handed to the undo stack as one step, which puts it back.
     const QList<buttonAttributes> made = take_placed();
     if (!made.isEmpty())
-        view->undoer()->push(new add_buttons_cmd(view, made, "Add Many Buttons"));
+        view->undoer()->push(new add_buttons_cmd(view->page(), made, "Add Many Buttons"));
+    held.reset();
     view->conform_to_selection();
     view->adjustCursor(true);
 }
 
 void add_manybuttons_cmd::cancel()
 {
-    if (!take_placed().isEmpty())
-        view->refresh();
+    take_placed();
+    held.reset();
     view->adjustCursor(true);
 }

@@ -3,12 +3,14 @@
 // buttons at once.
 #pragma once
 
-#include "model/button_model.h"
+#include "model/picker_page.h"
 #include "view/picker_mouse_cmd.h"
 
 #include <QPoint>
 #include <QRect>
 #include <QVector>
+
+#include <memory>
 
 class picker_view;
 
@@ -26,8 +28,10 @@ private:
     QPoint current;
     QStringList baseSelection;
     QStringList pressSelection; // to tell whether the host must hear of this gesture
-    QVector<int> movedIndices;
+    QVector<button_id> movedIds;
     QVector<QPoint> movedStarts;
+    // A live drag is announced once, as the step it becomes.
+    std::unique_ptr<picker_page::hold> held;
     bool additive = false;
     bool ctrl = false;
     bool marquee = false;
@@ -41,10 +45,11 @@ public:
     void finish() override;
 
 private:
-    buttonRecord* button() const;
+    // The button's row now, or -1: the list may change under a gesture.
+    int row() const;
 
     picker_view* view;
-    int index; // the button is looked up again each time: the list may change under a gesture
+    button_id button;
     QRect rect;
 };
 
@@ -90,7 +95,8 @@ private:
     QList<buttonAttributes> take_placed();
 
     picker_view* view;
-    QVector<int> indices;
+    QVector<button_id> ids;
+    std::unique_ptr<picker_page::hold> held;
     QPoint origin;
     bool placed = false;
     bool active = false;

@@ -1,34 +1,14 @@
-// What painting keeps between frames: the measured size of each label text,
-// and a picture of the canvas (background and buttons) that is repainted
-// only when something it shows changed.
+// What painting keeps between frames: a picture of the canvas (background
+// and buttons) of which only what changed is painted again.
 #pragma once
 
 #include "model/button_model.h"
 
-#include <QFont>
-#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QPoint>
 #include <QSize>
-#include <QString>
 #include <QVector>
-
-// The one font labels are drawn in; they are scaled when painted.
-QFont label_font();
-
-// How a label text is laid out: the text as shown (cut and elided when too
-// long) and the size of its picture.
-struct label_layout {
-    QString shown;
-    QSize size;
-};
-
-// The picture a button shows for its label text and colour, and its size,
-// without drawing it. Labels repeat across buttons and files, so each text is
-// measured once (the cache is bounded); buttons with the same text and colour
-// share one picture.
-label_picture label_picture_for(const QString& label, quint32 color, QSize* size);
 
 // The canvas as last painted, and what it showed then. Every paint compares
 // the view against it, so any change (an edit, undo, a selection from the

@@ -74,8 +74,10 @@ QRectF inside_pen(const QRectF& r, const QPen& pen)
 } // namespace
 
 picker_view::picker_view(picker_window* w)
-    : QWidget(w), window(w), overlays(this)
+    : QWidget(w), window(w), overlays(this), page_(new picker_page(this))
 {
+    connect(page_, SIGNAL(touched()), this, SLOT(update()));
+    connect(page_, SIGNAL(changed(page_notice)), this, SLOT(page_changed(page_notice)));
     init_picker_resources();
     setMouseTracking(true);
     // Every paint covers the whole exposed area, so Qt need not clear it first.
@@ -87,6 +89,8 @@ picker_view::picker_view(picker_window* w)
 
 picker_view::~picker_view()
 {
+    // The page outlives this body: what it still says is for no one here.
+    page_->disconnect(this);
     delete mouseCmd;
     delete editCursor;
     delete addManyCursor;
@@ -224,17 +228,14 @@ void picker_view::frame_view()
 
 bool picker_view::any_selected() const
 {
-    for (const buttonRecord& r : buttons)
-        if (r.selected)
-            return true;
-    return false;
+    return page_->any_selected();
 }
 
 QRect picker_view::button_bounds(bool selectedOnly) const
 {
     QRect united(0, 0, 0, 0);
     bool first = true;
-    for (const buttonRecord& r : buttons) {
+    for (const buttonRecord& r : buttons()) {
         if (selectedOnly && !r.selected)
             continue;
         united = first ? r.bounds : (united | r.bounds);
@@ -268,9 +269,7 @@ void picker_view::frameBounds(const QRect& r, bool noZoomIn, bool animated)
 
 void picker_view::setBackground(const QString& key, const QPixmap& pixmap)
 {
-    backgroundKey = key;
-    background = pixmap;
-    update();
+    page_->set_background(key, pixmap);
 }
 
 void picker_view::change_background()
@@ -278,7 +277,7 @@ void picker_view::change_background()
     QString file = QFileDialog::getOpenFileName(this, "Choose Background", QString(),
                                                 "Images (*.png *.xpm *.jpg)");
     if (file.isEmpty()) {
-        if (background.isNull())
+        if (background().isNull())
             return;
         auto answer = QMessageBox::question(this, "Background", "Remove current background image?",
                                             QMessageBox::Yes | QMessageBox::Cancel,
@@ -286,7 +285,6 @@ void picker_view::change_background()
         if (answer != QMessageBox::Yes)
             return;
         setBackground(QString(), QPixmap());
-        signal_changed();
         return;
     }
     QString why;
@@ -299,203 +297,74 @@ void picker_view::change_background()
         window->place_background(this, QString::number(pixmap.cacheKey()), pixmap);
     else
         setBackground(QString::number(pixmap.cacheKey()), pixmap);
-    signal_changed();
 }
 
 // ----- Buttons
 
-int picker_view::push_button(buttonAttributes&& a, int index)
+buttonAttributes picker_view::new_button_at(const QPoint& widgetPos) const
 {
-    if (index < 0)
-        index = buttons.size();
-    buttons.insert(index, buttonRecord());
-    buttonRecord& record = buttons[index];
-    static_cast<buttonAttributes&>(record) = std::move(a);
-    record.nameFlags.fill(0, record.names.size());
-    set_button_size(record, record.width, record.height);
-    return index;
+    const button_look look = window ? window->toolbox() : button_look();
+    return new_button(mapToPicker(widgetPos), look, 0, 0, window ? picker_window::selection() : QStringList());
 }
 
 int picker_view::push_button(const buttonAttributes& a, int index)
 {
-    // Built where it lives: a record copied into the list would cost a second
-    // round of reference counting for each of the thousands a file holds.
-    if (index < 0)
-        index = buttons.size();
-    buttons.insert(index, buttonRecord());
-    buttonRecord& record = buttons[index];
-    static_cast<buttonAttributes&>(record) = a;
-    record.nameFlags.fill(0, a.names.size());
-    set_button_size(record, a.width, a.height);
-    return index;
+    return page_->insert(a, index);
 }
 
 void picker_view::pop_button(int index)
 {
-    if (index >= 0 && index < buttons.size())
-        buttons.removeAt(index);
+    page_->remove(index);
 }
 
 void picker_view::reset_buttons()
 {
-    if (buttons.isEmpty())
+    if (page_->isEmpty())
         return;
     undo.clear();
-    buttons.clear();
+    page_->clear();
 }
 
-void picker_view::make_button_label(const buttonAttributes& a, buttonRecord* r)
+void picker_view::set_button_label(int index, const QString& label)
 {
-    if (a.label.isEmpty()) {
-        // No text: a plain box of the set size.
-        r->labelPixmap = label_picture();
-        QRect box(0, 0, a.width, a.height);
-        box.moveCenter(a.pos);
-        r->bounds = box;
-        return;
-    }
-    // The picture is only measured here; it is drawn when first painted.
-    QSize size;
-    r->labelPixmap = label_picture_for(a.label, a.labelColor, &size);
-    QRect box(0, 0, std::max(size.width() + 2, a.width), std::max(size.height(), a.height));
-    box.moveCenter(a.pos);
-    r->bounds = box;
+    page_->set_label(index, label);
 }
 
-void picker_view::set_button_label(buttonRecord& r, const QString& label)
+void picker_view::set_button_size(int index, int w, int h)
 {
-    r.label = label;
-    make_button_label(r, &r);
-    update();
-}
-
-// Width and height alone are stored as given (an edit may set 0); only the
-// size setters keep them at least 1.
-void picker_view::set_button_width(buttonRecord& r, int w)
-{
-    r.size = w;
-    r.width = w;
-    make_button_label(r, &r);
-    update();
-}
-
-void picker_view::set_button_height(buttonRecord& r, int h)
-{
-    r.height = h;
-    make_button_label(r, &r);
-    update();
-}
-
-void picker_view::set_button_size(buttonRecord& r, int s)
-{
-    set_button_size(r, s, s);
-}
-
-void picker_view::set_button_size(buttonRecord& r, int w, int h)
-{
-    w = std::max(w, 1);
-    h = std::max(h, 1);
-    r.size = w;
-    r.width = w;
-    r.height = h;
-    make_button_label(r, &r);
-    update();
-}
-
-namespace {
-
-// Sets every button's name flags and state from whether each name is
-// selected; true when any button's shown state changed. This runs over
-// every button of every tab whenever the host's selection changes.
-template <typename Buttons, typename Selected>
-bool conform_buttons(Buttons& buttons, const Selected& selected)
-{
-    bool changed = false;
-    for (buttonRecord& r : buttons) {
-        const int n = r.names.size();
-        if (r.nameFlags.size() != n)
-            r.nameFlags.resize(n);
-        quint8* flags = r.nameFlags.data();
-        int count = 0;
-        for (int i = 0; i < n; ++i) {
-            const quint8 on = selected(r, i) ? 1 : 0;
-            flags[i] = on;
-            count += on;
-        }
-        const qint16 state = count == n ? 1 : (count < 1 ? 0 : 2);
-        if (state != r.selected) {
-            changed = true;
-            r.selected = state;
-        }
-    }
-    return changed;
-}
-
-} // namespace
-
-bool picker_view::conform_to_set(const button_set& set)
-{
-    return conform_buttons(buttons, [&](const buttonRecord& r, int i) { return set.contains(r.names.at(i)); });
+    page_->resize(index, w, h);
 }
 
 bool picker_view::conform_to_selection()
 {
-    return conform_buttons(buttons, [](const buttonRecord& r, int i) {
-        return picker_window::id_selected(r.name_ids().at(i));
-    });
+    return page_->conform_to_selection();
 }
 
 bool picker_view::conform_to_selected()
 {
-    // The names flagged on any button, by id.
-    std::vector<quint8> flagged(size_t(name_ids::count()), 0);
-    for (const buttonRecord& r : buttons) {
-        const int n = qMin(r.names.size(), r.nameFlags.size());
-        if (n == 0)
-            continue;
-        const name_id_list& ids = r.name_ids();
-        for (int i = 0; i < n; ++i) {
-            if (!r.nameFlags.at(i))
-                continue;
-            const size_t id = size_t(ids.at(i));
-            if (id >= flagged.size())
-                flagged.resize(size_t(name_ids::count()), 0);
-            flagged[id] = 1;
-        }
-    }
-    return conform_buttons(buttons, [&](const buttonRecord& r, int i) {
-        const size_t id = size_t(r.name_ids().at(i));
-        return id < flagged.size() && flagged[id];
-    });
+    return page_->conform_to_selected();
 }
 
 void picker_view::clear_selected()
 {
     picker_window::selection_batch batch;
-    for (buttonRecord& r : buttons)
-        r.unselect(false);
+    page_->clear_selected(false);
 }
 
 void picker_view::select_list(const QVector<int>& indices, bool quiet)
 {
     for (int i : indices)
-        if (i >= 0 && i < buttons.size())
-            buttons[i].select(quiet);
+        if (i >= 0 && i < page_->count())
+            page_->select(i, quiet);
 }
 
 QList<buttonAttributes> picker_view::getButtons() const
 {
     QList<buttonAttributes> list;
-    for (const buttonRecord& r : buttons)
+    for (const buttonRecord& r : buttons())
         if (r.selected & 1)
             list.append(r);
     return list;
-}
-
-void picker_view::update_label(buttonRecord& r)
-{
-    make_button_label(r, &r);
-    update();
 }
 
 void picker_view::refresh()
@@ -532,29 +401,21 @@ void picker_view::signal_changed()
     emit changed();
 }
 
+// Files and the scene hear of what they keep; the toolbox of anything but
+// a move, which it does not show.
+void picker_view::page_changed(const page_notice& notice)
+{
+    if (notice.fields & page_field::stored)
+        emit changed();
+    if (notice.fields & ~(page_field::position | page_field::path | page_field::name))
+        update_toolbox();
+}
+
 void picker_view::addMouseCommand(picker_mouse_cmd* command)
 {
     if (mouseCmd && mouseCmd != command)
         delete mouseCmd;
     mouseCmd = command;
-}
-
-// ----- Streams
-
-void picker_view::streamTo(QDataStream& out) const
-{
-    QList<buttonAttributes> list;
-    list.reserve(buttons.size());
-    for (const buttonRecord& r : buttons)
-        list.append(r);
-    write_button_list(out, list);
-}
-
-void picker_view::streamFrom(QDataStream& in, int version)
-{
-    reset_buttons();
-    read_button_list(in, version, [this](const buttonAttributes& a) { push_button(a, -1); });
-    update();
 }
 
 // ----- Painting
@@ -573,8 +434,8 @@ void picker_view::paintEvent(QPaintEvent* e)
 void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
 {
     painter.fillRect(exposed, canvas_color);
-    if (!background.isNull())
-        painter.drawPixmap(mapToScreen(background.rect()), background);
+    if (!background().isNull())
+        painter.drawPixmap(mapToScreen(background().rect()), background());
     // The banner lies under the buttons: it never hides one.
     overlays.banner()->draw(painter);
     draw_buttons(painter, exposed);
@@ -602,8 +463,8 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     state.format = static_cast<QImage*>(device)->format();
     state.zoom = zoom;
     state.shift = shift;
-    state.background = background.cacheKey();
-    if (!layer.current(state, buttons) || layer.image.isNull()) {
+    state.background = background().cacheKey();
+    if (!layer.current(state, buttons()) || layer.image.isNull()) {
         const QSize pixels = (QSizeF(size()) * ratio).toSize();
         if (layer.image.size() != pixels || layer.image.format() != state.format)
             layer.image = QImage(pixels, state.format);
@@ -633,16 +494,11 @@ void picker_view::set_paint_caching(bool on)
     update();
 }
 
-qint64 picker_view::paint_cache_bytes() const
-{
-    return layer.bytes();
-}
-
 void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
 {
     painter.setPen(Qt::NoPen);
     const QRect area = mapToPicker(exposed);
-    for (const buttonRecord& r : buttons) {
+    for (const buttonRecord& r : buttons()) {
         if (!r.bounds.intersects(area))
             continue;
         if (r.kind)

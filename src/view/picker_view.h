@@ -1,8 +1,10 @@
-// One picker tab: a canvas of buttons over an optional background image, with
-// its own zoom, pan, overlays and undo stack.
+// One picker tab: the canvas that draws a page (buttons over an optional
+// background image), with its own zoom, pan, overlays and undo stack. The
+// page holds the data; the view's button calls forward to it.
 #pragma once
 
 #include "model/button_model.h"
+#include "model/picker_page.h"
 #include "view/overlays.h"
 #include "view/paint_cache.h"
 
@@ -70,25 +72,24 @@ public:
     bool any_selected() const;
     bool animating() const { return zoomTimer.isActive(); }
 
-    // ----- Background
+    // ----- The page drawn
+    picker_page* page() const { return page_; }
+    const QList<buttonRecord>& buttons() const { return page_->buttons(); }
+    const QPixmap& background() const { return page_->background(); }
+    const QString& backgroundKey() const { return page_->background_key(); }
     void setBackground(const QString& key, const QPixmap& pixmap);
 
     // ----- Buttons
+    // A selection button at a widget point, with the toolbox's look, bound
+    // to the host selection.
+    buttonAttributes new_button_at(const QPoint& widgetPos) const;
     int push_button(const buttonAttributes& a, int index);
-    // The same, taking the attributes over (a reader's records are not kept).
-    int push_button(buttonAttributes&& a, int index);
     void pop_button(int index);
+    // Empties the page and its history.
     void reset_buttons();
-    void make_button_label(const buttonAttributes& a, buttonRecord* r);
-    void set_button_label(buttonRecord& r, const QString& label);
-    void set_button_width(buttonRecord& r, int w);
-    void set_button_height(buttonRecord& r, int h);
-    void set_button_size(buttonRecord& r, int s);
-    void set_button_size(buttonRecord& r, int w, int h);
+    void set_button_label(int index, const QString& label);
+    void set_button_size(int index, int w, int h);
 
-    // Sets every button's name flags and state from the set; true when any
-    // button's shown state changed.
-    bool conform_to_set(const button_set& set);
     // Conforms to the host selection as the window knows it.
     bool conform_to_selection();
     // Conforms to the names the view's buttons have selected, so buttons
@@ -100,17 +101,13 @@ public:
     void select_list(const QVector<int>& indices, bool quiet);
     // The attributes of the selected buttons, in list order.
     QList<buttonAttributes> getButtons() const;
-    // Re-renders a button's label, after its colour changed.
-    void update_label(buttonRecord& r);
 
     // Repaints the whole canvas.
     void refresh();
     // With caching on (the default) the canvas is painted into a picture
-    // that later frames copy while nothing on it changed; off, every frame
+    // of which later frames repaint only what changed; off, every frame
     // draws every button, which is what the picture must equal.
     void set_paint_caching(bool on);
-    bool paint_caching() const { return paintCaching; }
-    qint64 paint_cache_bytes() const;
     // Brings the window's toolbox in line with this view's selection.
     void update_toolbox();
     // Announces that the picker's content changed (scene storage listens).
@@ -124,11 +121,9 @@ public:
     bool cancel_add_many();
 
     // ----- Hit tests: the first match in list order (the one painted underneath)
-    buttonRecord* find_button(const QPoint& widgetPos);
+    const buttonRecord* find_button(const QPoint& widgetPos) const;
     int find_button_index(const QPoint& widgetPos) const;
-    buttonRecord* find_button_from_label(const QString& label);
     int find_button_index_from_label(const QString& label) const;
-    buttonRecord* find_button_from_object(const QString& name);
     int find_button_index_from_object(const QString& name) const;
     // Selects (or with additive only adds) the buttons meeting a widget rectangle.
     bool select_bounds(const QRect& widgetRect, bool additive);
@@ -155,15 +150,11 @@ public:
     // not a namespace.
     bool update_namespace(const QStringList& chosen, QString* why = nullptr);
 
-    // ----- Streams: the button list of this view
-    void streamTo(QDataStream& out) const;
-    void streamFrom(QDataStream& in, int version);
-
     QUndoStack* undoer() { return &undo; }
 
     // The .pkr file the picker was loaded from or saved to; empty if none.
-    QString path() const { return filePath; }
-    void setPath(const QString& p) { filePath = p; }
+    QString path() const { return page_->path(); }
+    void setPath(const QString& p) { page_->set_path(p); }
 
     // Triggers every enabled action of the view bound to the key; only the
     // window's front picker takes keys.
@@ -171,14 +162,10 @@ public:
     // Whether the pointer is over the canvas, where keys are meant for it.
     bool pointer_over() const;
 
-    QPixmap background;
-    QString backgroundKey;
     picker_window* window;
     picker_mouse_cmd* mouseCmd = nullptr;
     QPoint shift;
     double zoom = 1.0;
-    QString name;
-    QList<buttonRecord> buttons;
     overlay_list overlays;
 
     struct interpolateRecord {
@@ -190,6 +177,7 @@ public:
     };
 
 signals:
+    // The page changed in what files and the scene keep.
     void changed();
 
 public slots:
@@ -234,11 +222,14 @@ protected:
     void draw_command_button(QPainter& painter, const buttonRecord& r);
     void draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre);
 
+private slots:
+    void page_changed(const page_notice& notice);
+
 private:
     void make_menu();
     void show_context_menu(QMouseEvent* e);
     // Makes one button the whole selection, in the host as well.
-    void select_alone(buttonRecord& r);
+    void select_alone(int index);
     QAction* make_action(const QString& text, const char* slot, QList<QKeySequence> keys = {});
 
     QPoint pressPoint;
@@ -254,11 +245,11 @@ private:
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;
     int modeWord = 0;
-    buttonRecord* hitButton = nullptr;
+    button_id hitButton = 0; // the button the context menu opened on
     // The selection as the last context menu found it (see update_button).
     QStringList menuSelection;
     bool menuSelectionKept = false;
-    QString filePath;
+    picker_page* page_;
     QUndoStack undo;
     QTimer zoomTimer;
     interpolateRecord interpolate;

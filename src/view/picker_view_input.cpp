@@ -183,18 +183,18 @@ void picker_view::make_menu()
     addManyCursor = buildAddManyCursor();
 }
 
-void picker_view::select_alone(buttonRecord& r)
+void picker_view::select_alone(int index)
 {
     if (window)
         window->clearAllSelected();
     else
         clear_selected();
-    if (r.kind == 0) {
-        r.select(false);
+    if (buttons().at(index).kind == 0) {
+        page_->select(index, false);
         if (window)
             conform_to_selection(); // buttons sharing its names light with it
     } else {
-        r.select(true); // a script is no object name: lit in the picker only
+        page_->select(index, true); // a script is no object name: lit in the picker only
     }
     if (window)
         window->postSelection();
@@ -208,7 +208,8 @@ void picker_view::show_context_menu(QMouseEvent* e)
     // to it, even once the click has made the button the selection.
     menuSelection = picker_window::selection();
     menuSelectionKept = true;
-    buttonRecord* hit = find_button(e->pos());
+    const int index = find_button_index(e->pos());
+    const buttonRecord* hit = index < 0 ? nullptr : &buttons().at(index);
     commandAction->setText("Add Command Button...");
     if (!hit) {
         updateAction->setEnabled(false);
@@ -217,7 +218,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
         // The clicked button becomes the selection first, so that Delete,
         // Cut and Update act on it and not on what was selected before.
         if (hit->selected != 1)
-            select_alone(*hit);
+            select_alone(index);
         updateAction->setEnabled(hit->kind == 0 && !menuSelection.isEmpty());
         if (hit->kind == 1)
             commandAction->setText("Edit Command Button...");
@@ -226,7 +227,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
     bool anyFull = false;
-    for (const buttonRecord& r : buttons)
+    for (const buttonRecord& r : buttons())
         anyFull = anyFull || r.selected == 1;
     mirrorAction->setEnabled(anyFull);
     menu->exec(e->globalPos(), addOneAction);
@@ -246,46 +247,37 @@ void picker_view::show_context_menu(QMouseEvent* e)
 
 // ----- Hit tests
 
-buttonRecord* picker_view::find_button(const QPoint& widgetPos)
+const buttonRecord* picker_view::find_button(const QPoint& widgetPos) const
 {
-    int i = find_button_index(widgetPos);
-    return i < 0 ? nullptr : &buttons[i];
+    const int i = find_button_index(widgetPos);
+    return i < 0 ? nullptr : &buttons().at(i);
 }
 
 int picker_view::find_button_index(const QPoint& widgetPos) const
 {
-    for (int i = 0; i < buttons.size(); ++i) {
+    const QList<buttonRecord>& list = buttons();
+    for (int i = 0; i < list.size(); ++i) {
         // The pixels the button is drawn on, as a command button's press tracks them.
-        if (mapToScreen(buttons[i].bounds).contains(widgetPos))
+        if (mapToScreen(list[i].bounds).contains(widgetPos))
             return i;
     }
     return -1;
 }
 
-buttonRecord* picker_view::find_button_from_label(const QString& label)
-{
-    int i = find_button_index_from_label(label);
-    return i < 0 ? nullptr : &buttons[i];
-}
-
 int picker_view::find_button_index_from_label(const QString& label) const
 {
-    for (int i = 0; i < buttons.size(); ++i)
-        if (buttons[i].label == label)
+    const QList<buttonRecord>& list = buttons();
+    for (int i = 0; i < list.size(); ++i)
+        if (list[i].label == label)
             return i;
     return -1;
 }
 
-buttonRecord* picker_view::find_button_from_object(const QString& name)
-{
-    int i = find_button_index_from_object(name);
-    return i < 0 ? nullptr : &buttons[i];
-}
-
 int picker_view::find_button_index_from_object(const QString& name) const
 {
-    for (int i = 0; i < buttons.size(); ++i)
-        if (buttons[i].names.contains(name))
+    const QList<buttonRecord>& list = buttons();
+    for (int i = 0; i < list.size(); ++i)
+        if (list[i].names.contains(name))
             return i;
     return -1;
 }
@@ -294,13 +286,14 @@ bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
 {
     picker_window::selection_batch batch;
     bool changed = false;
-    const int count = buttons.size();
+    const QList<buttonRecord>& list = buttons();
+    const int count = list.size();
     for (int i = 0; i < count; ++i) {
-        buttonRecord& r = buttons[i];
+        const buttonRecord& r = list[i];
         // Each record is a heap block of its own, of which selecting reads
         // more than the bounds: fetching a few ahead hides the wait.
         if (i + 8 < count) {
-            const char* ahead = reinterpret_cast<const char*>(&buttons.at(i + 8));
+            const char* ahead = reinterpret_cast<const char*>(&list.at(i + 8));
             __builtin_prefetch(ahead);
             __builtin_prefetch(ahead + 64);
             __builtin_prefetch(ahead + 128);
@@ -309,14 +302,14 @@ bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
             continue;
         if (additive) {
             if (r.selected != 1) {
-                r.select(false);
+                page_->select(i, false);
                 changed = true;
             }
         } else if (r.selected == 1) {
-            r.unselect(false);
+            page_->unselect(i, false);
             changed = true;
         } else {
-            r.select(false);
+            page_->select(i, false);
             changed = true;
         }
     }
@@ -332,9 +325,9 @@ void picker_view::do_button_action(const buttonAttributes& a)
 
 void picker_view::press_button(int index)
 {
-    if (index < 0 || index >= buttons.size())
+    if (index < 0 || index >= page_->count())
         return;
-    buttonRecord& r = buttons[index];
+    const buttonRecord& r = buttons().at(index);
     if (r.kind == 1) {
         do_button_action(r);
     } else {
@@ -342,7 +335,7 @@ void picker_view::press_button(int index)
             window->clearAllSelected();
         else
             clear_selected();
-        r.select(false);
+        page_->select(index, false);
         conform_to_selection();
         if (window)
             window->postSelection();
@@ -364,7 +357,7 @@ void picker_view::run_command(const buttonAttributes& a)
 void picker_view::nudge_buttons(int dx, int dy)
 {
     if (any_selected())
-        undo.push(new nudge_buttons_cmd(this, QPoint(dx, dy)));
+        undo.push(new nudge_buttons_cmd(page_, QPoint(dx, dy)));
 }
 
 void picker_view::nudge_left()
@@ -391,41 +384,41 @@ void picker_view::adjust_size_up()
 {
     if (!any_selected())
         return;
-    undo.push(new adjust_width_cmd(this, 1));
-    undo.push(new adjust_height_cmd(this, 1));
+    undo.push(new adjust_width_cmd(page_, 1));
+    undo.push(new adjust_height_cmd(page_, 1));
 }
 
 void picker_view::adjust_size_down()
 {
     if (!any_selected())
         return;
-    undo.push(new adjust_width_cmd(this, -1));
-    undo.push(new adjust_height_cmd(this, -1));
+    undo.push(new adjust_width_cmd(page_, -1));
+    undo.push(new adjust_height_cmd(page_, -1));
 }
 
 void picker_view::align_horizontal()
 {
-    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::align_horizontal));
+    undo.push(new arrange_buttons_cmd(page_, arrange_buttons_cmd::align_horizontal));
 }
 
 void picker_view::align_vertical()
 {
-    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::align_vertical));
+    undo.push(new arrange_buttons_cmd(page_, arrange_buttons_cmd::align_vertical));
 }
 
 void picker_view::distribute_horizontal()
 {
-    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::distribute_horizontal));
+    undo.push(new arrange_buttons_cmd(page_, arrange_buttons_cmd::distribute_horizontal));
 }
 
 void picker_view::distribute_vertical()
 {
-    undo.push(new arrange_buttons_cmd(this, arrange_buttons_cmd::distribute_vertical));
+    undo.push(new arrange_buttons_cmd(page_, arrange_buttons_cmd::distribute_vertical));
 }
 
 void picker_view::add_one_button()
 {
-    undo.push(new add_button_cmd(this, pressPoint, "Add One Button"));
+    undo.push(new add_button_cmd(page_, new_button_at(pressPoint), "Add One Button"));
 }
 
 void picker_view::add_many_buttons()
@@ -442,7 +435,7 @@ void picker_view::add_many_buttons()
 
 void picker_view::update_button()
 {
-    if (!any_selected() || !hitButton)
+    if (!any_selected() || page_->row_of(hitButton) < 0)
         return;
     const QStringList names = menuSelectionKept ? menuSelection : picker_window::selection();
     // A button bound to nothing would be dropped on the next load.
@@ -455,22 +448,22 @@ void picker_view::update_button()
         if (window)
             window->postSelection();
     }
-    undo.push(new update_buttons_cmd(this, hitButton, names));
+    undo.push(new update_buttons_cmd(page_, hitButton, names));
 }
 
 void picker_view::delete_button()
 {
     if (any_selected())
-        undo.push(new delete_buttons_cmd(this));
+        undo.push(new delete_buttons_cmd(page_));
 }
 
 void picker_view::mirror_buttons()
 {
     const QList<buttonAttributes> copies =
-        mirror::mirrored_copies(this, mirror::default_twice_axis(this), mirror::patterns());
+        mirror::mirrored_copies(page_, mirror::default_twice_axis(page_), mirror::patterns());
     if (copies.isEmpty())
         return;
-    undo.push(new mirror_buttons_cmd(this, copies));
+    undo.push(new mirror_buttons_cmd(page_, copies));
     // The copies are kept either way: the TD may be about to build that side.
     const QStringList report = mirror::missing_report(copies);
     if (!report.isEmpty())
@@ -490,22 +483,22 @@ void picker_view::add_command_button()
     // buttons or delete this view, so nothing found before it is trusted after.
     QPointer<picker_view> self(this);
     const int index = find_button_index(pressPoint);
-    if (index >= 0 && buttons[index].kind == 1) {
+    if (index >= 0 && buttons().at(index).kind == 1) {
         // Editing a command button in place is not an undo step.
-        const buttonAttributes before = buttons[index];
+        const button_id id = buttons().at(index).id;
+        const buttonAttributes before = buttons().at(index);
         buttonAttributes copy = before;
         if (!picker_editCmdDialog::do_dialog(this, &copy) || !self)
             return;
-        if (index < buttons.size() && static_cast<const buttonAttributes&>(buttons[index]) == before) {
-            buttonRecord& b = buttons[index];
-            static_cast<buttonAttributes&>(b) = copy;
-            make_button_label(b, &b);
-            signal_changed();
-            update();
-        }
+        const int row = page_->row_of(id);
+        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before)
+            page_->set_attributes(row, copy);
         return;
     }
-    auto* command = new add_button_cmd(this, pressPoint, "Add Command Button", 0, QString(), QString());
+    button_look look = window ? window->toolbox() : button_look();
+    look.label.clear();
+    auto* command = new add_button_cmd(page_, new_button(mapToPicker(pressPoint), look, 1, 0, {QString()}),
+                                       "Add Command Button");
     if (picker_editCmdDialog::do_dialog(this, &command->attributes()) && self)
         undo.push(command);
     else
@@ -517,7 +510,7 @@ void picker_view::add_command_button()
 void picker_view::mousePressEvent(QMouseEvent* e)
 {
     pressPoint = e->pos();
-    hitButton = nullptr;
+    hitButton = 0;
     menuSelectionKept = false;
     adjustCursor(false);
     const int modifiers = int(e->modifiers());
@@ -552,14 +545,15 @@ void picker_view::mousePressEvent(QMouseEvent* e)
                 return;
             }
             int index = find_button_index(e->pos());
-            hitButton = index < 0 ? nullptr : &buttons[index];
-            if (index < 0 || ctrlOnly || buttons[index].kind == 0)
+            hitButton = index < 0 ? 0 : buttons().at(index).id;
+            if (index < 0 || ctrlOnly || buttons().at(index).kind == 0)
                 mouseCmd = new select_button_cmd(this, e->pos(), modifiers);
             else
                 mouseCmd = new track_button_cmd(this, e->pos(), index);
             e->accept();
         } else if (held == Qt::RightButton) {
-            hitButton = find_button(e->pos());
+            const buttonRecord* hit = find_button(e->pos());
+            hitButton = hit ? hit->id : 0;
             show_context_menu(e);
         } else if (held == Qt::MiddleButton) {
             mouseCmd = new shift_picker_cmd(this, e->pos());

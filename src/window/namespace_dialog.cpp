@@ -1,7 +1,7 @@
 #include "window/namespace_dialog.h"
 
 #include "edit/rebind_command.h"
-#include "view/namespace_binding.h"
+#include "model/namespaces.h"
 #include "view/picker_view.h"
 
 #include <QComboBox>

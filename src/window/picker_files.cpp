@@ -74,12 +74,11 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
     picker_view* view = new picker_view(window);
     if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
         window->place_background(view, header.backgroundKey, header.background);
-    for (const buttonAttributes& a : qAsConst(contents.buttons))
-        view->push_button(a, -1);
-    view->update();
+    view->page()->set_name(header.name);
+    view->page()->insert_all(QVector<buttonAttributes>(contents.buttons));
     // A tab that lost anything on the way in is not tied to its file, so
     // a save can never overwrite the file with less than it held.
-    const bool key_refused = !header.background.isNull() && view->backgroundKey.isEmpty();
+    const bool key_refused = !header.background.isNull() && view->backgroundKey().isEmpty();
     const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
     if (whole)
         view->setPath(path);
@@ -99,12 +98,9 @@ bool write_picker(const picker_window* window, picker_view* view, const QString&
 {
     pkr_header header;
     header.name = window->tabs()->tabText(window->tabs()->indexOf(view));
-    header.backgroundKey = view->backgroundKey;
-    header.background = view->background;
-    QList<buttonAttributes> buttons;
-    buttons.reserve(view->buttons.size());
-    for (const buttonRecord& r : qAsConst(view->buttons))
-        buttons.append(r);
+    header.backgroundKey = view->backgroundKey();
+    header.background = view->background();
+    const QList<buttonAttributes> buttons = view->page()->attributes();
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
     return write_file_safely(path, write_pkr(header, buttons), why, not_created);

@@ -199,11 +199,37 @@ picker_view* picker_window::frontPicker() const
 void picker_window::connect_picker(picker_view* view)
 {
     connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
+    if (noticesHeld) {
+        view->page()->hold_notices();
+        heldPages.append(view->page());
+    }
+}
+
+void picker_window::hold_notices(bool on)
+{
+    if (on == noticesHeld)
+        return;
+    noticesHeld = on;
+    if (on) {
+        for (int i = 0; i < tabWidget->count(); ++i) {
+            if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i))) {
+                view->page()->hold_notices();
+                heldPages.append(view->page());
+            }
+        }
+        return;
+    }
+    const QList<QPointer<picker_page>> held = std::move(heldPages);
+    heldPages.clear();
+    for (const QPointer<picker_page>& page : held)
+        if (page)
+            page->release_notices();
 }
 
 void picker_window::new_tab()
 {
     picker_view* view = new picker_view(this);
+    view->page()->set_name("Untitled");
     int index = tabWidget->addTab(view, "Untitled");
     tabWidget->setCurrentIndex(index);
     connect_picker(view);
@@ -227,7 +253,7 @@ void picker_window::close_one(int index)
 {
     // A tab with nothing on it has nothing to lose: no question.
     auto* view = qobject_cast<picker_view*>(tabWidget->widget(index));
-    if (view && view->buttons.isEmpty() && view->background.isNull()) {
+    if (view && view->buttons().isEmpty() && view->background().isNull()) {
         close_tab(index);
         return;
     }
@@ -305,7 +331,7 @@ void picker_window::cut_buttons()
     picker_view* view = frontPicker();
     if (!view || !view->any_selected())
         return;
-    auto* command = new cut_buttons_cmd(view);
+    auto* command = new cut_buttons_cmd(view->page());
     copyButtonsToClipboard(command->buttons());
     view->undoer()->push(command);
 }
@@ -579,7 +605,7 @@ void picker_window::set_button_color(QRgb which)
         colorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
     if (view && view->any_selected())
-        view->undoer()->push(new change_color_cmd(view, which));
+        view->undoer()->push(new change_color_cmd(view->page(), which));
 }
 
 void picker_window::set_label_color(QRgb which)
@@ -588,7 +614,7 @@ void picker_window::set_label_color(QRgb which)
         labelColorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
     if (view && view->any_selected())
-        view->undoer()->push(new change_labelc_cmd(view, which));
+        view->undoer()->push(new change_labelc_cmd(view->page(), which));
 }
 
 void picker_window::set_button_width(QAction* action)
@@ -600,7 +626,7 @@ void picker_window::set_button_width(QAction* action)
     toolboxState.width = ok ? value : 10;
     picker_view* view = frontPicker();
     if (view && view->any_selected() && !buildingToolbox)
-        view->undoer()->push(new change_width_cmd(view, currentWidth()));
+        view->undoer()->push(new change_width_cmd(view->page(), currentWidth()));
 }
 
 void picker_window::set_button_height(QAction* action)
@@ -612,7 +638,7 @@ void picker_window::set_button_height(QAction* action)
     toolboxState.height = ok ? value : 10;
     picker_view* view = frontPicker();
     if (view && view->any_selected() && !buildingToolbox)
-        view->undoer()->push(new change_height_cmd(view, currentHeight()));
+        view->undoer()->push(new change_height_cmd(view->page(), currentHeight()));
 }
 
 void picker_window::set_button_label()
@@ -621,20 +647,20 @@ void picker_window::set_button_label()
     if (!view || !view->any_selected() || !labelEdit || !labelEdit->isModified())
         return;
     labelEdit->setModified(false);
-    view->undoer()->push(new change_label_cmd(view, labelEdit->text()));
+    view->undoer()->push(new change_label_cmd(view->page(), labelEdit->text()));
     labelEdit->clearFocus();
 }
 
 void picker_window::updateControls()
 {
     picker_view* view = frontPicker();
-    if (!toolboxShown() || !view || view->buttons.isEmpty())
+    if (!toolboxShown() || !view || view->buttons().isEmpty())
         return;
     // The first selected button in list order gives the values, so the
     // toolbox shows the same thing for the same selection in every session.
     const buttonRecord* first = nullptr;
     QSet<QString> labels;
-    for (const buttonRecord& r : view->buttons) {
+    for (const buttonRecord& r : view->buttons()) {
         if (r.selected != 1)
             continue;
         if (!first)

@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QWidget>
 
+#include "model/picker_page.h"
 #include "model/scene_text.h"
 
 class QAction;
@@ -56,19 +57,17 @@ public:
     static bool id_selected(int id);
 
     // Values that new buttons and the toolbox use.
-    struct toolbox_values {
-        QRgb color = 0xB22222;
-        QRgb labelColor = 0x000000;
-        QString label;
-        int size = 10;
-        int width = 10;
-        int height = 10;
-    };
+    using toolbox_values = button_look;
 
     picker_view* frontPicker() const;
     QTabWidget* tabs() const { return tabWidget; }
     void reset();
     void connect_picker(picker_view* view);
+    // While held (a script's batch mode), each tab's edits are announced
+    // once, when the hold ends: the scene is written and the toolbox
+    // brought up to date then. Tabs made meanwhile are held too.
+    void hold_notices(bool on);
+    bool notices_held() const { return noticesHeld; }
     void request_rebind(bool rebind);
     void setWidgetShortcut(QAction* action, const QKeySequence& key) const;
 
@@ -76,7 +75,6 @@ public:
     QRgb currentTextColor() const { return toolboxState.labelColor; }
     int currentWidth() const { return toolboxState.width; }
     int currentHeight() const { return toolboxState.height; }
-    int currentSize() const { return toolboxState.size; }
     QString currentLabel() const { return toolboxState.label; }
     const toolbox_values& toolbox() const { return toolboxState; }
     bool toolboxShown() const;
@@ -87,9 +85,6 @@ public:
     void clearAllSelected();
     // Replaces the name list (what the picker sends the host) as it stands.
     static void set_selection_names(const QStringList& names);
-    // Adds or drops one name: true when the list changed.
-    static bool selectButton(const QString& name);
-    static bool unselectButton(const QString& name);
     // The list itself, which buttons add their names to as they are selected.
     static name_list& selection_list();
     // While one lives, names dropped from the list leave it in one pass at
@@ -123,7 +118,6 @@ public:
     bool sceneChangePending() const { return sceneDirty; }
     // The scene's picker data is of a newer version than this picker reads:
     // nothing is written to the scene until another scene is loaded.
-    bool sceneIsNewer() const { return sceneNewer; }
     void keepNewerScene() { sceneNewer = true; }
     void setImageData(picker_view* view);
     void removeImageData(const QString& key);
@@ -282,7 +276,9 @@ private:
     // Pieces of the last scene text: each picture's stream bytes compressed
     // once (by pixmap cache key), each view's buttons in chunks.
     mutable QHash<qint64, deflate_piece> imagePieces;
-    mutable QHash<const picker_view*, QVector<deflate_piece>> buttonPieces;
+    mutable QHash<const picker_page*, QVector<deflate_piece>> buttonPieces;
+    bool noticesHeld = false;
+    QList<QPointer<picker_page>> heldPages;
     const deflate_piece& image_piece(const QPixmap& pixmap) const;
     QString streamDamage;
     bool sceneDirty = false;

@@ -86,7 +86,7 @@ QByteArray picker_window::encodedSceneData() const
         head.clear();
     };
     QSet<qint64> pictures;
-    QSet<const picker_view*> views;
+    QSet<const picker_page*> pages;
     {
         QDataStream out(&head, QIODevice::WriteOnly);
         out << qint32(picker_format::current_version) << qint32(tabWidget->count())
@@ -94,17 +94,17 @@ QByteArray picker_window::encodedSceneData() const
     }
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        const QString key = view ? view->backgroundKey : QString();
+        const QString key = view ? view->backgroundKey() : QString();
         {
             QDataStream out(&head, QIODevice::Append);
             out << qint32(i) << tabWidget->tabText(i) << key;
         }
         if (!key.isEmpty()) {
             close_head();
-            pieces.append(image_piece(view->background));
-            pictures.insert(view->background.cacheKey());
+            pieces.append(image_piece(view->background()));
+            pictures.insert(view->background().cacheKey());
         }
-        const int count = view ? view->buttons.size() : 0;
+        const int count = view ? view->buttons().size() : 0;
         {
             QDataStream out(&head, QIODevice::Append);
             out << qint32(count);
@@ -112,26 +112,26 @@ QByteArray picker_window::encodedSceneData() const
         if (count < 1)
             continue;
         close_head();
-        views.insert(view);
-        QVector<deflate_piece>& chunks = buttonPieces[view];
+        pages.insert(view->page());
+        QVector<deflate_piece>& chunks = buttonPieces[view->page()];
         chunks.resize((count + chunk_records - 1) / chunk_records);
         for (int c = 0; c < chunks.size(); ++c) {
             QByteArray raw;
             {
                 QDataStream out(&raw, QIODevice::WriteOnly);
                 for (int j = c * chunk_records; j < count && j < (c + 1) * chunk_records; ++j)
-                    write_button_record(out, j, view->buttons[j]);
+                    write_button_record(out, j, view->buttons()[j]);
             }
             refresh_piece(chunks[c], raw, record_level);
             pieces.append(chunks[c]);
         }
     }
     close_head();
-    // Pictures and views that are gone take their pieces with them.
+    // Pictures and pages that are gone take their pieces with them.
     for (auto it = imagePieces.begin(); it != imagePieces.end();)
         it = pictures.contains(it.key()) ? std::next(it) : imagePieces.erase(it);
     for (auto it = buttonPieces.begin(); it != buttonPieces.end();)
-        it = views.contains(it.key()) ? std::next(it) : buttonPieces.erase(it);
+        it = pages.contains(it.key()) ? std::next(it) : buttonPieces.erase(it);
     return join_pieces(pieces);
 }
 
@@ -148,11 +148,11 @@ bool picker_window::flushSceneData(bool force)
     QSet<QString> used;
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (!view || view->backgroundKey.isEmpty() || view->background.isNull() ||
-            used.contains(view->backgroundKey))
+        if (!view || view->backgroundKey().isEmpty() || view->background().isNull() ||
+            used.contains(view->backgroundKey()))
             continue;
-        used.insert(view->backgroundKey);
-        if (!sceneImages.contains(view->backgroundKey)) {
+        used.insert(view->backgroundKey());
+        if (!sceneImages.contains(view->backgroundKey())) {
             setImageData(view);
             wrote = true;
         }
@@ -183,8 +183,8 @@ void picker_window::adoptScene(const QByteArray& text)
     flushQueued = false;
     for (int i = 0; i < tabWidget->count(); ++i)
         if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
-            if (!view->backgroundKey.isEmpty())
-                sceneImages.insert(view->backgroundKey);
+            if (!view->backgroundKey().isEmpty())
+                sceneImages.insert(view->backgroundKey());
     sceneDirty = false;
 }
 
@@ -192,17 +192,17 @@ void picker_window::adoptScene(const QByteArray& text)
 // it is digits only and safe inside the command text.
 void picker_window::setImageData(picker_view* view)
 {
-    if (!view || !is_background_key(view->backgroundKey))
+    if (!view || !is_background_key(view->backgroundKey()))
         return;
     // The entry holds the picture's stream bytes, the same ones the data holds.
-    const QByteArray text = image_piece(view->background).raw.toBase64();
+    const QByteArray text = image_piece(view->background()).raw.toBase64();
     QString command;
     command.reserve(text.size() + 64);
-    command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey) + QLatin1String("\" \"");
+    command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey()) + QLatin1String("\" \"");
     command += QLatin1String(text.constData(), text.size());
     command += QLatin1String("\"; file -modified 1;");
     picker_host::instance().run_mel_now(command);
-    sceneImages.insert(view->backgroundKey);
+    sceneImages.insert(view->backgroundKey());
 }
 
 void picker_window::removeImageData(const QString& key)
@@ -216,10 +216,10 @@ void picker_window::removeImageData(const QString& key)
 
 void picker_window::fetchImageData(picker_view* view)
 {
-    if (!view || !is_background_key(view->backgroundKey))
+    if (!view || !is_background_key(view->backgroundKey()))
         return;
     picker_host::instance().run_mel_on_idle(QString("%1 fetch_image `fileInfo -q \"%2\"`;")
-                                                .arg(texts::command_name, image_entry(view->backgroundKey)));
+                                                .arg(texts::command_name, image_entry(view->backgroundKey())));
 }
 
 void picker_window::setBackgroundImage(const QString& key, const QPixmap& pixmap)
@@ -228,7 +228,7 @@ void picker_window::setBackgroundImage(const QString& key, const QPixmap& pixmap
         return;
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (view && view->backgroundKey == key)
+        if (view && view->backgroundKey() == key)
             view->setBackground(key, pixmap);
     }
 }
@@ -247,9 +247,9 @@ void picker_window::place_background(picker_view* view, const QString& key, cons
         bool shared_same = false;
         for (int i = 0; i < tabWidget->count(); ++i) {
             picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
-            if (!other || other == view || other->backgroundKey != k)
+            if (!other || other == view || other->backgroundKey() != k)
                 continue;
-            if (!same_picture(other->background, pixmap))
+            if (!same_picture(other->background(), pixmap))
                 return true;
             shared_same = true;
         }
@@ -258,7 +258,7 @@ void picker_window::place_background(picker_view* view, const QString& key, cons
     auto in_use = [&](const QString& k) {
         for (int i = 0; i < tabWidget->count(); ++i) {
             picker_view* other = qobject_cast<picker_view*>(tabWidget->widget(i));
-            if (other && other != view && other->backgroundKey == k)
+            if (other && other != view && other->backgroundKey() == k)
                 return true;
         }
         return sceneImages.contains(k);
@@ -278,6 +278,8 @@ void picker_window::set_tab_text(int index, const QString& text)
     if (index < 0 || index >= tabWidget->count() || text.isEmpty() || tabWidget->tabText(index) == text)
         return;
     tabWidget->setTabText(index, text);
+    if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index)))
+        view->page()->set_name(text);
     updateSceneData();
 }
 
@@ -289,12 +291,12 @@ void picker_window::streamTo(QDataStream& out) const
     for (int i = 0; i < tabWidget->count(); ++i) {
         out << qint32(i) << tabWidget->tabText(i);
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        QString key = view ? view->backgroundKey : QString();
+        QString key = view ? view->backgroundKey() : QString();
         out << key;
         if (!key.isEmpty())
-            out << view->background;
+            out << view->background();
         if (view)
-            view->streamTo(out);
+            write_button_list(out, view->page()->attributes());
         else
             out << qint32(0);
     }
@@ -303,8 +305,8 @@ void picker_window::streamTo(QDataStream& out) const
 void picker_window::frame_all(picker_view* view)
 {
     QRect bounds = view->button_bounds(false);
-    if (!view->background.isNull())
-        bounds = view->buttons.isEmpty() ? view->background.rect() : (bounds | view->background.rect());
+    if (!view->background().isNull())
+        bounds = view->buttons().isEmpty() ? view->background().rect() : (bounds | view->background().rect());
     view->frameBounds(bounds, false, false);
 }
 
@@ -347,10 +349,9 @@ void picker_window::streamFrom(QDataStream& in)
     for (window_tab& tab : contents.tabs) {
         picker_view* view = new picker_view(this);
         place_background(view, tab.key, tab.background);
-        view->buttons.reserve(tab.buttons.size());
-        for (buttonAttributes& a : tab.buttons)
-            view->push_button(std::move(a), -1);
-        view->update();
+        picker_page* page = view->page();
+        page->set_name(tab.text);
+        page->insert_all(std::move(tab.buttons));
         tabWidget->addTab(view, tab.text);
         connect_picker(view);
         frame_when_shown(view);

@@ -13,8 +13,7 @@ namespace {
 
 name_list& the_list()
 {
-    static name_list list;
-    return list;
+    return name_list::picker();
 }
 
 } // namespace
@@ -78,25 +77,12 @@ void picker_window::clearAllSelected()
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
         if (!view)
             continue;
-        bool changed = false;
-        for (buttonRecord& r : view->buttons) {
-            changed = changed || r.selected != 0;
-            r.unselect(true);
-        }
-        if (changed)
+        const bool lit = view->any_selected();
+        view->page()->clear_selected(true);
+        if (lit)
             view->refresh();
     }
     set_selection_names(QStringList());
-}
-
-bool picker_window::selectButton(const QString& name)
-{
-    return the_list().add(name_ids::intern(name));
-}
-
-bool picker_window::unselectButton(const QString& name)
-{
-    return the_list().remove(name_ids::intern(name));
 }
 
 bool picker_window::is_object_name(const QString& name)

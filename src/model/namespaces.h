@@ -12,13 +12,13 @@
 #include <QString>
 #include <QStringList>
 
+// A namespace without its leading and trailing colon; the root is empty.
+QString bare_namespace(const QString& ns);
 // Adds the namespaces of the name (without their colon), each with its
 // parents, to out, once each.
 void extract_namespace(QStringList& out, const QString& name);
 // The sort order of namespace lists: case-insensitive.
 bool compare_name(const QString& a, const QString& b);
-// Characters of a name in a script: letters, digits, ':', '.' and '_'.
-bool is_var_char(QChar c);
 // Index of the first entry that ends with ":<ns>"; -1 when none does.
 int findNestedNamespace(const QString& ns, const QStringList& list);
 

@@ -1,0 +1,17 @@
+// How object names are read inside names and scripts, one rule for every
+// rewrite (namespaces, mirroring): a name is a DAG path of '|'-separated
+// segments, each with its namespaces before the last ':', and its node part
+// ends at the first attribute or component.
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+// Letters, digits and '_': what a node or namespace name is made of.
+bool is_name_char(QChar c);
+// Where the node part ends: at the first '.' or '['.
+int node_end(const QString& name);
+// Rewrites every name-like word of a script (a run of name characters,
+// ':', '|' and '.'), keeping everything between the words as it is.
+QString map_script_words(const QString& script, const std::function<QString(const QString&)>& map);

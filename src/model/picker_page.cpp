@@ -1,0 +1,399 @@
+#include "model/picker_page.h"
+
+#include "model/label_picture.h"
+#include "model/name_ids.h"
+#include "model/namespaces.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+button_id next_id()
+{
+    static button_id last = 0;
+    return ++last;
+}
+
+// Sets every button's name flags and state from whether each name is
+// selected; true when any button's shown state changed. This runs over
+// every button of every tab whenever the host's selection changes.
+template <typename Selected>
+bool conform_buttons(QList<buttonRecord>& buttons, const Selected& selected)
+{
+    bool changed = false;
+    for (buttonRecord& r : buttons) {
+        const int n = r.names.size();
+        if (r.nameFlags.size() != n)
+            r.nameFlags.resize(n);
+        quint8* flags = r.nameFlags.data();
+        int count = 0;
+        for (int i = 0; i < n; ++i) {
+            const quint8 on = selected(r, i) ? 1 : 0;
+            flags[i] = on;
+            count += on;
+        }
+        const qint16 state = count == n ? 1 : (count < 1 ? 0 : 2);
+        if (state != r.selected) {
+            changed = true;
+            r.selected = state;
+        }
+    }
+    return changed;
+}
+
+} // namespace
+
+picker_page::picker_page(QObject* parent) : QObject(parent) {}
+
+// ----- Reading
+
+int picker_page::row_of(button_id id) const
+{
+    if (!indexValid_) {
+        index_.clear();
+        index_.reserve(buttons_.size());
+        for (int k = 0; k < buttons_.size(); ++k)
+            index_.insert(buttons_.at(k).id, k);
+        indexValid_ = true;
+    }
+    return index_.value(id, -1);
+}
+
+QVector<int> picker_page::selected_rows() const
+{
+    QVector<int> rows;
+    for (int k = 0; k < buttons_.size(); ++k)
+        if (buttons_.at(k).selected & 1)
+            rows.append(k);
+    return rows;
+}
+
+QVector<button_id> picker_page::ids_of(const QVector<int>& rows) const
+{
+    QVector<button_id> ids;
+    ids.reserve(rows.size());
+    for (int k : rows)
+        ids.append(buttons_.at(k).id);
+    return ids;
+}
+
+// ----- Buttons in and out
+
+int picker_page::insert(buttonAttributes&& a, int row, button_id id)
+{
+    row = place(std::move(a), row, id);
+    notify_layout();
+    return row;
+}
+
+int picker_page::place(buttonAttributes&& a, int row, button_id id)
+{
+    if (row < 0 || row > buttons_.size())
+        row = buttons_.size();
+    // Built where it lives: a record copied into the list would cost a second
+    // round of reference counting for each of the thousands a file holds.
+    buttons_.insert(row, buttonRecord());
+    buttonRecord& r = buttons_[row];
+    static_cast<buttonAttributes&>(r) = std::move(a);
+    r.id = id ? id : next_id();
+    r.nameFlags.fill(0, r.names.size());
+    r.width = std::max(r.width, 1);
+    r.height = std::max(r.height, 1);
+    r.size = r.width;
+    lay_out(r);
+    // Appending keeps the index; anything else renumbers the rows after it.
+    if (indexValid_ && row == buttons_.size() - 1)
+        index_.insert(r.id, row);
+    else
+        index_dirty();
+    return row;
+}
+
+int picker_page::insert(const buttonAttributes& a, int row, button_id id)
+{
+    return insert(buttonAttributes(a), row, id);
+}
+
+void picker_page::insert_all(QVector<buttonAttributes>&& list)
+{
+    if (list.isEmpty())
+        return;
+    buttons_.reserve(buttons_.size() + list.size());
+    for (buttonAttributes& a : list)
+        place(std::move(a), -1, 0);
+    notify_layout();
+}
+
+QList<buttonAttributes> picker_page::attributes() const
+{
+    QList<buttonAttributes> list;
+    list.reserve(buttons_.size());
+    for (const buttonRecord& r : buttons_)
+        list.append(r);
+    return list;
+}
+
+void picker_page::remove(int row)
+{
+    if (row < 0 || row >= buttons_.size())
+        return;
+    if (indexValid_ && row == buttons_.size() - 1)
+        index_.remove(buttons_.at(row).id);
+    else
+        index_dirty();
+    buttons_.removeAt(row);
+    notify_layout();
+}
+
+void picker_page::clear()
+{
+    if (buttons_.isEmpty())
+        return;
+    buttons_.clear();
+    index_.clear();
+    indexValid_ = true;
+    notify_layout();
+}
+
+// ----- Fields
+
+void picker_page::lay_out(buttonRecord& r)
+{
+    if (r.label.isEmpty()) {
+        // No text: a plain box of the set size.
+        r.labelPixmap = label_picture();
+        QRect box(0, 0, r.width, r.height);
+        box.moveCenter(r.pos);
+        r.bounds = box;
+        return;
+    }
+    // The picture is only measured here; it is drawn when first painted.
+    QSize size;
+    r.labelPixmap = label_picture_for(r.label, r.labelColor, &size);
+    QRect box(0, 0, std::max(size.width() + 2, r.width), std::max(size.height(), r.height));
+    box.moveCenter(r.pos);
+    r.bounds = box;
+}
+
+void picker_page::move(int row, const QPoint& centre)
+{
+    buttonRecord& r = buttons_[row];
+    if (r.pos == centre)
+        return;
+    r.moveTo(centre);
+    notify(page_field::position, row);
+}
+
+void picker_page::resize(int row, int width, int height)
+{
+    buttonRecord& r = buttons_[row];
+    r.width = std::max(width, 1);
+    r.height = std::max(height, 1);
+    r.size = r.width;
+    lay_out(r);
+    notify(page_field::size, row);
+}
+
+void picker_page::set_width(int row, int width)
+{
+    buttonRecord& r = buttons_[row];
+    r.size = width;
+    r.width = width;
+    lay_out(r);
+    notify(page_field::size, row);
+}
+
+void picker_page::set_height(int row, int height)
+{
+    buttonRecord& r = buttons_[row];
+    r.height = height;
+    lay_out(r);
+    notify(page_field::size, row);
+}
+
+void picker_page::set_color(int row, quint32 color)
+{
+    buttons_[row].color = color;
+    notify(page_field::look, row);
+}
+
+void picker_page::set_label_color(int row, quint32 color)
+{
+    buttonRecord& r = buttons_[row];
+    r.labelColor = color;
+    lay_out(r);
+    notify(page_field::look, row);
+}
+
+void picker_page::set_label(int row, const QString& label)
+{
+    buttonRecord& r = buttons_[row];
+    r.label = label;
+    lay_out(r);
+    notify(page_field::look, row);
+}
+
+void picker_page::set_names(int row, const QStringList& names)
+{
+    buttonRecord& r = buttons_[row];
+    r.names = names;
+    r.nameFlags.resize(names.size());
+    notify(page_field::binding, row);
+}
+
+void picker_page::set_attributes(int row, const buttonAttributes& a)
+{
+    buttonRecord& r = buttons_[row];
+    static_cast<buttonAttributes&>(r) = a;
+    r.nameFlags.resize(r.names.size());
+    r.width = std::max(r.width, 1);
+    r.height = std::max(r.height, 1);
+    r.size = r.width;
+    lay_out(r);
+    notify(page_field::position | page_field::size | page_field::look | page_field::binding, row);
+}
+
+// ----- Lit state
+
+void picker_page::select(int row, bool quiet)
+{
+    buttons_[row].select(quiet);
+}
+
+void picker_page::unselect(int row, bool quiet)
+{
+    buttons_[row].unselect(quiet);
+}
+
+bool picker_page::conform_to_selection()
+{
+    const name_list& list = name_list::picker();
+    return conform_buttons(buttons_, [&](const buttonRecord& r, int i) { return list.contains(r.name_ids().at(i)); });
+}
+
+bool picker_page::conform_to_selected()
+{
+    // The names flagged on any button, by id.
+    std::vector<quint8> flagged(size_t(name_ids::count()), 0);
+    for (const buttonRecord& r : buttons_) {
+        const int n = qMin(r.names.size(), r.nameFlags.size());
+        if (n == 0)
+            continue;
+        const name_id_list& ids = r.name_ids();
+        for (int i = 0; i < n; ++i) {
+            if (!r.nameFlags.at(i))
+                continue;
+            const size_t id = size_t(ids.at(i));
+            if (id >= flagged.size())
+                flagged.resize(size_t(name_ids::count()), 0);
+            flagged[id] = 1;
+        }
+    }
+    return conform_buttons(buttons_, [&](const buttonRecord& r, int i) {
+        const size_t id = size_t(r.name_ids().at(i));
+        return id < flagged.size() && flagged[id];
+    });
+}
+
+void picker_page::clear_selected(bool quiet)
+{
+    // Dropping thousands of names from the list stays linear in a batch.
+    name_list* list = buttonRecord::selection_list();
+    if (list)
+        list->begin_batch();
+    for (buttonRecord& r : buttons_)
+        r.unselect(quiet);
+    if (list)
+        list->end_batch();
+}
+
+bool picker_page::any_selected() const
+{
+    for (const buttonRecord& r : buttons_)
+        if (r.selected)
+            return true;
+    return false;
+}
+
+// ----- The page itself
+
+void picker_page::set_background(const QString& key, const QPixmap& picture)
+{
+    backgroundKey_ = key;
+    background_ = picture;
+    notify(page_field::background, -1);
+}
+
+void picker_page::set_name(const QString& name)
+{
+    if (name == name_)
+        return;
+    name_ = name;
+    notify(page_field::name, -1);
+}
+
+void picker_page::set_path(const QString& path)
+{
+    if (path == path_)
+        return;
+    path_ = path;
+    notify(page_field::path, -1);
+}
+
+QStringList picker_page::namespaces() const
+{
+    QStringList out;
+    for (const buttonRecord& r : buttons_)
+        if (r.kind == 0)
+            for (const QString& name : r.names)
+                extract_namespace(out, name);
+    std::sort(out.begin(), out.end(), compare_name);
+    return out;
+}
+
+// ----- Notices
+
+picker_page::hold::hold(picker_page* page) : page_(page)
+{
+    page_->hold_notices();
+}
+
+picker_page::hold::~hold()
+{
+    page_->release_notices();
+}
+
+void picker_page::hold_notices()
+{
+    ++holds_;
+}
+
+void picker_page::release_notices()
+{
+    if (holds_ > 0 && --holds_ == 0 && pending_.fields) {
+        page_notice notice;
+        std::swap(notice, pending_);
+        emit changed(notice);
+    }
+}
+
+void picker_page::notify(unsigned fields, int row)
+{
+    emit touched();
+    pending_.fields |= fields;
+    // A layout notice already concerns every button.
+    if (row >= 0 && !(pending_.fields & page_field::layout))
+        pending_.buttons.append(buttons_.at(row).id);
+    if (holds_ == 0) {
+        page_notice notice;
+        std::swap(notice, pending_);
+        emit changed(notice);
+    }
+}
+
+void picker_page::notify_layout()
+{
+    pending_.buttons.clear();
+    notify(page_field::layout, -1);
+}

@@ -1,0 +1,149 @@
+// One picker tab's data: its buttons, background, name and file path. Every
+// change goes through the page, which announces what changed, so a canvas,
+// the scene writer and the undo history all see the same edits whether a
+// gesture, a script, an undo or a restore made them, with or without widgets.
+#pragma once
+
+#include "model/button_model.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPixmap>
+#include <QVector>
+
+// What an edit changed. Fields other than `state` and `path` are what
+// files and the scene hold.
+namespace page_field {
+enum : unsigned {
+    position = 1u << 0,   // centres
+    size = 1u << 1,       // widths, heights, and so bounds
+    look = 1u << 2,       // colours and labels
+    binding = 1u << 3,    // names, scripts, kind and language
+    layout = 1u << 4,     // buttons added, removed or reordered
+    background = 1u << 5,
+    name = 1u << 6,
+    path = 1u << 7,
+    state = 1u << 8,      // which buttons are lit (not stored)
+    stored = position | size | look | binding | layout | background | name
+};
+}
+
+// A notice: the fields that changed and, for changes of existing buttons,
+// which buttons (by id). A layout change concerns the whole list.
+struct page_notice {
+    unsigned fields = 0;
+    QVector<button_id> buttons;
+};
+
+class picker_page : public QObject {
+    Q_OBJECT
+
+public:
+    explicit picker_page(QObject* parent = nullptr);
+
+    // ----- Reading
+    const QList<buttonRecord>& buttons() const { return buttons_; }
+    int count() const { return buttons_.size(); }
+    bool isEmpty() const { return buttons_.isEmpty(); }
+    const buttonRecord& at(int row) const { return buttons_.at(row); }
+    // Where the button with this id is now; -1 once it is gone.
+    int row_of(button_id id) const;
+    // The rows of the buttons whose low selection bit is set, in list order.
+    QVector<int> selected_rows() const;
+    QVector<button_id> ids_of(const QVector<int>& rows) const;
+
+    // ----- Buttons in and out. An id of 0 makes a new one; undo passes the
+    // id a button had, so later steps of the history find it again.
+    int insert(const buttonAttributes& a, int row = -1, button_id id = 0);
+    int insert(buttonAttributes&& a, int row = -1, button_id id = 0);
+    // Appends a reader's records, taking them over: one notice for all.
+    void insert_all(QVector<buttonAttributes>&& list);
+    void remove(int row);
+    void clear();
+    // The attributes of every button, in list order, as streams write them.
+    QList<buttonAttributes> attributes() const;
+
+    // ----- Fields of one button
+    void move(int row, const QPoint& centre);
+    // Both sides at least 1; the legacy size follows the width.
+    void resize(int row, int width, int height);
+    // As given (an edit may set 0).
+    void set_width(int row, int width);
+    void set_height(int row, int height);
+    void set_color(int row, quint32 color);
+    void set_label_color(int row, quint32 color);
+    void set_label(int row, const QString& label);
+    void set_names(int row, const QStringList& names);
+    // Everything at once, the sides kept at least 1.
+    void set_attributes(int row, const buttonAttributes& a);
+
+    // ----- Lit state: not stored, not announced (the canvas compares what
+    // it painted). Unless quiet, names are added to or dropped from the
+    // selection list that buttonRecord reports to.
+    void select(int row, bool quiet);
+    void unselect(int row, bool quiet);
+    // The state alone, names untouched: a command button shown pressed.
+    void set_state(int row, qint16 state) { buttons_[row].selected = state; }
+    // True when any button's state changed.
+    bool conform_to_selection();
+    bool conform_to_selected();
+    void clear_selected(bool quiet);
+    bool any_selected() const;
+
+    // ----- The page itself
+    const QString& background_key() const { return backgroundKey_; }
+    const QPixmap& background() const { return background_; }
+    void set_background(const QString& key, const QPixmap& picture);
+    const QString& name() const { return name_; }
+    void set_name(const QString& name);
+    const QString& path() const { return path_; }
+    void set_path(const QString& path);
+
+    // The namespaces the selection buttons' names live in, each with its
+    // parents, sorted case-insensitively.
+    QStringList namespaces() const;
+
+    // While held, notices are merged and sent once when the last hold ends:
+    // a command that touches many buttons, or a script in batch mode, makes
+    // one notice.
+    class hold {
+    public:
+        explicit hold(picker_page* page);
+        ~hold();
+        hold(const hold&) = delete;
+        hold& operator=(const hold&) = delete;
+
+    private:
+        picker_page* page_;
+    };
+    void hold_notices();
+    void release_notices();
+
+    // Recomputes a button's label picture and bounds from its attributes.
+    static void lay_out(buttonRecord& r);
+
+signals:
+    // Sent as each change is made, held or not: a canvas repaints on it.
+    void touched();
+    void changed(const page_notice& notice);
+
+private:
+    // Inserts without a notice.
+    int place(buttonAttributes&& a, int row, button_id id);
+    void notify(unsigned fields, int row);
+    void notify_layout();
+    void index_dirty() { indexValid_ = false; }
+
+    QList<buttonRecord> buttons_;
+    QString backgroundKey_;
+    QPixmap background_;
+    QString name_;
+    QString path_;
+
+    mutable QHash<button_id, int> index_;
+    mutable bool indexValid_ = true;
+
+    int holds_ = 0;
+    page_notice pending_;
+};
