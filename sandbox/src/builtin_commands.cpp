@@ -202,7 +202,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
         QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error);
         if (name.isEmpty())
             fail("createNode", error);
-        if (!h.data().loading && !a.has("skipSelect"))
+        if (!h.data().scene.loading && !a.has("skipSelect"))
             h.set_selection({name}, adjustment::replace);
         return value::from_string(name);
     });
@@ -428,7 +428,7 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
             fail("python", "Exactly one Python text is required.");
         // Opening a file must not run code that nobody asked for; the rest
         // of the file still loads.
-        if (h.data().loading) {
+        if (h.data().scene.loading) {
             h.log(log_kind::warning, "python: Python in a scene file is not run.");
             return value::from_string(QString());
         }
@@ -450,20 +450,20 @@ void install_builtin_commands(host& h, mel::interpreter& interp)
 
     interp.register_command("currentUnit", [&h](mel::interpreter&, const args_t& args) {
         parsed_args a = parse("currentUnit", args);
-        auto& d = h.data();
+        scene_units& units = h.data().scene.units;
         if (a.query) {
             if (a.has("angle"))
-                return value::from_string(d.angle_unit == "degree" ? "deg" : d.angle_unit);
+                return value::from_string(units.angle == "degree" ? "deg" : units.angle);
             if (a.has("time"))
-                return value::from_string(d.time_unit);
-            return value::from_string(d.linear_unit == "centimeter" ? "cm" : d.linear_unit);
+                return value::from_string(units.time);
+            return value::from_string(units.linear == "centimeter" ? "cm" : units.linear);
         }
         if (a.has("linear"))
-            d.linear_unit = a.value("linear").to_string();
+            units.linear = a.value("linear").to_string();
         if (a.has("angle"))
-            d.angle_unit = a.value("angle").to_string();
+            units.angle = a.value("angle").to_string();
         if (a.has("time"))
-            d.time_unit = a.value("time").to_string();
+            units.time = a.value("time").to_string();
         return value();
     });
 

@@ -179,11 +179,8 @@ QString mel_literal(const mel::value& v)
 // Errors of the MEL side, taken for the exception instead of the output.
 class error_capture {
 public:
-    explicit error_capture(host& h) : d_(h.data()), previous_(d_.error_capture)
-    {
-        d_.error_capture = &errors_;
-    }
-    ~error_capture() { d_.error_capture = previous_; }
+    explicit error_capture(host& h) : log_(h.data().log), previous_(log_.set_capture(&errors_)) {}
+    ~error_capture() { log_.set_capture(previous_); }
     // Raises RuntimeError with the errors' text, without their line prefix.
     PyObject* raise(const QString& fallback)
     {
@@ -197,7 +194,7 @@ public:
     }
 
 private:
-    host::impl& d_;
+    script_log& log_;
     QStringList* previous_;
     QStringList errors_;
 };
