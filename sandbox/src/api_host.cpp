@@ -44,7 +44,7 @@ sandbox::adjustment to_adjustment(MGlobal::ListAdjustment how)
 
 sandbox::command_result* current_result()
 {
-    auto& results = host::instance().data().results;
+    auto& results = host::instance().data().plugins.results;
     return results.isEmpty() ? nullptr : &results.last();
 }
 } // namespace

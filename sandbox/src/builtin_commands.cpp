@@ -4,6 +4,8 @@
 
 #include <QFileInfo>
 
+#include <initializer_list>
+
 namespace sandbox {
 
 namespace {
@@ -49,90 +51,102 @@ bool is_flag(const mel::value& v)
 }
 
 struct command_syntax {
+    const char* command;
     bool has_query;
-    std::vector<flag_rule> flags;
+    std::initializer_list<flag_rule> flags;
 };
 
 // The flags each built-in command accepts, also what maya.cmds consults to
 // tell a flag that takes a value from one that is only present or absent.
-const QHash<QString, command_syntax>& syntax_table()
+constexpr command_syntax syntax_table[] = {
+    {"createNode", false,
+     {{"name", "n", true, false},
+      {"parent", "p", true, false},
+      {"skipSelect", "ss", false, false},
+      {"shared", "s", false, false}}},
+    {"delete", false, {}},
+    {"namespace", true,
+     {{"addNamespace", "add", true, false},
+      {"parent", "p", true, false},
+      {"setNamespace", "set", true, false},
+      {"exists", "ex", false, false},
+      {"removeNamespace", "rm", true, false},
+      {"relativeNames", "rel", true, false}}},
+    {"namespaceInfo", false,
+     {{"listOnlyNamespaces", "lon", false, false},
+      {"listNamespace", "ls", false, false},
+      {"recurse", "r", false, false},
+      {"currentNamespace", "cur", false, false},
+      {"absoluteName", "an", false, false},
+      {"isRootNamespace", "ir", false, false}}},
+    {"ls", false,
+     {{"selection", "sl", false, false},
+      {"type", "typ", true, false},
+      {"long", "l", false, false},
+      {"recursive", "r", true, false}}},
+    {"select", false,
+     {{"replace", "r", false, false},
+      {"add", "add", false, false},
+      {"addFirst", "af", false, false},
+      {"deselect", "d", false, false},
+      {"toggle", "tgl", false, false},
+      {"clear", "cl", false, false},
+      {"noExpand", "ne", false, false},
+      {"all", "all", false, false}}},
+    {"fileInfo", true,
+     {{"remove", "rm", true, false}}},
+    {"file", true,
+     {{"new", "new", false, false},
+      {"open", "o", false, false},
+      {"force", "f", false, false},
+      {"save", "s", false, false},
+      {"rename", "rn", true, false},
+      {"type", "typ", true, false},
+      {"sceneName", "sn", false, false},
+      {"modified", "mf", true, false},
+      {"prompt", "pmt", true, false},
+      {"options", "op", true, false},
+      {"ignoreVersion", "iv", false, false}}},
+    {"evalDeferred", false,
+     {{"lowestPriority", "lp", false, false},
+      {"lowPriority", "low", false, false},
+      {"evaluateNext", "en", false, false}}},
+    {"currentUnit", true,
+     {{"linear", "l", true, false},
+      {"angle", "a", true, false},
+      {"time", "t", true, false},
+      {"fullName", "f", false, false},
+      {"updateAnimation", "ua", true, false}}},
+    {"loadPlugin", false,
+     {{"quiet", "qt", false, false}}},
+    {"unloadPlugin", false,
+     {{"force", "f", false, false}}},
+    {"pluginInfo", true,
+     {{"loaded", "l", false, false}}},
+};
+
+// Null for a command the table does not list: it takes no flags.
+const command_syntax* find_syntax(const QString& command)
 {
-    static const QHash<QString, command_syntax> table = {
-        {"createNode", {false,
-         {{"name", "n", true, false},
-          {"parent", "p", true, false},
-          {"skipSelect", "ss", false, false},
-          {"shared", "s", false, false}}}},
-        {"delete", {false, {}}},
-        {"namespace", {true,
-         {{"addNamespace", "add", true, false},
-          {"parent", "p", true, false},
-          {"setNamespace", "set", true, false},
-          {"exists", "ex", false, false},
-          {"removeNamespace", "rm", true, false},
-          {"relativeNames", "rel", true, false}}}},
-        {"namespaceInfo", {false,
-         {{"listOnlyNamespaces", "lon", false, false},
-          {"listNamespace", "ls", false, false},
-          {"recurse", "r", false, false},
-          {"currentNamespace", "cur", false, false},
-          {"absoluteName", "an", false, false},
-          {"isRootNamespace", "ir", false, false}}}},
-        {"ls", {false,
-         {{"selection", "sl", false, false},
-          {"type", "typ", true, false},
-          {"long", "l", false, false},
-          {"recursive", "r", true, false}}}},
-        {"select", {false,
-         {{"replace", "r", false, false},
-          {"add", "add", false, false},
-          {"addFirst", "af", false, false},
-          {"deselect", "d", false, false},
-          {"toggle", "tgl", false, false},
-          {"clear", "cl", false, false},
-          {"noExpand", "ne", false, false},
-          {"all", "all", false, false}}}},
-        {"fileInfo", {true,
-         {{"remove", "rm", true, false}}}},
-        {"file", {true,
-         {{"new", "new", false, false},
-          {"open", "o", false, false},
-          {"force", "f", false, false},
-          {"save", "s", false, false},
-          {"rename", "rn", true, false},
-          {"type", "typ", true, false},
-          {"sceneName", "sn", false, false},
-          {"modified", "mf", true, false},
-          {"prompt", "pmt", true, false},
-          {"options", "op", true, false},
-          {"ignoreVersion", "iv", false, false}}}},
-        {"evalDeferred", {false,
-         {{"lowestPriority", "lp", false, false},
-          {"lowPriority", "low", false, false},
-          {"evaluateNext", "en", false, false}}}},
-        {"currentUnit", {true,
-         {{"linear", "l", true, false},
-          {"angle", "a", true, false},
-          {"time", "t", true, false},
-          {"fullName", "f", false, false},
-          {"updateAnimation", "ua", true, false}}}},
-        {"loadPlugin", {false,
-         {{"quiet", "qt", false, false}}}},
-        {"unloadPlugin", {false,
-         {{"force", "f", false, false}}}},
-        {"pluginInfo", {true,
-         {{"loaded", "l", false, false}}}},
-    };
-    return table;
+    for (const command_syntax& syntax : syntax_table)
+        if (command == QLatin1String(syntax.command))
+            return &syntax;
+    return nullptr;
+}
+
+const flag_rule* find_flag(const command_syntax& syntax, const QString& flag)
+{
+    for (const flag_rule& rule : syntax.flags)
+        if (flag == QLatin1String(rule.long_name) || flag == QLatin1String(rule.short_name))
+            return &rule;
+    return nullptr;
 }
 
 parsed_args parse(const char* command, const QVector<mel::value>& args)
 {
-    static const command_syntax none{false, {}};
-    const auto found = syntax_table().constFind(QLatin1String(command));
-    const command_syntax& syntax = found == syntax_table().constEnd() ? none : *found;
-    const std::vector<flag_rule>& rules = syntax.flags;
-    const bool has_query = syntax.has_query;
+    static const command_syntax none{"", false, {}};
+    const command_syntax* found = find_syntax(QLatin1String(command));
+    const command_syntax& syntax = found ? *found : none;
     parsed_args out;
     for (int i = 0; i < args.size(); ++i) {
         if (!is_flag(args[i])) {
@@ -140,14 +154,11 @@ parsed_args parse(const char* command, const QVector<mel::value>& args)
             continue;
         }
         QString flag = args[i].to_string().mid(1);
-        if (has_query && (flag == "q" || flag == "query")) {
+        if (syntax.has_query && (flag == "q" || flag == "query")) {
             out.query = true;
             continue;
         }
-        const flag_rule* rule = nullptr;
-        for (const flag_rule& s : rules)
-            if (flag == QLatin1String(s.long_name) || flag == QLatin1String(s.short_name))
-                rule = &s;
+        const flag_rule* rule = find_flag(syntax, flag);
         if (!rule)
             fail(command, QString("Invalid flag '-%1'").arg(flag));
         QVector<mel::value>& values = out.flags[QLatin1String(rule->long_name)];
@@ -180,321 +191,387 @@ void collect_namespaces(const host& h, const QString& parent, bool recurse, QStr
 
 int builtin_flag_takes_value(const QString& command, const QString& flag)
 {
-    const auto found = syntax_table().constFind(command);
-    if (found == syntax_table().constEnd())
+    const command_syntax* syntax = find_syntax(command);
+    const flag_rule* rule = syntax ? find_flag(*syntax, flag) : nullptr;
+    if (!rule)
         return -1;
-    for (const flag_rule& rule : found->flags)
-        if (flag == QLatin1String(rule.long_name) || flag == QLatin1String(rule.short_name))
-            return rule.takes_value ? 1 : 0;
-    return -1;
+    return rule->takes_value ? 1 : 0;
 }
 
-void install_builtin_commands(host& h, mel::interpreter& interp)
+namespace {
+
+using mel::value;
+using args_t = QVector<value>;
+
+// ----- Scene nodes
+
+value mel_create_node(host& h, const args_t& args)
 {
-    using mel::value;
-    using args_t = QVector<value>;
+    parsed_args a = parse("createNode", args);
+    if (a.positional.size() != 1)
+        fail("createNode", "Exactly one node type is required.");
+    QString error;
+    QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error);
+    if (name.isEmpty())
+        fail("createNode", error);
+    if (!h.data().scene.loading && !a.has("skipSelect"))
+        h.set_selection({name}, adjustment::replace);
+    return value::from_string(name);
+}
 
-    interp.register_command("createNode", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("createNode", args);
+value mel_delete(host& h, const args_t& args)
+{
+    parsed_args a = parse("delete", args);
+    QStringList targets;
+    for (const QString& name : a.names()) {
+        QStringList found = h.match(name);
+        if (found.isEmpty())
+            fail("delete", QString("No object matches name: %1").arg(name));
+        targets += found;
+    }
+    if (targets.isEmpty())
+        targets = h.selection();
+    for (const QString& t : targets)
+        h.delete_node(t.section('.', 0, 0));
+    return value();
+}
+
+value mel_obj_exists(host& h, const args_t& args)
+{
+    if (args.size() != 1)
+        fail("objExists", "Exactly one object name is required.");
+    return value::from_int(h.match(args[0].to_string()).isEmpty() ? 0 : 1);
+}
+
+value mel_ls(host& h, const args_t& args)
+{
+    parsed_args a = parse("ls", args);
+    QStringList out;
+    QStringList pool = a.has("selection") ? h.selection() : h.nodes();
+    QStringList patterns = a.names();
+    bool recursive = a.has("recursive") && a.value("recursive").to_int() != 0;
+    if (patterns.isEmpty()) {
+        out = pool;
+    } else {
+        for (const QString& p : patterns) {
+            QStringList found = h.match(p);
+            if (recursive && !p.contains(':'))
+                for (const QString& ns : h.all_namespaces())
+                    found += h.match(ns + ':' + p);
+            for (const QString& f : found)
+                if (pool.contains(f) && !out.contains(f))
+                    out.append(f);
+        }
+    }
+    if (a.has("type")) {
+        QString type = a.value("type").to_string();
+        QStringList typed;
+        for (const QString& item : out)
+            if (h.node_type(item.section('.', 0, 0)) == type)
+                typed.append(item);
+        out = typed;
+    }
+    return value::from_strings(out);
+}
+
+// ----- Namespaces
+
+value mel_namespace(host& h, const args_t& args)
+{
+    parsed_args a = parse("namespace", args);
+    QString error;
+    if (a.has("addNamespace")) {
+        QString full;
+        QString parent = a.has("parent") ? a.value("parent").to_string() : QString();
+        if (!h.add_namespace(a.value("addNamespace").to_string(), parent, &full, &error))
+            fail("namespace", error);
+        return value::from_string(full);
+    }
+    if (a.has("setNamespace")) {
+        QString name = a.value("setNamespace").to_string();
+        if (!h.set_current_namespace(name))
+            fail("namespace", QString("Namespace \"%1\" does not exist.").arg(name));
+        return value::from_string(namespace_display(h.current_namespace(), true));
+    }
+    if (a.has("removeNamespace")) {
+        if (!h.remove_namespace(a.value("removeNamespace").to_string(), &error))
+            fail("namespace", error);
+        return value();
+    }
+    if (a.has("exists")) {
         if (a.positional.size() != 1)
-            fail("createNode", "Exactly one node type is required.");
-        QString error;
-        QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error);
-        if (name.isEmpty())
-            fail("createNode", error);
-        if (!h.data().loading && !a.has("skipSelect"))
-            h.set_selection({name}, adjustment::replace);
-        return value::from_string(name);
-    });
+            fail("namespace", "-exists needs one namespace name.");
+        return value::from_int(h.namespace_exists(h.resolve_namespace(a.positional[0].to_string())));
+    }
+    if (a.has("relativeNames"))
+        return value();
+    fail("namespace", "No operation given: use -add, -set, -exists or -rm.");
+}
 
-    interp.register_command("delete", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("delete", args);
-        QStringList targets;
+value mel_namespace_info(host& h, const args_t& args)
+{
+    parsed_args a = parse("namespaceInfo", args);
+    bool absolute = a.has("absoluteName");
+    QString target = h.current_namespace();
+    if (!a.positional.isEmpty()) {
+        target = h.resolve_namespace(a.positional[0].to_string());
+        if (!h.namespace_exists(target))
+            fail("namespaceInfo",
+                 QString("Namespace \"%1\" does not exist.").arg(a.positional[0].to_string()));
+    }
+    if (a.has("currentNamespace"))
+        return value::from_string(namespace_display(h.current_namespace(), absolute));
+    if (a.has("isRootNamespace"))
+        return value::from_int(target.isEmpty());
+    QStringList out;
+    if (a.has("listOnlyNamespaces") || a.has("listNamespace")) {
+        collect_namespaces(h, target, a.has("recurse"), &out);
+        if (a.has("listNamespace")) {
+            for (const QString& node : h.nodes()) {
+                int colon = node.lastIndexOf(':');
+                QString owner = colon < 0 ? QString() : node.left(colon);
+                if (owner == target || (a.has("recurse") && owner.startsWith(target + ':')) ||
+                    (a.has("recurse") && target.isEmpty()))
+                    out.append(node);
+            }
+        }
+    }
+    if (absolute)
+        for (QString& s : out)
+            s.prepend(':');
+    return value::from_strings(out);
+}
+
+// ----- Selection
+
+value mel_select(host& h, const args_t& args)
+{
+    parsed_args a = parse("select", args);
+    if (a.has("clear")) {
+        h.clear_selection();
+        return value();
+    }
+    QStringList items;
+    if (a.has("all")) {
+        items = h.nodes();
+    } else {
+        // Maya checks every name before it changes anything.
         for (const QString& name : a.names()) {
             QStringList found = h.match(name);
             if (found.isEmpty())
-                fail("delete", QString("No object matches name: %1").arg(name));
-            targets += found;
+                fail("select", QString("No object matches name: %1").arg(name));
+            items += found;
         }
-        if (targets.isEmpty())
-            targets = h.selection();
-        for (const QString& t : targets)
-            h.delete_node(t.section('.', 0, 0));
+    }
+    adjustment how = adjustment::replace;
+    if (a.has("add"))
+        how = adjustment::add;
+    else if (a.has("addFirst"))
+        how = adjustment::add_to_head;
+    else if (a.has("deselect"))
+        how = adjustment::remove;
+    else if (a.has("toggle"))
+        how = adjustment::toggle;
+    h.set_selection(items, how);
+    return value();
+}
+
+// ----- File and file info
+
+value mel_file_info(host& h, const args_t& args)
+{
+    parsed_args a = parse("fileInfo", args);
+    if (a.has("remove")) {
+        h.remove_file_info(a.value("remove").to_string());
         return value();
-    });
-
-    interp.register_command("objExists", [&h](mel::interpreter&, const args_t& args) {
-        if (args.size() != 1)
-            fail("objExists", "Exactly one object name is required.");
-        return value::from_int(h.match(args[0].to_string()).isEmpty() ? 0 : 1);
-    });
-
-    interp.register_command("namespace", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("namespace", args);
-        QString error;
-        if (a.has("addNamespace")) {
-            QString full;
-            QString parent = a.has("parent") ? a.value("parent").to_string() : QString();
-            if (!h.add_namespace(a.value("addNamespace").to_string(), parent, &full, &error))
-                fail("namespace", error);
-            return value::from_string(full);
-        }
-        if (a.has("setNamespace")) {
-            QString name = a.value("setNamespace").to_string();
-            if (!h.set_current_namespace(name))
-                fail("namespace", QString("Namespace \"%1\" does not exist.").arg(name));
-            return value::from_string(namespace_display(h.current_namespace(), true));
-        }
-        if (a.has("removeNamespace")) {
-            if (!h.remove_namespace(a.value("removeNamespace").to_string(), &error))
-                fail("namespace", error);
-            return value();
-        }
-        if (a.has("exists")) {
-            if (a.positional.size() != 1)
-                fail("namespace", "-exists needs one namespace name.");
-            return value::from_int(h.namespace_exists(h.resolve_namespace(a.positional[0].to_string())));
-        }
-        if (a.has("relativeNames"))
-            return value();
-        fail("namespace", "No operation given: use -add, -set, -exists or -rm.");
-    });
-
-    interp.register_command("namespaceInfo", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("namespaceInfo", args);
-        bool absolute = a.has("absoluteName");
-        QString target = h.current_namespace();
-        if (!a.positional.isEmpty()) {
-            target = h.resolve_namespace(a.positional[0].to_string());
-            if (!h.namespace_exists(target))
-                fail("namespaceInfo",
-                     QString("Namespace \"%1\" does not exist.").arg(a.positional[0].to_string()));
-        }
-        if (a.has("currentNamespace"))
-            return value::from_string(namespace_display(h.current_namespace(), absolute));
-        if (a.has("isRootNamespace"))
-            return value::from_int(target.isEmpty());
+    }
+    if (a.query) {
         QStringList out;
-        if (a.has("listOnlyNamespaces") || a.has("listNamespace")) {
-            collect_namespaces(h, target, a.has("recurse"), &out);
-            if (a.has("listNamespace")) {
-                for (const QString& node : h.nodes()) {
-                    int colon = node.lastIndexOf(':');
-                    QString owner = colon < 0 ? QString() : node.left(colon);
-                    if (owner == target || (a.has("recurse") && owner.startsWith(target + ':')) ||
-                        (a.has("recurse") && target.isEmpty()))
-                        out.append(node);
-                }
-            }
-        }
-        if (absolute)
-            for (QString& s : out)
-                s.prepend(':');
-        return value::from_strings(out);
-    });
-
-    interp.register_command("ls", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("ls", args);
-        QStringList out;
-        QStringList pool = a.has("selection") ? h.selection() : h.nodes();
-        QStringList patterns = a.names();
-        bool recursive = a.has("recursive") && a.value("recursive").to_int() != 0;
-        if (patterns.isEmpty()) {
-            out = pool;
+        if (a.positional.isEmpty()) {
+            for (const auto& entry : h.file_info_table())
+                out << entry.first << entry.second;
         } else {
-            for (const QString& p : patterns) {
-                QStringList found = h.match(p);
-                if (recursive && !p.contains(':'))
-                    for (const QString& ns : h.all_namespaces())
-                        found += h.match(ns + ':' + p);
-                for (const QString& f : found)
-                    if (pool.contains(f) && !out.contains(f))
-                        out.append(f);
-            }
-        }
-        if (a.has("type")) {
-            QString type = a.value("type").to_string();
-            QStringList typed;
-            for (const QString& item : out)
-                if (h.node_type(item.section('.', 0, 0)) == type)
-                    typed.append(item);
-            out = typed;
+            QString v;
+            if (h.file_info(a.positional[0].to_string(), &v))
+                out << v;
         }
         return value::from_strings(out);
-    });
+    }
+    if (a.positional.size() != 2)
+        fail("fileInfo", "A key and a value are required.");
+    h.set_file_info(a.positional[0].to_string(), a.positional[1].to_string());
+    return value();
+}
 
-    interp.register_command("select", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("select", args);
-        if (a.has("clear")) {
-            h.clear_selection();
-            return value();
-        }
-        QStringList items;
-        if (a.has("all")) {
-            items = h.nodes();
-        } else {
-            // Maya checks every name before it changes anything.
-            for (const QString& name : a.names()) {
-                QStringList found = h.match(name);
-                if (found.isEmpty())
-                    fail("select", QString("No object matches name: %1").arg(name));
-                items += found;
-            }
-        }
-        adjustment how = adjustment::replace;
-        if (a.has("add"))
-            how = adjustment::add;
-        else if (a.has("addFirst"))
-            how = adjustment::add_to_head;
-        else if (a.has("deselect"))
-            how = adjustment::remove;
-        else if (a.has("toggle"))
-            how = adjustment::toggle;
-        h.set_selection(items, how);
-        return value();
-    });
-
-    interp.register_command("fileInfo", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("fileInfo", args);
-        if (a.has("remove")) {
-            h.remove_file_info(a.value("remove").to_string());
-            return value();
-        }
-        if (a.query) {
-            QStringList out;
-            if (a.positional.isEmpty()) {
-                for (const auto& entry : h.file_info_table())
-                    out << entry.first << entry.second;
-            } else {
-                QString v;
-                if (h.file_info(a.positional[0].to_string(), &v))
-                    out << v;
-            }
-            return value::from_strings(out);
-        }
-        if (a.positional.size() != 2)
-            fail("fileInfo", "A key and a value are required.");
-        h.set_file_info(a.positional[0].to_string(), a.positional[1].to_string());
-        return value();
-    });
-
-    interp.register_command("file", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("file", args);
-        QString error;
-        if (a.query) {
-            if (a.has("sceneName"))
-                return value::from_string(h.scene_name());
-            if (a.has("modified"))
-                return value::from_int(h.modified() ? 1 : 0);
-            fail("file", "Nothing to query: use -sceneName or -modified.");
-        }
-        if (a.has("modified")) {
-            h.set_modified(a.value("modified").to_int() != 0);
-            return value();
-        }
-        if (a.has("rename")) {
-            h.set_scene_name(QFileInfo(a.value("rename").to_string()).absoluteFilePath());
-            if (!a.has("save"))
-                return value::from_string(h.scene_name());
-        }
-        bool force = a.has("force");
-        if ((a.has("new") || a.has("open")) && !force && h.modified())
-            fail("file", "Unsaved changes.");
-        if (a.has("new")) {
-            h.new_scene();
-            return value::from_string(QString());
-        }
-        if (a.has("open")) {
-            if (a.positional.size() != 1)
-                fail("file", "-open needs one file name.");
-            QString path = a.positional[0].to_string();
-            if (!h.open_scene(path, &error))
-                fail("file", error);
+value mel_file(host& h, const args_t& args)
+{
+    parsed_args a = parse("file", args);
+    QString error;
+    if (a.query) {
+        if (a.has("sceneName"))
             return value::from_string(h.scene_name());
-        }
-        if (a.has("save")) {
-            if (!h.save_scene(QString(), &error))
-                fail("file", error);
+        if (a.has("modified"))
+            return value::from_int(h.modified() ? 1 : 0);
+        fail("file", "Nothing to query: use -sceneName or -modified.");
+    }
+    if (a.has("modified")) {
+        h.set_modified(a.value("modified").to_int() != 0);
+        return value();
+    }
+    if (a.has("rename")) {
+        h.set_scene_name(QFileInfo(a.value("rename").to_string()).absoluteFilePath());
+        if (!a.has("save"))
             return value::from_string(h.scene_name());
-        }
-        fail("file", "No operation given: use -new, -open, -save, -rename or -modified.");
-    });
-
-    interp.register_command("getApplicationVersionAsFloat",
-                            [](mel::interpreter&, const args_t&) { return value::from_float(2022.0); });
-
-    interp.register_command("python", [&h](mel::interpreter&, const args_t& args) {
-        if (args.size() != 1)
-            fail("python", "Exactly one Python text is required.");
-        // Opening a file must not run code that nobody asked for; the rest
-        // of the file still loads.
-        if (h.data().loading) {
-            h.log(log_kind::warning, "python: Python in a scene file is not run.");
-            return value::from_string(QString());
-        }
-        value result;
-        if (!h.execute_python(args[0].to_string(), &result))
-            throw mel::command_failed{}; // the traceback is in the output
-        return result.is_none() ? value::from_string(QString()) : result;
-    });
-
-    interp.register_command("evalDeferred", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("evalDeferred", args);
+    }
+    bool force = a.has("force");
+    if ((a.has("new") || a.has("open")) && !force && h.modified())
+        fail("file", "Unsaved changes.");
+    if (a.has("new")) {
+        h.new_scene();
+        return value::from_string(QString());
+    }
+    if (a.has("open")) {
         if (a.positional.size() != 1)
-            fail("evalDeferred", "Exactly one command text is required.");
-        h.queue_idle(a.positional[0].to_string(), false, false);
-        return value();
-    });
+            fail("file", "-open needs one file name.");
+        QString path = a.positional[0].to_string();
+        if (!h.open_scene(path, &error))
+            fail("file", error);
+        return value::from_string(h.scene_name());
+    }
+    if (a.has("save")) {
+        if (!h.save_scene(QString(), &error))
+            fail("file", error);
+        return value::from_string(h.scene_name());
+    }
+    fail("file", "No operation given: use -new, -open, -save, -rename or -modified.");
+}
 
-    interp.register_command("requires", [](mel::interpreter&, const args_t&) { return value(); });
-
-    interp.register_command("currentUnit", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("currentUnit", args);
-        auto& d = h.data();
-        if (a.query) {
-            if (a.has("angle"))
-                return value::from_string(d.angle_unit == "degree" ? "deg" : d.angle_unit);
-            if (a.has("time"))
-                return value::from_string(d.time_unit);
-            return value::from_string(d.linear_unit == "centimeter" ? "cm" : d.linear_unit);
-        }
-        if (a.has("linear"))
-            d.linear_unit = a.value("linear").to_string();
+value mel_current_unit(host& h, const args_t& args)
+{
+    parsed_args a = parse("currentUnit", args);
+    scene_units& units = h.data().scene.units;
+    if (a.query) {
         if (a.has("angle"))
-            d.angle_unit = a.value("angle").to_string();
+            return value::from_string(units.angle == "degree" ? "deg" : units.angle);
         if (a.has("time"))
-            d.time_unit = a.value("time").to_string();
-        return value();
-    });
+            return value::from_string(units.time);
+        return value::from_string(units.linear == "centimeter" ? "cm" : units.linear);
+    }
+    if (a.has("linear"))
+        units.linear = a.value("linear").to_string();
+    if (a.has("angle"))
+        units.angle = a.value("angle").to_string();
+    if (a.has("time"))
+        units.time = a.value("time").to_string();
+    return value();
+}
 
-    interp.register_command("loadPlugin", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("loadPlugin", args);
-        if (a.positional.size() != 1)
-            fail("loadPlugin", "Exactly one plug-in path is required.");
-        QString name, error;
-        if (!h.load_plugin(a.positional[0].to_string(), &name, &error))
-            fail("loadPlugin", error);
-        return value::from_strings({name});
-    });
+// Scene files name the Maya they need; the sandbox stands in for any.
+value mel_requires(host&, const args_t&)
+{
+    return value();
+}
 
-    // Only what scripts ask before loading a plug-in: whether it is loaded.
-    interp.register_command("pluginInfo", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("pluginInfo", args);
-        if (a.positional.size() != 1 || !a.query || !a.has("loaded"))
-            fail("pluginInfo", "Only -query -loaded with one plug-in name is supported.");
-        const QString name = QFileInfo(a.positional[0].to_string()).completeBaseName();
-        return value::from_int(h.plugins().contains(name) ? 1 : 0);
-    });
+// ----- Plug-ins
 
-    interp.register_command("unloadPlugin", [&h](mel::interpreter&, const args_t& args) {
-        parsed_args a = parse("unloadPlugin", args);
-        if (a.positional.size() != 1)
-            fail("unloadPlugin", "Exactly one plug-in name is required.");
-        QString error;
-        if (!h.unload_plugin(a.positional[0].to_string(), &error))
-            fail("unloadPlugin", error);
-        return value();
-    });
+value mel_load_plugin(host& h, const args_t& args)
+{
+    parsed_args a = parse("loadPlugin", args);
+    if (a.positional.size() != 1)
+        fail("loadPlugin", "Exactly one plug-in path is required.");
+    QString name, error;
+    if (!h.load_plugin(a.positional[0].to_string(), &name, &error))
+        fail("loadPlugin", error);
+    return value::from_strings({name});
+}
+
+// Only what scripts ask before loading a plug-in: whether it is loaded.
+value mel_plugin_info(host& h, const args_t& args)
+{
+    parsed_args a = parse("pluginInfo", args);
+    if (a.positional.size() != 1 || !a.query || !a.has("loaded"))
+        fail("pluginInfo", "Only -query -loaded with one plug-in name is supported.");
+    const QString name = QFileInfo(a.positional[0].to_string()).completeBaseName();
+    return value::from_int(h.plugins().contains(name) ? 1 : 0);
+}
+
+value mel_unload_plugin(host& h, const args_t& args)
+{
+    parsed_args a = parse("unloadPlugin", args);
+    if (a.positional.size() != 1)
+        fail("unloadPlugin", "Exactly one plug-in name is required.");
+    QString error;
+    if (!h.unload_plugin(a.positional[0].to_string(), &error))
+        fail("unloadPlugin", error);
+    return value();
+}
+
+// ----- Scripts and the application
+
+value mel_application_version(host&, const args_t&)
+{
+    return value::from_float(2022.0);
+}
+
+value mel_python(host& h, const args_t& args)
+{
+    if (args.size() != 1)
+        fail("python", "Exactly one Python text is required.");
+    // Opening a file must not run code that nobody asked for; the rest
+    // of the file still loads.
+    if (h.data().scene.loading) {
+        h.log(log_kind::warning, "python: Python in a scene file is not run.");
+        return value::from_string(QString());
+    }
+    value result;
+    if (!h.execute_python(args[0].to_string(), &result))
+        throw mel::command_failed{}; // the traceback is in the output
+    return result.is_none() ? value::from_string(QString()) : result;
+}
+
+value mel_eval_deferred(host& h, const args_t& args)
+{
+    parsed_args a = parse("evalDeferred", args);
+    if (a.positional.size() != 1)
+        fail("evalDeferred", "Exactly one command text is required.");
+    h.queue_idle(a.positional[0].to_string(), false, false);
+    return value();
+}
+
+struct builtin {
+    const char* name;
+    value (*run)(host&, const args_t&);
+};
+
+const builtin builtins[] = {
+    {"createNode", mel_create_node},
+    {"delete", mel_delete},
+    {"objExists", mel_obj_exists},
+    {"namespace", mel_namespace},
+    {"namespaceInfo", mel_namespace_info},
+    {"ls", mel_ls},
+    {"select", mel_select},
+    {"fileInfo", mel_file_info},
+    {"file", mel_file},
+    {"getApplicationVersionAsFloat", mel_application_version},
+    {"python", mel_python},
+    {"evalDeferred", mel_eval_deferred},
+    {"requires", mel_requires},
+    {"currentUnit", mel_current_unit},
+    {"loadPlugin", mel_load_plugin},
+    {"pluginInfo", mel_plugin_info},
+    {"unloadPlugin", mel_unload_plugin},
+};
+
+} // namespace
+
+void install_builtin_commands(host& h, mel::interpreter& interp)
+{
+    for (const builtin& command : builtins) {
+        auto run = command.run;
+        interp.register_command(command.name,
+                                [&h, run](mel::interpreter&, const args_t& args) { return run(h, args); });
+    }
 }
 
 } // namespace sandbox

@@ -1,6 +1,12 @@
 // What the API implementation files share about the host's insides.
 #pragma once
 
+#include "event_bus.h"
+#include "fault_injector.h"
+#include "idle_queue.h"
+#include "scene_state.h"
+#include "script_log.h"
+
 #include <sandbox/host.h>
 
 #include <maya/MArgList.h>
@@ -11,7 +17,6 @@
 #include <maya/MStringArray.h>
 
 #include <QHash>
-#include <QList>
 #include <QPointer>
 #include <QWidget>
 
@@ -41,54 +46,27 @@ struct command_result {
     QStringList values;
 };
 
-struct callback_record {
-    std::uintptr_t id;
-    QString event;
-    void (*fn)(void*);
-    void* data;
+// Loaded plug-ins and the commands they registered.
+struct plugin_registry {
+    std::vector<std::unique_ptr<plugin_record>> loaded;
+    QHash<QString, plugin_command> commands;
+    QVector<command_result> results; // one for each plug-in command running, innermost last
+
+    plugin_record* find(const QString& name) const;
 };
 
-struct idle_item {
-    QString text;
-    bool python;
-    bool display;
-};
-
+// The host's jobs, each in its own part; host.cpp wires them together.
 struct host::impl {
     mel::interpreter interp;
-
-    QVector<log_entry> output;
-    int errors = 0;
-    int errors_reported = 0;               // also counts errors taken by a capture
-    QStringList* error_capture = nullptr;  // set while Python runs a command
-
-    QList<idle_item> idle;
-    bool draining = false;
-
-    QVector<callback_record> callbacks;
-    std::uintptr_t next_callback_id = 1;
-
-    QStringList node_order;
-    QHash<QString, QString> node_types;
-    QStringList namespaces; // full names, creation order; "UI" and "shared" always first
-    QString current_namespace;
-    QStringList selection;
-    QVector<QPair<QString, QString>> file_info;
-    bool modified = false;
-    QString scene_name;
-    QString linear_unit = "centimeter", angle_unit = "degree", time_unit = "film";
-    bool loading = false; // reading a scene file: nodes are not selected
-
-    std::vector<std::unique_ptr<plugin_record>> plugins;
-    QHash<QString, plugin_command> commands;
-    QVector<command_result> results;
+    script_log log;
+    idle_queue idle;
+    event_bus events;
+    scene_state scene;
+    plugin_registry plugins;
+    fault_injector faults;
 
     bool batch = false;
     QPointer<QWidget> main_window;
-
-    QHash<int, int> faults; // fault -> successful calls still allowed before it fails
-
-    void reset_scene();
 };
 
 // Reaches the private data behind the API objects.

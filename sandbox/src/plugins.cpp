@@ -40,14 +40,14 @@ void drop_registrations(host& h, plugin_record* record)
 {
     auto& d = h.data();
     for (const QString& name : record->commands) {
-        d.commands.remove(name);
+        d.plugins.commands.remove(name);
         d.interp.unregister_command(name);
     }
     record->commands.clear();
     if (!record->handle)
         return; // linked code never goes away
     QVector<std::uintptr_t> stale;
-    for (const callback_record& c : d.callbacks)
+    for (const callback_record& c : d.events.records())
         if (address_in(record->handle, reinterpret_cast<const void*>(c.fn)))
             stale.append(c.id);
     for (std::uintptr_t id : stale) {
@@ -70,8 +70,8 @@ bool start_plugin(host& h, const QString& name, const QString& path, void* handl
     record->init = init;
     record->uninit = uninit;
     plugin_record* raw = record.get();
-    d.plugins.push_back(std::move(record));
-    const std::uintptr_t first_callback = d.next_callback_id;
+    d.plugins.loaded.push_back(std::move(record));
+    const std::uintptr_t first_callback = d.events.next_id();
 
     MStatus status;
     try {
@@ -85,14 +85,15 @@ bool start_plugin(host& h, const QString& name, const QString& path, void* handl
     drop_registrations(h, raw);
     // Callbacks the failed initialisation installed go with it.
     QVector<std::uintptr_t> installed;
-    for (const callback_record& c : d.callbacks)
+    for (const callback_record& c : d.events.records())
         if (c.id >= first_callback)
             installed.append(c.id);
     for (std::uintptr_t id : installed)
         h.remove_callback(id);
-    for (auto it = d.plugins.begin(); it != d.plugins.end(); ++it) {
+    auto& loaded = d.plugins.loaded;
+    for (auto it = loaded.begin(); it != loaded.end(); ++it) {
         if (it->get() == raw) {
-            d.plugins.erase(it);
+            loaded.erase(it);
             break;
         }
     }
@@ -105,6 +106,14 @@ bool start_plugin(host& h, const QString& name, const QString& path, void* handl
 
 } // namespace
 
+plugin_record* plugin_registry::find(const QString& name) const
+{
+    for (const auto& p : loaded)
+        if (p->name == name)
+            return p.get();
+    return nullptr;
+}
+
 bool host::load_plugin(const QString& path, QString* name, QString* error)
 {
     auto fail = [&](const QString& text) {
@@ -116,12 +125,10 @@ bool host::load_plugin(const QString& path, QString* name, QString* error)
     QString pluginName = file.completeBaseName();
     if (pluginName.startsWith("lib") && file.suffix() == "so" && !file.exists())
         pluginName = pluginName.mid(3);
-    for (const auto& p : d->plugins) {
-        if (p->name == pluginName) {
-            if (name)
-                *name = pluginName;
-            return true; // already loaded, as Maya treats a second load
-        }
+    if (d->plugins.find(pluginName)) {
+        if (name)
+            *name = pluginName;
+        return true; // already loaded, as Maya treats a second load
     }
     if (!file.exists())
         return fail(QString("Plug-in file \"%1\" not found.").arg(path));
@@ -149,15 +156,15 @@ bool host::load_plugin(const QString& path, QString* name, QString* error)
 bool host::load_linked_plugin(const QString& name, const QString& path, entry_point init,
                               entry_point uninit, QString* error)
 {
-    for (const auto& p : d->plugins)
-        if (p->name == name)
-            return true;
+    if (d->plugins.find(name))
+        return true;
     return start_plugin(*this, name, QFileInfo(path).absoluteFilePath(), nullptr, init, uninit, error);
 }
 
 bool host::unload_plugin(const QString& name, QString* error)
 {
-    for (auto it = d->plugins.begin(); it != d->plugins.end(); ++it) {
+    auto& loaded = d->plugins.loaded;
+    for (auto it = loaded.begin(); it != loaded.end(); ++it) {
         plugin_record* record = it->get();
         if (record->name != name && record->path != name)
             continue;
@@ -176,7 +183,7 @@ bool host::unload_plugin(const QString& name, QString* error)
         }
         drop_registrations(*this, record);
         void* handle = record->handle;
-        d->plugins.erase(it);
+        loaded.erase(it);
         if (handle)
             dlclose(handle);
         return true;
@@ -189,24 +196,22 @@ bool host::unload_plugin(const QString& name, QString* error)
 QStringList host::plugins() const
 {
     QStringList out;
-    for (const auto& p : d->plugins)
+    for (const auto& p : d->plugins.loaded)
         out.append(p->name);
     return out;
 }
 
 QString host::plugin_path(const QString& name) const
 {
-    for (const auto& p : d->plugins)
-        if (p->name == name)
-            return p->path;
-    return QString();
+    const plugin_record* record = d->plugins.find(name);
+    return record ? record->path : QString();
 }
 
 mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::value>& args)
 {
     auto& d = h.data();
-    auto found = d.commands.find(name);
-    if (found == d.commands.end())
+    auto found = d.plugins.commands.find(name);
+    if (found == d.plugins.commands.end())
         throw mel::command_failed{QString("Cannot find procedure \"%1\".").arg(name)};
     MCreatorFunction creator = found->creator;
 
@@ -223,8 +228,8 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
         }
     }
 
-    d.results.append(command_result());
-    const int errors_before = d.errors_reported;
+    d.plugins.results.append(command_result());
+    const int errors_before = d.log.errors_reported();
     MStatus status = MStatus::kFailure;
     QString thrown;
     try {
@@ -238,13 +243,14 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
     } catch (...) {
         thrown = "unknown exception";
     }
-    command_result result = d.results.takeLast();
+    command_result result = d.plugins.results.takeLast();
     if (!thrown.isEmpty())
         throw mel::command_failed{QString("%1: the command threw an exception: %2").arg(name, thrown)};
     // A command that fails without saying why still shows in the output.
     if (!status)
-        throw mel::command_failed{d.errors_reported > errors_before ? QString()
-                                                                  : QString("%1: command failed.").arg(name)};
+        throw mel::command_failed{d.log.errors_reported() > errors_before
+                                      ? QString()
+                                      : QString("%1: command failed.").arg(name)};
     switch (result.kind) {
     case command_result::none: return mel::value();
     case command_result::single: return mel::value::from_string(result.values.value(0));
@@ -286,9 +292,9 @@ MStatus MFnPlugin::registerCommand(const MString& commandName, MCreatorFunction 
     if (!record || !creatorFunction || name.isEmpty())
         return MStatus::kInvalidParameter;
     auto& d = h.data();
-    if (d.commands.contains(name) || d.interp.has_command(name))
+    if (d.plugins.commands.contains(name) || d.interp.has_command(name))
         return MStatus::kFailure;
-    d.commands.insert(name, {creatorFunction, record});
+    d.plugins.commands.insert(name, {creatorFunction, record});
     record->commands.append(name);
     d.interp.register_command(name, [name](mel::interpreter&, const QVector<mel::value>& args) {
         return sandbox::run_plugin_command(host::instance(), name, args);
@@ -302,10 +308,10 @@ MStatus MFnPlugin::deregisterCommand(const MString& commandName)
     sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
     QString name = sandbox::to_qstring(commandName);
     auto& d = h.data();
-    auto found = d.commands.find(name);
-    if (!record || found == d.commands.end() || found->owner != record)
+    auto found = d.plugins.commands.find(name);
+    if (!record || found == d.plugins.commands.end() || found->owner != record)
         return MStatus::kFailure;
-    d.commands.erase(found);
+    d.plugins.commands.erase(found);
     record->commands.removeOne(name);
     d.interp.unregister_command(name);
     return MStatus::kSuccess;

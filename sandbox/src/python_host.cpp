@@ -6,14 +6,23 @@
 
 #include "host_private.h"
 
+#include <QFile>
 #include <QRegularExpression>
 
 #include <cstdint>
 #include <cstdlib>
 
+// Outside any namespace, as the resource's registration function is.
+static void init_resources()
+{
+    Q_INIT_RESOURCE(sandbox);
+}
+
 namespace sandbox {
 
 namespace {
+
+const char* const bootstrap_resource = ":/sandbox/python/maya_bootstrap.py";
 
 bool started = false;
 bool start_failed = false;
@@ -179,11 +188,8 @@ QString mel_literal(const mel::value& v)
 // Errors of the MEL side, taken for the exception instead of the output.
 class error_capture {
 public:
-    explicit error_capture(host& h) : d_(h.data()), previous_(d_.error_capture)
-    {
-        d_.error_capture = &errors_;
-    }
-    ~error_capture() { d_.error_capture = previous_; }
+    explicit error_capture(host& h) : log_(h.data().log), previous_(log_.set_capture(&errors_)) {}
+    ~error_capture() { log_.set_capture(previous_); }
     // Raises RuntimeError with the errors' text, without their line prefix.
     PyObject* raise(const QString& fallback)
     {
@@ -197,7 +203,7 @@ public:
     }
 
 private:
-    host::impl& d_;
+    script_log& log_;
     QStringList* previous_;
     QStringList errors_;
 };
@@ -318,141 +324,15 @@ PyObject* init_module()
     return PyModule_Create(&module_def);
 }
 
-// The maya package, the output streams and the runner, in Python.
-const char* const bootstrap = R"PY(
-import itertools, sys, types, traceback
-import _quillmarsh as _q
 
-class _Output:
-    encoding = 'utf-8'
-    errors = 'strict'
-    def __init__(self, kind):
-        self._kind = kind
-        self._pending = ''
-    def write(self, text):
-        text = str(text)
-        lines = (self._pending + text).split('\n')
-        self._pending = lines.pop()
-        for line in lines:
-            _q.write(self._kind, line)
-        return len(text)
-    def flush(self):
-        if self._pending:
-            _q.write(self._kind, self._pending)
-            self._pending = ''
-    def isatty(self):
-        return False
-    def writable(self):
-        return True
-
-sys.stdout = _Output(0)
-sys.stderr = _Output(1)
-sys.argv = ['']
-
-_BOOT = '<quillmarsh>'
-
-def _value(v):
-    if isinstance(v, bool):
-        return int(v)
-    if isinstance(v, (int, float, str, list, tuple)):
-        return v
-    return str(v)
-
-def _arguments(command, args, kwargs):
-    query = bool(kwargs.get('q') or kwargs.get('query'))
-    edit = bool(kwargs.get('e') or kwargs.get('edit'))
-    out = ['-q'] if query else ['-e'] if edit else []
-    for name, v in kwargs.items():
-        if name in ('q', 'query', 'e', 'edit'):
-            continue
-        flag = '-' + name
-        if isinstance(v, bool):
-            # A flag that stands alone is given or left out; one that takes
-            # a value gets 1 or 0. Queried flags never carry a value.
-            if query or _q.flag_takes_value(command, name) != 1:
-                if v:
-                    out.append(flag)
-                continue
-            out += [flag, int(v)]
-        elif isinstance(v, tuple):
-            out.append(flag)
-            out += [_value(x) for x in v]
-        else:
-            out += [flag, _value(v)]
-    return out + [_value(a) for a in args]
-
-def _command(name):
-    def command(*args, **kwargs):
-        return _q.call(name, _arguments(name, args, kwargs))
-    command.__name__ = command.__qualname__ = name
-    command.__module__ = 'maya.cmds'
-    return command
-
-_deferred = {}
-_deferred_ids = itertools.count()
-
-def _eval_deferred(*args, **kwargs):
-    # From Python a deferred text is Python, and a callable is taken too.
-    if len(args) != 1:
-        return _q.call('evalDeferred', _arguments('evalDeferred', args, kwargs))
-    what = args[0]
-    if callable(what):
-        key = next(_deferred_ids)
-        _deferred[key] = what
-        what = "__import__('_quillmarsh_boot')._deferred.pop(%d)()" % key
-    _q.queue_python(str(what))
-
-def _cmds_getattr(name):
-    if name == 'evalDeferred':
-        return _eval_deferred
-    if name.startswith('__') or not _q.has_command(name):
-        raise AttributeError("module 'maya.cmds' has no attribute '%s'" % name)
-    return _command(name)
-
-maya = types.ModuleType('maya')
-maya.__path__ = []
-cmds = types.ModuleType('maya.cmds')
-cmds.__getattr__ = _cmds_getattr
-cmds.__dir__ = _q.command_names
-mel = types.ModuleType('maya.mel')
-mel.eval = _q.mel_eval
-maya.cmds = cmds
-maya.mel = mel
-sys.modules.update({'maya': maya, 'maya.cmds': cmds, 'maya.mel': mel})
-
-def _report(exc):
-    # Maya's one line: the type, where it happened in the user's code, why.
-    frames = [f for f in traceback.extract_tb(exc.__traceback__) if f.filename != _BOOT]
-    if isinstance(exc, SyntaxError):
-        where = 'file %s line %s: ' % (exc.filename, exc.lineno)
-        message = exc.msg
-    else:
-        where = 'file %s line %d: ' % (frames[-1].filename, frames[-1].lineno) if frames else ''
-        message = str(exc)
-    if len(frames) > 1:
-        _q.write(0, 'Traceback (most recent call last):')
-        for line in traceback.format_list(frames):
-            _q.write(0, line.rstrip('\n'))
-    _q.report('%s: %s%s' % (type(exc).__name__, where, message))
-
-def _run(source, filename):
-    main = sys.modules['__main__'].__dict__
-    try:
-        try:
-            code = compile(source, filename, 'eval')
-        except SyntaxError:
-            code = None
-        if code is not None:
-            return True, eval(code, main)
-        exec(compile(source, filename, 'exec'), main)
-        return True, None
-    except BaseException as exc:
-        _report(exc)
-        return False, None
-    finally:
-        sys.stdout.flush()
-        sys.stderr.flush()
-)PY";
+// The maya package, the output streams and the runner, in Python; empty
+// when the build left it out.
+QByteArray read_bootstrap()
+{
+    init_resources();
+    QFile file(bootstrap_resource);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 // Python runs only what someone asks for: no environment variables, no user
 // site, no script from the working folder.
@@ -461,6 +341,14 @@ bool start()
     if (started || start_failed)
         return started;
     start_failed = true;
+    // Without it maya.cmds would be an empty module that fails far from here.
+    const QByteArray bootstrap = read_bootstrap();
+    if (bootstrap.isEmpty()) {
+        host::instance().log(log_kind::error, QString("Python could not start: its maya module (%1) "
+                                                      "is not in the build.")
+                                                  .arg(bootstrap_resource));
+        return false;
+    }
     if (PyImport_AppendInittab("_quillmarsh", &init_module) != 0)
         return false;
     // Python's own arenas are mapped memory that leak checkers do not look
@@ -484,7 +372,7 @@ bool start()
                                                   .arg(QString::fromUtf8(status.err_msg ? status.err_msg : "")));
         return false;
     }
-    py_ref code(Py_CompileString(bootstrap, "<quillmarsh>", Py_file_input));
+    py_ref code(Py_CompileString(bootstrap.constData(), "<quillmarsh>", Py_file_input));
     py_ref boot(code ? PyImport_ExecCodeModule("_quillmarsh_boot", code.get()) : nullptr);
     if (boot)
         run_function = PyObject_GetAttrString(boot.get(), "_run");

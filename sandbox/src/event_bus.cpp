@@ -1,0 +1,66 @@
+#include "event_bus.h"
+
+#include <QStringList>
+
+namespace sandbox {
+
+namespace {
+const QStringList known_events = {
+    "SelectionChanged", "SceneOpened", "NewSceneOpened", "deleteAll", "quitApplication",
+    "SceneSaved", "idle"};
+} // namespace
+
+bool event_bus::is_known(const QString& event)
+{
+    return known_events.contains(event);
+}
+
+std::uintptr_t event_bus::add(const QString& event, void (*fn)(void*), void* data)
+{
+    if (!(is_known(event) || event.startsWith("scene:")) || !fn)
+        return 0;
+    std::uintptr_t id = next_id_++;
+    callbacks_.append({id, event, fn, data});
+    return id;
+}
+
+bool event_bus::remove(std::uintptr_t id)
+{
+    for (int i = 0; i < callbacks_.size(); ++i) {
+        if (callbacks_[i].id == id) {
+            callbacks_.remove(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+void event_bus::fire(const QString& event)
+{
+    // A callback may add or remove callbacks: walk a snapshot of the ids and
+    // skip the ones gone by the time their turn comes.
+    QVector<std::uintptr_t> ids;
+    for (const callback_record& c : callbacks_)
+        if (c.event == event)
+            ids.append(c.id);
+    for (std::uintptr_t id : ids) {
+        for (const callback_record& c : callbacks_) {
+            if (c.id == id) {
+                auto fn = c.fn;
+                void* data = c.data;
+                fn(data);
+                break;
+            }
+        }
+    }
+}
+
+int event_bus::count(const QString& event) const
+{
+    int n = 0;
+    for (const callback_record& c : callbacks_)
+        n += c.event == event;
+    return n;
+}
+
+} // namespace sandbox
