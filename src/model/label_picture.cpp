@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 
 struct label_art {
     QString text;
@@ -19,7 +20,57 @@ struct label_art {
     QSize size;
     QPixmap pixmap;
     bool rendered = false;
+    QImage enlarged; // the text drawn at the last enlarged size asked for
+
+    ~label_art();
+    void set_enlarged(QImage image, const std::shared_ptr<label_art>& self);
 };
+
+namespace {
+
+// Enlarged pictures kept, oldest first, within a budget: panning over a
+// large picker zoomed in must not keep one for every label it passed.
+constexpr qint64 enlarged_budget = qint64(64) << 20;
+
+struct enlarged_entry {
+    std::weak_ptr<label_art> art;
+    qint64 key; // the picture this entry stands for, while the art still has it
+};
+
+struct enlarged_cache {
+    std::deque<enlarged_entry> order;
+    qint64 bytes = 0;
+};
+
+enlarged_cache& enlarged_pictures()
+{
+    static enlarged_cache cache;
+    return cache;
+}
+
+} // namespace
+
+label_art::~label_art()
+{
+    enlarged_pictures().bytes -= enlarged.sizeInBytes();
+}
+
+void label_art::set_enlarged(QImage image, const std::shared_ptr<label_art>& self)
+{
+    enlarged_cache& cache = enlarged_pictures();
+    cache.bytes += image.sizeInBytes() - enlarged.sizeInBytes();
+    enlarged = std::move(image);
+    cache.order.push_back({self, enlarged.cacheKey()});
+    while (cache.bytes > enlarged_budget && cache.order.size() > 1) {
+        const enlarged_entry oldest = cache.order.front();
+        cache.order.pop_front();
+        auto art = oldest.art.lock();
+        if (art && art->enlarged.cacheKey() == oldest.key && art.get() != this) {
+            cache.bytes -= art->enlarged.sizeInBytes();
+            art->enlarged = QImage();
+        }
+    }
+}
 
 label_picture::label_picture(const QString& text, const QFont& font, quint32 color, const QSize& size)
 {
@@ -89,18 +140,28 @@ void label_picture::draw(QPainter& painter, const QRectF& target) const
         return;
     }
     // Enlarging the picture would enlarge its pixels: the text is laid out
-    // as in the picture and drawn through the scale instead, smoothed.
-    painter.save();
-    painter.translate(target.topLeft());
-    painter.scale(target.width() / size.width(), target.height() / size.height());
-    QFont font = art_->font;
-    font.setStyleStrategy(QFont::PreferAntialias);
-    painter.setFont(font);
-    painter.setPen(QColor(QRgb(art_->color)));
-    painter.setBrush(Qt::NoBrush);
-    painter.setRenderHint(QPainter::TextAntialiasing);
-    painter.drawText(QRectF(QPointF(0, 0), size), Qt::AlignCenter, art_->text);
-    painter.restore();
+    // as in the picture and drawn at the enlarged size instead, smoothed,
+    // into a picture of its own that is then copied pixel for pixel. A copy
+    // is cut by a clip exactly where a whole paint cuts it; text is not.
+    const QSize pixels = (target.size() * density).toSize();
+    if (art_->enlarged.size() != pixels) {
+        QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter text;
+        if (text.begin(&image)) {
+            text.scale(pixels.width() / size.width(), pixels.height() / size.height());
+            QFont font = art_->font;
+            font.setStyleStrategy(QFont::PreferAntialias);
+            text.setFont(font);
+            text.setPen(QColor(QRgb(art_->color)));
+            text.setRenderHint(QPainter::TextAntialiasing);
+            text.drawText(QRectF(QPointF(0, 0), size), Qt::AlignCenter, art_->text);
+            text.end();
+        }
+        image.setDevicePixelRatio(density);
+        art_->set_enlarged(std::move(image), art_);
+    }
+    painter.drawImage(target, art_->enlarged);
 }
 
 label_picture label_picture::from(const weak_handle& handle)

@@ -1,14 +1,20 @@
 #include "view/paint_cache.h"
 
-bool paint_layer::current(const view_state& state, const QList<buttonRecord>& buttons)
+#include <algorithm>
+
+paint_layer::staleness paint_layer::compare(const view_state& state, const QList<buttonRecord>& buttons,
+                                            QVector<int>& changed)
 {
-    bool same = valid_ && state == state_ && prints_.size() == buttons.size();
-    if (!same) {
+    changed.clear();
+    bool all = !valid_ || image.isNull() || !(state == state_) || prints_.size() != buttons.size();
+    if (all) {
         state_ = state;
         prints_.resize(buttons.size());
     }
     print* p = prints_.data();
-    for (const buttonRecord& r : buttons) {
+    const int n = buttons.size();
+    for (int i = 0; i < n; ++i, ++p) {
+        const buttonRecord& r = buttons.at(i);
         print now;
         now.bounds = r.bounds;
         now.color = r.color;
@@ -21,23 +27,65 @@ bool paint_layer::current(const view_state& state, const QList<buttonRecord>& bu
         if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
             || p->several != now.several) {
-            same = false;
+            // The pen later buttons are drawn with depends on the kinds.
+            all = all || p->bounds != now.bounds || p->kind != now.kind;
             *p = now;
+            if (!all)
+                changed.append(i);
         }
-        ++p;
     }
     valid_ = true;
-    return same;
+    // Past half the buttons, drawing them all is no dearer.
+    if (all || changed.size() > n / 2)
+        return staleness::all;
+    return changed.isEmpty() ? staleness::none : staleness::some_buttons;
+}
+
+void paint_layer::index(const QList<buttonRecord>& buttons, const QVector<QRect>& screenRects, const QSize& size)
+{
+    screen_ = screenRects;
+    commandBefore_.resize(screen_.size());
+    int last = -1;
+    for (int i = 0; i < screen_.size(); ++i) {
+        commandBefore_[i] = last;
+        if (buttons.at(i).kind && !screen_[i].isEmpty())
+            last = i;
+    }
+    columns_ = std::max(1, (size.width() + cell - 1) / cell);
+    rows_ = std::max(1, (size.height() + cell - 1) / cell);
+    cells_ = QVector<QVector<int>>(columns_ * rows_);
+    const QRect area(QPoint(0, 0), size);
+    for (int i = 0; i < screen_.size(); ++i) {
+        const QRect r = screen_[i] & area;
+        if (r.isEmpty())
+            continue;
+        for (int y = r.top() / cell; y <= r.bottom() / cell; ++y)
+            for (int x = r.left() / cell; x <= r.right() / cell; ++x)
+                cells_[y * columns_ + x].append(i);
+    }
+}
+
+void paint_layer::buttons_meeting(const QRect& r, QVector<int>& out) const
+{
+    out.clear();
+    const QRect area = r & QRect(0, 0, columns_ * cell, rows_ * cell);
+    if (area.isEmpty())
+        return;
+    for (int y = area.top() / cell; y <= area.bottom() / cell; ++y)
+        for (int x = area.left() / cell; x <= area.right() / cell; ++x)
+            for (int i : cells_[y * columns_ + x])
+                if (screen_[i].intersects(r))
+                    out.append(i);
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
 }
 
 void paint_layer::clear()
 {
     image = QImage();
     prints_ = QVector<print>();
+    cells_ = QVector<QVector<int>>();
+    screen_ = QVector<QRect>();
+    commandBefore_ = QVector<int>();
     valid_ = false;
-}
-
-qint64 paint_layer::bytes() const
-{
-    return image.sizeInBytes() + qint64(prints_.capacity()) * qint64(sizeof(print));
 }

@@ -29,12 +29,23 @@ public:
         }
     };
 
-    // True when the picture still shows this state; otherwise remembers the
-    // state as the one about to be painted and returns false.
-    bool current(const view_state& state, const QList<buttonRecord>& buttons);
+    // How far the picture is behind the view.
+    enum class staleness { none, some_buttons, all };
+    // Compares the view with what the picture shows and remembers the view
+    // as about to be painted. With some_buttons, `changed` holds the buttons
+    // (in list order) whose look changed where they stand; a move, an added
+    // or removed button, or most buttons changing make it all.
+    staleness compare(const view_state& state, const QList<buttonRecord>& buttons, QVector<int>& changed);
     void clear();
-    // Bytes held by the picture and the record of what it shows.
-    qint64 bytes() const;
+
+    // Where each button lies on the picture, kept from the last full paint
+    // (an empty rectangle for a button it did not draw): the buttons whose
+    // pixels may meet a rectangle, in list order.
+    void index(const QList<buttonRecord>& buttons, const QVector<QRect>& screenRects, const QSize& size);
+    void buttons_meeting(const QRect& r, QVector<int>& out) const;
+    // The last command button drawn before button i in a whole paint, or
+    // -1: shapes pick up the outline pen it leaves.
+    int command_before(int i) const { return commandBefore_.value(i, -1); }
 
     QImage image;
 
@@ -53,4 +64,12 @@ private:
     view_state state_;
     QVector<print> prints_;
     bool valid_ = false;
+
+    // A grid of cells over the picture, each listing the buttons meeting it.
+    static constexpr int cell = 32;
+    int columns_ = 0;
+    int rows_ = 0;
+    QVector<QVector<int>> cells_;
+    QVector<QRect> screen_;
+    QVector<int> commandBefore_;
 };

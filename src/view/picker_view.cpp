@@ -464,7 +464,14 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     state.zoom = zoom;
     state.shift = shift;
     state.background = background().cacheKey();
-    if (!layer.current(state, buttons()) || layer.image.isNull()) {
+    paint_layer::staleness stale = layer.compare(state, buttons(), changedButtons);
+    if (stale == paint_layer::staleness::some_buttons) {
+        QPainter canvas(&layer.image);
+        canvas.setRenderHints(painter.renderHints());
+        if (!redraw_buttons(canvas, changedButtons))
+            stale = paint_layer::staleness::all;
+    }
+    if (stale == paint_layer::staleness::all) {
         const QSize pixels = (QSizeF(size()) * ratio).toSize();
         if (layer.image.size() != pixels || layer.image.format() != state.format)
             layer.image = QImage(pixels, state.format);
@@ -472,6 +479,13 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
         QPainter canvas(&layer.image);
         canvas.setRenderHints(painter.renderHints());
         draw_canvas(canvas, rect());
+        // What a whole paint draws: the buttons it does not cull.
+        const QRect shown = mapToPicker(rect());
+        QVector<QRect> placed;
+        placed.reserve(buttons().size());
+        for (const buttonRecord& r : buttons())
+            placed.append(r.bounds.intersects(shown) ? reach(r) : QRect());
+        layer.index(buttons(), placed, size());
     }
     // A copy, not a blend: Xor labels leave see-through pixels in the picture
     // that a direct paint leaves in the window too.
@@ -483,6 +497,75 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
         painter.drawImage(QRectF(exposed), layer.image,
                           QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
     painter.restore();
+    return true;
+}
+
+// Each button whose look changed where it stands is painted again over what
+// lies under it, with every button its pixels meet, in list order, clipped to
+// it: the picture then holds what a whole paint would (Qt may rasterise a
+// curve cut by the clip a unit of colour apart at an edge pixel). False when
+// so many changed that a whole paint is the cheaper.
+bool picker_view::redraw_buttons(QPainter& painter, const QVector<int>& changed)
+{
+    constexpr int max_patches = 256;
+    const QList<buttonRecord>& list = buttons();
+    const QRect area = rect();
+    const banner_overlay* banner = overlays.banner();
+    // A command button's outline pen is the one the shapes after it are
+    // stroked with: when it changes, so do they.
+    QVector<int> dirty;
+    for (int i : changed) {
+        dirty.append(i);
+        if (list.at(i).kind != 1)
+            continue;
+        for (int k = i + 1; k < list.size() && layer.command_before(k) == i; ++k)
+            if (list.at(k).kind == 0 && list.at(k).name_count() >= 2)
+                dirty.append(k);
+    }
+    std::sort(dirty.begin(), dirty.end());
+    dirty.erase(std::unique(dirty.begin(), dirty.end()), dirty.end());
+    QVector<QRect> rects;
+    QVector<int> meeting;
+    for (int i : dirty) {
+        QRect r = reach(list.at(i));
+        if (!r.intersects(area))
+            continue;
+        rects.append(r);
+        // So many that merging them costs more than a whole paint saves.
+        if (rects.size() > max_patches)
+            return false;
+    }
+    // Rectangles that meet are painted as one, so no button is drawn twice.
+    for (bool merged = true; merged;) {
+        merged = false;
+        for (int a = 0; a < rects.size(); ++a)
+            for (int b = a + 1; b < rects.size(); ++b)
+                if (rects[a].intersects(rects[b])) {
+                    rects[a] |= rects[b];
+                    rects.removeAt(b);
+                    merged = true;
+                    --b;
+                }
+    }
+    for (const QRect& r : rects) {
+        painter.setClipRect(r);
+        painter.fillRect(r & area, canvas_color);
+        if (!background().isNull())
+            painter.drawPixmap(mapToScreen(background().rect()), background());
+        if (banner->rect.intersects(r))
+            overlays.banner()->draw(painter);
+        layer.buttons_meeting(r, meeting);
+        for (int k : meeting) {
+            const buttonRecord& b = list.at(k);
+            const int before = layer.command_before(k);
+            painter.setPen(before < 0 ? QPen(Qt::NoPen) : outline_pen(list.at(before)));
+            if (b.kind)
+                draw_command_button(painter, b);
+            else
+                draw_one_button(painter, b);
+        }
+    }
+    painter.setClipping(false);
     return true;
 }
 
@@ -532,14 +615,37 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
             painter.drawEllipse(shape);
         }
     }
-    draw_label(painter, r, R.center());
+    draw_label(painter, r);
+}
+
+// Antialiased shapes may touch a pixel past their bounds, and a label's
+// target, its size rounded, may stick out of them by one.
+QRect picker_view::reach(const buttonRecord& r) const
+{
+    const QRect box = mapToScreen(r.bounds).adjusted(-1, -1, 1, 1);
+    const QRect label = label_reach(r);
+    return label.isEmpty() ? box : box | label;
+}
+
+QRect picker_view::label_reach(const buttonRecord& r) const
+{
+    const QRect label = label_target(r);
+    if (label.isEmpty())
+        return label;
+    return label.adjusted(-1, -1, 1, 1);
+}
+
+QPen picker_view::outline_pen(const buttonRecord& r)
+{
+    const QBrush outline = r.selected == 0 ? QBrush(Qt::black) : r.selected == 1 ? QBrush(Qt::white)
+                                                                                 : QBrush(partial_fill);
+    return QPen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
 }
 
 void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
 {
     QRectF R(mapToScreen(r.bounds));
     QColor color = QColor(QRgb(r.color));
-    QBrush outline;
     switch (r.selected) {
     case 0: {
         QLinearGradient gradient(R.topLeft(), R.bottomLeft());
@@ -548,19 +654,16 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
         gradient.setColorAt(0.9, color);
         gradient.setColorAt(1.0, color.darker(150));
         painter.setBrush(gradient);
-        outline = QBrush(Qt::black);
         break;
     }
     case 1:
         painter.setBrush(color.lighter(150));
-        outline = QBrush(Qt::white);
         break;
     default:
         painter.setBrush(partial_fill);
-        outline = QBrush(partial_fill);
         break;
     }
-    const QPen pen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+    const QPen pen = outline_pen(r);
     qreal k = 0.05 * std::min(R.width(), R.height());
     // The face fills the button's pixels to the edge; the outline is drawn
     // over it, just inside.
@@ -569,15 +672,24 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(inside_pen(R, pen), k, k, Qt::AbsoluteSize);
-    draw_label(painter, r, R.center());
+    draw_label(painter, r);
 }
 
-void picker_view::draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre)
+QRect picker_view::label_target(const buttonRecord& r) const
+{
+    if (r.labelPixmap.isNull())
+        return QRect();
+    const QPointF centre = QRectF(mapToScreen(r.bounds)).center();
+    QRect target(0, 0, round_fn(zoom * r.labelPixmap.width()), round_fn(zoom * r.labelPixmap.height()));
+    target.moveCenter(QPoint(round_fn(centre.x()), round_fn(centre.y())));
+    return target;
+}
+
+void picker_view::draw_label(QPainter& painter, const buttonRecord& r)
 {
     if (r.labelPixmap.isNull())
         return;
-    QRect target(0, 0, round_fn(zoom * r.labelPixmap.width()), round_fn(zoom * r.labelPixmap.height()));
-    target.moveCenter(QPoint(round_fn(centre.x()), round_fn(centre.y())));
+    const QRect target = label_target(r);
     // A light label on the light selected face would vanish; Xor keeps it readable.
     if (r.kind == 0 && r.selected == 1 && (r.labelColor & 0x808080)) {
         painter.setCompositionMode(QPainter::CompositionMode_Xor);

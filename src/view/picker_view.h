@@ -9,6 +9,7 @@
 #include "view/paint_cache.h"
 
 #include <QList>
+#include <QPen>
 #include <QPixmap>
 #include <QPoint>
 #include <QPointF>
@@ -220,7 +221,15 @@ protected:
     void draw_buttons(QPainter& painter, const QRect& exposed);
     void draw_one_button(QPainter& painter, const buttonRecord& r);
     void draw_command_button(QPainter& painter, const buttonRecord& r);
-    void draw_label(QPainter& painter, const buttonRecord& r, const QPointF& centre);
+    void draw_label(QPainter& painter, const buttonRecord& r);
+    // Where a button's label is drawn, in widget pixels; empty without one.
+    QRect label_target(const buttonRecord& r) const;
+    bool redraw_buttons(QPainter& painter, const QVector<int>& changed);
+    // The widget pixels a button's drawing may touch.
+    QRect reach(const buttonRecord& r) const;
+    QRect label_reach(const buttonRecord& r) const;
+    // The pen a command button's outline is drawn with, which it leaves set.
+    static QPen outline_pen(const buttonRecord& r);
 
 private slots:
     void page_changed(const page_notice& notice);
@@ -258,5 +267,6 @@ private:
     int zoomStep = 0;
     int wheelRest = 0;   // wheel travel short of a whole notch
     paint_layer layer;
+    QVector<int> changedButtons;
     bool paintCaching = true;
 };
