@@ -37,14 +37,14 @@ QByteArray data_text(const QString& command)
     return command.mid(head.size(), end - head.size()).toLatin1();
 }
 
-void run_case(const write_case& c, const QPixmap& picture, bench::keeping_host& host)
+void run_case(const write_case& c, const png_picture& picture, bench::keeping_host& host)
 {
     const QString name = QString("scene write, %1x%1, %2 buttons")
                              .arg(c.side)
                              .arg(c.buttons == 10000 ? QString("10,000") : QString::number(c.buttons));
     picker_window window(nullptr);
     picker_view* view = window.frontPicker();
-    window.place_background(view, QString::number(picture.cacheKey()), picture);
+    window.place_background(view, QString::number(picture.key()), picture);
 
     bench::picker_shape shape;
     shape.count = c.buttons;
@@ -158,11 +158,12 @@ int main(int argc, char** argv)
     picker_host::install(&host);
 
     const write_case cases[] = {{1024, 50}, {2048, 50}, {2048, 10000}};
-    QPixmap pictures[2];
+    png_picture pictures[2];
     for (int i = 0; i < 2; ++i) {
         const QImage image = bench::photo_image(1024 << i, 11 + i);
-        bench::describe_picture(image, bench::png_of(image));
-        pictures[i] = QPixmap::fromImage(image);
+        const QByteArray png = bench::png_of(image);
+        bench::describe_picture(image, png);
+        pictures[i] = png_picture::decode(png);
     }
     for (const write_case& c : cases)
         run_case(c, pictures[c.side == 2048], host);

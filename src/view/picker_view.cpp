@@ -266,10 +266,10 @@ void picker_view::frameBounds(const QRect& r, bool noZoomIn, bool animated)
 
 // ----- Background
 
-void picker_view::setBackground(const QString& key, const QPixmap& pixmap)
+void picker_view::setBackground(const QString& key, const png_picture& picture)
 {
     backgroundKey = key;
-    background = pixmap;
+    background = picture;
     update();
 }
 
@@ -285,20 +285,20 @@ void picker_view::change_background()
                                             QMessageBox::Cancel);
         if (answer != QMessageBox::Yes)
             return;
-        setBackground(QString(), QPixmap());
+        setBackground(QString(), png_picture());
         signal_changed();
         return;
     }
     QString why;
-    QPixmap pixmap = load_image_file(file, &why);
-    if (pixmap.isNull()) {
+    const png_picture picture = load_image_file(file, &why);
+    if (picture.isNull()) {
         QMessageBox::warning(this, "Background", why.left(1).toUpper() + why.mid(1) + '.');
         return;
     }
     if (window)
-        window->place_background(this, QString::number(pixmap.cacheKey()), pixmap);
+        window->place_background(this, QString::number(picture.key()), picture);
     else
-        setBackground(QString::number(pixmap.cacheKey()), pixmap);
+        setBackground(QString::number(picture.key()), picture);
     signal_changed();
 }
 
@@ -574,7 +574,7 @@ void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
 {
     painter.fillRect(exposed, canvas_color);
     if (!background.isNull())
-        painter.drawPixmap(mapToScreen(background.rect()), background);
+        painter.drawImage(mapToScreen(background.rect()), background.image());
     // The banner lies under the buttons: it never hides one.
     overlays.banner()->draw(painter);
     draw_buttons(painter, exposed);
@@ -602,7 +602,7 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     state.format = static_cast<QImage*>(device)->format();
     state.zoom = zoom;
     state.shift = shift;
-    state.background = background.cacheKey();
+    state.background = background.key();
     if (!layer.current(state, buttons) || layer.image.isNull()) {
         const QSize pixels = (QSizeF(size()) * ratio).toSize();
         if (layer.image.size() != pixels || layer.image.format() != state.format)

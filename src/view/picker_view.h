@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/button_model.h"
+#include "model/png_picture.h"
 #include "view/overlays.h"
 #include "view/paint_cache.h"
 
@@ -71,7 +72,7 @@ public:
     bool animating() const { return zoomTimer.isActive(); }
 
     // ----- Background
-    void setBackground(const QString& key, const QPixmap& pixmap);
+    void setBackground(const QString& key, const png_picture& picture);
 
     // ----- Buttons
     int push_button(const buttonAttributes& a, int index);
@@ -171,7 +172,7 @@ public:
     // Whether the pointer is over the canvas, where keys are meant for it.
     bool pointer_over() const;
 
-    QPixmap background;
+    png_picture background;
     QString backgroundKey;
     picker_window* window;
     picker_mouse_cmd* mouseCmd = nullptr;
