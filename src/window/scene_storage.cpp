@@ -42,8 +42,9 @@ namespace {
 
 // Records a chunk of the scene text holds: an edit recompresses one chunk.
 constexpr int chunk_records = 128;
-// Pictures are compressed already; the records compress well.
-constexpr int image_level = 1;
+// Pictures are PNG, compressed already: stored as they are they cost a
+// tenth of level 1's time for 0.1% more text. The records compress well.
+constexpr int image_level = 0;
 constexpr int record_level = 6;
 
 } // namespace
