@@ -136,8 +136,9 @@ int main(int argc, char** argv)
     QTemporaryDir folder;
 
     const QImage image = bench::photo_image(2048, 12);
-    bench::describe_picture(image, bench::png_of(image));
-    const QPixmap picture = QPixmap::fromImage(image);
+    const QByteArray png = bench::png_of(image);
+    bench::describe_picture(image, png);
+    const png_picture picture = png_picture::decode(png);
 
     // ----- .pkr files, opened through the window's open path
     const QList<buttonAttributes> buttons = picker(10000, 0, 21);
@@ -151,7 +152,7 @@ int main(int argc, char** argv)
         pkr_header header;
         header.name = "crowd";
         if (f.with_picture) {
-            header.backgroundKey = QString::number(picture.cacheKey());
+            header.backgroundKey = QString::number(picture.key());
             header.background = picture;
         }
         const QString path = folder.filePath(f.with_picture ? "crowd_picture.pkr" : "crowd.pkr");
@@ -177,7 +178,7 @@ int main(int argc, char** argv)
                 source.new_tab();
             picker_view* view = source.frontPicker();
             if (t == 0 && r.with_picture)
-                source.place_background(view, QString::number(picture.cacheKey()), picture);
+                source.place_background(view, QString::number(picture.key()), picture);
             for (const buttonAttributes& a : picker(per_tab, t, 31 + t))
                 view->push_button(a, -1);
         }

@@ -2,7 +2,8 @@
 // stack (a nudge, a colour, an undo), then the write the window does when the
 // host is next idle. Its floor, measured beside it, is base64 of as many bytes
 // as the written text holds plus the view's button stream: what writing the
-// text costs at the very least.
+// text costs at the very least. Then a new background from a PNG file, read,
+// placed and written to the scene, beside decoding that PNG alone.
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_scene_write
 #include "bench_data.h"
 
@@ -14,6 +15,8 @@
 #include <QApplication>
 #include <QDataStream>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QUndoStack>
 
 #include <cstdio>
@@ -38,14 +41,14 @@ QByteArray data_text(const QString& command)
     return command.mid(head.size(), end - head.size()).toLatin1();
 }
 
-void run_case(const write_case& c, const QPixmap& picture, bench::keeping_host& host)
+void run_case(const write_case& c, const png_picture& picture, bench::keeping_host& host)
 {
     const QString name = QString("scene write, %1x%1, %2 buttons")
                              .arg(c.side)
                              .arg(c.buttons == 10000 ? QString("10,000") : QString::number(c.buttons));
     picker_window window(nullptr);
     picker_view* view = window.frontPicker();
-    window.place_background(view, QString::number(picture.cacheKey()), picture);
+    window.place_background(view, QString::number(picture.key()), picture);
 
     bench::picker_shape shape;
     shape.count = c.buttons;
@@ -148,6 +151,64 @@ void run_case(const write_case& c, const QPixmap& picture, bench::keeping_host& 
     bench::print_memory(qPrintable(name + ", window still open"));
 }
 
+// What the set_background directive does with a picture file: read and
+// check it, put it on the tab, and write the scene when the host is idle.
+void run_set_background(int side, bench::keeping_host& host)
+{
+    const QString name = QString("set_background, %1x%1 photo PNG, 50 buttons").arg(side);
+    const QImage image = bench::photo_image(side, 13);
+    const QByteArray png = bench::png_of(image);
+    bench::describe_picture(image, png);
+    QTemporaryDir folder;
+    const QString path = folder.filePath("photo.png");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(png) != png.size())
+        return;
+    file.close();
+
+    picker_window window(nullptr);
+    picker_view* view = window.frontPicker();
+    bench::picker_shape shape;
+    shape.columns = 5;
+    for (const buttonAttributes& a : bench::make_buttons(shape))
+        view->push_button(a, -1);
+    view->signal_changed();
+    window.flushSceneData(false);
+
+    int failed = 0;
+    auto set_background = [&] {
+        QString why;
+        const png_picture picture = load_image_file(path, &why);
+        failed += picture.isNull();
+        window.place_background(view, QString::number(picture.key()), picture);
+        view->signal_changed();
+        window.flushSceneData(false);
+    };
+    // Each run starts from a tab without a background, written so.
+    auto clear = [&] {
+        view->setBackground(QString(), png_picture());
+        view->signal_changed();
+        window.flushSceneData(false);
+    };
+    auto decode_alone = [&] {
+        QImage decoded;
+        decoded.loadFromData(png, "PNG");
+        bench::keep(decoded.width());
+    };
+    bench::report(name, bench::paired_ms(set_background, decode_alone, clear), goal);
+
+    QByteArray stream;
+    {
+        QDataStream out(&stream, QIODevice::WriteOnly);
+        window.streamTo(out);
+    }
+    const QByteArray written = data_text(host.last);
+    const bool same = !failed && view->background().png() == png && !written.isEmpty()
+                      && decode_picker_data(written) == stream;
+    std::printf("%s: the file's own bytes are the picture, and the scene holds them: %s\n", qPrintable(name),
+                same ? "yes" : "NO");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -159,14 +220,16 @@ int main(int argc, char** argv)
     picker_host::install(&host);
 
     const write_case cases[] = {{1024, 50}, {2048, 50}, {2048, 10000}};
-    QPixmap pictures[2];
+    png_picture pictures[2];
     for (int i = 0; i < 2; ++i) {
         const QImage image = bench::photo_image(1024 << i, 11 + i);
-        bench::describe_picture(image, bench::png_of(image));
-        pictures[i] = QPixmap::fromImage(image);
+        const QByteArray png = bench::png_of(image);
+        bench::describe_picture(image, png);
+        pictures[i] = png_picture::decode(png);
     }
     for (const write_case& c : cases)
         run_case(c, pictures[c.side == 2048], host);
+    run_set_background(2048, host);
     picker_host::install(nullptr);
     return 0;
 }

@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QByteArray decoded = decode_picker_data(input);
     if (!decoded.isEmpty())
         read_window(decoded);
-    const QPixmap image = decode_image(input);
+    const png_picture image = decode_image(input);
     if (!image.isNull())
         fuzz::show_on_view({}, "1", image);
     read_window(input);

@@ -64,7 +64,7 @@ QString start_application()
     return home->path();
 }
 
-void show_on_view(const QVector<buttonAttributes>& buttons, const QString& key, const QPixmap& background)
+void show_on_view(const QVector<buttonAttributes>& buttons, const QString& key, const png_picture& background)
 {
     // One view for every input: building a widget each time would cost more
     // than the reading under test. Each input starts it from the same state.

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "model/button_model.h"
+#include "model/png_picture.h"
 
 #include <QByteArray>
 #include <QList>
-#include <QPixmap>
 #include <QString>
 
 #include <cstddef>
@@ -32,6 +32,6 @@ inline QByteArray bytes(const std::uint8_t* data, std::size_t size)
 // Puts the buttons (and the background, when given) on a fresh view and
 // paints it once: the same path a tab takes when it shows what was read.
 void show_on_view(const QVector<buttonAttributes>& buttons, const QString& key = QString(),
-                  const QPixmap& background = QPixmap());
+                  const png_picture& background = png_picture());
 
 } // namespace fuzz

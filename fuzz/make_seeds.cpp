@@ -4,13 +4,13 @@
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 
+#include <QBuffer>
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
-#include <QPixmap>
 
 #include <cstdio>
 
@@ -80,13 +80,20 @@ void write_old_list(QDataStream& out, int version, const QList<buttonAttributes>
         write_old_record(out, version, j, list[j]);
 }
 
-QPixmap background()
+png_picture background()
 {
     QImage image(24, 16, QImage::Format_RGB32);
     image.fill(0x304050);
-    QPainter painter(&image);
-    painter.fillRect(4, 4, 8, 8, QColor(0xe0c080));
-    return QPixmap::fromImage(image);
+    {
+        QPainter painter(&image);
+        painter.fillRect(4, 4, 8, 8, QColor(0xe0c080));
+    }
+    // Qt's own PNG, as a picture saved from a paint program would be.
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return png_picture::decode(png);
 }
 
 QByteArray pkr(int version, bool with_background, const QList<buttonAttributes>& list)

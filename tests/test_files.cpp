@@ -5,11 +5,15 @@
 #include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/safe_file.h"
+#include "model/scene_data.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
+#include <QBuffer>
+#include <QDataStream>
 #include <QDir>
+#include <QImageWriter>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QStandardPaths>
@@ -53,7 +57,7 @@ QByteArray nine_buttons(bool background = false)
         QImage image(6, 4, QImage::Format_ARGB32);
         image.fill(Qt::darkCyan);
         header.backgroundKey = "42";
-        header.background = QPixmap::fromImage(image);
+        header.background = png_picture::from_image(image);
     }
     return write_pkr(header, buttons(9));
 }
@@ -87,6 +91,42 @@ void answer_ok(seen_box* seen)
 }
 
 // Makes a folder refuse new files even for root; false when this machine can't.
+
+// A small picture as a PNG file: `quality` picks the compression, `comment`
+// adds a text chunk; either way not the bytes a pixmap's stream operator makes.
+QByteArray png_file(int quality, const QString& comment = QString())
+{
+    QImage image(12, 8, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, qRgb(x * 20, y * 30, 90));
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "png");
+    writer.setQuality(quality);
+    if (!comment.isEmpty())
+        writer.setText("Comment", comment);
+    writer.write(image);
+    return png;
+}
+
+// The decoded text of the last file-info entry `key` the window wrote.
+QByteArray scene_entry(const recording_host& host, const QString& key)
+{
+    const QString head = QString("fileInfo \"%1\" \"").arg(key);
+    for (int i = host.now.size() - 1; i >= 0; --i) {
+        const QString& command = host.now[i];
+        if (command.startsWith(head))
+            return command.mid(head.size(), command.indexOf('"', head.size()) - head.size()).toLatin1();
+    }
+    return QByteArray();
+}
+
+QByteArray marked(const QByteArray& png)
+{
+    return QByteArray("\0\0\0\x01", 4) + png;
+}
 } // namespace
 
 class test_files : public QObject {
@@ -200,6 +240,102 @@ private slots:
         modal_helper::answer_next(QString());
         window->save_current();
         QCOMPARE(contents(path), data);
+    }
+
+    void a_picture_file_is_stored_as_its_own_bytes_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QByteArray>("kept");
+        QTest::addColumn<QString>("key"); // the background key, when read from a .pkr
+        const QByteArray packed = png_file(0, "drawn by hand");
+        QTest::newRow("PNG file, highest compression, a text chunk") << packed << packed << QString();
+        QTest::newRow("PNG file with junk after its end") << png_file(50) + "junk" << png_file(50) << QString();
+        QTest::newRow("picker file") << packed << packed << "42";
+    }
+    void a_picture_file_is_stored_as_its_own_bytes()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QByteArray, kept);
+        QFETCH(QString, key);
+        picker_view* view = window->frontPicker();
+        if (key.isEmpty()) {
+            // The directive's and the dialog's path.
+            const QString path = dir.filePath("back.png");
+            write(path, file);
+            QString why;
+            const png_picture picture = load_image_file(path, &why);
+            QVERIFY2(!picture.isNull(), qPrintable(why));
+            window->place_background(view, QString::number(picture.key()), picture);
+            view->push_button(button(0), -1);
+            view->signal_changed();
+        } else {
+            pkr_header header;
+            header.name = "Hero";
+            header.backgroundKey = key;
+            header.background = png_picture::decode(file);
+            const QString path = dir.filePath("opened.pkr");
+            write(path, write_pkr(header, buttons(3)));
+            window->load_one_picker(path);
+            view = window->frontPicker();
+            QCOMPARE(view->backgroundKey(), key);
+            QCOMPARE(view->path(), path);
+        }
+
+        // The scene: the image entry and the picker data hold those bytes.
+        host->clear();
+        QVERIFY(window->flushSceneData(false));
+        QCOMPARE(QByteArray::fromBase64(scene_entry(*host, "QuillmarshPickerImage_" + view->backgroundKey())),
+                 marked(kept));
+        const QByteArray data = decode_picker_data(scene_entry(*host, "QuillmarshPickerData"));
+        QVERIFY(data.contains(marked(kept)));
+        // Restored from that data, the window writes the same data again.
+        picker_window restored(nullptr);
+        {
+            QDataStream in(data);
+            restored.streamFrom(in);
+        }
+        QByteArray again;
+        {
+            QDataStream out(&again, QIODevice::WriteOnly);
+            restored.streamTo(out);
+        }
+        QCOMPARE(again, data);
+
+        // A saved file holds them, and opened and saved again it is the same file.
+        const QString first = dir.filePath("first.pkr"), second = dir.filePath("second.pkr");
+        QVERIFY(window->do_save(view, first));
+        QVERIFY(contents(first).contains(marked(kept)));
+        window->load_one_picker(first);
+        QVERIFY(window->do_save(window->frontPicker(), second));
+        QCOMPARE(contents(second), contents(first));
+    }
+
+    void tabs_share_a_key_only_for_the_same_bytes()
+    {
+        // Two files name their pictures "42": the same pixels, stored as
+        // different bytes. The scene keeps each file's bytes under a key of its own.
+        const QByteArray packed = png_file(0), stored = png_file(100);
+        QCOMPARE(QImage::fromData(packed), QImage::fromData(stored));
+        QVERIFY(packed != stored);
+        const QStringList paths{dir.filePath("packed.pkr"), dir.filePath("stored.pkr")};
+        for (int i = 0; i < 2; ++i) {
+            pkr_header header;
+            header.name = "Hero";
+            header.backgroundKey = "42";
+            header.background = png_picture::decode(i ? stored : packed);
+            write(paths[i], write_pkr(header, buttons(2)));
+        }
+        window->load_pickers({paths[0], paths[0], paths[1]});
+        QCOMPARE(window->tabs()->count(), 4);
+        auto view = [this](int i) { return qobject_cast<picker_view*>(window->tabs()->widget(i)); };
+        QCOMPARE(view(1)->backgroundKey(), QString("42"));
+        QCOMPARE(view(2)->backgroundKey(), QString("42"));
+        QVERIFY(view(3)->backgroundKey() != "42");
+        host->clear();
+        QVERIFY(window->flushSceneData(false));
+        QCOMPARE(QByteArray::fromBase64(scene_entry(*host, "QuillmarshPickerImage_42")), marked(packed));
+        QCOMPARE(QByteArray::fromBase64(scene_entry(*host, "QuillmarshPickerImage_" + view(3)->backgroundKey())),
+                 marked(stored));
     }
 
     void label_pictures_are_bounded_data()

@@ -134,8 +134,9 @@ private slots:
     {
         recording_host host;
         picker_view view(nullptr);
-        QPixmap picture(320, 100);
-        view.setBackground("1", picture);
+        QImage picture(320, 100, QImage::Format_RGB32);
+        picture.fill(Qt::gray);
+        view.setBackground("1", png_picture::from_image(picture));
         view.push_button(make_button(QPoint(160, 20), {"hero:head"}), -1);
         view.push_button(make_button(QPoint(200, 30), {"hero:L_arm"}, 14, 6), -1);
         buttonAttributes fingers = make_button(QPoint(290, 60), {"hero:L_thumb", "hero:L_index"});

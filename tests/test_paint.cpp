@@ -134,8 +134,8 @@ private slots:
             for (int y = 0; y < image.height(); ++y)
                 for (int x = 0; x < image.width(); ++x)
                     image.setPixel(x, y, qRgba(x * 2, y * 2, int(rng.bounded(256)), 255));
-            const QPixmap picture = QPixmap::fromImage(image);
-            v.setBackground(QString::number(picture.cacheKey()), picture);
+            const png_picture picture = png_picture::from_image(image);
+            v.setBackground(QString::number(picture.key()), picture);
         });
         QTest::newRow("host selection") << change([](picker_view& v, QRandomGenerator& rng) {
             QStringList set;

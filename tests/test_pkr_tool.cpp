@@ -17,7 +17,7 @@
 namespace {
 
 // A picture that compresses like a painted one: a gradient with noise.
-QPixmap picture(int w, int h)
+png_picture picture(int w, int h)
 {
     QImage image(w, h, QImage::Format_RGB32);
     quint32 noise = 12345;
@@ -27,10 +27,10 @@ QPixmap picture(int w, int h)
             const int n = int(noise >> 28);
             image.setPixel(x, y, qRgb((x * 255 / w + n) & 255, (y * 255 / h + n) & 255, 90 + n));
         }
-    return QPixmap::fromImage(image);
+    return png_picture::from_image(image);
 }
 
-QByteArray file_bytes(const QString& name, const QString& key, const QPixmap& background,
+QByteArray file_bytes(const QString& name, const QString& key, const png_picture& background,
                       const QList<buttonAttributes>& buttons)
 {
     pkr_header header;
@@ -116,13 +116,13 @@ private slots:
             button({-5, 300}, 40, 16, 1, 1, 0xff00ff00, 0xffffff, "Reset", {"import maya.cmds as cmds\ncmds.select(cl=True)"}),
             button({0, 0}, 8, 30, 1, 0, 0x12345678, 0xfedcba98, QString(), {"select -cl;", "second line"}),
             button({999999, -999999}, 0, 100000, 0, 0, 0, 0, "", {QString(), "", "ünïcode:名前"})};
-        QTest::newRow("no picture") << file_bytes("body", QString(), QPixmap(), usual) << false;
+        QTest::newRow("no picture") << file_bytes("body", QString(), png_picture(), usual) << false;
         QTest::newRow("picture beside") << file_bytes("face", "4711", picture(64, 48), usual) << false;
         QTest::newRow("picture embedded") << file_bytes("face", "4711", picture(64, 48), usual) << true;
-        QTest::newRow("no buttons, null name") << file_bytes(QString(), QString(), QPixmap(), {}) << false;
+        QTest::newRow("no buttons, null name") << file_bytes(QString(), QString(), png_picture(), {}) << false;
         buttonAttributes odd = usual[0];
         odd.size = 7; // the legacy size apart from the width
-        QTest::newRow("legacy size") << file_bytes("odd", QString(), QPixmap(), {odd}) << false;
+        QTest::newRow("legacy size") << file_bytes("odd", QString(), png_picture(), {odd}) << false;
 
         // Older versions, once saved by this one.
         auto old_file = [](qint32 version) {
@@ -175,7 +175,8 @@ private slots:
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<QString>("reason");
         const QByteArray good = pkr_json::to_json(
-            read_bytes(file_bytes("b", QString(), QPixmap(), {button({1, 2}, 12, 12, 0, 0, 0xff000000, 0, "A", two)})),
+            read_bytes(file_bytes("b", QString(), png_picture(),
+                                  {button({1, 2}, 12, 12, 0, 0, 0xff000000, 0, "A", two)})),
             QString());
         auto with = [&good](const char* from, const char* to) {
             QByteArray j = good;
@@ -286,7 +287,7 @@ private slots:
         QFETCH(int, status);
         QFETCH(QString, says);
         QTemporaryDir place;
-        const QByteArray good = file_bytes("g", QString(), QPixmap(),
+        const QByteArray good = file_bytes("g", QString(), png_picture(),
                                            {button({1, 1}, 9, 9, 0, 0, 0xff000000, 0, "a", two),
                                             button({9, 9}, 9, 9, 0, 0, 0xff000000, 0, "b", two)});
         write(place.filePath("good.pkr"), good);

@@ -46,7 +46,7 @@ buttonAttributes button(QPoint pos, QStringList names, QString label = QString()
 }
 
 void write_pkr(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
-               const QPixmap& background = QPixmap())
+               const png_picture& background = png_picture())
 {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
@@ -60,6 +60,13 @@ void write_pkr(const QString& path, const QString& name, const QList<buttonAttri
     }
     write_pkr_header(out, header);
     write_button_list(out, buttons);
+}
+
+png_picture filled(int w, int h, QColor colour)
+{
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(colour);
+    return png_picture::from_image(image);
 }
 
 } // namespace
@@ -273,8 +280,7 @@ private slots:
     {
         run("QuillmarshPicker");
         run("QuillmarshPicker clear_tabs");
-        QPixmap back(6, 5);
-        back.fill(Qt::cyan);
+        const png_picture back = filled(6, 5, Qt::cyan);
         QString path = dir.filePath("img.pkr");
         write_pkr(path, "img", {button(QPoint(5, 5), {"n"})}, back);
         h.drain_idle();
@@ -411,8 +417,7 @@ private slots:
     void scene_round_trip()
     {
         characters();
-        QPixmap back(16, 8);
-        back.fill(Qt::yellow);
+        const png_picture back = filled(16, 8, Qt::yellow);
         run("QuillmarshPicker");
         run("QuillmarshPicker clear_tabs");
         QString path = dir.filePath("with_image.pkr");
@@ -466,14 +471,12 @@ private slots:
     {
         run("QuillmarshPicker");
         run("QuillmarshPicker clear_tabs");
-        QPixmap back(4, 4);
-        back.fill(Qt::red);
+        const png_picture back = filled(4, 4, Qt::red);
         QString path = dir.filePath("a.pkr");
         write_pkr(path, "a", {button(QPoint(5, 5), {"x"})}, back);
         run(QString("QuillmarshPicker open \"%1\" \"%1\"").arg(path));
         run("QuillmarshPicker new_tab");
-        QPixmap fresh(9, 9);
-        fresh.fill(Qt::blue);
+        const png_picture fresh = filled(9, 9, Qt::blue);
         QVERIFY(run(QString("QuillmarshPicker fetch_image 4242 \"%1\"").arg(QString(encode_image(fresh)))));
         QTabWidget* tabs = window()->tabs();
         QCOMPARE(qobject_cast<picker_view*>(tabs->widget(0))->background().size(), QSize(9, 9));

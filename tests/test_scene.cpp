@@ -63,7 +63,7 @@ QString describe_stream(const QByteArray& bytes)
 }
 
 void write_pkr(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
-               const QString& key = QString(), const QPixmap& background = QPixmap())
+               const QString& key = QString(), const png_picture& background = png_picture())
 {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
@@ -89,11 +89,11 @@ buttonAttributes button(QPoint pos, QStringList names, QString label = QString()
     return a;
 }
 
-QPixmap picture(int w, int h, QColor colour)
+png_picture picture(int w, int h, QColor colour)
 {
-    QPixmap p(w, h);
+    QImage p(w, h, QImage::Format_RGB32);
     p.fill(colour);
-    return p;
+    return png_picture::from_image(p);
 }
 
 } // namespace
@@ -157,8 +157,7 @@ class test_scene : public QObject {
                 continue;
             QString text;
             QVERIFY2(h.file_info("QuillmarshPickerImage_" + view->backgroundKey(), &text), qPrintable(step));
-            QCOMPARE(decode_image(text.toLatin1()).toImage().convertToFormat(QImage::Format_ARGB32),
-                     view->background().toImage().convertToFormat(QImage::Format_ARGB32));
+            QCOMPARE(decode_image(text.toLatin1()).png(), view->background().png());
         }
         for (const auto& entry : h.file_info_table()) {
             if (!entry.first.startsWith("QuillmarshPickerImage_"))
@@ -182,7 +181,9 @@ class test_scene : public QObject {
     QString image_file(const QString& name, QColor colour, int w = 12, int hgt = 9)
     {
         QString path = dir.filePath(name);
-        picture(w, hgt, colour).save(path);
+        QImage image(w, hgt, QImage::Format_RGB32);
+        image.fill(colour);
+        image.save(path);
         return path;
     }
 

@@ -7,8 +7,12 @@
 #include "model/scene_data.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QImage>
+#include <QImageWriter>
+#include <QPixmap>
 #include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <climits>
@@ -172,6 +176,35 @@ QByteArray real_png()
     return png;
 }
 
+// PNG bytes of the test image written another way than a pixmap's stream
+// operator would write them.
+QByteArray png_at_quality(const QImage& image, int quality)
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "png");
+    writer.setQuality(quality);
+    writer.write(image);
+    return png;
+}
+
+// `png` with a text chunk after its header, which Qt's writer never adds.
+QByteArray with_text_chunk(const QByteArray& png)
+{
+    const int after_ihdr = 8 + 8 + 13 + 4;
+    return png.left(after_ihdr) + png_chunk("tEXt", QByteArray("Comment\0drawn by hand", 21)) + png.mid(after_ihdr);
+}
+
+QByteArray jpeg_of(const QImage& image)
+{
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPG", 90);
+    return jpeg;
+}
+
 // A .pkr holding the three picker buttons behind the given pixmap bytes.
 QByteArray pkr_with_pixmap(const QByteArray& pixmap)
 {
@@ -238,7 +271,10 @@ private slots:
         pkr_header header;
         header.name = QStringLiteral("Face");
         header.backgroundKey = QStringLiteral("bg_face");
-        header.background = QPixmap::fromImage(test_image());
+        // A picture read from what Qt's own pixmap stream operator writes is
+        // written as that operator writes it.
+        const QByteArray image = pixmap_bytes(QPixmap::fromImage(test_image()));
+        header.background = png_picture::decode(image.mid(4));
         const buttonAttributes one = picker_buttons().first();
         QByteArray file;
         {
@@ -247,7 +283,6 @@ private slots:
             write_pkr_header(out, header);
             write_button_list(out, {one});
         }
-        const QByteArray image = pixmap_bytes(header.background);
         QVERIFY(image.size() > 8);
         const QByteArray expected =
             bytes().i32(5).str("Face").str("bg_face").raw(image).i32(1).record(0, one).data;
@@ -258,7 +293,7 @@ private slots:
         pkr_header back;
         QVERIFY(read_pkr_header(in, back));
         QCOMPARE(back.backgroundKey, header.backgroundKey);
-        QCOMPARE(back.background.toImage().convertToFormat(QImage::Format_ARGB32), test_image());
+        QCOMPARE(back.background.image().convertToFormat(QImage::Format_ARGB32), test_image());
         QList<buttonAttributes> got;
         read_button_list(in, back.version, [&got](const buttonAttributes& a) { got << a; });
         QCOMPARE(got, QList<buttonAttributes>{one});
@@ -415,7 +450,7 @@ private slots:
                 pkr_header header;
                 header.name = "Cut";
                 header.backgroundKey = "bg";
-                header.background = QPixmap::fromImage(test_image());
+                header.background = png_picture::from_image(test_image());
                 write_pkr_header(out, header);
             }
             header_end = data.size();
@@ -442,7 +477,7 @@ private slots:
                 QVERIFY2(!ok || cut >= header_end - 12, qPrintable(QString::number(cut)));
                 if (ok) {
                     QCOMPARE(header.name, QStringLiteral("Cut"));
-                    QCOMPARE(header.background.toImage().convertToFormat(QImage::Format_ARGB32), test_image());
+                    QCOMPARE(header.background.image().convertToFormat(QImage::Format_ARGB32), test_image());
                     read_button_list(in, header.version, [&got](const buttonAttributes& a) { got << a; });
                 }
             }
@@ -493,14 +528,14 @@ private slots:
         pkr_header header;
         header.name = "Hero";
         header.backgroundKey = "bg";
-        header.background = QPixmap::fromImage(test_image());
+        header.background = png_picture::from_image(test_image());
         QByteArray file = write_pkr(header, picker_buttons());
         QBuffer device(&file);
         QVERIFY(device.open(QIODevice::ReadOnly));
         pkr_contents got;
         QVERIFY(read_pkr(device, got, nullptr));
         QCOMPARE(got.header.name, QString("Hero"));
-        QCOMPARE(got.header.background.toImage().convertToFormat(QImage::Format_ARGB32), test_image());
+        QCOMPARE(got.header.background.image().convertToFormat(QImage::Format_ARGB32), test_image());
         QCOMPARE(got.buttons, picker_buttons().toVector());
         QCOMPARE(got.declared, 3);
         QVERIFY(!got.damaged && !got.image_refused);
@@ -636,6 +671,110 @@ private slots:
                      size.isValid() ? size : QSize(0, 0));
             QCOMPARE(scene_refused, refused);
         }
+    }
+
+    void background_files_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("kept"); // the PNG the picture keeps; empty: a new one
+        QTest::addColumn<QString>("error");   // empty: the file loads
+        const QByteArray png = with_text_chunk(real_png());
+        QByteArray bad_pixels = png;
+        const int idat = png.indexOf("IDAT");
+        bad_pixels[idat + 8] = char(bad_pixels[idat + 8] ^ 0x55);
+        const QByteArray jpeg = jpeg_of(test_image());
+
+        QTest::newRow("PNG") << png << "a.png" << png << QString();
+        QTest::newRow("PNG with junk after its end") << png + "trailing junk" << "a.png" << png << QString();
+        QTest::newRow("PNG cut short") << png.left(png.size() - 30) << "a.png" << QByteArray()
+                                       << "the PNG is cut short or damaged";
+        QTest::newRow("PNG without its end chunk") << png.left(png.size() - 12) << "a.png" << QByteArray()
+                                                   << "the PNG is cut short or damaged";
+        QTest::newRow("PNG claiming 5000 x 5000") << claimed_png(5000, 5000, true) << "a.png" << QByteArray()
+                                                  << "is 5000 x 5000 pixels; a background holds at most 4096 x 4096";
+        QTest::newRow("PNG claiming no pixels") << claimed_png(0, 5) << "a.png" << QByteArray() << "claims no pixels";
+        QTest::newRow("PNG whose pixels are damaged") << bad_pixels << "a.png" << QByteArray()
+                                                      << "the PNG does not decode";
+        QTest::newRow("JPEG") << jpeg << "a.jpg" << QByteArray() << QString();
+        QTest::newRow("JPEG named .png") << jpeg << "b.png" << QByteArray() << QString();
+        QTest::newRow("text named .png") << QByteArray("not a picture") << "c.png" << QByteArray()
+                                         << "could not read the image";
+    }
+    void background_files()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, name);
+        QFETCH(QByteArray, kept);
+        QFETCH(QString, error);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(name);
+        {
+            QFile out(path);
+            QVERIFY(out.open(QIODevice::WriteOnly));
+            QCOMPARE(out.write(file), qint64(file.size()));
+        }
+        QString why;
+        const png_picture picture = load_image_file(path, &why);
+        if (!error.isEmpty()) {
+            QVERIFY(picture.isNull());
+            QVERIFY2(why.contains(error), qPrintable(why));
+            return;
+        }
+        QVERIFY2(!picture.isNull(), qPrintable(why));
+        if (!kept.isEmpty())
+            QCOMPARE(picture.png().toHex(), kept.toHex());
+        // The pixels are the file's, whatever its format.
+        QCOMPARE(picture.image().convertToFormat(QImage::Format_ARGB32),
+                 QImage::fromData(file).convertToFormat(QImage::Format_ARGB32));
+
+        // A .pkr and a scene entry hold the picture's bytes, and give back
+        // those bytes and those pixels, with the buttons after them in step.
+        pkr_header header;
+        header.name = "Hero";
+        header.backgroundKey = "7";
+        header.background = picture;
+        QByteArray saved = write_pkr(header, picker_buttons());
+        QVERIFY(saved.contains(bytes().i32(1).raw(picture.png()).data));
+        QBuffer device(&saved);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QVERIFY(!got.damaged && !got.image_refused);
+        QCOMPARE(got.header.background.png(), picture.png());
+        QCOMPARE(got.header.background.image(), picture.image());
+        QCOMPARE(got.buttons, picker_buttons().toVector());
+        const png_picture entry = decode_image(encode_image(picture));
+        QCOMPARE(entry.png(), picture.png());
+        QCOMPARE(entry.image(), picture.image());
+    }
+
+    void pictures_are_written_back_as_read_data()
+    {
+        QTest::addColumn<QByteArray>("png");
+        // Each differs from what a pixmap's stream operator makes of its pixels.
+        QTest::newRow("opaque RGBA") << real_png();
+        QTest::newRow("highest compression") << png_at_quality(test_image().convertToFormat(QImage::Format_RGB32), 0);
+        QTest::newRow("a text chunk") << with_text_chunk(real_png());
+        QTest::newRow("palette") << png_at_quality(test_image().convertToFormat(QImage::Format_Indexed8), 50);
+    }
+    void pictures_are_written_back_as_read()
+    {
+        QFETCH(QByteArray, png);
+        const QByteArray image = bytes().i32(1).raw(png).data;
+        QByteArray file = pkr_with_pixmap(image);
+        QBuffer device(&file);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QVERIFY(!got.header.background.isNull());
+        QCOMPARE(write_pkr(got.header, got.buttons.toList()).toHex(), file.toHex());
+
+        const QByteArray entry = image.toBase64();
+        QCOMPARE(encode_image(decode_image(entry)), entry);
+        // A scene entry written as plain PNG, as older pickers did, comes
+        // back with the stream's marker and the same bytes.
+        QCOMPARE(encode_image(decode_image(png.toBase64())), entry);
     }
 
     void absurd_geometry_is_clamped_data()

@@ -435,9 +435,10 @@ private slots:
         picker_view view(nullptr);
         view.resize(100, 100);
         view.show();
-        QPixmap red(20, 20);
+        QImage red(20, 20, QImage::Format_RGB32);
         red.fill(Qt::red);
-        view.setBackground(QString::number(red.cacheKey()), red);
+        const png_picture picture = png_picture::from_image(red);
+        view.setBackground(QString::number(picture.key()), picture);
         view.zoom = 2.0;
         view.shift = QPoint(10, 10);
         QImage image = render(view);
@@ -493,7 +494,7 @@ private slots:
         modal_helper::answer_next(file);
         view.change_background();
         QCOMPARE(view.background().size(), QSize(8, 6));
-        QCOMPARE(view.backgroundKey(), QString::number(view.background().cacheKey()));
+        QCOMPARE(view.backgroundKey(), QString::number(view.background().key()));
         QVERIFY(window.flushSceneData(false));
         QCOMPARE(host.now.size(), 2);
         QCOMPARE(host.now[0], QString("fileInfo \"QuillmarshPickerImage_%1\" \"%2\"; file -modified 1;")

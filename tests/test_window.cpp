@@ -37,11 +37,16 @@ picker_view* view_at(picker_window& w, int i)
     return qobject_cast<picker_view*>(w.tabs()->widget(i));
 }
 
+png_picture filled(int w, int h, QColor colour)
+{
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(colour);
+    return png_picture::from_image(image);
+}
+
 void give_background(picker_view* view, const QString& key)
 {
-    QPixmap p(2, 2);
-    p.fill(Qt::green);
-    view->setBackground(key, p);
+    view->setBackground(key, filled(2, 2, Qt::green));
 }
 
 } // namespace
@@ -172,9 +177,7 @@ private slots:
         QByteArray data;
         {
             picker_window w(nullptr);
-            QPixmap picture(600, 500);
-            picture.fill(Qt::darkGray);
-            w.place_background(w.frontPicker(), "5", picture);
+            w.place_background(w.frontPicker(), "5", filled(600, 500, Qt::darkGray));
             buttonAttributes far = button({"far"});
             far.pos = QPoint(650, 520);
             w.frontPicker()->push_button(far, -1);
@@ -407,14 +410,12 @@ private slots:
         recording_host host;
         picker_window w(nullptr);
         w.clear_tabs();
-        QPixmap shared(40, 30);
-        shared.fill(Qt::darkCyan);
+        const png_picture shared = filled(40, 30, Qt::darkCyan);
         for (const QString& tab : tabs) {
             w.new_tab();
             const QStringList parts = tab.split(':');
             if (parts[0] != "-") {
-                QPixmap own(17 + parts[0].toInt(), 9);
-                own.fill(QColor(parts[0].toInt() * 10, 80, 40));
+                const png_picture own = filled(17 + parts[0].toInt(), 9, QColor(parts[0].toInt() * 10, 80, 40));
                 w.frontPicker()->setBackground(parts[0], parts[0] == "11" ? shared : own);
             }
             for (int i = 0; i < parts[1].toInt(); ++i) {
@@ -455,11 +456,9 @@ private slots:
         w.new_tab();
         w.set_tab_text(w.tabs()->count() - 1, "added");
         check("new tab");
-        QPixmap fresh(5, 5);
-        fresh.fill(Qt::yellow);
-        w.place_background(w.frontPicker(), "77", fresh);
+        w.place_background(w.frontPicker(), "77", filled(5, 5, Qt::yellow));
         check("picture set");
-        w.frontPicker()->setBackground(QString(), QPixmap());
+        w.frontPicker()->setBackground(QString(), png_picture());
         check("picture cleared");
         w.close_tab(0);
         check("tab closed");

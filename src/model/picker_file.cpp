@@ -49,14 +49,14 @@ bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
         return refuse(QStringLiteral("the file is not a picker or its header is cut short"));
 
     if (header.version >= 2 && !header.backgroundKey.isEmpty()) {
-        switch (read_pixmap(in, header.background)) {
-        case pixmap_read::null_image:
-        case pixmap_read::decoded:
+        switch (read_picture(in, header.background)) {
+        case picture_read::null_image:
+        case picture_read::decoded:
             break;
-        case pixmap_read::refused:
+        case picture_read::refused:
             out.image_refused = true;
             break;
-        case pixmap_read::broken:
+        case picture_read::broken:
             // Nothing after an image without an end can be found again.
             out.image_refused = true;
             out.damaged = true;
@@ -117,9 +117,9 @@ bool read_window_stream(QDataStream& in, window_contents& out)
             break;
         }
         if (out.version >= 2 && !tab.key.isEmpty()) {
-            const pixmap_read got = read_pixmap(in, tab.background, &pixel_budget);
-            tab.image_refused = got == pixmap_read::refused || got == pixmap_read::broken;
-            if (got == pixmap_read::broken) {
+            const picture_read got = read_picture(in, tab.background, &pixel_budget);
+            tab.image_refused = got == picture_read::refused || got == picture_read::broken;
+            if (got == picture_read::broken) {
                 out.damaged = true;
                 out.tabs.append(tab);
                 break;

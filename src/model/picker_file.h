@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QIODevice>
 #include <QList>
-#include <QPixmap>
 #include <QString>
 #include <QVector>
 
@@ -28,7 +27,7 @@ QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& bu
 struct window_tab {
     QString text;
     QString key;
-    QPixmap background;
+    png_picture background;
     bool image_refused = false;
     QVector<buttonAttributes> buttons;
     qint32 declared = 0;

@@ -318,7 +318,7 @@ bool picker_page::any_selected() const
 
 // ----- The page itself
 
-void picker_page::set_background(const QString& key, const QPixmap& picture)
+void picker_page::set_background(const QString& key, const png_picture& picture)
 {
     backgroundKey_ = key;
     background_ = picture;

@@ -5,11 +5,11 @@
 #pragma once
 
 #include "model/button_model.h"
+#include "model/png_picture.h"
 
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QPixmap>
 #include <QVector>
 
 // What an edit changed. Fields other than `state` and `path` are what
@@ -93,8 +93,8 @@ public:
 
     // ----- The page itself
     const QString& background_key() const { return backgroundKey_; }
-    const QPixmap& background() const { return background_; }
-    void set_background(const QString& key, const QPixmap& picture);
+    const png_picture& background() const { return background_; }
+    void set_background(const QString& key, const png_picture& picture);
     const QString& name() const { return name_; }
     void set_name(const QString& name);
     const QString& path() const { return path_; }
@@ -137,7 +137,7 @@ private:
 
     QList<buttonRecord> buttons_;
     QString backgroundKey_;
-    QPixmap background_;
+    png_picture background_;
     QString name_;
     QString path_;
 

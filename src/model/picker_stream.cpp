@@ -2,13 +2,9 @@
 
 #include "model/limits.h"
 
-#include <QBitmap>
 #include <QIODevice>
-#include <QImage>
 
 #include <algorithm>
-#include <climits>
-#include <cstring>
 
 // Readers never trust a count: every loop stops at the first stream error and
 // at the limits, and each pass consumes bytes, so a damaged count costs at
@@ -58,74 +54,8 @@ button_list_read read_records(QDataStream& in, int version, qint32 count, qint32
     return result;
 }
 
-quint32 be32(const char* p)
-{
-    const auto* u = reinterpret_cast<const uchar*>(p);
-    return (quint32(u[0]) << 24) | (quint32(u[1]) << 16) | (quint32(u[2]) << 8) | quint32(u[3]);
-}
-
-const char png_signature[8] = {'\x89', 'P', 'N', 'G', '\r', '\n', '\x1a', '\n'};
 // The end chunk with its fixed CRC: what a damaged PNG is resynchronised on.
 const char png_end[12] = {0, 0, 0, 0, 'I', 'E', 'N', 'D', '\xae', '\x42', '\x60', '\x82'};
-
-// Appends `n` bytes from the device to `to` (or drops them when `to` is
-// null), a megabyte at a time so a lying length costs only what is there.
-bool take(QIODevice* device, qint64 n, QByteArray* to)
-{
-    constexpr qint64 piece = 1 << 20;
-    char scratch[4096];
-    while (n > 0) {
-        if (to) {
-            const int step = int(std::min(n, piece));
-            const int old = to->size();
-            to->resize(old + step);
-            if (device->read(to->data() + old, step) != step)
-                return false;
-            n -= step;
-        } else {
-            const qint64 step = std::min<qint64>(n, sizeof scratch);
-            if (device->read(scratch, step) != step)
-                return false;
-            n -= step;
-        }
-    }
-    return true;
-}
-
-enum class png_walk { complete, too_big, broken };
-
-// Reads one PNG from the device, chunk by chunk up to IEND. Keeps its bytes
-// in `png` unless they pass the byte limit; `size` gets the header's claim.
-png_walk walk_png(QIODevice* device, QByteArray& png, QSize& size)
-{
-    png.clear();
-    char head[8];
-    if (device->read(head, 8) != 8 || std::memcmp(head, png_signature, 8) != 0)
-        return png_walk::broken;
-    png.append(head, 8);
-    bool keep = true;
-    for (bool first = true;; first = false) {
-        if (device->read(head, 8) != 8)
-            return png_walk::broken;
-        const quint32 length = be32(head);
-        const bool ihdr = std::memcmp(head + 4, "IHDR", 4) == 0;
-        if (length > 0x7fffffffu || first != ihdr || (ihdr && length != 13))
-            return png_walk::broken;
-        const qint64 rest = qint64(length) + 4; // data and CRC
-        keep = keep && png.size() + 8 + rest <= limits::max_image_bytes;
-        if (keep)
-            png.append(head, 8);
-        else
-            png.clear();
-        if (!take(device, rest, keep ? &png : nullptr))
-            return png_walk::broken;
-        if (first)
-            size = QSize(int(std::min<quint32>(be32(png.constData() + 16), INT_MAX)),
-                         int(std::min<quint32>(be32(png.constData() + 20), INT_MAX)));
-        if (std::memcmp(head + 4, "IEND", 4) == 0)
-            return keep ? png_walk::complete : png_walk::too_big;
-    }
-}
 
 // After a PNG whose chunks do not hold together: moves the device past the
 // next end chunk, so what follows the image can still be read.
@@ -150,15 +80,6 @@ bool skip_to_png_end(QIODevice* device, qint64 from)
     }
 }
 
-bool size_allowed(const QSize& size, qint64* pixel_budget)
-{
-    if (size.width() < 1 || size.height() < 1 || size.width() > limits::max_image_side
-        || size.height() > limits::max_image_side)
-        return false;
-    const qint64 pixels = qint64(size.width()) * size.height();
-    return pixels <= limits::max_image_pixels && (!pixel_budget || pixels <= *pixel_budget);
-}
-
 } // namespace
 
 void clamp_geometry(buttonAttributes& a)
@@ -170,48 +91,18 @@ void clamp_geometry(buttonAttributes& a)
     a.height = clamp_side(a.height);
 }
 
-bool png_size(const QByteArray& png, QSize* size)
+picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget)
 {
-    if (png.size() < 24 || std::memcmp(png.constData(), png_signature, 8) != 0
-        || std::memcmp(png.constData() + 12, "IHDR", 4) != 0)
-        return false;
-    *size = QSize(int(std::min<quint32>(be32(png.constData() + 16), INT_MAX)),
-                  int(std::min<quint32>(be32(png.constData() + 20), INT_MAX)));
-    return true;
-}
-
-QPixmap decode_png(const QByteArray& png, bool* refused, qint64* pixel_budget)
-{
-    QSize size;
-    QImage image;
-    if (png_size(png, &size) && size_allowed(size, pixel_budget))
-        image.loadFromData(png, "PNG");
-    if (image.isNull() || image.size() != size) {
-        if (refused)
-            *refused = true;
-        return QPixmap();
-    }
-    if (pixel_budget)
-        *pixel_budget -= qint64(size.width()) * size.height();
-    if (refused)
-        *refused = false;
-    if (image.depth() == 1)
-        return QBitmap::fromImage(std::move(image));
-    return QPixmap::fromImage(std::move(image));
-}
-
-pixmap_read read_pixmap(QDataStream& in, QPixmap& pixmap, qint64* pixel_budget)
-{
-    pixmap = QPixmap();
+    picture = png_picture();
     if (!stream_ok(in) || !in.device())
-        return pixmap_read::broken;
+        return picture_read::broken;
     if (in.version() >= 5) {
         qint32 marker = 0;
         in >> marker;
         if (!stream_ok(in))
-            return pixmap_read::broken;
+            return picture_read::broken;
         if (marker == 0)
-            return pixmap_read::null_image;
+            return picture_read::null_image;
     }
     QIODevice* device = in.device();
     const qint64 start = device->pos();
@@ -220,18 +111,18 @@ pixmap_read read_pixmap(QDataStream& in, QPixmap& pixmap, qint64* pixel_budget)
     switch (walk_png(device, png, size)) {
     case png_walk::complete: {
         bool refused = false;
-        pixmap = decode_png(png, &refused, pixel_budget);
-        return refused ? pixmap_read::refused : pixmap_read::decoded;
+        picture = png_picture::decode(png, &refused, pixel_budget);
+        return refused ? picture_read::refused : picture_read::decoded;
     }
     case png_walk::too_big:
-        return pixmap_read::refused;
+        return picture_read::refused;
     case png_walk::broken:
         break;
     }
     if (skip_to_png_end(device, start))
-        return pixmap_read::refused;
+        return picture_read::refused;
     in.setStatus(QDataStream::ReadPastEnd);
-    return pixmap_read::broken;
+    return picture_read::broken;
 }
 
 void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a)
@@ -362,7 +253,7 @@ void write_pkr_header(QDataStream& out, const pkr_header& header)
 bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused)
 {
     header.backgroundKey.clear();
-    header.background = QPixmap();
+    header.background = png_picture();
     if (image_refused)
         *image_refused = false;
     if (!stream_ok(in))
@@ -374,9 +265,9 @@ bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused)
         return true;
     in >> header.backgroundKey;
     if (stream_ok(in) && !header.backgroundKey.isEmpty()) {
-        const pixmap_read got = read_pixmap(in, header.background);
+        const picture_read got = read_picture(in, header.background);
         if (image_refused)
-            *image_refused = got == pixmap_read::refused;
+            *image_refused = got == picture_read::refused;
     }
     return stream_ok(in);
 }

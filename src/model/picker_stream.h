@@ -4,10 +4,10 @@
 
 #include "model/button_model.h"
 #include "model/limits.h"
+#include "model/png_picture.h"
 
 #include <QDataStream>
 #include <QList>
-#include <QPixmap>
 #include <QString>
 
 #include <functional>
@@ -58,8 +58,8 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in);
 struct pkr_header {
     qint32 version = picker_format::current_version;
     QString name;
-    QString backgroundKey; // empty: no pixmap follows
-    QPixmap background;
+    QString backgroundKey; // empty: no picture follows
+    png_picture background;
 };
 void write_pkr_header(QDataStream& out, const pkr_header& header);
 // False when the stream failed before the header was complete. An image
@@ -67,20 +67,15 @@ void write_pkr_header(QDataStream& out, const pkr_header& header);
 // stream in step after it.
 bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused = nullptr);
 
-// Pixmaps as their stream operator writes them (a marker, then PNG bytes),
-// read without trusting them: the PNG's chunks are walked up to IEND, its
-// size is checked before anything is decoded, and a refused image still
-// leaves the stream positioned after it.
-enum class pixmap_read { null_image, decoded, refused, broken };
+// Pictures as a pixmap's stream operator writes them (a marker, then PNG
+// bytes), read without trusting them: the PNG's chunks are walked up to
+// IEND, its size is checked before anything is decoded, and a refused image
+// still leaves the stream positioned after it. A decoded picture keeps the
+// bytes it was read from.
+enum class picture_read { null_image, decoded, refused, broken };
 // `pixel_budget`, when given, is what the caller still allows and shrinks by
 // the pixels decoded. broken: the stream failed (its status says how).
-pixmap_read read_pixmap(QDataStream& in, QPixmap& pixmap, qint64* pixel_budget = nullptr);
-// The width and height a PNG's header claims; false when `png` does not
-// start like a PNG.
-bool png_size(const QByteArray& png, QSize* size);
-// Decodes PNG bytes when their size is within the limits (and the budget).
-// Null and *refused set otherwise.
-QPixmap decode_png(const QByteArray& png, bool* refused, qint64* pixel_budget = nullptr);
+picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget = nullptr);
 
 // Clamps coordinates and sides to the limits, so that no later arithmetic
 // on a read button can overflow.

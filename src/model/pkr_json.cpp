@@ -2,13 +2,9 @@
 
 #include "model/limits.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QImage>
-#include <QImageReader>
-#include <QImageWriter>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -75,25 +71,28 @@ quint32 read_colour(const QJsonObject& o, const char* key, const QString& where)
     return c;
 }
 
-QPixmap read_png(const QByteArray& png, const QString& where)
+// The bytes are kept as they are, so they must be a picture a .pkr could
+// hold and read back.
+png_picture read_png(const QByteArray& png, const QString& where)
 {
     if (png.size() > limits::max_image_bytes)
         fail(where, QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
-    QBuffer buffer;
-    buffer.setData(png);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer, "png");
-    const QSize size = reader.size();
-    if (!size.isValid())
+    png_picture picture;
+    QSize size;
+    switch (picture_from_png(png, picture, &size)) {
+    case png_check::ok:
+        break;
+    case png_check::not_png:
         fail(where, "the picture is not a PNG image");
-    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side
-        || qint64(size.width()) * size.height() > limits::max_image_pixels)
+    case png_check::damaged:
+        fail(where, "the picture is cut short or damaged");
+    case png_check::too_large:
         fail(where, QString("the picture is %1 x %2 pixels; a picker holds at most %3 x %3")
                         .arg(size.width()).arg(size.height()).arg(limits::image_square_side));
-    const QImage image = reader.read();
-    if (image.isNull())
-        fail(where, "the picture cannot be decoded: " + reader.errorString());
-    return QPixmap::fromImage(image);
+    case png_check::undecodable:
+        fail(where, "the picture cannot be decoded");
+    }
+    return picture;
 }
 
 buttonAttributes read_button(const QJsonValue& value, int index)
@@ -141,16 +140,9 @@ buttonAttributes read_button(const QJsonValue& value, int index)
 
 QByteArray picture_png(const pkr_header& header)
 {
-    if (header.backgroundKey.isEmpty() || header.background.isNull())
+    if (header.backgroundKey.isEmpty())
         return QByteArray();
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    // The same writer the pixmap's stream operator uses, so the bytes are
-    // those a .pkr holds.
-    QImageWriter writer(&buffer, "png");
-    writer.write(header.background.toImage());
-    return png;
+    return header.background.png();
 }
 
 QByteArray to_json(const pkr_contents& picker, const QString& image_file)

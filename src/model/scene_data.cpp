@@ -4,6 +4,7 @@
 #include "model/picker_stream.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QDataStream>
@@ -374,58 +375,99 @@ QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap)
     return out;
 }
 
-QByteArray encode_image(const QPixmap& pixmap)
+QByteArray encode_image(const png_picture& picture)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << pixmap;
+    out << picture;
     return bytes.toBase64();
 }
 
-QPixmap decode_image(const QByteArray& text, bool* refused, qint64* pixel_budget)
+png_picture decode_image(const QByteArray& text, bool* refused, qint64* pixel_budget)
 {
     if (refused)
         *refused = false;
     if (text.size() > max_text(limits::max_image_bytes))
-        return QPixmap();
+        return png_picture();
     const QByteArray bytes = QByteArray::fromBase64(text);
     if (bytes.isEmpty())
-        return QPixmap();
-    // Plain PNG bytes load directly; what encode_image wrote carries the
-    // pixmap stream's marker in front of the PNG.
+        return png_picture();
+    // What encode_image wrote carries the stream's marker in front of the
+    // PNG; plain PNG bytes read as a stream from before there was a marker.
+    QDataStream in(bytes);
     QSize size;
     if (png_size(bytes, &size))
-        return decode_png(bytes, refused, pixel_budget);
-    QDataStream in(bytes);
-    QPixmap pixmap;
-    const pixmap_read got = read_pixmap(in, pixmap, pixel_budget);
+        in.setVersion(QDataStream::Qt_3_0);
+    png_picture picture;
+    const picture_read got = read_picture(in, picture, pixel_budget);
     if (refused)
-        *refused = got == pixmap_read::refused;
-    return got == pixmap_read::decoded ? pixmap : QPixmap();
+        *refused = got == picture_read::refused;
+    return got == picture_read::decoded ? picture : png_picture();
 }
 
-QPixmap load_image_file(const QString& path, QString* error)
+png_picture load_image_file(const QString& path, QString* error)
 {
     auto fail = [error](const QString& why) {
         if (error)
             *error = why;
-        return QPixmap();
+        return png_picture();
     };
-    QFileInfo info(path);
-    if (!info.isFile())
-        return fail(QString("could not read the image \"%1\"").arg(path));
-    if (info.size() > limits::max_image_bytes)
-        return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));
-    QImageReader reader(path);
-    const QSize size = reader.size();
-    if (!reader.canRead() || !size.isValid())
-        return fail(QString("could not read the image \"%1\"").arg(path));
-    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side ||
-        qint64(size.width()) * size.height() > limits::max_image_pixels)
+    auto too_large = [&](const QSize& size) {
         return fail(QString("the image \"%1\" is %2 x %3 pixels; a background holds at most %4 x %4")
                         .arg(path).arg(size.width()).arg(size.height()).arg(limits::image_square_side));
-    QImage image = reader.read();
+    };
+    const QString unreadable = QString("could not read the image \"%1\"").arg(path);
+    QFileInfo info(path);
+    if (!info.isFile())
+        return fail(unreadable);
+    if (info.size() > limits::max_image_bytes)
+        return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(unreadable);
+    const QByteArray bytes = file.read(limits::max_image_bytes + 1);
+    if (bytes.size() > limits::max_image_bytes)
+        return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));
+
+    // A PNG is kept as the file holds it, so it must read back the way a
+    // stored picture is read: nothing the readers would refuse gets in.
+    png_picture picture;
+    QSize size;
+    switch (picture_from_png(bytes, picture, &size)) {
+    case png_check::ok:
+        return picture;
+    case png_check::too_large:
+        return size.isEmpty() ? fail(unreadable + ": it claims no pixels") : too_large(size);
+    case png_check::damaged:
+        return fail(unreadable + ": the PNG is cut short or damaged");
+    case png_check::undecodable:
+        return fail(unreadable + ": the PNG does not decode");
+    case png_check::not_png:
+        break;
+    }
+
+    // Known by its contents first, as a file named for another format may
+    // be; the name tells only formats that carry no signature.
+    QBuffer device;
+    device.setData(bytes);
+    device.open(QIODevice::ReadOnly);
+    QImageReader reader(&device);
+    if (!reader.canRead()) {
+        device.seek(0);
+        reader.setDevice(&device);
+        reader.setFormat(info.suffix().toLatin1());
+    }
+    size = reader.size();
+    if (!reader.canRead() || !size.isValid())
+        return fail(unreadable);
+    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side ||
+        qint64(size.width()) * size.height() > limits::max_image_pixels)
+        return too_large(size);
+    const QImage image = reader.read();
     if (image.isNull())
-        return fail(QString("could not read the image \"%1\": %2").arg(path, reader.errorString()));
-    return QPixmap::fromImage(image);
+        return fail(unreadable + ": " + reader.errorString());
+    picture = png_picture::from_image(image);
+    if (picture.isNull())
+        return fail(unreadable + ": it cannot be stored as PNG");
+    return picture;
 }

@@ -1,11 +1,12 @@
 // How pickers are kept in the host scene's file info: the whole window as
 // compressed, base64-encoded stream data, and each background image as a
-// base64-encoded pixmap stream under a key of its own.
+// base64-encoded picture stream under a key of its own.
 #pragma once
+
+#include "model/png_picture.h"
 
 #include <QByteArray>
 #include <QLatin1String>
-#include <QPixmap>
 #include <QString>
 
 namespace scene_keys {
@@ -23,14 +24,17 @@ QByteArray decode_picker_data(const QByteArray& text);
 // front): empty when damaged or longer than `cap`.
 QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap);
 
-// A pixmap written with its stream operator at the default stream version, base64.
-QByteArray encode_image(const QPixmap& pixmap);
+// A picture as a pixmap's stream operator writes it (at the default stream
+// version), base64: its PNG bytes as they are.
+QByteArray encode_image(const png_picture& picture);
 // Null when the text holds no PNG image, or one over the image limits or
 // over `pixel_budget` (then *refused is set; nothing is decoded). A decoded
-// image takes its pixels from the budget.
-QPixmap decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+// image takes its pixels from the budget and keeps the bytes it was read from.
+png_picture decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
 
-// A picture file chosen as a background, in any format Qt reads. Its size
-// is checked from its header before any pixel is decoded; null with *error
-// set when it cannot be read or is over the image limits.
-QPixmap load_image_file(const QString& path, QString* error);
+// A picture file chosen as a background. Its size is checked from its
+// header before any pixel is decoded; null with *error set when it cannot
+// be read or is over the image limits. A PNG keeps the file's own bytes (up
+// to its end chunk) and must read back as a stored picture would; any other
+// format Qt reads is encoded to PNG once.
+png_picture load_image_file(const QString& path, QString* error);

@@ -442,10 +442,10 @@ MStatus picker_main::set_background(const MStringArray& args)
     if (args.length() != 1)
         return script_error("set_background", "needs one image file");
     QString why;
-    QPixmap pixmap = load_image_file(to_q(args[0]), &why);
-    if (pixmap.isNull()) // the picker keeps the background it has
+    const png_picture picture = load_image_file(to_q(args[0]), &why);
+    if (picture.isNull()) // the picker keeps the background it has
         return script_error("set_background", why);
-    picker()->place_background(view, QString::number(pixmap.cacheKey()), pixmap);
+    picker()->place_background(view, QString::number(picture.key()), picture);
     view->signal_changed();
     return MStatus::kSuccess;
 }
@@ -455,7 +455,7 @@ MStatus picker_main::clear_background(const MStringArray&)
     picker_view* view = current_view();
     if (!view)
         return MStatus::kSuccess;
-    view->setBackground(QString(), QPixmap());
+    view->setBackground(QString(), png_picture());
     view->signal_changed();
     return MStatus::kSuccess;
 }

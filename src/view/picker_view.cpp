@@ -267,9 +267,9 @@ void picker_view::frameBounds(const QRect& r, bool noZoomIn, bool animated)
 
 // ----- Background
 
-void picker_view::setBackground(const QString& key, const QPixmap& pixmap)
+void picker_view::setBackground(const QString& key, const png_picture& picture)
 {
-    page_->set_background(key, pixmap);
+    page_->set_background(key, picture);
 }
 
 void picker_view::change_background()
@@ -284,19 +284,19 @@ void picker_view::change_background()
                                             QMessageBox::Cancel);
         if (answer != QMessageBox::Yes)
             return;
-        setBackground(QString(), QPixmap());
+        setBackground(QString(), png_picture());
         return;
     }
     QString why;
-    QPixmap pixmap = load_image_file(file, &why);
-    if (pixmap.isNull()) {
+    const png_picture picture = load_image_file(file, &why);
+    if (picture.isNull()) {
         QMessageBox::warning(this, "Background", why.left(1).toUpper() + why.mid(1) + '.');
         return;
     }
     if (window)
-        window->place_background(this, QString::number(pixmap.cacheKey()), pixmap);
+        window->place_background(this, QString::number(picture.key()), picture);
     else
-        setBackground(QString::number(pixmap.cacheKey()), pixmap);
+        setBackground(QString::number(picture.key()), picture);
 }
 
 // ----- Buttons
@@ -435,7 +435,7 @@ void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
 {
     painter.fillRect(exposed, canvas_color);
     if (!background().isNull())
-        painter.drawPixmap(mapToScreen(background().rect()), background());
+        painter.drawImage(mapToScreen(background().rect()), background().image());
     // The banner lies under the buttons: it never hides one.
     overlays.banner()->draw(painter);
     draw_buttons(painter, exposed);
@@ -463,7 +463,7 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     state.format = static_cast<QImage*>(device)->format();
     state.zoom = zoom;
     state.shift = shift;
-    state.background = background().cacheKey();
+    state.background = background().key();
     paint_layer::staleness stale = layer.compare(state, buttons(), changedButtons);
     if (stale == paint_layer::staleness::some_buttons) {
         QPainter canvas(&layer.image);
@@ -551,7 +551,7 @@ bool picker_view::redraw_buttons(QPainter& painter, const QVector<int>& changed)
         painter.setClipRect(r);
         painter.fillRect(r & area, canvas_color);
         if (!background().isNull())
-            painter.drawPixmap(mapToScreen(background().rect()), background());
+            painter.drawImage(mapToScreen(background().rect()), background().image());
         if (banner->rect.intersects(r))
             overlays.banner()->draw(painter);
         layer.buttons_meeting(r, meeting);

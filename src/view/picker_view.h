@@ -76,9 +76,9 @@ public:
     // ----- The page drawn
     picker_page* page() const { return page_; }
     const QList<buttonRecord>& buttons() const { return page_->buttons(); }
-    const QPixmap& background() const { return page_->background(); }
+    const png_picture& background() const { return page_->background(); }
     const QString& backgroundKey() const { return page_->background_key(); }
-    void setBackground(const QString& key, const QPixmap& pixmap);
+    void setBackground(const QString& key, const png_picture& picture);
 
     // ----- Buttons
     // A selection button at a widget point, with the toolbox's look, bound

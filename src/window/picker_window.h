@@ -13,6 +13,7 @@
 #include <QWidget>
 
 #include "model/picker_page.h"
+#include "model/png_picture.h"
 #include "model/scene_text.h"
 
 class QAction;
@@ -122,10 +123,10 @@ public:
     void setImageData(picker_view* view);
     void removeImageData(const QString& key);
     void fetchImageData(picker_view* view);
-    void setBackgroundImage(const QString& key, const QPixmap& pixmap);
+    void setBackgroundImage(const QString& key, const png_picture& picture);
     // Gives the view a background under a key no other tab uses for another
     // picture (a key that is not one the picker makes means no background).
-    void place_background(picker_view* view, const QString& key, const QPixmap& pixmap);
+    void place_background(picker_view* view, const QString& key, const png_picture& picture);
     void set_tab_text(int index, const QString& text);
 
     // ----- Streams: every tab, for the scene
@@ -274,12 +275,12 @@ private:
     QByteArray sceneText;
     QSet<QString> sceneImages;
     // Pieces of the last scene text: each picture's stream bytes compressed
-    // once (by pixmap cache key), each view's buttons in chunks.
+    // once (by picture key), each view's buttons in chunks.
     mutable QHash<qint64, deflate_piece> imagePieces;
     mutable QHash<const picker_page*, QVector<deflate_piece>> buttonPieces;
     bool noticesHeld = false;
     QList<QPointer<picker_page>> heldPages;
-    const deflate_piece& image_piece(const QPixmap& pixmap) const;
+    const deflate_piece& image_piece(const png_picture& picture) const;
     QString streamDamage;
     bool sceneDirty = false;
     bool flushQueued = false;

@@ -1,0 +1,74 @@
+// A background picture: the PNG bytes it is stored as, and the image decoded
+// from them once for display. A picture read from a file or a stream keeps
+// the bytes it was read from, so writing it back is a copy and never a new
+// encode; only pixels that come without PNG bytes are ever encoded.
+#pragma once
+
+#include <QByteArray>
+#include <QDataStream>
+#include <QImage>
+#include <QRect>
+#include <QSize>
+
+#include <memory>
+
+class QIODevice;
+
+class png_picture {
+public:
+    png_picture() = default; // null: no picture
+
+    // Whole PNG bytes (one PNG, nothing after its end chunk), decoded once.
+    // The size is checked from the header before anything is decoded, and
+    // must be within the limits and within `pixel_budget`, which then shrinks
+    // by the picture's pixels. Null, with *refused set, when it is not or
+    // when the bytes do not decode to the size they claim.
+    static png_picture decode(const QByteArray& png, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+    // Pixels that come without PNG bytes (a JPEG's, a drawn image), encoded
+    // to PNG once, here, with a fast setting. Null for a null image.
+    static png_picture from_image(const QImage& image);
+
+    bool isNull() const { return !d_; }
+    // Tells pictures apart: copies share it, no other picture made in this
+    // process has it. 0 for null. New background keys are made from it.
+    qint64 key() const;
+    // The pixels in a format painted without conversion (RGB32, or
+    // premultiplied ARGB32 when the picture has alpha).
+    const QImage& image() const;
+    // The PNG bytes the picture is stored as; empty when null.
+    const QByteArray& png() const;
+    QSize size() const { return image().size(); }
+    int width() const { return size().width(); }
+    int height() const { return size().height(); }
+    QRect rect() const { return QRect(QPoint(0, 0), size()); }
+
+    // The same picture: a copy, or one stored as the same bytes.
+    bool operator==(const png_picture& other) const;
+    bool operator!=(const png_picture& other) const { return !(*this == other); }
+
+private:
+    struct shared;
+    std::shared_ptr<const shared> d_;
+};
+
+// What QDataStream writes for a pixmap: a qint32 marker (0 for null, 1 for
+// an image; from stream version 5 on), then the PNG bytes as they are.
+QDataStream& operator<<(QDataStream& out, const png_picture& picture);
+
+// One PNG read from a device chunk by chunk up to IEND: its bytes in `png`
+// (the device is left after the end chunk), and `size` what its header
+// claims. too_big: more bytes than an image may hold (dropped as they were
+// read); broken: no PNG signature, a first chunk other than IHDR, a chunk
+// length past 2 GB or the device ending first.
+enum class png_walk { complete, too_big, broken };
+png_walk walk_png(QIODevice* device, QByteArray& png, QSize& size);
+// The width and height a PNG's header claims; false when `png` does not
+// start like a PNG.
+bool png_size(const QByteArray& png, QSize* size);
+
+// PNG bytes on their own (a picture file's, a JSON picture's), read the way
+// a stream's picture is read: walked to IEND (whatever follows is dropped),
+// size checked, then decoded once. `size`, when given, gets the size the
+// header claims.
+enum class png_check { ok, not_png, damaged, too_large, undecodable };
+png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize* size = nullptr);
