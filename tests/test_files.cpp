@@ -434,7 +434,7 @@ private slots:
         write(path, QByteArray(100000, 'x'));
         QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup);
         picker_view* view = window->frontPicker();
-        window->tabs()->setTabText(0, "Hero");
+        window->set_tab_text(0, "Hero");
         for (const buttonAttributes& a : buttons(9))
             view->push_button(a, -1);
         QVERIFY(window->do_save(view, path));

@@ -152,7 +152,7 @@ private slots:
         view->push_button(button(QPoint(3, 4), {"a"}), -1);
         QStringList paths;
         for (int i = 0; i < 12; ++i) {
-            window->tabs()->setTabText(0, QString("p%1").arg(i));
+            window->set_tab_text(0, QString("p%1").arg(i));
             paths << dir.filePath(QString("p%1.pkr").arg(i));
             QVERIFY(window->do_save(view, paths.last()));
         }
@@ -166,7 +166,7 @@ private slots:
         QCOMPARE(window->recentNames(), newest);
         QCOMPARE(window->recentPickers().value("p5"), paths[5]);
         // The same file saved under another name replaces its entry.
-        window->tabs()->setTabText(0, "renamed");
+        window->set_tab_text(0, "renamed");
         QVERIFY(window->do_save(view, paths[11]));
         newest.removeAll("p11");
         newest.prepend("renamed");
@@ -181,7 +181,7 @@ private slots:
     void saved_file_is_the_documented_bytes()
     {
         picker_view* view = window->frontPicker();
-        window->tabs()->setTabText(0, "body");
+        window->set_tab_text(0, "body");
         view->push_button(button(QPoint(3, -4), {"a:b", "c"}, "L"), -1);
         const QString path = dir.filePath("body.pkr");
         QVERIFY(window->do_save(view, path));
@@ -258,9 +258,9 @@ private slots:
     void opening_several_files_offers_cancel_and_ignore()
     {
         const QString a = dir.filePath("a.pkr"), c = dir.filePath("c.pkr");
-        window->tabs()->setTabText(0, "a");
+        window->set_tab_text(0, "a");
         QVERIFY(window->do_save(window->frontPicker(), a));
-        window->tabs()->setTabText(0, "c");
+        window->set_tab_text(0, "c");
         QVERIFY(window->do_save(window->frontPicker(), c));
         const QStringList files{a, dir.filePath("missing.pkr"), c};
 

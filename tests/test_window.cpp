@@ -468,10 +468,10 @@ private slots:
     {
         recording_host host;
         picker_window w(nullptr);
-        w.tabs()->setTabText(0, "body");
+        w.set_tab_text(0, "body");
         view_at(w, 0)->push_button(button({"a", "b"}), -1);
         w.new_tab();
-        w.tabs()->setTabText(1, "face");
+        w.set_tab_text(1, "face");
         give_background(w.frontPicker(), "55");
         w.frontPicker()->push_button(button({"c"}), -1);
         w.tabs()->setCurrentIndex(0);

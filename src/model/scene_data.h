@@ -14,6 +14,11 @@ const QLatin1String picker_data("QuillmarshPickerData");
 const QLatin1String image_prefix("QuillmarshPickerImage_");
 } // namespace scene_keys
 
+// Background keys are the decimal numbers the picker makes for its
+// pictures; anything else read from outside is no background at all, so no
+// key from a file or scene reaches MEL unless the picker could have made it.
+bool is_background_key(const QString& key);
+
 // qCompress at level 9, then base64 (standard alphabet, padded, one line).
 QByteArray encode_picker_data(const QByteArray& stream);
 // The reverse; empty when the text does not decode and decompress, or when

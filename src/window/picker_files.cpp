@@ -97,7 +97,7 @@ bool write_picker(const picker_window* window, picker_view* view, const QString&
                   bool* not_created)
 {
     pkr_header header;
-    header.name = window->tabs()->tabText(window->tabs()->indexOf(view));
+    header.name = view->page()->name();
     header.backgroundKey = view->backgroundKey();
     header.background = view->background();
     const QList<buttonAttributes> buttons = view->page()->attributes();

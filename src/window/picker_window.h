@@ -14,6 +14,7 @@
 
 #include "model/picker_page.h"
 #include "model/png_picture.h"
+#include "model/scene_writer.h"
 #include "model/scene_text.h"
 
 class QAction;
@@ -116,6 +117,8 @@ public:
     void adoptScene(const QByteArray& text);
     // The window as the scene stores it.
     QByteArray encodedSceneData() const;
+    // The tabs' pages, in tab order.
+    QVector<const picker_page*> pages() const;
     bool sceneChangePending() const { return sceneDirty; }
     // The scene's picker data is of a newer version than this picker reads:
     // nothing is written to the scene until another scene is loaded.
@@ -127,6 +130,7 @@ public:
     // Gives the view a background under a key no other tab uses for another
     // picture (a key that is not one the picker makes means no background).
     void place_background(picker_view* view, const QString& key, const png_picture& picture);
+    // Renames a tab: its page, which files and the scene keep, and the tab bar.
     void set_tab_text(int index, const QString& text);
 
     // ----- Streams: every tab, for the scene
@@ -274,13 +278,10 @@ private:
     bool closing = false;
     QByteArray sceneText;
     QSet<QString> sceneImages;
-    // Pieces of the last scene text: each picture's stream bytes compressed
-    // once (by picture key), each view's buttons in chunks.
-    mutable QHash<qint64, deflate_piece> imagePieces;
-    mutable QHash<const picker_page*, QVector<deflate_piece>> buttonPieces;
+    // Keeps the pieces of the last scene text for the next write.
+    mutable scene_writer sceneWriter;
     bool noticesHeld = false;
     QList<QPointer<picker_page>> heldPages;
-    const deflate_piece& image_piece(const png_picture& picture) const;
     QString streamDamage;
     bool sceneDirty = false;
     bool flushQueued = false;

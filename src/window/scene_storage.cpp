@@ -2,11 +2,11 @@
 // entry, each background image as an entry of its own keyed by the view's
 // background key. A change only marks the window dirty and queues one flush
 // for the host's idle time; the flush writes what differs from the scene.
-#include "model/mel_text.h"
 #include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
+#include "model/scene_writer.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 #include "window/window_texts.h"
@@ -38,89 +38,18 @@ void picker_window::updateSceneData()
     picker_host::instance().run_mel_on_idle(QString("%1 flush").arg(texts::command_name));
 }
 
-namespace {
-
-// Records a chunk of the scene text holds: an edit recompresses one chunk.
-constexpr int chunk_records = 128;
-// Pictures are PNG, compressed already: stored as they are they cost a
-// tenth of level 1's time for 0.1% more text. The records compress well.
-constexpr int image_level = 0;
-constexpr int record_level = 6;
-
-} // namespace
-
-const deflate_piece& picker_window::image_piece(const png_picture& picture) const
+QVector<const picker_page*> picker_window::pages() const
 {
-    auto it = imagePieces.find(picture.key());
-    if (it == imagePieces.end()) {
-        QByteArray bytes;
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            out << picture;
-        }
-        it = imagePieces.insert(picture.key(), make_piece(bytes, image_level));
-    }
-    return it.value();
+    QVector<const picker_page*> list;
+    for (int i = 0; i < tabWidget->count(); ++i)
+        if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
+            list.append(view->page());
+    return list;
 }
 
 QByteArray picker_window::encodedSceneData() const
 {
-    // The same bytes streamTo writes, cut where cached pieces can stand in.
-    QVector<deflate_piece> pieces;
-    QByteArray head;
-    auto close_head = [&] {
-        if (!head.isEmpty())
-            pieces.append(make_piece(head, record_level));
-        head.clear();
-    };
-    QSet<qint64> pictures;
-    QSet<const picker_page*> pages;
-    {
-        QDataStream out(&head, QIODevice::WriteOnly);
-        out << qint32(picker_format::current_version) << qint32(tabWidget->count())
-            << qint32(tabWidget->currentIndex());
-    }
-    for (int i = 0; i < tabWidget->count(); ++i) {
-        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        const QString key = view ? view->backgroundKey() : QString();
-        {
-            QDataStream out(&head, QIODevice::Append);
-            out << qint32(i) << tabWidget->tabText(i) << key;
-        }
-        if (!key.isEmpty()) {
-            close_head();
-            pieces.append(image_piece(view->background()));
-            pictures.insert(view->background().key());
-        }
-        const int count = view ? view->buttons().size() : 0;
-        {
-            QDataStream out(&head, QIODevice::Append);
-            out << qint32(count);
-        }
-        if (count < 1)
-            continue;
-        close_head();
-        pages.insert(view->page());
-        QVector<deflate_piece>& chunks = buttonPieces[view->page()];
-        chunks.resize((count + chunk_records - 1) / chunk_records);
-        for (int c = 0; c < chunks.size(); ++c) {
-            QByteArray raw;
-            {
-                QDataStream out(&raw, QIODevice::WriteOnly);
-                for (int j = c * chunk_records; j < count && j < (c + 1) * chunk_records; ++j)
-                    write_button_record(out, j, view->buttons()[j]);
-            }
-            refresh_piece(chunks[c], raw, record_level);
-            pieces.append(chunks[c]);
-        }
-    }
-    close_head();
-    // Pictures and pages that are gone take their pieces with them.
-    for (auto it = imagePieces.begin(); it != imagePieces.end();)
-        it = pictures.contains(it.key()) ? std::next(it) : imagePieces.erase(it);
-    for (auto it = buttonPieces.begin(); it != buttonPieces.end();)
-        it = pages.contains(it.key()) ? std::next(it) : buttonPieces.erase(it);
-    return join_pieces(pieces);
+    return sceneWriter.encode(pages(), tabWidget->currentIndex());
 }
 
 bool picker_window::flushSceneData(bool force)
@@ -183,7 +112,7 @@ void picker_window::setImageData(picker_view* view)
     if (!view || !is_background_key(view->backgroundKey()))
         return;
     // The entry holds the picture's stream bytes, the same ones the data holds.
-    const QByteArray text = image_piece(view->background()).raw.toBase64();
+    const QByteArray text = sceneWriter.image_piece(view->background()).raw.toBase64();
     QString command;
     command.reserve(text.size() + 64);
     command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey()) + QLatin1String("\" \"");
@@ -273,21 +202,7 @@ void picker_window::set_tab_text(int index, const QString& text)
 
 void picker_window::streamTo(QDataStream& out) const
 {
-    out << qint32(picker_format::current_version);
-    out << qint32(tabWidget->count());
-    out << qint32(tabWidget->currentIndex());
-    for (int i = 0; i < tabWidget->count(); ++i) {
-        out << qint32(i) << tabWidget->tabText(i);
-        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        QString key = view ? view->backgroundKey() : QString();
-        out << key;
-        if (!key.isEmpty())
-            out << view->background();
-        if (view)
-            write_button_list(out, view->page()->attributes());
-        else
-            out << qint32(0);
-    }
+    write_window_stream(out, pages(), tabWidget->currentIndex());
 }
 
 void picker_window::frame_all(picker_view* view)
