@@ -93,7 +93,7 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
 }
 
 // The picker of the view as a file.
-bool write_picker(const picker_window* window, picker_view* view, const QString& path, QString* why,
+bool write_picker(const picker_view* view, const QString& path, QString* why,
                   bool* not_created)
 {
     pkr_header header;
@@ -206,7 +206,7 @@ bool picker_window::save_front_to(const QString& path, QString* why)
     picker_view* view = frontPicker();
     if (!view)
         return true;
-    if (!write_picker(this, view, path, why, nullptr))
+    if (!write_picker(view, path, why, nullptr))
         return false;
     view->setPath(path);
     return true;
@@ -216,7 +216,7 @@ bool picker_window::do_save(picker_view* view, const QString& path)
 {
     QString why;
     bool not_created = false;
-    if (!write_picker(this, view, path, &why, &not_created)) {
+    if (!write_picker(view, path, &why, &not_created)) {
         QMessageBox::critical(this, "Save Failed",
                               not_created ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
                               QMessageBox::Ok);
