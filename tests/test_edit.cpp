@@ -5,7 +5,9 @@
 #include "edit/clipboard.h"
 #include "edit/property_commands.h"
 #include "model/picker_stream.h"
+#include "model/picker_file.h"
 #include "model/scene_data.h"
+#include "model/scene_writer.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
@@ -350,16 +352,16 @@ private slots:
                              qPrintable(QString("seed %1, step %2: %3").arg(seed).arg(stepNo).arg(it.value().label)));
                 }
             }
-            // What the scene would keep reads back as the page holds it.
-            QByteArray stream;
-            {
-                QDataStream out(&stream, QIODevice::WriteOnly);
-                write_button_list(out, page.attributes());
-            }
-            QDataStream in(decode_picker_data(encode_picker_data(stream)));
-            QList<buttonAttributes> back;
-            read_button_list(in, picker_format::current_version, [&](const buttonAttributes& a) { back << a; });
-            QCOMPARE(back, page.attributes());
+            // The scene text written from the page alone reads back as the
+            // page holds it.
+            page.set_name(QString("tab %1").arg(seed));
+            scene_writer writer;
+            QDataStream in(decode_picker_data(writer.encode({&page}, 0)));
+            window_contents back;
+            QVERIFY(read_window_stream(in, back));
+            QCOMPARE(back.tabs.size(), 1);
+            QCOMPARE(back.tabs[0].text, page.name());
+            QCOMPARE(back.tabs[0].buttons.toList(), page.attributes());
         }
         QVERIFY(QApplication::allWidgets().isEmpty());
     }
