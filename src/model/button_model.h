@@ -91,7 +91,6 @@ struct buttonRecord : buttonAttributes {
     // and close together.
     QRect bounds;           // picker coordinates, centred on pos
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
-    button_id id = 0;       // given by the page; never stored
 
 private:
     // The cache behind name_ids(). idsFor_ shares names' storage while ids_
@@ -107,6 +106,9 @@ private:
 
 public:
     name_flags nameFlags;   // one per name: selected through this button
+    // Given by the page; never stored. Last: passes over every button
+    // (marquees, paints) do not read it.
+    button_id id = 0;
 
     void moveTo(const QPoint& p);
     // Mark the button (and each of its names) selected; unless quiet, every

@@ -256,16 +256,6 @@ void picker_page::set_attributes(int row, const buttonAttributes& a)
 
 // ----- Lit state
 
-void picker_page::select(int row, bool quiet)
-{
-    buttons_[row].select(quiet);
-}
-
-void picker_page::unselect(int row, bool quiet)
-{
-    buttons_[row].unselect(quiet);
-}
-
 bool picker_page::conform_to_selection()
 {
     const name_list& list = name_list::picker();

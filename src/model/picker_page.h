@@ -81,10 +81,15 @@ public:
     // ----- Lit state: not stored, not announced (the canvas compares what
     // it painted). Unless quiet, names are added to or dropped from the
     // selection list that buttonRecord reports to.
-    void select(int row, bool quiet);
-    void unselect(int row, bool quiet);
+    void select(int row, bool quiet) { buttons_[row].select(quiet); }
+    void unselect(int row, bool quiet) { buttons_[row].unselect(quiet); }
     // The state alone, names untouched: a command button shown pressed.
     void set_state(int row, qint16 state) { buttons_[row].selected = state; }
+    // A marquee's pass: every button `meets` accepts is selected, or with
+    // additive only added; without, a fully selected one is unselected. True
+    // when any changed.
+    template <class Meets>
+    bool select_where(bool additive, Meets meets);
     // True when any button's state changed.
     bool conform_to_selection();
     bool conform_to_selected();
@@ -147,3 +152,36 @@ private:
     int holds_ = 0;
     page_notice pending_;
 };
+
+template <class Meets>
+bool picker_page::select_where(bool additive, Meets meets)
+{
+    bool changed = false;
+    const int count = buttons_.size();
+    for (int i = 0; i < count; ++i) {
+        buttonRecord& r = buttons_[i];
+        // Each record is a heap block of its own, of which selecting reads
+        // more than the bounds: fetching a few ahead hides the wait.
+        if (i + 8 < count) {
+            const char* ahead = reinterpret_cast<const char*>(&buttons_.at(i + 8));
+            __builtin_prefetch(ahead);
+            __builtin_prefetch(ahead + 64);
+            __builtin_prefetch(ahead + 128);
+        }
+        if (!meets(r))
+            continue;
+        if (additive) {
+            if (r.selected != 1) {
+                r.select(false);
+                changed = true;
+            }
+        } else if (r.selected == 1) {
+            r.unselect(false);
+            changed = true;
+        } else {
+            r.select(false);
+            changed = true;
+        }
+    }
+    return changed;
+}

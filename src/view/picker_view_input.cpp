@@ -285,35 +285,8 @@ int picker_view::find_button_index_from_object(const QString& name) const
 bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
 {
     picker_window::selection_batch batch;
-    bool changed = false;
-    const QList<buttonRecord>& list = buttons();
-    const int count = list.size();
-    for (int i = 0; i < count; ++i) {
-        const buttonRecord& r = list[i];
-        // Each record is a heap block of its own, of which selecting reads
-        // more than the bounds: fetching a few ahead hides the wait.
-        if (i + 8 < count) {
-            const char* ahead = reinterpret_cast<const char*>(&list.at(i + 8));
-            __builtin_prefetch(ahead);
-            __builtin_prefetch(ahead + 64);
-            __builtin_prefetch(ahead + 128);
-        }
-        if (!mapToScreen(r.bounds).intersects(widgetRect))
-            continue;
-        if (additive) {
-            if (r.selected != 1) {
-                page_->select(i, false);
-                changed = true;
-            }
-        } else if (r.selected == 1) {
-            page_->unselect(i, false);
-            changed = true;
-        } else {
-            page_->select(i, false);
-            changed = true;
-        }
-    }
-    return changed;
+    return page_->select_where(additive,
+                               [&](const buttonRecord& r) { return mapToScreen(r.bounds).intersects(widgetRect); });
 }
 
 // ----- Actions
