@@ -90,8 +90,6 @@ void answer_ok(seen_box* seen)
     });
 }
 
-// Makes a folder refuse new files even for root; false when this machine can't.
-
 // A small picture as a PNG file: `quality` picks the compression, `comment`
 // adds a text chunk; either way not the bytes a pixmap's stream operator makes.
 QByteArray png_file(int quality, const QString& comment = QString())
@@ -176,18 +174,6 @@ private slots:
                  qPrintable(seen.text));
         QCOMPARE(window->tabs()->count(), 1);
         QVERIFY(!host->mel.contains("QuillmarshPicker \"bind\" `picker_ListNamespaces`;"));
-    }
-
-    void several_files_go_on_past_one_that_is_no_picker()
-    {
-        const QString junk = dir.filePath("notes.pkr"), good = dir.filePath("good.pkr");
-        write(junk, "shopping list");
-        write(good, nine_buttons());
-        modal_helper::answer_next("Ignore");
-        window->load_pickers({junk, good});
-        QCOMPARE(window->tabs()->count(), 2);
-        QCOMPARE(window->frontPicker()->buttons().size(), 9);
-        QCOMPARE(window->frontPicker()->path(), good);
     }
 
     void a_damaged_file_opens_with_what_was_read_data()
@@ -418,6 +404,10 @@ private slots:
                 lock_folder(place.path(), false);
             QVERIFY(!saved);
             QCOMPARE(seen.title, QString("Save Failed"));
+            if (how == "locked")
+                QCOMPARE(seen.text, QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file "
+                                            "is not locked and that you have the proper permissions and try again.")
+                                        .arg(path));
         }
         if (how == "folder")
             QVERIFY(QFileInfo(path).isDir());
