@@ -215,11 +215,19 @@ private slots:
         QAction* addOne = find_action(window, "Add One Button");
         QAction* rename = find_action(window, "Rename Tab...");
         QAction* space = find_action(window, "Change Namespace...");
+        QAction* save = find_action(window, "Save");
+        QAction* undo = find_action(window, "Undo");
         QApplication::clipboard()->setText("not ours");
         window->updateEditMenu();
+        window->updateFileMenu();
         QVERIFY(!cut->isEnabled());
         QVERIFY(!paste->isEnabled());
         QVERIFY(!inPlace->isEnabled());
+        QVERIFY(save->isEnabled());
+        window->frontPicker()->undoer()->push(new QUndoCommand("Move Buttons"));
+        window->updateEditMenu();
+        QCOMPARE(undo->text(), QString("Undo Move Buttons"));
+        QVERIFY(undo->isEnabled());
 
         window->frontPicker()->push_button(button(QPoint(5, 5), {"x"}), -1);
         window->frontPicker()->page()->set_state(0, 1);
@@ -235,6 +243,9 @@ private slots:
         window->updatePickerMenu();
         QVERIFY(!paste->isEnabled());
         QVERIFY(inPlace->isEnabled()); // kept as it was without a tab
+        QVERIFY(!save->isEnabled());
+        QCOMPARE(undo->text(), QString("Can't Undo"));
+        QVERIFY(!undo->isEnabled());
         QVERIFY(!rename->isEnabled());
         QVERIFY(!addOne->isEnabled());
         QVERIFY(space->isEnabled());

@@ -12,8 +12,6 @@
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
-#include <sandbox/host.h>
-
 #include <QAction>
 #include <QTabWidget>
 #include <QStandardPaths>
@@ -87,33 +85,6 @@ private slots:
         host.mel.clear();
         QVERIFY(w.postSelection());
         QCOMPARE(host.mel, QStringList{sent});
-    }
-
-    void hostile_names_run_nothing_in_the_host()
-    {
-        // The text the picker queues, run by a real MEL evaluator, does
-        // nothing but select.
-        recording_host recorder;
-        sandbox::host& h = sandbox::host::instance();
-        h.reset();
-        h.execute("createNode transform -n keep -ss; file -modified 0;");
-        picker_window w(nullptr);
-        view_at(w, 0)->push_button(
-            button({"keep;createNode transform -n evil", "x\";file -f -new;\"", "`file -f -new`", "keep"}), -1);
-        recorder.mel.clear();
-        view_at(w, 0)->page()->select(0, false);
-        w.postSelection();
-        h.interpreter().register_command("QuillmarshPicker", [&h](mel::interpreter&, const QVector<mel::value>& args) {
-            QStringList names;
-            for (int i = 1; i < args.size(); ++i)
-                names << args[i].to_string();
-            h.set_selection(names, sandbox::adjustment::replace);
-            return mel::value();
-        });
-        QVERIFY(h.execute(recorder.mel.value(0)));
-        h.interpreter().unregister_command("QuillmarshPicker");
-        QCOMPARE(h.nodes(), QStringList{"keep"});
-        QCOMPARE(h.selection(), QStringList{"keep"});
     }
 
     void name_list_keeps_each_name_once_in_order()
@@ -464,37 +435,6 @@ private slots:
         check("tab closed");
     }
 
-    void window_stream_round_trip()
-    {
-        recording_host host;
-        picker_window w(nullptr);
-        w.tabs()->setTabText(0, "body");
-        view_at(w, 0)->push_button(button({"a", "b"}), -1);
-        w.new_tab();
-        w.tabs()->setTabText(1, "face");
-        give_background(w.frontPicker(), "55");
-        w.frontPicker()->push_button(button({"c"}), -1);
-        w.tabs()->setCurrentIndex(0);
-        QByteArray bytes;
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            w.streamTo(out);
-        }
-        picker_window copy(nullptr);
-        host.clear();
-        QDataStream in(bytes);
-        copy.streamFrom(in);
-        QCOMPARE(copy.tabs()->count(), 2);
-        QCOMPARE(copy.tabs()->tabText(1), QString("face"));
-        QCOMPARE(copy.tabs()->currentIndex(), 0);
-        QCOMPARE(view_at(copy, 0)->buttons()[0].names, (QStringList{"a", "b"}));
-        QCOMPARE(view_at(copy, 1)->backgroundKey(), QString("55"));
-        QCOMPARE(view_at(copy, 1)->background().size(), QSize(2, 2));
-        // Rebuilding from the scene writes nothing back to it.
-        QVERIFY(host.mel.isEmpty());
-        QVERIFY(host.now.isEmpty());
-    }
-
     void window_stream_damage_data()
     {
         QTest::addColumn<QByteArray>("bytes");
@@ -578,33 +518,6 @@ private slots:
         QTest::keyClick(&w, Qt::Key_N, Qt::ControlModifier);
         QCOMPARE(fired, 1);
         QCOMPARE(w.tabs()->count(), 2); // "New..." ran too
-    }
-
-    void menus_follow_the_tabs()
-    {
-        recording_host host;
-        picker_window w(nullptr);
-        auto action = [&w](const QString& text) {
-            for (QAction* a : w.findChildren<QAction*>())
-                if (a->text() == text)
-                    return a;
-            return static_cast<QAction*>(nullptr);
-        };
-        QAction* save = action("Save");
-        QAction* undo = action("Undo");
-        QVERIFY(save && undo);
-        w.updateFileMenu();
-        QVERIFY(save->isEnabled());
-        w.frontPicker()->undoer()->push(new QUndoCommand("Move Buttons"));
-        w.updateEditMenu();
-        QCOMPARE(undo->text(), QString("Undo Move Buttons"));
-        QVERIFY(undo->isEnabled());
-        w.clear_tabs();
-        w.updateFileMenu();
-        w.updateEditMenu();
-        QVERIFY(!save->isEnabled());
-        QCOMPARE(undo->text(), QString("Can't Undo"));
-        QVERIFY(!undo->isEnabled());
     }
 };
 
