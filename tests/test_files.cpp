@@ -2,6 +2,7 @@
 // damaged files, huge labels, and saves whose write fails half way.
 #include "folder_lock.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/safe_file.h"
@@ -28,23 +29,11 @@
 
 namespace {
 
-buttonAttributes button(int j, const QString& label = QString())
-{
-    buttonAttributes a;
-    a.pos = QPoint(20 * j, 10);
-    a.size = a.width = a.height = 14;
-    a.color = 0x336699;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = QStringList{QString("hero:ctrl_%1").arg(j)};
-    return a;
-}
-
 QList<buttonAttributes> buttons(int count)
 {
     QList<buttonAttributes> list;
     for (int j = 0; j < count; ++j)
-        list << button(j);
+        list << button_at(QPoint(20 * j, 10), {QString("hero:ctrl_%1").arg(j)});
     return list;
 }
 
@@ -252,7 +241,7 @@ private slots:
             const png_picture picture = load_image_file(path, &why);
             QVERIFY2(!picture.isNull(), qPrintable(why));
             window->place_background(view, QString::number(picture.key()), picture);
-            view->push_button(button(0), -1);
+            view->push_button(buttons(1)[0], -1);
             view->signal_changed();
         } else {
             pkr_header header;
@@ -340,7 +329,7 @@ private slots:
     {
         QFETCH(QString, label);
         picker_view* view = window->frontPicker();
-        view->push_button(button(0, label), -1);
+        view->push_button(button_at(QPoint(0, 10), {"hero:ctrl_0"}, label), -1);
         const buttonRecord& r = view->buttons().last();
         QCOMPARE(r.label, label); // the text itself is kept whole
         QVERIFY(!r.labelPixmap.isNull());

@@ -1,6 +1,7 @@
 // The window's menus, files, recent pickers, toolbox and colour menu.
 #include "edit/clipboard.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "model/picker_stream.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
@@ -27,18 +28,6 @@
 #include <QtTest>
 
 namespace {
-
-buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
-{
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = a.height = 12;
-    a.color = 0x102030;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = names;
-    return a;
-}
 
 QAction* find_action(QWidget* w, const QString& text)
 {
@@ -128,7 +117,7 @@ private slots:
         // Saved one after another, each picker goes to the top; the list
         // keeps the newest ten, and a new window reads them back in order.
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(3, 4), {"a"}), -1);
+        view->push_button(button_at(QPoint(3, 4), {"a"}), -1);
         QStringList paths;
         for (int i = 0; i < 12; ++i) {
             window->tabs()->setTabText(0, QString("p%1").arg(i));
@@ -229,7 +218,7 @@ private slots:
         QCOMPARE(undo->text(), QString("Undo Move Buttons"));
         QVERIFY(undo->isEnabled());
 
-        window->frontPicker()->push_button(button(QPoint(5, 5), {"x"}), -1);
+        window->frontPicker()->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         window->frontPicker()->page()->set_state(0, 1);
         copyButtonsToClipboard(window->frontPicker()->getButtons());
         window->updateEditMenu();
@@ -258,7 +247,7 @@ private slots:
     {
         picker_view* view = window->frontPicker();
         for (QString label : {"A", "A", "B"}) {
-            view->push_button(button(QPoint(5, 5), {"x"}, label), -1);
+            view->push_button(button_at(QPoint(5, 5), {"x"}, label), -1);
             view->page()->set_state(view->buttons().size() - 1, 1);
         }
         auto* field = window->findChild<QLineEdit*>();
@@ -289,7 +278,7 @@ private slots:
         picker_view* view = window->frontPicker();
         const QRgb colours[] = {0x112233, 0x445566, 0x778899};
         for (int i = 0; i < 3; ++i) {
-            buttonAttributes a = button(QPoint(5 + 20 * i, 5), {QString("n%1").arg(i)});
+            buttonAttributes a = button_at(QPoint(5 + 20 * i, 5), {QString("n%1").arg(i)});
             a.color = colours[i];
             a.width = a.size = 20 + i;
             view->push_button(a, -1);
@@ -333,7 +322,7 @@ private slots:
     void toolbox_edits_are_undoable()
     {
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        view->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         auto* widthButton = window->findChildren<QPushButton*>()[1];
         QMenu* widths = widthButton->menu();
         QVERIFY(widths);
@@ -354,7 +343,7 @@ private slots:
         QCOMPARE(view->undoer()->undoText(), QString("Change Width"));
         QCOMPARE(view->buttons()[0].width, 100);
         view->undoer()->undo();
-        QCOMPARE(view->buttons()[0].width, 12);
+        QCOMPARE(view->buttons()[0].width, 20);
 
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
@@ -424,7 +413,7 @@ private slots:
     void palette_press_arms_and_release_chooses()
     {
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        view->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         view->page()->set_state(0, 1);
         QColor current(0xff0000);
         picker_colorMenu* menu = picker_colorMenu::execute_color(window, QPoint(300, 300), &current);
@@ -446,7 +435,7 @@ private slots:
     void command_editor()
     {
         picker_view* view = window->frontPicker();
-        buttonAttributes a = button(QPoint(0, 0), {"print 1;"}, "one");
+        buttonAttributes a = button_at(QPoint(0, 0), {"print 1;"}, "one");
         a.kind = 1;
         buttonAttributes empty;
         QVERIFY2(!picker_editCmdDialog::do_dialog(view, &empty), "no names: no dialog");
