@@ -2,6 +2,7 @@
 // damaged files, huge labels, and saves whose write fails half way.
 #include "folder_lock.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/safe_file.h"
@@ -28,23 +29,11 @@
 
 namespace {
 
-buttonAttributes button(int j, const QString& label = QString())
-{
-    buttonAttributes a;
-    a.pos = QPoint(20 * j, 10);
-    a.size = a.width = a.height = 14;
-    a.color = 0x336699;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = QStringList{QString("hero:ctrl_%1").arg(j)};
-    return a;
-}
-
 QList<buttonAttributes> buttons(int count)
 {
     QList<buttonAttributes> list;
     for (int j = 0; j < count; ++j)
-        list << button(j);
+        list << button_at(QPoint(20 * j, 10), {QString("hero:ctrl_%1").arg(j)});
     return list;
 }
 
@@ -89,8 +78,6 @@ void answer_ok(seen_box* seen)
         modal_helper::answer(w, "OK");
     });
 }
-
-// Makes a folder refuse new files even for root; false when this machine can't.
 
 // A small picture as a PNG file: `quality` picks the compression, `comment`
 // adds a text chunk; either way not the bytes a pixmap's stream operator makes.
@@ -178,18 +165,6 @@ private slots:
         QVERIFY(!host->mel.contains("QuillmarshPicker \"bind\" `picker_ListNamespaces`;"));
     }
 
-    void several_files_go_on_past_one_that_is_no_picker()
-    {
-        const QString junk = dir.filePath("notes.pkr"), good = dir.filePath("good.pkr");
-        write(junk, "shopping list");
-        write(good, nine_buttons());
-        modal_helper::answer_next("Ignore");
-        window->load_pickers({junk, good});
-        QCOMPARE(window->tabs()->count(), 2);
-        QCOMPARE(window->frontPicker()->buttons().size(), 9);
-        QCOMPARE(window->frontPicker()->path(), good);
-    }
-
     void a_damaged_file_opens_with_what_was_read_data()
     {
         QTest::addColumn<QByteArray>("data");
@@ -266,7 +241,7 @@ private slots:
             const png_picture picture = load_image_file(path, &why);
             QVERIFY2(!picture.isNull(), qPrintable(why));
             window->place_background(view, QString::number(picture.key()), picture);
-            view->push_button(button(0), -1);
+            view->push_button(buttons(1)[0], -1);
             view->signal_changed();
         } else {
             pkr_header header;
@@ -354,7 +329,7 @@ private slots:
     {
         QFETCH(QString, label);
         picker_view* view = window->frontPicker();
-        view->push_button(button(0, label), -1);
+        view->push_button(button_at(QPoint(0, 10), {"hero:ctrl_0"}, label), -1);
         const buttonRecord& r = view->buttons().last();
         QCOMPARE(r.label, label); // the text itself is kept whole
         QVERIFY(!r.labelPixmap.isNull());
@@ -418,6 +393,10 @@ private slots:
                 lock_folder(place.path(), false);
             QVERIFY(!saved);
             QCOMPARE(seen.title, QString("Save Failed"));
+            if (how == "locked")
+                QCOMPARE(seen.text, QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file "
+                                            "is not locked and that you have the proper permissions and try again.")
+                                        .arg(path));
         }
         if (how == "folder")
             QVERIFY(QFileInfo(path).isDir());

@@ -1,6 +1,7 @@
 // Pointer, wheel and key input on a view inside its window, driven by
 // synthesized events at picker coordinates.
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "recording_host.h"
 #include "view/gestures.h"
 #include "view/picker_view.h"
@@ -20,14 +21,9 @@ namespace {
 
 buttonAttributes button(QPoint pos, QStringList names, int kind = 0, int language = 0)
 {
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = a.height = 20;
+    buttonAttributes a = button_at(pos, names);
     a.kind = kind;
     a.language = language;
-    a.color = 0x808000;
-    a.labelColor = 0xffffff;
-    a.names = names;
     return a;
 }
 
@@ -394,7 +390,7 @@ private slots:
         QCOMPARE(view->find_button_index(at), inside ? 0 : -1);
         QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
         view->render(&image);
-        QCOMPARE(QColor(image.pixel(at)), inside ? QColor(0x80, 0x80, 0) : QColor(51, 51, 51));
+        QCOMPARE(QColor(image.pixel(at)), inside ? QColor(0x33, 0x66, 0xcc) : QColor(51, 51, 51));
 
         // The same button as a command button: pressed and run there only.
         buttonAttributes b = view->buttons()[0];

@@ -1,7 +1,7 @@
 // The window's menus, files, recent pickers, toolbox and colour menu.
 #include "edit/clipboard.h"
-#include "folder_lock.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "model/picker_stream.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
@@ -29,37 +29,6 @@
 
 namespace {
 
-buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
-{
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = a.height = 12;
-    a.color = 0x102030;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = names;
-    return a;
-}
-
-// Big-endian pieces of the expected file, written out by hand.
-struct bytes {
-    QByteArray data;
-    bytes& i32(qint32 v)
-    {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            data.append(char((quint32(v) >> shift) & 0xff));
-        return *this;
-    }
-    bytes& null_str() { return i32(-1); }
-    bytes& str(const QString& s)
-    {
-        i32(s.size() * 2);
-        for (QChar c : s)
-            data.append(char(c.unicode() >> 8)).append(char(c.unicode() & 0xff));
-        return *this;
-    }
-};
-
 QAction* find_action(QWidget* w, const QString& text)
 {
     for (QAction* a : w->findChildren<QAction*>())
@@ -68,7 +37,6 @@ QAction* find_action(QWidget* w, const QString& text)
     return nullptr;
 }
 
-// Makes a folder refuse new files even for root; false when this machine can't.
 } // namespace
 
 class test_menus : public QObject {
@@ -149,7 +117,7 @@ private slots:
         // Saved one after another, each picker goes to the top; the list
         // keeps the newest ten, and a new window reads them back in order.
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(3, 4), {"a"}), -1);
+        view->push_button(button_at(QPoint(3, 4), {"a"}), -1);
         QStringList paths;
         for (int i = 0; i < 12; ++i) {
             window->set_tab_text(0, QString("p%1").arg(i));
@@ -178,68 +146,6 @@ private slots:
         QCOMPARE(again.recentPickers().value("renamed"), paths[11]);
     }
 
-    void saved_file_is_the_documented_bytes()
-    {
-        picker_view* view = window->frontPicker();
-        window->set_tab_text(0, "body");
-        view->push_button(button(QPoint(3, -4), {"a:b", "c"}, "L"), -1);
-        const QString path = dir.filePath("body.pkr");
-        QVERIFY(window->do_save(view, path));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        bytes expected;
-        // A tab that never had a background keeps a null key.
-        expected.i32(5).str("body").null_str().i32(1);
-        expected.i32(0).i32(3).i32(-4).i32(12).i32(12).i32(12).i32(0).i32(0).i32(0x102030).i32(0xffffff);
-        expected.str("L").i32(2).str("a:b").str("c");
-        QCOMPARE(file.readAll(), expected.data);
-
-        // With a background the key, the image marker and the picture's own
-        // PNG bytes follow the name.
-        QImage blue(3, 2, QImage::Format_RGB32);
-        blue.fill(Qt::blue);
-        const png_picture back = png_picture::from_image(blue);
-        view->setBackground("77", back);
-        QVERIFY(window->do_save(view, path));
-        const QByteArray pixmap = bytes().i32(1).data + back.png();
-        bytes head;
-        head.i32(5).str("body").str("77");
-        QFile again(path);
-        QVERIFY(again.open(QIODevice::ReadOnly));
-        const QByteArray written = again.readAll();
-        QVERIFY(written.startsWith(head.data + pixmap));
-        QCOMPARE(written.mid(head.data.size() + pixmap.size()), expected.data.mid(expected.data.indexOf(bytes().i32(1).data + bytes().i32(0).data)));
-    }
-
-    void failed_save_keeps_the_old_file()
-    {
-        QTemporaryDir locked;
-        const QString path = locked.filePath("old.pkr");
-        QFile old(path);
-        QVERIFY(old.open(QIODevice::WriteOnly));
-        old.write("previous contents");
-        old.close();
-        if (!lock_folder(locked.path(), true))
-            QSKIP("this machine cannot make a folder unwritable");
-        QFile probe(locked.filePath("probe"));
-        const bool writable = probe.open(QIODevice::WriteOnly);
-        if (writable) {
-            probe.remove();
-            lock_folder(locked.path(), false);
-            QSKIP("the folder stays writable for this user");
-        }
-        modal_helper::answer_next("OK");
-        const bool saved = window->do_save(window->frontPicker(), path);
-        lock_folder(locked.path(), false);
-        QVERIFY(!saved);
-        QCOMPARE(modal_helper::last_text(),
-                 QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file is not locked "
-                         "and that you have the proper permissions and try again.")
-                     .arg(path));
-        QVERIFY(old.open(QIODevice::ReadOnly));
-        QCOMPARE(old.readAll(), QByteArray("previous contents"));
-    }
-
     void save_as_paths()
     {
         // "Save" on a never-saved tab asks for a name; a failed Save As leaves no path.
@@ -262,13 +168,19 @@ private slots:
         QVERIFY(window->do_save(window->frontPicker(), a));
         window->set_tab_text(0, "c");
         QVERIFY(window->do_save(window->frontPicker(), c));
-        const QStringList files{a, dir.filePath("missing.pkr"), c};
+        QFile junk(dir.filePath("notes.pkr"));
+        QVERIFY(junk.open(QIODevice::WriteOnly));
+        junk.write("shopping list");
+        junk.close();
+        const QStringList files{a, dir.filePath("missing.pkr"), junk.fileName(), c};
 
-        modal_helper::answer_next("Ignore");
+        // Past a missing file and one that is no picker alike.
+        modal_helper::answer_in_turn({"Ignore", "Ignore"});
         window->load_pickers(files);
         QCOMPARE(window->tabs()->count(), 3);
         QCOMPARE(window->tabs()->tabText(2), QString("c"));
-        QVERIFY(modal_helper::last_text().contains("missing.pkr"));
+        QCOMPARE(window->frontPicker()->path(), c);
+        QVERIFY(modal_helper::last_text().contains("notes.pkr"));
 
         modal_helper::answer_next("Cancel");
         window->load_pickers(files);
@@ -292,13 +204,21 @@ private slots:
         QAction* addOne = find_action(window, "Add One Button");
         QAction* rename = find_action(window, "Rename Tab...");
         QAction* space = find_action(window, "Change Namespace...");
+        QAction* save = find_action(window, "Save");
+        QAction* undo = find_action(window, "Undo");
         QApplication::clipboard()->setText("not ours");
         window->updateEditMenu();
+        window->updateFileMenu();
         QVERIFY(!cut->isEnabled());
         QVERIFY(!paste->isEnabled());
         QVERIFY(!inPlace->isEnabled());
+        QVERIFY(save->isEnabled());
+        window->frontPicker()->undoer()->push(new QUndoCommand("Move Buttons"));
+        window->updateEditMenu();
+        QCOMPARE(undo->text(), QString("Undo Move Buttons"));
+        QVERIFY(undo->isEnabled());
 
-        window->frontPicker()->push_button(button(QPoint(5, 5), {"x"}), -1);
+        window->frontPicker()->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         window->frontPicker()->page()->set_state(0, 1);
         copyButtonsToClipboard(window->frontPicker()->getButtons());
         window->updateEditMenu();
@@ -312,6 +232,9 @@ private slots:
         window->updatePickerMenu();
         QVERIFY(!paste->isEnabled());
         QVERIFY(inPlace->isEnabled()); // kept as it was without a tab
+        QVERIFY(!save->isEnabled());
+        QCOMPARE(undo->text(), QString("Can't Undo"));
+        QVERIFY(!undo->isEnabled());
         QVERIFY(!rename->isEnabled());
         QVERIFY(!addOne->isEnabled());
         QVERIFY(space->isEnabled());
@@ -324,7 +247,7 @@ private slots:
     {
         picker_view* view = window->frontPicker();
         for (QString label : {"A", "A", "B"}) {
-            view->push_button(button(QPoint(5, 5), {"x"}, label), -1);
+            view->push_button(button_at(QPoint(5, 5), {"x"}, label), -1);
             view->page()->set_state(view->buttons().size() - 1, 1);
         }
         auto* field = window->findChild<QLineEdit*>();
@@ -355,7 +278,7 @@ private slots:
         picker_view* view = window->frontPicker();
         const QRgb colours[] = {0x112233, 0x445566, 0x778899};
         for (int i = 0; i < 3; ++i) {
-            buttonAttributes a = button(QPoint(5 + 20 * i, 5), {QString("n%1").arg(i)});
+            buttonAttributes a = button_at(QPoint(5 + 20 * i, 5), {QString("n%1").arg(i)});
             a.color = colours[i];
             a.width = a.size = 20 + i;
             view->push_button(a, -1);
@@ -399,7 +322,7 @@ private slots:
     void toolbox_edits_are_undoable()
     {
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        view->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         auto* widthButton = window->findChildren<QPushButton*>()[1];
         QMenu* widths = widthButton->menu();
         QVERIFY(widths);
@@ -420,7 +343,7 @@ private slots:
         QCOMPARE(view->undoer()->undoText(), QString("Change Width"));
         QCOMPARE(view->buttons()[0].width, 100);
         view->undoer()->undo();
-        QCOMPARE(view->buttons()[0].width, 12);
+        QCOMPARE(view->buttons()[0].width, 20);
 
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
@@ -490,7 +413,7 @@ private slots:
     void palette_press_arms_and_release_chooses()
     {
         picker_view* view = window->frontPicker();
-        view->push_button(button(QPoint(5, 5), {"x"}), -1);
+        view->push_button(button_at(QPoint(5, 5), {"x"}), -1);
         view->page()->set_state(0, 1);
         QColor current(0xff0000);
         picker_colorMenu* menu = picker_colorMenu::execute_color(window, QPoint(300, 300), &current);
@@ -512,7 +435,7 @@ private slots:
     void command_editor()
     {
         picker_view* view = window->frontPicker();
-        buttonAttributes a = button(QPoint(0, 0), {"print 1;"}, "one");
+        buttonAttributes a = button_at(QPoint(0, 0), {"print 1;"}, "one");
         a.kind = 1;
         buttonAttributes empty;
         QVERIFY2(!picker_editCmdDialog::do_dialog(view, &empty), "no names: no dialog");

@@ -70,20 +70,6 @@ private slots:
         QVERIFY(a != b);
     }
 
-    void new_record_is_unselected()
-    {
-        buttonRecord r(sample());
-        QCOMPARE(static_cast<const buttonAttributes&>(r), sample());
-        QCOMPARE(r.selected, qint16(0));
-        QCOMPARE(r.nameFlags, flags_from("00"));
-
-        r.bounds = QRect(0, 0, 10, 6);
-        r.moveTo(QPoint(100, 50));
-        QCOMPARE(r.pos, QPoint(100, 50));
-        QCOMPARE(r.bounds.center(), QPoint(100, 50));
-        QCOMPARE(r.bounds.size(), QSize(10, 6));
-    }
-
     void select_passes_new_names_once_data()
     {
         QTest::addColumn<bool>("selecting");

@@ -2,6 +2,7 @@
 // directives, callbacks, selection round trips and scene storage.
 #include "linked_picker.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "plugin/picker_main.h"
@@ -28,48 +29,6 @@
 
 using sandbox::host;
 
-namespace {
-
-buttonAttributes button(QPoint pos, QStringList names, QString label = QString())
-{
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = a.width = 20;
-    a.height = 20;
-    a.kind = 0;
-    a.language = 0;
-    a.color = 0x3366cc;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = names;
-    return a;
-}
-
-void write_pkr(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
-               const png_picture& background = png_picture())
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QDataStream out(&file);
-    out.setVersion(picker_format::pkr_stream_version);
-    pkr_header header;
-    header.name = name;
-    if (!background.isNull()) {
-        header.backgroundKey = "4242";
-        header.background = background;
-    }
-    write_pkr_header(out, header);
-    write_button_list(out, buttons);
-}
-
-png_picture filled(int w, int h, QColor colour)
-{
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(colour);
-    return png_picture::from_image(image);
-}
-
-} // namespace
 
 class test_plugin : public QObject {
     Q_OBJECT
@@ -108,7 +67,7 @@ class test_plugin : public QObject {
         QStringList paths;
         for (int i = 0; i < pickers.size(); ++i) {
             QString path = dir.filePath(QString("p%1.pkr").arg(i));
-            write_pkr(path, QString("picker%1").arg(i), pickers[i]);
+            write_pkr_file(path, QString("picker%1").arg(i), pickers[i]);
             paths << path;
         }
         QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(paths.join("\" \""))));
@@ -182,30 +141,12 @@ private slots:
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
     }
 
-    void unknown_directives_fail_data()
-    {
-        QTest::addColumn<QString>("directive");
-        QTest::newRow("unknown") << "foo";
-        QTest::newRow("case matters") << "Select";
-        QTest::newRow("blank") << "\" select\"";
-    }
-
-    void unknown_directives_fail()
-    {
-        QFETCH(QString, directive);
-        QVERIFY(!run("QuillmarshPicker " + directive));
-        QString shown = directive;
-        shown.remove('"');
-        QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - unknown directive: " + shown),
-                 qPrintable(h.output_text()));
-    }
-
     void opening_the_window_restores_what_the_scene_holds()
     {
         // The scene holds a picker before the window first opens.
         characters();
         run("QuillmarshPicker");
-        open_pickers({{button(QPoint(20, 20), {"hero:arm"})}});
+        open_pickers({{button_at(QPoint(20, 20), {"hero:arm"})}});
         h.drain_idle();
         QString data;
         QVERIFY(h.file_info("QuillmarshPickerData", &data));
@@ -234,6 +175,7 @@ private slots:
                                << QStringList{"hero:head", "hero:arm"};
         QTest::newRow("no names clears") << "QuillmarshPicker select" << QStringList{};
         QTest::newRow("clear") << "QuillmarshPicker clear" << QStringList{};
+        QTest::newRow("in the host") << "select -add hero:leg" << QStringList{"hero:head", "hero:leg"};
     }
 
     void select_directive()
@@ -241,15 +183,21 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QStringList, selected);
         characters();
-        open_pickers({{button(QPoint(20, 20), {"hero:arm"}), button(QPoint(60, 20), {"hero:leg", "hero:head"})}});
+        open_pickers({{button_at(QPoint(20, 20), {"hero:arm"}), button_at(QPoint(60, 20), {"hero:leg", "hero:head"})},
+                      {button_at(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
         run("select -r hero:head");
         run(command);
         QCOMPARE(h.selection(), selected);
-        // The picker shows exactly what the host selected.
-        picker_view* view = picker_main::current_view();
-        QCOMPARE(int(view->buttons()[0].selected), selected.contains("hero:arm") ? 1 : 0);
-        int partial = selected.contains("hero:leg") + selected.contains("hero:head");
-        QCOMPARE(int(view->buttons()[1].selected), partial == 2 ? 1 : partial * 2);
+        // Every tab shows exactly what the host selected: 1 all names, 2 some.
+        auto state = [&selected](const QString& a, const QString& b) {
+            const int n = selected.contains(a) + selected.contains(b);
+            return n == 2 ? 1 : n * 2;
+        };
+        auto* first = qobject_cast<picker_view*>(window()->tabs()->widget(0));
+        auto* second = qobject_cast<picker_view*>(window()->tabs()->widget(1));
+        QCOMPARE(int(first->buttons()[0].selected), state("hero:arm", "hero:arm"));
+        QCOMPARE(int(first->buttons()[1].selected), state("hero:leg", "hero:head"));
+        QCOMPARE(int(second->buttons()[0].selected), state("hero:arm", "hero:leg"));
         QCOMPARE(picker_window::selection(), selected);
         QVERIFY2(picker_main::mutex_.tryLock(), "the echo guard is released");
         picker_main::mutex_.unlock();
@@ -258,7 +206,7 @@ private slots:
     void select_conforms_the_views_once()
     {
         characters();
-        open_pickers({{button(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
+        open_pickers({{button_at(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
         static int fired = 0;
         static bool held = true;
         fired = 0;
@@ -276,29 +224,18 @@ private slots:
         QCOMPARE(int(picker_main::current_view()->buttons()[0].selected), 1);
     }
 
-    void scene_writes_decode_back()
+    void opening_a_file_writes_the_scene_when_idle()
     {
-        run("QuillmarshPicker");
-        run("QuillmarshPicker clear_tabs");
-        const png_picture back = filled(6, 5, Qt::cyan);
-        QString path = dir.filePath("img.pkr");
-        write_pkr(path, "img", {button(QPoint(5, 5), {"n"})}, back);
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs");
+        const QString path = dir.filePath("img.pkr");
+        write_pkr_file(path, "img", {button_at(QPoint(5, 5), {"n"})}, "4242", filled_picture(6, 5, Qt::cyan));
         h.drain_idle();
+        h.set_modified(false);
         run(QString("QuillmarshPicker open \"%1\"").arg(path));
-        // Written when the host is next idle, not before.
         QCOMPARE(h.idle_texts(), (QStringList{"QuillmarshPicker flush", "QuillmarshPicker \"bind\" `picker_ListNamespaces`;"}));
+        QVERIFY(!h.modified());
         h.drain_idle();
-
-        QString text;
-        QVERIFY(h.file_info("QuillmarshPickerData", &text));
-        QByteArray expected;
-        {
-            QDataStream out(&expected, QIODevice::WriteOnly);
-            window()->streamTo(out);
-        }
-        QCOMPARE(decode_picker_data(text.toLatin1()), expected);
-        QVERIFY(h.file_info("QuillmarshPickerImage_4242", &text));
-        QCOMPARE(decode_image(text.toLatin1()).size(), QSize(6, 5));
+        QVERIFY(h.file_info("QuillmarshPickerImage_4242", nullptr));
         QVERIFY(h.modified());
     }
 
@@ -325,7 +262,7 @@ private slots:
         QFETCH(QString, data);
         QFETCH(QString, warning);
         QFETCH(QStringList, tabs);
-        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         h.set_file_info("QuillmarshPickerData", data);
         QString scene = dir.filePath("damaged.ma");
         QVERIFY(h.save_scene(scene, nullptr));
@@ -378,31 +315,6 @@ private slots:
         QCOMPARE(window()->tabs()->currentIndex(), 0);
     }
 
-    void array_among_arguments_cannot_be_parsed()
-    {
-        run("QuillmarshPicker");
-        QVERIFY(!run("string $n[] = {\"a\"}; QuillmarshPicker select $n hero:arm"));
-        QVERIFY(h.output_text().contains("QuillmarshPicker - could not parse the command: (kFailure) "));
-    }
-
-    void host_selection_lights_every_tab()
-    {
-        characters();
-        open_pickers({{button(QPoint(20, 20), {"hero:arm"})}, {button(QPoint(20, 20), {"hero:arm", "hero:leg"})}});
-        QTabWidget* tabs = window()->tabs();
-        QCOMPARE(tabs->count(), 2);
-        run("select -r hero:arm");
-        auto* first = qobject_cast<picker_view*>(tabs->widget(0));
-        auto* second = qobject_cast<picker_view*>(tabs->widget(1));
-        QCOMPARE(int(first->buttons()[0].selected), 1);
-        QCOMPARE(int(second->buttons()[0].selected), 2);
-        run("select -add hero:leg");
-        QCOMPARE(int(second->buttons()[0].selected), 1);
-        run("select -cl");
-        QCOMPARE(int(first->buttons()[0].selected), 0);
-        QCOMPARE(picker_window::selection(), QStringList());
-    }
-
     void a_failed_selection_query_is_reported()
     {
         run("QuillmarshPicker");
@@ -414,50 +326,19 @@ private slots:
         picker_main::mutex_.unlock();
     }
 
-    void scene_round_trip()
-    {
-        characters();
-        const png_picture back = filled(16, 8, Qt::yellow);
-        run("QuillmarshPicker");
-        run("QuillmarshPicker clear_tabs");
-        QString path = dir.filePath("with_image.pkr");
-        write_pkr(path, "body", {button(QPoint(5, 5), {"hero:arm"}, "arm")}, back);
-        run(QString("QuillmarshPicker open \"%1\"").arg(path));
-        run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab face; QuillmarshPicker set_tab body");
-        window()->updateSceneData();
-        h.drain_idle();
-
-        QString scene = dir.filePath("scene.ma");
-        QVERIFY(h.save_scene(scene, nullptr));
-        run("file -f -new");
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
-
-        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
-        // Restored as soon as the scene has loaded, and the scene is untouched.
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "face"}));
-        h.drain_idle();
-        QVERIFY(!h.modified());
-        picker_view* view = picker_main::current_view();
-        QCOMPARE(window()->tabs()->currentIndex(), 0);
-        QCOMPARE(view->buttons().size(), 1);
-        QCOMPARE(view->buttons()[0].label, QString("arm"));
-        QCOMPARE(view->backgroundKey(), QString("4242"));
-        QCOMPARE(view->background().size(), QSize(16, 8));
-    }
-
     void restore_without_data_resets()
     {
-        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QVERIFY(run("QuillmarshPicker restore"));
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
-        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QVERIFY(!run("QuillmarshPicker restore \"bm90IGNvbXByZXNzZWQ=\""));
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
     }
 
     void too_new_data_warns_and_keeps_the_tabs()
     {
-        open_pickers({{button(QPoint(5, 5), {"a"})}});
+        open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
         out << qint32(6) << qint32(0) << qint32(-1);
@@ -471,12 +352,12 @@ private slots:
     {
         run("QuillmarshPicker");
         run("QuillmarshPicker clear_tabs");
-        const png_picture back = filled(4, 4, Qt::red);
+        const png_picture back = filled_picture(4, 4, Qt::red);
         QString path = dir.filePath("a.pkr");
-        write_pkr(path, "a", {button(QPoint(5, 5), {"x"})}, back);
+        write_pkr_file(path, "a", {button_at(QPoint(5, 5), {"x"})}, "4242", back);
         run(QString("QuillmarshPicker open \"%1\" \"%1\"").arg(path));
         run("QuillmarshPicker new_tab");
-        const png_picture fresh = filled(9, 9, Qt::blue);
+        const png_picture fresh = filled_picture(9, 9, Qt::blue);
         QVERIFY(run(QString("QuillmarshPicker fetch_image 4242 \"%1\"").arg(QString(encode_image(fresh)))));
         QTabWidget* tabs = window()->tabs();
         QCOMPARE(qobject_cast<picker_view*>(tabs->widget(0))->background().size(), QSize(9, 9));
@@ -490,7 +371,6 @@ private slots:
     {
         run("QuillmarshPicker; QuillmarshPicker clear_tabs");
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList());
-        QVERIFY(run("QuillmarshPicker close_tab; QuillmarshPicker rename_tab x; QuillmarshPicker set_tab x"));
         run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab body; QuillmarshPicker new_tab;"
             "QuillmarshPicker rename_tab body; QuillmarshPicker new_tab; QuillmarshPicker rename_tab \"\"");
         QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "body", "Untitled"}));
@@ -500,30 +380,15 @@ private slots:
         QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "Untitled"}));
     }
 
-    void batch_mode_defers_the_scene_write()
-    {
-        characters();
-        run("QuillmarshPicker");
-        h.drain_idle();
-        run("QuillmarshPicker enable_batch_mode; select -r hero:arm; QuillmarshPicker add_button 5 5 arm");
-        QVERIFY(window()->notices_held());
-        QCOMPARE(h.idle_pending(), 0);
-        run("QuillmarshPicker disable_batch_mode");
-        QVERIFY(!window()->notices_held());
-        QCOMPARE(h.idle_pending(), 1);
-        h.drain_idle();
-        QVERIFY(h.file_info("QuillmarshPickerData", nullptr));
-        QVERIFY(h.modified());
-    }
-
     void window_geometry_settings_data()
     {
         QTest::addColumn<QSize>("stored");
-        QTest::addColumn<QPoint>("position");
+        QTest::addColumn<QPoint>("position"); // null: centred on the screen
         QTest::addColumn<QSize>("size");
         QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 150);
         QTest::newRow("low") << QSize(300, 100) << QPoint(10, 10) << QSize(300, 150);
         QTest::newRow("fine") << QSize(300, 250) << QPoint(10, 10) << QSize(300, 250);
+        QTest::newRow("off the screen") << QSize(200, 160) << QPoint() << QSize(200, 160);
     }
 
     void window_geometry_settings()
@@ -535,11 +400,13 @@ private slots:
         {
             QSettings settings("Quillmarsh", "picker");
             settings.setValue("pickerSize", stored);
-            settings.setValue("pickerPosition", position);
+            settings.setValue("pickerPosition", position.isNull() ? QPoint(90000, 90000) : position);
         }
         run("QuillmarshPicker");
         QCOMPARE(picker_main::window_->size(), size);
-        QCOMPARE(picker_main::window_->pos(), position);
+        QRect centred(QPoint(0, 0), size);
+        centred.moveCenter(QGuiApplication::primaryScreen()->availableGeometry().center());
+        QCOMPARE(picker_main::window_->pos(), position.isNull() ? centred.topLeft() : position);
 
         // Quitting stores what the window has now.
         picker_main::window_->resize(333, 222);
@@ -576,20 +443,6 @@ private slots:
             QVERIFY2(w->width() >= w->minimumSizeHint().width(), qPrintable(w->toolTip()));
         }
         QVERIFY(controls >= 6);
-    }
-
-    void off_screen_window_is_centred()
-    {
-        picker_main::cleanup();
-        {
-            QSettings settings("Quillmarsh", "picker");
-            settings.setValue("pickerSize", QSize(200, 160));
-            settings.setValue("pickerPosition", QPoint(90000, 90000));
-        }
-        run("QuillmarshPicker");
-        QRect expected(QPoint(0, 0), QSize(200, 160));
-        expected.moveCenter(QGuiApplication::primaryScreen()->availableGeometry().center());
-        QCOMPARE(picker_main::window_->pos(), expected.topLeft());
     }
 
     void unloading_reports_each_failed_removal()

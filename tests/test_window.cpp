@@ -7,12 +7,11 @@
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "modal_helper.h"
+#include "pkr_file.h"
 #include "recording_host.h"
 #include "view/overlays.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
-
-#include <sandbox/host.h>
 
 #include <QAction>
 #include <QTabWidget>
@@ -21,32 +20,14 @@
 
 namespace {
 
-buttonAttributes button(QStringList names)
-{
-    buttonAttributes a;
-    a.pos = QPoint(10, 10);
-    a.size = a.width = a.height = 10;
-    a.color = 0xff0000;
-    a.labelColor = 0xffffff;
-    a.names = names;
-    return a;
-}
-
 picker_view* view_at(picker_window& w, int i)
 {
     return qobject_cast<picker_view*>(w.tabs()->widget(i));
 }
 
-png_picture filled(int w, int h, QColor colour)
-{
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(colour);
-    return png_picture::from_image(image);
-}
-
 void give_background(picker_view* view, const QString& key)
 {
-    view->setBackground(key, filled(2, 2, Qt::green));
+    view->setBackground(key, filled_picture(2, 2, Qt::green));
 }
 
 } // namespace
@@ -81,39 +62,12 @@ private slots:
         QFETCH(QString, sent);
         recording_host host;
         picker_window w(nullptr);
-        view_at(w, 0)->push_button(button(names), -1);
+        view_at(w, 0)->push_button(button_at(QPoint(10, 10), names), -1);
         view_at(w, 0)->page()->select(0, false);
         QCOMPARE(picker_window::selection(), names);
         host.mel.clear();
         QVERIFY(w.postSelection());
         QCOMPARE(host.mel, QStringList{sent});
-    }
-
-    void hostile_names_run_nothing_in_the_host()
-    {
-        // The text the picker queues, run by a real MEL evaluator, does
-        // nothing but select.
-        recording_host recorder;
-        sandbox::host& h = sandbox::host::instance();
-        h.reset();
-        h.execute("createNode transform -n keep -ss; file -modified 0;");
-        picker_window w(nullptr);
-        view_at(w, 0)->push_button(
-            button({"keep;createNode transform -n evil", "x\";file -f -new;\"", "`file -f -new`", "keep"}), -1);
-        recorder.mel.clear();
-        view_at(w, 0)->page()->select(0, false);
-        w.postSelection();
-        h.interpreter().register_command("QuillmarshPicker", [&h](mel::interpreter&, const QVector<mel::value>& args) {
-            QStringList names;
-            for (int i = 1; i < args.size(); ++i)
-                names << args[i].to_string();
-            h.set_selection(names, sandbox::adjustment::replace);
-            return mel::value();
-        });
-        QVERIFY(h.execute(recorder.mel.value(0)));
-        h.interpreter().unregister_command("QuillmarshPicker");
-        QCOMPARE(h.nodes(), QStringList{"keep"});
-        QCOMPARE(h.selection(), QStringList{"keep"});
     }
 
     void name_list_keeps_each_name_once_in_order()
@@ -155,7 +109,7 @@ private slots:
         // names must not outlive it.
         picker_window w(nullptr);
         picker_view* view = view_at(w, 0);
-        view->push_button(button({"old1", "old2"}), -1);
+        view->push_button(button_at(QPoint(10, 10), {"old1", "old2"}), -1);
         picker_page* page = view->page();
         page->select(0, false);
         page->unselect(0, false);
@@ -177,12 +131,12 @@ private slots:
         QByteArray data;
         {
             picker_window w(nullptr);
-            w.place_background(w.frontPicker(), "5", filled(600, 500, Qt::darkGray));
-            buttonAttributes far = button({"far"});
+            w.place_background(w.frontPicker(), "5", filled_picture(600, 500, Qt::darkGray));
+            buttonAttributes far = button_at(QPoint(10, 10), {"far"});
             far.pos = QPoint(650, 520);
             w.frontPicker()->push_button(far, -1);
             w.new_tab();
-            w.frontPicker()->push_button(button({"near"}), -1);
+            w.frontPicker()->push_button(button_at(QPoint(10, 10), {"near"}), -1);
             QDataStream out(&data, QIODevice::WriteOnly);
             w.streamTo(out);
         }
@@ -236,7 +190,7 @@ private slots:
         const QPoint on_link(link.rect.center().x(), 290);
         QVERIFY(banner->click(on_link));
         view.addMouseCommand(nullptr);
-        buttonAttributes a = button({"under"});
+        buttonAttributes a = button_at(QPoint(10, 10), {"under"});
         a.pos = view.mapToPicker(on_link);
         a.width = a.height = a.size = 20;
         view.push_button(a, -1);
@@ -260,7 +214,7 @@ private slots:
         host.mel.clear();
         host.now.clear();
 
-        view_at(w, 0)->push_button(button({"a"}), -1);
+        view_at(w, 0)->push_button(button_at(QPoint(10, 10), {"a"}), -1);
         w.flushSceneData(false);
         host.mel.clear();
         host.now.clear();
@@ -410,16 +364,16 @@ private slots:
         recording_host host;
         picker_window w(nullptr);
         w.clear_tabs();
-        const png_picture shared = filled(40, 30, Qt::darkCyan);
+        const png_picture shared = filled_picture(40, 30, Qt::darkCyan);
         for (const QString& tab : tabs) {
             w.new_tab();
             const QStringList parts = tab.split(':');
             if (parts[0] != "-") {
-                const png_picture own = filled(17 + parts[0].toInt(), 9, QColor(parts[0].toInt() * 10, 80, 40));
+                const png_picture own = filled_picture(17 + parts[0].toInt(), 9, QColor(parts[0].toInt() * 10, 80, 40));
                 w.frontPicker()->setBackground(parts[0], parts[0] == "11" ? shared : own);
             }
             for (int i = 0; i < parts[1].toInt(); ++i) {
-                buttonAttributes a = button({QString("rig:b%1").arg(i)});
+                buttonAttributes a = button_at(QPoint(10, 10), {QString("rig:b%1").arg(i)});
                 a.pos = QPoint(i % 40 * 12, i / 40 * 12);
                 a.label = QString("b%1").arg(i);
                 w.frontPicker()->push_button(a, -1);
@@ -450,49 +404,18 @@ private slots:
             check("undo");
             view->undoer()->push(new delete_buttons_cmd(view->page()));
             check("delete");
-            view->push_button(button({"rig:new"}), 0);
+            view->push_button(button_at(QPoint(10, 10), {"rig:new"}), 0);
             check("insert at the front");
         }
         w.new_tab();
         w.set_tab_text(w.tabs()->count() - 1, "added");
         check("new tab");
-        w.place_background(w.frontPicker(), "77", filled(5, 5, Qt::yellow));
+        w.place_background(w.frontPicker(), "77", filled_picture(5, 5, Qt::yellow));
         check("picture set");
         w.frontPicker()->setBackground(QString(), png_picture());
         check("picture cleared");
         w.close_tab(0);
         check("tab closed");
-    }
-
-    void window_stream_round_trip()
-    {
-        recording_host host;
-        picker_window w(nullptr);
-        w.set_tab_text(0, "body");
-        view_at(w, 0)->push_button(button({"a", "b"}), -1);
-        w.new_tab();
-        w.set_tab_text(1, "face");
-        give_background(w.frontPicker(), "55");
-        w.frontPicker()->push_button(button({"c"}), -1);
-        w.tabs()->setCurrentIndex(0);
-        QByteArray bytes;
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            w.streamTo(out);
-        }
-        picker_window copy(nullptr);
-        host.clear();
-        QDataStream in(bytes);
-        copy.streamFrom(in);
-        QCOMPARE(copy.tabs()->count(), 2);
-        QCOMPARE(copy.tabs()->tabText(1), QString("face"));
-        QCOMPARE(copy.tabs()->currentIndex(), 0);
-        QCOMPARE(view_at(copy, 0)->buttons()[0].names, (QStringList{"a", "b"}));
-        QCOMPARE(view_at(copy, 1)->backgroundKey(), QString("55"));
-        QCOMPARE(view_at(copy, 1)->background().size(), QSize(2, 2));
-        // Rebuilding from the scene writes nothing back to it.
-        QVERIFY(host.mel.isEmpty());
-        QVERIFY(host.now.isEmpty());
     }
 
     void window_stream_damage_data()
@@ -535,9 +458,9 @@ private slots:
     {
         recording_host host;
         picker_window w(nullptr);
-        view_at(w, 0)->push_button(button({"a"}), -1);
+        view_at(w, 0)->push_button(button_at(QPoint(10, 10), {"a"}), -1);
         w.new_tab();
-        w.frontPicker()->push_button(button({"a", "b"}), -1);
+        w.frontPicker()->push_button(button_at(QPoint(10, 10), {"a", "b"}), -1);
         host.clear();
         w.setSelection({"a"});
         QCOMPARE(int(view_at(w, 0)->buttons()[0].selected), 1);
@@ -578,33 +501,6 @@ private slots:
         QTest::keyClick(&w, Qt::Key_N, Qt::ControlModifier);
         QCOMPARE(fired, 1);
         QCOMPARE(w.tabs()->count(), 2); // "New..." ran too
-    }
-
-    void menus_follow_the_tabs()
-    {
-        recording_host host;
-        picker_window w(nullptr);
-        auto action = [&w](const QString& text) {
-            for (QAction* a : w.findChildren<QAction*>())
-                if (a->text() == text)
-                    return a;
-            return static_cast<QAction*>(nullptr);
-        };
-        QAction* save = action("Save");
-        QAction* undo = action("Undo");
-        QVERIFY(save && undo);
-        w.updateFileMenu();
-        QVERIFY(save->isEnabled());
-        w.frontPicker()->undoer()->push(new QUndoCommand("Move Buttons"));
-        w.updateEditMenu();
-        QCOMPARE(undo->text(), QString("Undo Move Buttons"));
-        QVERIFY(undo->isEnabled());
-        w.clear_tabs();
-        w.updateFileMenu();
-        w.updateEditMenu();
-        QVERIFY(!save->isEnabled());
-        QCOMPARE(undo->text(), QString("Can't Undo"));
-        QVERIFY(!undo->isEnabled());
     }
 };
 
