@@ -27,15 +27,9 @@ removed_buttons removed_buttons::selected(const picker_page& page)
     return r;
 }
 
-// From the last down, so the ones still to go keep their rows.
 void removed_buttons::take_out(picker_page& page) const
 {
-    picker_page::hold hold(&page);
-    for (int i = ids.size() - 1; i >= 0; --i) {
-        const int row = page.row_of(ids[i]);
-        if (row >= 0)
-            page.remove(row);
-    }
+    page.remove_ids(ids);
 }
 
 // From the first up: each lands where it was before the ones after it were
@@ -63,12 +57,7 @@ QVector<int> added_buttons::put_in(picker_page& page)
 
 void added_buttons::take_out(picker_page& page) const
 {
-    picker_page::hold hold(&page);
-    for (int i = ids.size() - 1; i >= 0; --i) {
-        const int row = page.row_of(ids[i]);
-        if (row >= 0)
-            page.remove(row);
-    }
+    page.remove_ids(ids);
 }
 
 // ----- add_button_cmd

@@ -176,6 +176,19 @@ void picker_page::lay_out(buttonRecord& r)
     r.bounds = box;
 }
 
+void picker_page::laid_out(int row, unsigned fields)
+{
+    lay_out(buttons_[row]);
+    notify(fields, row);
+}
+
+void picker_page::remove_ids(const QVector<button_id>& ids)
+{
+    hold held(this);
+    for (int i = ids.size() - 1; i >= 0; --i)
+        remove(row_of(ids[i]));
+}
+
 void picker_page::move(int row, const QPoint& centre)
 {
     buttonRecord& r = buttons_[row];
@@ -191,8 +204,7 @@ void picker_page::resize(int row, int width, int height)
     r.width = std::max(width, 1);
     r.height = std::max(height, 1);
     r.size = r.width;
-    lay_out(r);
-    notify(page_field::size, row);
+    laid_out(row, page_field::size);
 }
 
 void picker_page::set_width(int row, int width)
@@ -200,16 +212,14 @@ void picker_page::set_width(int row, int width)
     buttonRecord& r = buttons_[row];
     r.size = width;
     r.width = width;
-    lay_out(r);
-    notify(page_field::size, row);
+    laid_out(row, page_field::size);
 }
 
 void picker_page::set_height(int row, int height)
 {
     buttonRecord& r = buttons_[row];
     r.height = height;
-    lay_out(r);
-    notify(page_field::size, row);
+    laid_out(row, page_field::size);
 }
 
 void picker_page::set_color(int row, quint32 color)
@@ -222,16 +232,14 @@ void picker_page::set_label_color(int row, quint32 color)
 {
     buttonRecord& r = buttons_[row];
     r.labelColor = color;
-    lay_out(r);
-    notify(page_field::look, row);
+    laid_out(row, page_field::look);
 }
 
 void picker_page::set_label(int row, const QString& label)
 {
     buttonRecord& r = buttons_[row];
     r.label = label;
-    lay_out(r);
-    notify(page_field::look, row);
+    laid_out(row, page_field::look);
 }
 
 void picker_page::set_names(int row, const QStringList& names)

@@ -60,6 +60,8 @@ public:
     // Appends a reader's records, taking them over: one notice for all.
     void insert_all(QVector<buttonAttributes>&& list);
     void remove(int row);
+    // Removes the buttons with these ids that are still here, last first.
+    void remove_ids(const QVector<button_id>& ids);
     void clear();
     // The attributes of every button, in list order, as streams write them.
     QList<buttonAttributes> attributes() const;
@@ -134,6 +136,8 @@ signals:
     void changed(const page_notice& notice);
 
 private:
+    // Lays the button out again after a change of these fields.
+    void laid_out(int row, unsigned fields);
     // Inserts without a notice.
     int place(buttonAttributes&& a, int row, button_id id);
     void notify(unsigned fields, int row);

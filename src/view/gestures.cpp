@@ -277,8 +277,7 @@ QList<buttonAttributes> add_manybuttons_cmd::take_placed()
         if (row >= 0)
             made << page->at(row);
     }
-    for (int k = ids.size() - 1; k >= 0; --k)
-        page->remove(page->row_of(ids[k]));
+    page->remove_ids(ids);
     ids.clear();
     return made;
 }
