@@ -2,6 +2,7 @@
 // and the set's exact, ordered, duplicate-free behaviour.
 #include "model/button_model.h"
 #include "model/name_list.h"
+#include "model/picker_page.h"
 
 #include <QtTest>
 
@@ -135,6 +136,42 @@ private slots:
         QCOMPARE(int(r.selected), selected);
     }
 
+
+    // What a page announces is what an edit changed, once per held edit,
+    // and ids find their buttons wherever the list has moved them.
+    void pages_announce_their_edits()
+    {
+        picker_page page;
+        QVector<page_notice> heard;
+        QObject::connect(&page, &picker_page::changed, [&](const page_notice& n) { heard << n; });
+        for (int i = 0; i < 4; ++i)
+            page.insert(sample());
+        QCOMPARE(heard.size(), 4);
+        QCOMPARE(heard[0].fields, unsigned(page_field::layout));
+        const button_id second = page.at(1).id, last = page.at(3).id;
+
+        heard.clear();
+        {
+            picker_page::hold outer(&page);
+            picker_page::hold inner(&page);
+            page.set_color(1, 0x123456);
+            page.move(3, QPoint(7, 7));
+            page.move(3, QPoint(7, 7)); // no change, no notice
+            page.set_path("x.pkr");
+        }
+        QCOMPARE(heard.size(), 1);
+        QCOMPARE(heard[0].fields, unsigned(page_field::look | page_field::position | page_field::path));
+        QCOMPARE(heard[0].buttons, (QVector<button_id>{second, last}));
+
+        page.remove(0);
+        page.insert(sample(), 0);
+        page.insert(sample(), 0);
+        QCOMPARE(page.row_of(second), 2);
+        QCOMPARE(page.row_of(last), 4);
+        page.remove_ids({second, 999999, last});
+        QCOMPARE(page.count(), 3);
+        QCOMPARE(page.row_of(second), -1);
+    }
 };
 
 QTEST_MAIN(test_model)

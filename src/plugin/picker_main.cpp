@@ -446,7 +446,6 @@ MStatus picker_main::set_background(const MStringArray& args)
     if (picture.isNull()) // the picker keeps the background it has
         return script_error("set_background", why);
     picker()->place_background(view, QString::number(picture.key()), picture);
-    view->signal_changed();
     return MStatus::kSuccess;
 }
 
@@ -456,7 +455,6 @@ MStatus picker_main::clear_background(const MStringArray&)
     if (!view)
         return MStatus::kSuccess;
     view->setBackground(QString(), png_picture());
-    view->signal_changed();
     return MStatus::kSuccess;
 }
 
