@@ -52,7 +52,6 @@ private slots:
         QTest::newRow("prefix") << "L_arm" << "R_arm";
         QTest::newRow("suffix") << "arm_L" << "arm_R";
         QTest::newRow("word prefix") << "leftArm" << "rightArm";
-        QTest::newRow("after namespaces") << "hero:sub:L_hand" << "hero:sub:R_hand";
         QTest::newRow("namespace left alone") << "L_hero:arm" << "L_hero:arm";
         QTest::newRow("each DAG segment") << "|hero:L_grp|hero:L_arm" << "|hero:R_grp|hero:R_arm";
         QTest::newRow("attribute kept") << "hero:L_arm.L_twist" << "hero:R_arm.L_twist";

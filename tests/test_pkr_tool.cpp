@@ -1,6 +1,5 @@
-// Picker files as JSON and the quillmarsh-pkr tool: exact round trips for
-// every file version, clear refusals of bad input, and nothing written when
-// a command fails.
+// Picker files as JSON and the quillmarsh-pkr tool: exact round trips,
+// clear refusals of bad input, and nothing written when a command fails.
 #include "button_values.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
@@ -123,29 +122,6 @@ private slots:
         buttonAttributes odd = usual[0];
         odd.size = 7; // the legacy size apart from the width
         QTest::newRow("legacy size") << file_bytes("odd", QString(), png_picture(), {odd}) << false;
-
-        // Older versions, once saved by this one.
-        auto old_file = [](qint32 version) {
-            QByteArray bytes;
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            out.setVersion(picker_format::pkr_stream_version);
-            out << version << QString("Old");
-            if (version >= 2)
-                out << QString();
-            out << qint32(1) << qint32(0) << QPoint(3, 4) << qint32(25);
-            if (version >= 2)
-                out << qint32(0) << qint32(0);
-            out << quint32(0xff112233);
-            if (version >= 4)
-                out << quint32(0xff0000);
-            out << QString("A") << qint32(2) << QString("ns:a") << QString("ns:b");
-            return bytes;
-        };
-        for (qint32 version : {1, 2, 4}) { // 3 is laid out as 2
-            const pkr_contents old = read_bytes(old_file(version));
-            QTest::addRow("version %d", version)
-                << write_pkr(old.header, QList<buttonAttributes>(old.buttons.begin(), old.buttons.end())) << false;
-        }
     }
     void json_gives_back_the_same_file()
     {
