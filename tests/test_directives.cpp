@@ -1,9 +1,11 @@
 // Scripting the picker with real MEL in the stand-in host: the button
 // directives, namespace binding and the namespace chooser.
 #include "edit/button_commands.h"
+#include "edit/property_commands.h"
 #include "edit/mirror_command.h"
 #include "linked_picker.h"
 #include "modal_helper.h"
+#include "page_oracle.h"
 #include "pkr_file.h"
 #include "model/picker_stream.h"
 #include "plugin/picker_main.h"
@@ -19,6 +21,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QPushButton>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QMainWindow>
 #include <QTabWidget>
@@ -50,6 +53,15 @@ QStringList describe(picker_view* view)
                    .arg(r.pos.x()).arg(r.pos.y()).arg(r.size).arg(r.width).arg(r.height).arg(r.kind)
                    .arg(r.language).arg(r.color, 0, 16).arg(r.labelColor, 0, 16).arg(r.label)
                    .arg(r.names.join(','));
+    return out;
+}
+
+// The reference's copies of the chosen buttons, in list order of the page.
+QVector<buttonAttributes> oracle_chosen(const page_oracle& oracle, const QVector<button_id>& chosen)
+{
+    QVector<buttonAttributes> out;
+    for (button_id id : chosen)
+        out << oracle.buttons.value(id);
     return out;
 }
 
@@ -136,6 +148,174 @@ class test_directives : public QObject {
     }
 
 private slots:
+
+    // Scripts run directives (add, delete, move, recolour, rename, rebind,
+    // mirror) between the user's undoable edits and undo and redo: each step
+    // acts on the buttons it touched and no other, checked after every step
+    // against a reference kept by button id.
+    void directives_and_undo_never_cross()
+    {
+        run("namespace -add hero");
+        for (int k = 0; k < 4; ++k)
+            run(QString("createNode transform -n \"rig:n%1\" -ss; createNode transform -n \"hero:n%1\" -ss").arg(k));
+        for (quint32 seed = 1; seed <= 4; ++seed) {
+            run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; select -cl");
+            h.drain_idle();
+            QRandomGenerator rnd(seed);
+            auto below = [&](int n) { return int(rnd.bounded(quint32(n))); };
+            picker_page* page = view()->page();
+            QUndoStack* stack = view()->undoer();
+            page_oracle oracle;
+            int made = 0;
+            for (int stepNo = 0; stepNo < 160; ++stepNo) {
+                const int n = page->count();
+                const int what = n ? below(12) : 0;
+                QString script;
+                switch (what) {
+                case 0: { // add, bound to what the host has selected
+                    const QString ns = below(2) ? "rig" : "hero";
+                    const QString name = QString("%1:n%2").arg(ns).arg(below(4));
+                    const QPoint at(below(400), below(300));
+                    const QString label = QString("b%1").arg(made++);
+                    QVERIFY(run(QString("select -r %1; QuillmarshPicker add_button %2 %3 %4; select -cl")
+                                    .arg(name).arg(at.x()).arg(at.y()).arg(label)));
+                    button_look look;
+                    look.label = label;
+                    oracle.buttons.insert(page->at(page->count() - 1).id, new_button(at, look, 0, 0, {name}));
+                    break;
+                }
+                case 1: { // delete (mirrored copies share labels: the first one is meant)
+                    const int k = view()->find_button_index_from_label(page->at(below(n)).label);
+                    const button_id id = page->at(k).id;
+                    QVERIFY(run("QuillmarshPicker delete_button label " + page->at(k).label));
+                    oracle.buttons.remove(id);
+                    break;
+                }
+                case 2: { // move, recolour and rename
+                    const int k = view()->find_button_index_from_label(page->at(below(n)).label);
+                    buttonAttributes& a = oracle.buttons[page->at(k).id];
+                    const QString label = page->at(k).label;
+                    const QPoint to(below(400), below(300));
+                    const int r = below(256), g = below(256), b = below(256);
+                    a.pos = to;
+                    a.color = qRgb(r, g, b);
+                    a.label = QString("s%1").arg(made++);
+                    QVERIFY(run(QString("QuillmarshPicker move_button label %1 %2 %3;"
+                                        "QuillmarshPicker color_button label %1 %4 %5 %6;"
+                                        "QuillmarshPicker rename_button label %1 %7")
+                                    .arg(label).arg(to.x()).arg(to.y()).arg(r).arg(g).arg(b).arg(a.label)));
+                    break;
+                }
+                case 3: { // rebind everything to one namespace: an undo step of its own
+                    const QString to = below(2) ? "rig" : "hero";
+                    page_oracle::step s;
+                    s.what = page_oracle::names;
+                    for (const buttonRecord& r : page->buttons()) {
+                        buttonAttributes after = r;
+                        for (QString& name : after.names)
+                            name = to + name.mid(name.indexOf(':'));
+                        if (after.names == r.names)
+                            continue;
+                        s.ids << r.id;
+                        s.before << r;
+                        s.after << after;
+                    }
+                    const int index = stack->index();
+                    QVERIFY(run("QuillmarshPicker update_namespace " + to));
+                    if (stack->index() == index + 1) // nothing to move makes no step
+                        oracle.pushed(s, false);
+                    break;
+                }
+                case 4: // undo
+                    if (stack->canUndo()) {
+                        stack->undo();
+                        oracle.undo();
+                    }
+                    break;
+                case 5:
+                    if (stack->canRedo()) {
+                        stack->redo();
+                        oracle.redo();
+                    }
+                    break;
+                default: { // the user picks some buttons and edits or mirrors them
+                    page->clear_selected(true);
+                    QVector<button_id> chosen;
+                    for (int k = 0; k < n; ++k)
+                        if (below(3) == 0) {
+                            page->select(k, true);
+                            chosen << page->at(k).id;
+                        }
+                    page_oracle::step s;
+                    s.ids = chosen;
+                    for (button_id b : chosen)
+                        s.before << page->at(page->row_of(b));
+                    s.after = s.before;
+                    const int index = stack->index();
+                    switch (below(5)) {
+                    case 0: {
+                        const quint32 c = quint32(below(8));
+                        s.what = page_oracle::color;
+                        for (buttonAttributes& a : s.after)
+                            a.color = c;
+                        stack->push(new change_color_cmd(page, c));
+                        break;
+                    }
+                    case 1: {
+                        const QPoint d(below(5) - 2, below(5) - 2);
+                        s.what = page_oracle::pos;
+                        for (buttonAttributes& a : s.after)
+                            a.pos += d;
+                        stack->push(new nudge_buttons_cmd(page, d));
+                        break;
+                    }
+                    case 2:
+                        s.what = page_oracle::whole;
+                        s.removes = true;
+                        stack->push(new delete_buttons_cmd(page));
+                        break;
+                    default: { // mirrored about x = 500 by the directive
+                        s = page_oracle::step();
+                        s.what = page_oracle::whole;
+                        s.adds = true;
+                        const int before = page->count();
+                        run("QuillmarshPicker mirror_buttons 500");
+                        for (int k = before; k < page->count(); ++k) {
+                            s.ids << page->at(k).id;
+                            s.after << page->at(k);
+                        }
+                        // The copies are the chosen buttons flipped, those not there already.
+                        QVector<buttonAttributes> expected;
+                        for (const buttonAttributes& a : oracle_chosen(oracle, chosen)) {
+                            buttonAttributes c = a;
+                            c.pos.setX(1000 - a.pos.x());
+                            bool there = false;
+                            for (const buttonAttributes& o : oracle.buttons)
+                                there = there || (o.kind == c.kind && o.pos == c.pos && o.names == c.names);
+                            if (!there)
+                                expected << c;
+                        }
+                        QCOMPARE(s.after, expected);
+                        s.before = s.after;
+                        break;
+                    }
+                    }
+                    // A mirror with nothing to copy makes no step; an edit
+                    // like the last one on the same buttons merges into it.
+                    if (stack->index() == index + 1)
+                        oracle.pushed(s, false);
+                    else if (!s.adds && index > 0)
+                        oracle.pushed(s, true);
+                    break;
+                }
+                }
+                h.drain_idle();
+                QString why;
+                QVERIFY2(page_matches(*page, oracle, &why),
+                         qPrintable(QString("seed %1, step %2 (%3): %4").arg(seed).arg(stepNo).arg(what).arg(why)));
+            }
+        }
+    }
     void initTestCase()
     {
         const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
