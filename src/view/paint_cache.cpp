@@ -89,3 +89,34 @@ void paint_layer::clear()
     commandBefore_ = QVector<int>();
     valid_ = false;
 }
+
+namespace {
+
+// Enough for the faces of every button a view shows at any zoom; past it
+// the cache starts over.
+constexpr qint64 face_budget = qint64(32) << 20;
+
+} // namespace
+
+uint qHash(const face_cache::key& k, uint seed)
+{
+    const quint64 a = (quint64(quint32(k.size.width())) << 32) | quint32(k.size.height());
+    const quint64 b = (quint64(k.fill) << 32) | k.outline;
+    return qHash(a, seed) ^ (qHash(b, seed) * 31u) ^ (uint(k.shape) << 8 | uint(quint16(k.selected)));
+}
+
+const QImage* face_cache::find(const key& k) const
+{
+    auto it = faces_.constFind(k);
+    return it == faces_.constEnd() ? nullptr : &it.value();
+}
+
+const QImage& face_cache::keep(const key& k, QImage face)
+{
+    if (bytes_ + face.sizeInBytes() > face_budget) {
+        faces_.clear();
+        bytes_ = 0;
+    }
+    bytes_ += face.sizeInBytes();
+    return faces_.insert(k, std::move(face)).value();
+}

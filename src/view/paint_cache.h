@@ -4,6 +4,7 @@
 
 #include "model/button_model.h"
 
+#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QPoint>
@@ -73,3 +74,33 @@ private:
     QVector<QRect> screen_;
     QVector<int> commandBefore_;
 };
+
+// Button faces (shape, fill and outline, without the label) drawn once per
+// look and size and copied after: a copy costs a fraction of drawing the
+// antialiased shape, and every paint, whole or in part, copies the same one.
+class face_cache {
+public:
+    struct key {
+        QSize size;
+        quint32 fill = 0;    // the colour, or the state's for a lit button
+        quint32 outline = 0; // the pen's colour; 0 with no pen
+        quint8 shape = 0;    // rounded, ellipse or command button
+        qint16 selected = 0;
+        bool operator==(const key& o) const
+        {
+            return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
+                && selected == o.selected;
+        }
+    };
+    enum { rounded = 1, ellipse = 2, command = 3 };
+
+    // The face for the key, or null when none is kept yet.
+    const QImage* find(const key& k) const;
+    const QImage& keep(const key& k, QImage face);
+
+private:
+    QHash<key, QImage> faces_;
+    qint64 bytes_ = 0;
+};
+
+uint qHash(const face_cache::key& k, uint seed = 0);

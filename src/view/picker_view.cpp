@@ -591,6 +591,31 @@ void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
     }
 }
 
+namespace {
+
+// Faces are copied where the painter maps picker pixels to whole device
+// pixels one to one; anything else (a high-density screen, a scaled
+// render) draws them.
+bool copies_faces(const QPainter& painter)
+{
+    const QTransform& t = painter.deviceTransform();
+    return t.type() <= QTransform::TxTranslate && t.dx() == qRound(t.dx()) && t.dy() == qRound(t.dy())
+        && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1;
+}
+
+void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
+{
+    const QRectF shape = inside_pen(R, painter.pen());
+    if (rounded) {
+        qreal k = 0.2 * std::min(R.width(), R.height());
+        painter.drawRoundedRect(shape, k, k, Qt::AbsoluteSize);
+    } else {
+        painter.drawEllipse(shape);
+    }
+}
+
+} // namespace
+
 void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
 {
     QColor fill;
@@ -600,20 +625,34 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
     default: fill = partial_fill; break;
     }
     QBrush brush(fill);
-    QRectF R(mapToScreen(r.bounds));
+    const QRect box = mapToScreen(r.bounds);
+    QRectF R(box);
     // No pen is set here on purpose: a command button drawn earlier in the
     // same paint leaves its thin outline pen, and shapes pick it up.
     if (r.names.size() < 2) {
         painter.fillRect(R, brush);
+    } else if (copies_faces(painter) && !box.isEmpty()) {
+        face_cache::key k;
+        k.size = box.size();
+        k.fill = fill.rgba();
+        k.outline = painter.pen().style() == Qt::NoPen ? 0 : painter.pen().color().rgba();
+        k.shape = r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
+        const QImage* face = faces.find(k);
+        if (!face) {
+            QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter p(&image);
+            p.setRenderHints(painter.renderHints());
+            p.setPen(painter.pen());
+            p.setBrush(brush);
+            draw_shape(p, QRectF(QPointF(0, 0), QSizeF(box.size())), k.shape == face_cache::rounded);
+            p.end();
+            face = &faces.keep(k, std::move(image));
+        }
+        painter.drawImage(box.topLeft(), *face);
     } else {
         painter.setBrush(brush);
-        const QRectF shape = inside_pen(R, painter.pen());
-        if (!r.labelPixmap.isNull()) {
-            qreal k = 0.2 * std::min(R.width(), R.height());
-            painter.drawRoundedRect(shape, k, k, Qt::AbsoluteSize);
-        } else {
-            painter.drawEllipse(shape);
-        }
+        draw_shape(painter, R, !r.labelPixmap.isNull());
     }
     draw_label(painter, r);
 }
@@ -644,7 +683,36 @@ QPen picker_view::outline_pen(const buttonRecord& r)
 
 void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
 {
-    QRectF R(mapToScreen(r.bounds));
+    const QRect box = mapToScreen(r.bounds);
+    const QPen pen = outline_pen(r);
+    if (copies_faces(painter) && !box.isEmpty()) {
+        face_cache::key k;
+        k.size = box.size();
+        k.fill = r.color;
+        k.shape = face_cache::command;
+        k.selected = r.selected;
+        const QImage* face = faces.find(k);
+        if (!face) {
+            QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter p(&image);
+            p.setRenderHints(painter.renderHints());
+            draw_command_face(p, QRectF(QPointF(0, 0), QSizeF(box.size())), r);
+            p.end();
+            face = &faces.keep(k, std::move(image));
+        }
+        painter.drawImage(box.topLeft(), *face);
+    } else {
+        draw_command_face(painter, QRectF(box), r);
+    }
+    // The outline pen stays set: shapes drawn after pick it up.
+    painter.setPen(pen);
+    painter.setBrush(Qt::NoBrush);
+    draw_label(painter, r);
+}
+
+void picker_view::draw_command_face(QPainter& painter, const QRectF& R, const buttonRecord& r)
+{
     QColor color = QColor(QRgb(r.color));
     switch (r.selected) {
     case 0: {
@@ -672,7 +740,6 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(inside_pen(R, pen), k, k, Qt::AbsoluteSize);
-    draw_label(painter, r);
 }
 
 QRect picker_view::label_target(const buttonRecord& r) const

@@ -221,6 +221,7 @@ protected:
     void draw_buttons(QPainter& painter, const QRect& exposed);
     void draw_one_button(QPainter& painter, const buttonRecord& r);
     void draw_command_button(QPainter& painter, const buttonRecord& r);
+    void draw_command_face(QPainter& painter, const QRectF& R, const buttonRecord& r);
     void draw_label(QPainter& painter, const buttonRecord& r);
     // Where a button's label is drawn, in widget pixels; empty without one.
     QRect label_target(const buttonRecord& r) const;
@@ -267,6 +268,7 @@ private:
     int zoomStep = 0;
     int wheelRest = 0;   // wheel travel short of a whole notch
     paint_layer layer;
+    face_cache faces;
     QVector<int> changedButtons;
     bool paintCaching = true;
 };
