@@ -603,6 +603,23 @@ bool copies_faces(const QPainter& painter)
         && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1;
 }
 
+// Copies the face kept for the key, drawing it first when none is.
+template <class Draw>
+void copy_face(QPainter& painter, face_cache& faces, const QRect& box, const face_cache::key& k, Draw draw)
+{
+    const QImage* face = faces.find(k);
+    if (!face) {
+        QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter p(&image);
+        p.setRenderHints(painter.renderHints());
+        draw(p, QRectF(QPointF(0, 0), QSizeF(box.size())));
+        p.end();
+        face = &faces.keep(k, std::move(image));
+    }
+    painter.drawImage(box.topLeft(), *face);
+}
+
 void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
 {
     const QRectF shape = inside_pen(R, painter.pen());
@@ -637,19 +654,12 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
         k.fill = fill.rgba();
         k.outline = painter.pen().style() == Qt::NoPen ? 0 : painter.pen().color().rgba();
         k.shape = r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
-        const QImage* face = faces.find(k);
-        if (!face) {
-            QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
-            image.fill(Qt::transparent);
-            QPainter p(&image);
-            p.setRenderHints(painter.renderHints());
-            p.setPen(painter.pen());
+        const QPen pen = painter.pen();
+        copy_face(painter, faces, box, k, [&](QPainter& p, const QRectF& at) {
+            p.setPen(pen);
             p.setBrush(brush);
-            draw_shape(p, QRectF(QPointF(0, 0), QSizeF(box.size())), k.shape == face_cache::rounded);
-            p.end();
-            face = &faces.keep(k, std::move(image));
-        }
-        painter.drawImage(box.topLeft(), *face);
+            draw_shape(p, at, k.shape == face_cache::rounded);
+        });
     } else {
         painter.setBrush(brush);
         draw_shape(painter, R, !r.labelPixmap.isNull());
@@ -691,17 +701,7 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
         k.fill = r.color;
         k.shape = face_cache::command;
         k.selected = r.selected;
-        const QImage* face = faces.find(k);
-        if (!face) {
-            QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
-            image.fill(Qt::transparent);
-            QPainter p(&image);
-            p.setRenderHints(painter.renderHints());
-            draw_command_face(p, QRectF(QPointF(0, 0), QSizeF(box.size())), r);
-            p.end();
-            face = &faces.keep(k, std::move(image));
-        }
-        painter.drawImage(box.topLeft(), *face);
+        copy_face(painter, faces, box, k, [&](QPainter& p, const QRectF& at) { draw_command_face(p, at, r); });
     } else {
         draw_command_face(painter, QRectF(box), r);
     }
