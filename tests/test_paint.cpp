@@ -5,6 +5,7 @@
 #include "model/name_list.h"
 #include "view/picker_view.h"
 
+#include <QBackingStore>
 #include <QFontMetrics>
 #include <QPainter>
 #include <QRandomGenerator>
@@ -248,6 +249,61 @@ private slots:
         image.fill(Qt::transparent);
         view.render(&image, part.topLeft(), QRegion(part));
         QCOMPARE(image.copy(QRect(part.topLeft(), part.size())), whole_after.copy(part));
+    }
+
+    // What a window shows after Qt repaints only what the view marked as
+    // changed equals a view just made with the same edits, drawn button by
+    // button: the marked region covers every changed pixel.
+    void window_repaints_what_changed()
+    {
+        using edit = std::function<void(picker_view&, QRandomGenerator&)>;
+        const edit edits[] = {
+            [](picker_view& v, QRandomGenerator& rng) {
+                QStringList set;
+                for (int i = 0; i < 40; ++i)
+                    if (rng.bounded(3) == 0)
+                        set.append(QString("n%1").arg(i));
+                name_list::picker().assign(set);
+                if (v.conform_to_selection())
+                    v.refresh();
+            },
+            [](picker_view& v, QRandomGenerator& rng) { // a command button's outline pen changes too
+                for (int k = 0; k < v.buttons().size(); ++k)
+                    if (rng.bounded(4) == 0)
+                        v.page()->set_color(k, rng.generate() & 0xffffff);
+            },
+            [](picker_view& v, QRandomGenerator& rng) {
+                v.page()->set_label_color(int(rng.bounded(v.buttons().size())), rng.generate() & 0xffffff);
+            },
+            [](picker_view& v, QRandomGenerator& rng) { // a label of another size
+                v.page()->set_label(int(rng.bounded(v.buttons().size())), some_labels[rng.bounded(some_labels.size())]);
+            },
+            [](picker_view& v, QRandomGenerator& rng) {
+                v.page()->set_state(int(rng.bounded(v.buttons().size())), qint16(rng.bounded(3)));
+                v.refresh();
+            },
+        };
+        for (quint32 seed = 1; seed <= 3; ++seed) {
+            picker_view view(nullptr), fresh(nullptr);
+            for (picker_view* v : {&view, &fresh}) {
+                v->resize(320, 240);
+                fill(*v, seed, 90);
+                v->zoom = 0.6 + 0.5 * seed;
+            }
+            view.show();
+            fresh.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&view));
+            auto* window = static_cast<QImage*>(view.backingStore()->paintDevice());
+            for (int turn = 0; turn < 20; ++turn) {
+                QRandomGenerator a(seed * 100 + turn), b(seed * 100 + turn);
+                edits[turn % 5](view, a);
+                edits[turn % 5](fresh, b);
+                QCoreApplication::sendPostedEvents(&view, QEvent::UpdateRequest);
+                const QImage drawn = uncached(fresh, window->format());
+                QVERIFY2(*window == drawn, qPrintable(QString("seed %1, turn %2: %3")
+                                                          .arg(seed).arg(turn).arg(first_difference(*window, drawn))));
+            }
+        }
     }
 
     void labels_are_measured_on_load_and_drawn_when_painted()

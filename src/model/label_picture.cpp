@@ -20,7 +20,8 @@ struct label_art {
     QSize size;
     QPixmap pixmap;
     bool rendered = false;
-    QImage enlarged; // the text drawn at the last enlarged size asked for
+    QImage enlarged; // the text drawn at the last other size asked for
+    QImage plain;    // the picture itself, premultiplied
 
     ~label_art();
     void set_enlarged(QImage image, const std::shared_ptr<label_art>& self);
@@ -162,6 +163,32 @@ void label_picture::draw(QPainter& painter, const QRectF& target) const
         art_->set_enlarged(std::move(image), art_);
     }
     painter.drawImage(target, art_->enlarged);
+}
+
+const QImage& label_picture::picture_at(const QSize& target, int hints) const
+{
+    static const QImage none;
+    if (!art_ || target.isEmpty())
+        return none;
+    if (target == art_->size) {
+        if (art_->plain.isNull())
+            art_->plain = pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        return art_->plain;
+    }
+    if (art_->enlarged.size() != target || art_->enlarged.devicePixelRatio() != 1) {
+        QImage image(target, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter painter;
+        if (painter.begin(&image)) {
+            painter.setRenderHints(QPainter::RenderHints(hints));
+            draw(painter, QRectF(QPointF(0, 0), QSizeF(target)));
+            painter.end();
+        }
+        // Enlarged, draw() has just kept the text at this size: that is the picture.
+        if (art_->enlarged.size() != target)
+            art_->set_enlarged(std::move(image), art_);
+    }
+    return art_->enlarged;
 }
 
 label_picture label_picture::from(const weak_handle& handle)

@@ -35,6 +35,10 @@ public:
     // enlarged, else the text itself, scaled, so that it stays sharp.
     void draw(QPainter& painter, const QRectF& target) const;
     operator const QPixmap&() const { return pixmap(); }
+    // What draw() lays over a target of this size at whole pixels on a
+    // plain picture, as a premultiplied picture of that size, kept until
+    // another size is asked for; drawn with the painter's hints.
+    const QImage& picture_at(const QSize& target, int hints) const;
 
     // Identifies the picture: equal for copies, different for any other.
     const void* id() const { return art_.get(); }

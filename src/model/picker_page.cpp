@@ -266,12 +266,14 @@ void picker_page::set_attributes(int row, const buttonAttributes& a)
 
 bool picker_page::conform_to_selection()
 {
+    ++revision_;
     const name_list& list = name_list::picker();
     return conform_buttons(buttons_, [&](const buttonRecord& r, int i) { return list.contains(r.name_ids().at(i)); });
 }
 
 bool picker_page::conform_to_selected()
 {
+    ++revision_;
     // The names flagged on any button, by id.
     std::vector<quint8> flagged(size_t(name_ids::count()), 0);
     for (const buttonRecord& r : buttons_) {
@@ -296,6 +298,7 @@ bool picker_page::conform_to_selected()
 
 void picker_page::clear_selected(bool quiet)
 {
+    ++revision_;
     // Dropping thousands of names from the list stays linear in a batch.
     name_list* list = buttonRecord::selection_list();
     if (list)
@@ -378,6 +381,7 @@ void picker_page::release_notices()
 
 void picker_page::notify(unsigned fields, int row)
 {
+    ++revision_;
     emit touched();
     pending_.fields |= fields;
     // A layout notice already concerns every button.

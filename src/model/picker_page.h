@@ -83,10 +83,22 @@ public:
     // ----- Lit state: not stored, not announced (the canvas compares what
     // it painted). Unless quiet, names are added to or dropped from the
     // selection list that buttonRecord reports to.
-    void select(int row, bool quiet) { buttons_[row].select(quiet); }
-    void unselect(int row, bool quiet) { buttons_[row].unselect(quiet); }
+    void select(int row, bool quiet)
+    {
+        ++revision_;
+        buttons_[row].select(quiet);
+    }
+    void unselect(int row, bool quiet)
+    {
+        ++revision_;
+        buttons_[row].unselect(quiet);
+    }
     // The state alone, names untouched: a command button shown pressed.
-    void set_state(int row, qint16 state) { buttons_[row].selected = state; }
+    void set_state(int row, qint16 state)
+    {
+        ++revision_;
+        buttons_[row].selected = state;
+    }
     // A marquee's pass: every button `meets` accepts is selected, or with
     // additive only added; without, a fully selected one is unselected. True
     // when any changed.
@@ -97,6 +109,9 @@ public:
     bool conform_to_selected();
     void clear_selected(bool quiet);
     bool any_selected() const;
+    // Counts every change to the buttons and the page, lit state included:
+    // a reader that saw this number has seen every change up to it.
+    quint64 revision() const { return revision_; }
 
     // ----- The page itself
     const QString& background_key() const { return backgroundKey_; }
@@ -155,11 +170,13 @@ private:
 
     int holds_ = 0;
     page_notice pending_;
+    quint64 revision_ = 0;
 };
 
 template <class Meets>
 bool picker_page::select_where(bool additive, Meets meets)
 {
+    ++revision_;
     bool changed = false;
     const int count = buttons_.size();
     for (int i = 0; i < count; ++i) {

@@ -1,11 +1,16 @@
 #include "view/paint_cache.h"
 
 #include <algorithm>
+#include <cstring>
+#include <vector>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 paint_layer::staleness paint_layer::compare(const view_state& state, const QList<buttonRecord>& buttons,
                                             QVector<int>& changed)
 {
-    changed.clear();
     bool all = !valid_ || image.isNull() || !(state == state_) || prints_.size() != buttons.size();
     if (all) {
         state_ = state;
@@ -20,15 +25,17 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
         now.color = r.color;
         now.labelColor = r.labelColor;
         now.label = r.labelPixmap.id();
+        now.labelSize = r.labelPixmap.size();
         now.kind = r.kind;
         now.selected = r.selected;
         now.several = r.name_count() >= 2;
         // Written only when it differs: an unchanged frame reads and compares.
         if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
-            || p->several != now.several) {
-            // The pen later buttons are drawn with depends on the kinds.
-            all = all || p->bounds != now.bounds || p->kind != now.kind;
+            || p->several != now.several || p->labelSize != now.labelSize) {
+            // The pen later buttons are drawn with depends on the kinds; a
+            // label of another size reaches other pixels.
+            all = all || p->bounds != now.bounds || p->kind != now.kind || p->labelSize != now.labelSize;
             *p = now;
             if (!all)
                 changed.append(i);
@@ -36,8 +43,10 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
     }
     valid_ = true;
     // Past half the buttons, drawing them all is no dearer.
-    if (all || changed.size() > n / 2)
+    if (all || changed.size() > n / 2) {
+        changed.clear();
         return staleness::all;
+    }
     return changed.isEmpty() ? staleness::none : staleness::some_buttons;
 }
 
@@ -83,6 +92,8 @@ void paint_layer::buttons_meeting(const QRect& r, QVector<int>& out) const
 void paint_layer::clear()
 {
     image = QImage();
+    ground = QImage();
+    groundValid = false;
     prints_ = QVector<print>();
     cells_ = QVector<QVector<int>>();
     screen_ = QVector<QRect>();
@@ -120,3 +131,213 @@ const QImage& face_cache::keep(const key& k, QImage face)
     bytes_ += face.sizeInBytes();
     return faces_.insert(k, std::move(face)).value();
 }
+
+QRegion tiled_region(const QVector<QRect>& rects, const QRect& area)
+{
+    constexpr int tile = 8;
+    const int columns = (area.width() + tile - 1) / tile, rows = (area.height() + tile - 1) / tile;
+    if (columns <= 0 || rows <= 0)
+        return QRegion();
+    std::vector<uchar> marked(size_t(columns) * rows);
+    for (const QRect& given : rects) {
+        const QRect r = given & area;
+        if (r.isEmpty())
+            continue;
+        for (int y = (r.top() - area.top()) / tile; y <= (r.bottom() - area.top()) / tile; ++y)
+            std::fill_n(marked.begin() + y * columns + (r.left() - area.left()) / tile,
+                        (r.right() - area.left()) / tile - (r.left() - area.left()) / tile + 1, uchar(1));
+    }
+    // Runs of marked tiles, a band per row of tiles.
+    QVector<QRect> runs;
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < columns;) {
+            if (!marked[size_t(y) * columns + x]) {
+                ++x;
+                continue;
+            }
+            const int start = x;
+            while (x < columns && marked[size_t(y) * columns + x])
+                ++x;
+            runs.append(QRect(area.left() + start * tile, area.top() + y * tile, (x - start) * tile, tile) & area);
+        }
+    QRegion region;
+    if (!runs.isEmpty())
+        region.setRects(runs.constData(), runs.size());
+    return region;
+}
+
+namespace pixels {
+namespace {
+
+// x * a / 255 for each byte, rounded as Qt rounds it.
+inline uint byte_mul(uint x, uint a)
+{
+    uint t = (x & 0xff00ff) * a;
+    t = (t + ((t >> 8) & 0xff00ff) + 0x800080) >> 8;
+    t &= 0xff00ff;
+    x = ((x >> 8) & 0xff00ff) * a;
+    x = (x + ((x >> 8) & 0xff00ff) + 0x800080);
+    x &= 0xff00ff00;
+    return x | t;
+}
+
+// (x * a + y * b) / 255 for each byte.
+inline uint interpolate_255(uint x, uint a, uint y, uint b)
+{
+    uint t = (x & 0xff00ff) * a + (y & 0xff00ff) * b;
+    t = (t + ((t >> 8) & 0xff00ff) + 0x800080) >> 8;
+    t &= 0xff00ff;
+    x = ((x >> 8) & 0xff00ff) * a + ((y >> 8) & 0xff00ff) * b;
+    x = (x + ((x >> 8) & 0xff00ff) + 0x800080);
+    x &= 0xff00ff00;
+    return x | t;
+}
+
+inline uint over(uint d, uint s)
+{
+    const uint a = s >> 24;
+    return a == 255 ? s : s == 0 ? d : s + byte_mul(d, 255 - a);
+}
+
+} // namespace
+
+void copy(QImage& to, const QImage& from, const QRect& clip)
+{
+    const QRect r = clip & to.rect() & from.rect();
+    if (r.isEmpty())
+        return;
+    const size_t bytes = size_t(r.width()) * 4;
+    const int stride = to.bytesPerLine();
+    uchar* bits = to.bits();
+    for (int y = r.top(); y <= r.bottom(); ++y)
+        std::memcpy(bits + y * stride + r.left() * 4, from.constScanLine(y) + r.left() * 4, bytes);
+}
+
+void fill(QImage& to, const QRect& r, QRgb premultiplied, const QRect& clip)
+{
+    const QRect area = r & clip & to.rect();
+    if (area.isEmpty() || premultiplied == 0)
+        return;
+    const uint keep = 255 - qAlpha(premultiplied);
+    const int stride = to.bytesPerLine();
+    uchar* bits = to.bits();
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        uint* line = reinterpret_cast<uint*>(bits + y * stride) + area.left();
+        if (keep == 0)
+            std::fill(line, line + area.width(), uint(premultiplied));
+        else
+            for (int x = 0; x < area.width(); ++x)
+                line[x] = premultiplied + byte_mul(line[x], keep);
+    }
+}
+
+// Lays a row of premultiplied pixels over another, four at a time where the
+// processor allows, with the rounding of byte_mul.
+static void over_row(uint* d, const uint* s, int n)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
+    const __m128i half = _mm_set1_epi16(0x80);
+    const __m128i full = _mm_set1_epi16(0xff);
+    for (; x + 4 <= n; x += 4) {
+        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
+        const __m128i alpha = _mm_srli_epi32(src, 24);
+        // Nothing to lay: the row stays; all opaque: the source replaces it.
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
+            continue;
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(alpha, _mm_set1_epi32(0xff))) == 0xffff) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), src);
+            continue;
+        }
+        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
+        const __m128i keep = _mm_sub_epi16(full, _mm_or_si128(alpha, _mm_slli_epi32(alpha, 16)));
+        __m128i ag = _mm_mullo_epi16(_mm_srli_epi16(dst, 8), keep);
+        __m128i rb = _mm_mullo_epi16(_mm_and_si128(dst, mask), keep);
+        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
+        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_add_epi32(src, _mm_or_si128(ag, rb)));
+    }
+#endif
+    for (; x < n; ++x)
+        d[x] = over(d[x], s[x]);
+}
+
+// Qt's Xor mode on an opaque RGB32 picture: it darkens under the source.
+static void xor_opaque_row(uint* d, const uint* s, int n)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
+    const __m128i half = _mm_set1_epi16(0x80);
+    const __m128i full = _mm_set1_epi16(0xff);
+    const __m128i opaque = _mm_set1_epi32(int(0xff000000u));
+    for (; x + 4 <= n; x += 4) {
+        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
+            continue;
+        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
+        const __m128i alpha = _mm_srli_epi32(src, 24);
+        const __m128i keep = _mm_sub_epi16(full, _mm_or_si128(alpha, _mm_slli_epi32(alpha, 16)));
+        __m128i ag = _mm_mullo_epi16(_mm_srli_epi16(dst, 8), keep);
+        __m128i rb = _mm_mullo_epi16(_mm_and_si128(dst, mask), keep);
+        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
+        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_or_si128(opaque, _mm_or_si128(ag, rb)));
+    }
+#endif
+    for (; x < n; ++x)
+        d[x] = 0xff000000u | byte_mul(d[x], 255 - (s[x] >> 24));
+}
+
+// The same in Qt's Xor mode: each where the other is not.
+static void xor_row(uint* d, const uint* s, int n)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
+    const __m128i half = _mm_set1_epi16(0x80);
+    const __m128i full = _mm_set1_epi16(0xff);
+    for (; x + 4 <= n; x += 4) {
+        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
+            continue; // x xor nothing is x
+        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
+        const __m128i sa = _mm_srli_epi32(src, 24), da = _mm_srli_epi32(dst, 24);
+        const __m128i a = _mm_sub_epi16(full, _mm_or_si128(da, _mm_slli_epi32(da, 16)));
+        const __m128i b = _mm_sub_epi16(full, _mm_or_si128(sa, _mm_slli_epi32(sa, 16)));
+        // Premultiplied, s * a + d * b stays below 65536 in each lane.
+        __m128i rb = _mm_add_epi16(_mm_mullo_epi16(_mm_and_si128(src, mask), a),
+                                   _mm_mullo_epi16(_mm_and_si128(dst, mask), b));
+        __m128i ag = _mm_add_epi16(_mm_mullo_epi16(_mm_srli_epi16(src, 8), a),
+                                   _mm_mullo_epi16(_mm_srli_epi16(dst, 8), b));
+        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
+        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_or_si128(ag, rb));
+    }
+#endif
+    for (; x < n; ++x)
+        d[x] = interpolate_255(s[x], 255 - (d[x] >> 24), d[x], 255 - (s[x] >> 24));
+}
+
+void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip, bool exclusive_or)
+{
+    const QRect area = QRect(at, from.size()) & clip & to.rect();
+    if (area.isEmpty())
+        return;
+    const int stride = to.bytesPerLine();
+    const bool opaque = to.format() == QImage::Format_RGB32;
+    uchar* bits = to.bits();
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        uint* d = reinterpret_cast<uint*>(bits + y * stride) + area.left();
+        const uint* s = reinterpret_cast<const uint*>(from.constScanLine(y - at.y())) + (area.left() - at.x());
+        if (exclusive_or && opaque)
+            xor_opaque_row(d, s, area.width());
+        else if (exclusive_or)
+            xor_row(d, s, area.width());
+        else
+            over_row(d, s, area.width());
+    }
+}
+
+} // namespace pixels

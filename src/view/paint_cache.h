@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QList>
 #include <QPoint>
+#include <QRegion>
 #include <QSize>
 #include <QVector>
 
@@ -36,8 +37,14 @@ public:
     // as about to be painted. With some_buttons, `changed` holds the buttons
     // (in list order) whose look changed where they stand; a move, an added
     // or removed button, or most buttons changing make it all.
+    // Buttons are appended to `changed`, which a whole repaint empties.
     staleness compare(const view_state& state, const QList<buttonRecord>& buttons, QVector<int>& changed);
     void clear();
+    // The view the picture was last painted for, and forgetting it: the
+    // next compare then finds everything stale.
+    const view_state& state() const { return state_; }
+    bool valid() const { return valid_ && !image.isNull(); }
+    void invalidate() { valid_ = false; }
 
     // Where each button lies on the picture, kept from the last full paint
     // (an empty rectangle for a button it did not draw): the buttons whose
@@ -49,6 +56,10 @@ public:
     int command_before(int i) const { return commandBefore_.value(i, -1); }
 
     QImage image;
+    // The picture without buttons (ground, background, banner), made when a
+    // patch first needs it after a whole paint.
+    QImage ground;
+    bool groundValid = false;
 
 private:
     // What of a button reaches the screen.
@@ -57,6 +68,7 @@ private:
         quint32 color = 0;
         quint32 labelColor = 0;
         const void* label = nullptr;
+        QSize labelSize;
         qint32 kind = 0;
         qint16 selected = 0;
         bool several = false;
@@ -104,3 +116,22 @@ private:
 };
 
 uint qHash(const face_cache::key& k, uint seed = 0);
+
+// Rectangles of a window as the whole tiles they meet, in the order and
+// shape QRegion::setRects takes: marking thousands costs next to nothing,
+// where merging them into a region one by one grows with the square.
+QRegion tiled_region(const QVector<QRect>& rects, const QRect& area);
+
+// Pixel work on 32-bit pictures (premultiplied ARGB or RGB32) as Qt's raster
+// engine does it for a pixel-aligned copy, so that a patch made here equals
+// what a painter draws. Each call is cut to `clip` and the picture.
+namespace pixels {
+// The rectangle of `from` onto the same place of `to` (same size and format).
+void copy(QImage& to, const QImage& from, const QRect& clip);
+// A premultiplied colour laid over.
+void fill(QImage& to, const QRect& r, QRgb premultiplied, const QRect& clip);
+// A premultiplied picture laid over with its top left at `at`; with
+// exclusive_or, only where one of the two is (Qt's Xor mode: on an opaque
+// RGB32 picture that darkens it under the picture and stays opaque).
+void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip, bool exclusive_or = false);
+} // namespace pixels

@@ -1,5 +1,6 @@
 #include "view/picker_view.h"
 
+#include "model/limits.h"
 #include "model/name_ids.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
@@ -23,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 static void init_resources_once()
@@ -76,7 +78,7 @@ QRectF inside_pen(const QRectF& r, const QPen& pen)
 picker_view::picker_view(picker_window* w)
     : QWidget(w), window(w), overlays(this), page_(new picker_page(this))
 {
-    connect(page_, SIGNAL(touched()), this, SLOT(update()));
+    connect(page_, &picker_page::touched, this, &picker_view::refresh);
     connect(page_, SIGNAL(changed(page_notice)), this, SLOT(page_changed(page_notice)));
     init_picker_resources();
     setMouseTracking(true);
@@ -367,11 +369,6 @@ QList<buttonAttributes> picker_view::getButtons() const
     return list;
 }
 
-void picker_view::refresh()
-{
-    update();
-}
-
 void picker_view::update_toolbox()
 {
     if (window)
@@ -433,13 +430,51 @@ void picker_view::paintEvent(QPaintEvent* e)
 
 void picker_view::draw_canvas(QPainter& painter, const QRect& exposed)
 {
+    draw_ground(painter, exposed);
+    draw_buttons(painter, exposed);
+}
+
+void picker_view::draw_ground(QPainter& painter, const QRect& exposed)
+{
     painter.fillRect(exposed, canvas_color);
     if (!background().isNull())
         painter.drawImage(mapToScreen(background().rect()), background().image());
     // The banner lies under the buttons: it never hides one.
     overlays.banner()->draw(painter);
-    draw_buttons(painter, exposed);
 }
+
+namespace {
+
+// How far past its button a label may be drawn, in picker units.
+constexpr int label_slack = limits::max_label_width / 2 + 1;
+
+// A copy of the picture into a plain image, row by row, through the
+// painter's own clip: what drawImage does in Source mode, without its
+// set-up cost on every frame.
+bool blit(QPainter& painter, const QImage& from, const QRect& exposed)
+{
+    QPaintEngine* engine = painter.paintEngine();
+    auto* device = static_cast<QImage*>(engine->paintDevice());
+    const QTransform& t = painter.deviceTransform();
+    if (painter.hasClipping() || device->format() != from.format() || device->devicePixelRatio() != 1
+        || from.devicePixelRatio() != 1 || t.type() > QTransform::TxTranslate)
+        return false;
+    const QPoint offset(qRound(t.dx()), qRound(t.dy()));
+    QRegion region = QRegion(exposed.translated(offset)) & QRegion(device->rect());
+    if (!engine->systemClip().isEmpty())
+        region &= engine->systemClip();
+    const int bpl = device->bytesPerLine();
+    uchar* bits = device->bits();
+    for (const QRect& r : region) {
+        const QRect source = r.translated(-offset) & from.rect();
+        for (int y = source.top(); y <= source.bottom(); ++y)
+            std::memcpy(bits + (y + offset.y()) * bpl + (source.left() + offset.x()) * 4,
+                        from.constScanLine(y) + source.left() * 4, size_t(source.width()) * 4);
+    }
+    return true;
+}
+
+} // namespace
 
 bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
 {
@@ -464,18 +499,21 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     state.zoom = zoom;
     state.shift = shift;
     state.background = background().key();
-    paint_layer::staleness stale = layer.compare(state, buttons(), changedButtons);
-    if (stale == paint_layer::staleness::some_buttons) {
-        QPainter canvas(&layer.image);
-        canvas.setRenderHints(painter.renderHints());
-        if (!redraw_buttons(canvas, changedButtons))
-            stale = paint_layer::staleness::all;
-    }
+    // The buttons are compared only when the page changed since they last were.
+    paint_layer::staleness stale = changedButtons.isEmpty() ? paint_layer::staleness::none
+                                                            : paint_layer::staleness::some_buttons;
+    if (!layer.valid() || !(state == layer.state()) || page_->revision() != comparedRevision)
+        stale = layer.compare(state, buttons(), changedButtons);
+    comparedRevision = page_->revision();
+    if (stale == paint_layer::staleness::some_buttons && !patch_buttons(changedButtons, int(painter.renderHints())))
+        stale = paint_layer::staleness::all;
+    changedButtons.clear();
     if (stale == paint_layer::staleness::all) {
         const QSize pixels = (QSizeF(size()) * ratio).toSize();
         if (layer.image.size() != pixels || layer.image.format() != state.format)
             layer.image = QImage(pixels, state.format);
         layer.image.setDevicePixelRatio(ratio);
+        layer.groundValid = false;
         QPainter canvas(&layer.image);
         canvas.setRenderHints(painter.renderHints());
         draw_canvas(canvas, rect());
@@ -489,30 +527,21 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     }
     // A copy, not a blend: Xor labels leave see-through pixels in the picture
     // that a direct paint leaves in the window too.
+    if (ratio == 1 && blit(painter, layer.image, exposed))
+        return true;
     painter.save();
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    if (ratio == 1)
-        painter.drawImage(exposed.topLeft(), layer.image, exposed); // the plain blit
-    else
-        painter.drawImage(QRectF(exposed), layer.image,
-                          QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
+    painter.drawImage(QRectF(exposed), layer.image,
+                      QRectF(QPointF(exposed.topLeft()) * ratio, QSizeF(exposed.size()) * ratio));
     painter.restore();
     return true;
 }
 
-// Each button whose look changed where it stands is painted again over what
-// lies under it, with every button its pixels meet, in list order, clipped to
-// it: the picture then holds what a whole paint would (Qt may rasterise a
-// curve cut by the clip a unit of colour apart at an edge pixel). False when
-// so many changed that a whole paint is the cheaper.
-bool picker_view::redraw_buttons(QPainter& painter, const QVector<int>& changed)
+QVector<int> picker_view::with_pen_followers(const QVector<int>& changed) const
 {
-    constexpr int max_patches = 256;
-    const QList<buttonRecord>& list = buttons();
-    const QRect area = rect();
-    const banner_overlay* banner = overlays.banner();
     // A command button's outline pen is the one the shapes after it are
     // stroked with: when it changes, so do they.
+    const QList<buttonRecord>& list = buttons();
     QVector<int> dirty;
     for (int i : changed) {
         dirty.append(i);
@@ -524,48 +553,95 @@ bool picker_view::redraw_buttons(QPainter& painter, const QVector<int>& changed)
     }
     std::sort(dirty.begin(), dirty.end());
     dirty.erase(std::unique(dirty.begin(), dirty.end()), dirty.end());
+    return dirty;
+}
+
+void picker_view::refresh()
+{
+    // While the picture shows this view, only the pixels of the buttons
+    // whose look changed are repainted: Qt copies just those to the window.
+    paint_layer::view_state now = layer.state();
+    now.size = size();
+    now.zoom = zoom;
+    now.shift = shift;
+    now.background = background().key();
+    if (!paintCaching || !isVisible() || !layer.valid()) {
+        update();
+        return;
+    }
+    if (now == layer.state() && page_->revision() == comparedRevision)
+        return;
+    const int before = changedButtons.size();
+    const paint_layer::staleness stale = layer.compare(now, buttons(), changedButtons);
+    comparedRevision = page_->revision();
+    switch (stale) {
+    case paint_layer::staleness::none:
+        return;
+    case paint_layer::staleness::all:
+        layer.invalidate();
+        update();
+        return;
+    case paint_layer::staleness::some_buttons:
+        break;
+    }
+    const QRect shown = mapToPicker(rect()).adjusted(-label_slack, -label_slack, label_slack, label_slack);
     QVector<QRect> rects;
+    for (int i : with_pen_followers(changedButtons.mid(before)))
+        if (buttons().at(i).bounds.intersects(shown))
+            rects.append(reach(buttons().at(i)));
+    update(tiled_region(rects, rect()));
+}
+
+// Each button whose look changed where it stands is laid again, pixel for
+// pixel, over the ground under it with every button its pixels meet, in
+// list order: the picture then holds what a whole paint would. False where
+// the picture is not one a patch can be laid on (a high-density screen), or
+// when so many changed that a whole paint is the cheaper.
+bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
+{
+    QImage& image = layer.image;
+    if (image.devicePixelRatio() != 1
+        || (image.format() != QImage::Format_ARGB32_Premultiplied && image.format() != QImage::Format_RGB32))
+        return false;
+    const QList<buttonRecord>& list = buttons();
+    const QVector<int> dirty = with_pen_followers(changed);
+    if (!layer.groundValid) {
+        layer.ground = QImage(image.size(), image.format());
+        QPainter ground(&layer.ground);
+        ground.setRenderHints(QPainter::RenderHints(hints));
+        draw_ground(ground, rect());
+        layer.groundValid = true;
+    }
+    const QRect area = rect();
+    // Labels reach past their buttons, but only so far: the cull is
+    // coarse, the clip exact.
+    const QRect shown = mapToPicker(area).adjusted(-label_slack, -label_slack, label_slack, label_slack);
     QVector<int> meeting;
     for (int i : dirty) {
-        QRect r = reach(list.at(i));
-        if (!r.intersects(area))
+        if (!list.at(i).bounds.intersects(shown))
             continue;
-        rects.append(r);
-        // So many that merging them costs more than a whole paint saves.
-        if (rects.size() > max_patches)
-            return false;
-    }
-    // Rectangles that meet are painted as one, so no button is drawn twice.
-    for (bool merged = true; merged;) {
-        merged = false;
-        for (int a = 0; a < rects.size(); ++a)
-            for (int b = a + 1; b < rects.size(); ++b)
-                if (rects[a].intersects(rects[b])) {
-                    rects[a] |= rects[b];
-                    rects.removeAt(b);
-                    merged = true;
-                    --b;
-                }
-    }
-    for (const QRect& r : rects) {
-        painter.setClipRect(r);
-        painter.fillRect(r & area, canvas_color);
-        if (!background().isNull())
-            painter.drawImage(mapToScreen(background().rect()), background().image());
-        if (banner->rect.intersects(r))
-            overlays.banner()->draw(painter);
+        const QRect r = reach(list.at(i)) & area;
+        if (r.isEmpty())
+            continue;
+        pixels::copy(image, layer.ground, r);
         layer.buttons_meeting(r, meeting);
         for (int k : meeting) {
             const buttonRecord& b = list.at(k);
-            const int before = layer.command_before(k);
-            painter.setPen(before < 0 ? QPen(Qt::NoPen) : outline_pen(list.at(before)));
-            if (b.kind)
-                draw_command_button(painter, b);
-            else
-                draw_one_button(painter, b);
+            const QRect box = mapToScreen(b.bounds);
+            if (b.kind == 0 && b.names.size() < 2) {
+                pixels::fill(image, box, qPremultiply(fill_of(b)), r);
+            } else if (!box.isEmpty()) {
+                const int before = layer.command_before(k);
+                const QPen pen = b.kind || before < 0 ? QPen(Qt::NoPen) : outline_pen(list.at(before));
+                pixels::blend(image, face_of(b, box.size(), pen, hints), box.topLeft(), r);
+            }
+            const QRect target = label_target(b);
+            if (target.isEmpty())
+                continue;
+            const bool exclusive = b.kind == 0 && b.selected == 1 && (b.labelColor & 0x808080);
+            pixels::blend(image, b.labelPixmap.picture_at(target.size(), hints), target.topLeft(), r, exclusive);
         }
     }
-    painter.setClipping(false);
     return true;
 }
 
@@ -603,23 +679,6 @@ bool copies_faces(const QPainter& painter)
         && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1;
 }
 
-// Copies the face kept for the key, drawing it first when none is.
-template <class Draw>
-void copy_face(QPainter& painter, face_cache& faces, const QRect& box, const face_cache::key& k, Draw draw)
-{
-    const QImage* face = faces.find(k);
-    if (!face) {
-        QImage image(box.size(), QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        QPainter p(&image);
-        p.setRenderHints(painter.renderHints());
-        draw(p, QRectF(QPointF(0, 0), QSizeF(box.size())));
-        p.end();
-        face = &faces.keep(k, std::move(image));
-    }
-    painter.drawImage(box.topLeft(), *face);
-}
-
 void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
 {
     const QRectF shape = inside_pen(R, painter.pen());
@@ -633,55 +692,66 @@ void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
 
 } // namespace
 
+QRgb picker_view::fill_of(const buttonRecord& r)
+{
+    static const QRgb lit = selected_fill.rgba(), part = partial_fill.rgba();
+    // A button's own colour is opaque whatever its top byte holds.
+    return r.selected == 0 ? QRgb(r.color) | 0xff000000u : r.selected == 1 ? lit : part;
+}
+
+const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints)
+{
+    face_cache::key k;
+    k.size = size;
+    if (r.kind) {
+        k.fill = r.color;
+        k.shape = face_cache::command;
+        k.selected = r.selected;
+    } else {
+        k.fill = fill_of(r);
+        k.outline = pen.style() == Qt::NoPen ? 0 : pen.color().rgba();
+        k.shape = r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
+    }
+    if (const QImage* face = faces.find(k))
+        return *face;
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter p(&image);
+    p.setRenderHints(QPainter::RenderHints(hints));
+    const QRectF at(QPointF(0, 0), QSizeF(size));
+    if (r.kind) {
+        draw_command_face(p, at, r);
+    } else {
+        p.setPen(pen);
+        p.setBrush(QColor::fromRgba(fill_of(r)));
+        draw_shape(p, at, k.shape == face_cache::rounded);
+    }
+    p.end();
+    return faces.keep(k, std::move(image));
+}
+
 void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
 {
-    QColor fill;
-    switch (r.selected) {
-    case 0: fill = QColor(QRgb(r.color)); break;
-    case 1: fill = selected_fill; break;
-    default: fill = partial_fill; break;
-    }
-    QBrush brush(fill);
+    const QColor fill = QColor::fromRgba(fill_of(r));
     const QRect box = mapToScreen(r.bounds);
-    QRectF R(box);
     // No pen is set here on purpose: a command button drawn earlier in the
     // same paint leaves its thin outline pen, and shapes pick it up.
     if (r.names.size() < 2) {
-        painter.fillRect(R, brush);
+        painter.fillRect(QRectF(box), QBrush(fill));
     } else if (copies_faces(painter) && !box.isEmpty()) {
-        face_cache::key k;
-        k.size = box.size();
-        k.fill = fill.rgba();
-        k.outline = painter.pen().style() == Qt::NoPen ? 0 : painter.pen().color().rgba();
-        k.shape = r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
-        const QPen pen = painter.pen();
-        copy_face(painter, faces, box, k, [&](QPainter& p, const QRectF& at) {
-            p.setPen(pen);
-            p.setBrush(brush);
-            draw_shape(p, at, k.shape == face_cache::rounded);
-        });
+        painter.drawImage(box.topLeft(), face_of(r, box.size(), painter.pen(), int(painter.renderHints())));
     } else {
-        painter.setBrush(brush);
-        draw_shape(painter, R, !r.labelPixmap.isNull());
+        painter.setBrush(fill);
+        draw_shape(painter, QRectF(box), !r.labelPixmap.isNull());
     }
     draw_label(painter, r);
 }
 
-// Antialiased shapes may touch a pixel past their bounds, and a label's
-// target, its size rounded, may stick out of them by one.
+// Where patches apply, faces are copied at whole pixels and labels laid
+// at their targets: nothing is drawn past the box and the label.
 QRect picker_view::reach(const buttonRecord& r) const
 {
-    const QRect box = mapToScreen(r.bounds).adjusted(-1, -1, 1, 1);
-    const QRect label = label_reach(r);
-    return label.isEmpty() ? box : box | label;
-}
-
-QRect picker_view::label_reach(const buttonRecord& r) const
-{
-    const QRect label = label_target(r);
-    if (label.isEmpty())
-        return label;
-    return label.adjusted(-1, -1, 1, 1);
+    return mapToScreen(r.bounds) | label_target(r);
 }
 
 QPen picker_view::outline_pen(const buttonRecord& r)
@@ -696,12 +766,7 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
     const QRect box = mapToScreen(r.bounds);
     const QPen pen = outline_pen(r);
     if (copies_faces(painter) && !box.isEmpty()) {
-        face_cache::key k;
-        k.size = box.size();
-        k.fill = r.color;
-        k.shape = face_cache::command;
-        k.selected = r.selected;
-        copy_face(painter, faces, box, k, [&](QPainter& p, const QRectF& at) { draw_command_face(p, at, r); });
+        painter.drawImage(box.topLeft(), face_of(r, box.size(), pen, int(painter.renderHints())));
     } else {
         draw_command_face(painter, QRectF(box), r);
     }

@@ -103,7 +103,8 @@ public:
     // The attributes of the selected buttons, in list order.
     QList<buttonAttributes> getButtons() const;
 
-    // Repaints the whole canvas.
+    // Repaints what changed since the last paint: while the picture still
+    // shows this view, the pixels of the buttons whose look changed alone.
     void refresh();
     // With caching on (the default) the canvas is painted into a picture
     // of which later frames repaint only what changed; off, every frame
@@ -217,6 +218,8 @@ protected:
 
     // Canvas colour, background, banner and buttons: everything under the marquee.
     void draw_canvas(QPainter& painter, const QRect& exposed);
+    // The same without the buttons.
+    void draw_ground(QPainter& painter, const QRect& exposed);
     bool paint_from_layer(QPainter& painter, const QRect& exposed);
     void draw_buttons(QPainter& painter, const QRect& exposed);
     void draw_one_button(QPainter& painter, const buttonRecord& r);
@@ -225,10 +228,16 @@ protected:
     void draw_label(QPainter& painter, const buttonRecord& r);
     // Where a button's label is drawn, in widget pixels; empty without one.
     QRect label_target(const buttonRecord& r) const;
-    bool redraw_buttons(QPainter& painter, const QVector<int>& changed);
+    bool patch_buttons(const QVector<int>& changed, int hints);
+    // The changed buttons with the shapes drawn with a changed command
+    // button's pen, in list order.
+    QVector<int> with_pen_followers(const QVector<int>& changed) const;
+    // The face a shape or command button copies (see face_cache), drawn
+    // with this pen and these hints when none is kept yet.
+    const QImage& face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints);
+    static QRgb fill_of(const buttonRecord& r);
     // The widget pixels a button's drawing may touch.
     QRect reach(const buttonRecord& r) const;
-    QRect label_reach(const buttonRecord& r) const;
     // The pen a command button's outline is drawn with, which it leaves set.
     static QPen outline_pen(const buttonRecord& r);
 
@@ -269,6 +278,7 @@ private:
     int wheelRest = 0;   // wheel travel short of a whole notch
     paint_layer layer;
     face_cache faces;
-    QVector<int> changedButtons;
+    QVector<int> changedButtons; // found changed since the last paint
+    quint64 comparedRevision = ~quint64(0); // the page's, when the picture was last compared
     bool paintCaching = true;
 };
