@@ -134,7 +134,7 @@ const QImage& face_cache::keep(const key& k, QImage face)
 
 QRegion tiled_region(const QVector<QRect>& rects, const QRect& area)
 {
-    constexpr int tile = 8;
+    constexpr int tile = 4;
     const int columns = (area.width() + tile - 1) / tile, rows = (area.height() + tile - 1) / tile;
     if (columns <= 0 || rows <= 0)
         return QRegion();

@@ -623,7 +623,17 @@ bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
         const QRect r = reach(list.at(i)) & area;
         if (r.isEmpty())
             continue;
-        pixels::copy(image, layer.ground, r);
+        // A plain button's own fill hides whatever lies under its box.
+        const buttonRecord& own = list.at(i);
+        const QRect hole = own.kind == 0 && own.names.size() < 2 ? mapToScreen(own.bounds) & r : QRect();
+        if (hole.isEmpty()) {
+            pixels::copy(image, layer.ground, r);
+        } else {
+            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), r.top()), QPoint(r.right(), hole.top() - 1)));
+            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), hole.bottom() + 1), QPoint(r.right(), r.bottom())));
+            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), hole.top()), QPoint(hole.left() - 1, hole.bottom())));
+            pixels::copy(image, layer.ground, QRect(QPoint(hole.right() + 1, hole.top()), QPoint(r.right(), hole.bottom())));
+        }
         layer.buttons_meeting(r, meeting);
         for (int k : meeting) {
             const buttonRecord& b = list.at(k);
