@@ -45,19 +45,20 @@ void fill(picker_view& view, quint32 seed, int count)
         view.page()->set_state(k, qint16(rng.bounded(3)));
 }
 
-QImage render(picker_view& view, QImage::Format format)
+QImage render(picker_view& view, QImage::Format format, int ratio = 1)
 {
-    QImage image(view.size(), format);
+    QImage image(view.size() * ratio, format);
+    image.setDevicePixelRatio(ratio);
     image.fill(Qt::transparent);
     view.render(&image);
     return image;
 }
 
 // The frame drawn button by button, leaving the cache as it was.
-QImage uncached(picker_view& view, QImage::Format format)
+QImage uncached(picker_view& view, QImage::Format format, int ratio = 1)
 {
     view.set_paint_caching(false);
-    QImage image = render(view, format);
+    QImage image = render(view, format, ratio);
     view.set_paint_caching(true);
     return image;
 }
@@ -218,17 +219,18 @@ private slots:
             view.zoom = 0.5 + 0.4 * seed;
             view.shift = QPoint(int(seed) * 9 - 30, 15 - int(seed) * 5);
             const QImage::Format format = formats[seed % 2];
-            render(view, format); // the picture now holds the state before the edit
+            const int ratio = seed % 3 == 0 ? 2 : 1; // a high-density screen
+            render(view, format, ratio); // the picture now holds the state before the edit
             edit(view, rng);
-            const QImage drawn = uncached(view, format);
-            const QImage cached = render(view, format);
+            const QImage drawn = uncached(view, format, ratio);
+            const QImage cached = render(view, format, ratio);
             // Repainting only what changed cuts neighbours with a clip, and
             // Qt rasterises a curve cut by a clip a unit of colour apart at
             // some edge pixels; anything a repaint missed is far more.
             QVERIFY2(largest_difference(cached, drawn) <= 2,
                      qPrintable(QString("seed %1: %2").arg(seed).arg(first_difference(cached, drawn))));
             // And again from the picture alone.
-            QVERIFY(render(view, format) == cached);
+            QVERIFY(render(view, format, ratio) == cached);
         }
     }
 

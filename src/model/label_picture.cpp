@@ -175,7 +175,7 @@ const QImage& label_picture::picture_at(const QSize& target, int hints) const
             art_->plain = pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
         return art_->plain;
     }
-    if (art_->enlarged.size() != target || art_->enlarged.devicePixelRatio() != 1) {
+    if (art_->enlarged.size() != target) {
         QImage image(target, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
         QPainter painter;

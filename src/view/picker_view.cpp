@@ -595,18 +595,22 @@ void picker_view::refresh()
 // Each button whose look changed where it stands is laid again, pixel for
 // pixel, over the ground under it with every button its pixels meet, in
 // list order: the picture then holds what a whole paint would. False where
-// the picture is not one a patch can be laid on (a high-density screen), or
-// when so many changed that a whole paint is the cheaper.
+// the picture is not one a patch can be laid on (a fractional density, a
+// format of another depth).
 bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
 {
     QImage& image = layer.image;
-    if (image.devicePixelRatio() != 1
+    const int d = qRound(image.devicePixelRatio());
+    if (d < 1 || image.devicePixelRatio() != d
         || (image.format() != QImage::Format_ARGB32_Premultiplied && image.format() != QImage::Format_RGB32))
         return false;
+    // Widget pixels to the picture's.
+    const auto device = [d](const QRect& r) { return QRect(r.topLeft() * d, r.size() * d); };
     const QList<buttonRecord>& list = buttons();
     const QVector<int> dirty = with_pen_followers(changed);
     if (!layer.groundValid) {
         layer.ground = QImage(image.size(), image.format());
+        layer.ground.setDevicePixelRatio(d);
         QPainter ground(&layer.ground);
         ground.setRenderHints(QPainter::RenderHints(hints));
         draw_ground(ground, rect());
@@ -623,33 +627,34 @@ bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
         const QRect r = reach(list.at(i)) & area;
         if (r.isEmpty())
             continue;
+        const QRect clip = device(r);
         // A plain button's own fill hides whatever lies under its box.
         const buttonRecord& own = list.at(i);
-        const QRect hole = own.kind == 0 && own.names.size() < 2 ? mapToScreen(own.bounds) & r : QRect();
+        const QRect hole = own.kind == 0 && own.names.size() < 2 ? device(mapToScreen(own.bounds)) & clip : QRect();
         if (hole.isEmpty()) {
-            pixels::copy(image, layer.ground, r);
+            pixels::copy(image, layer.ground, clip);
         } else {
-            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), r.top()), QPoint(r.right(), hole.top() - 1)));
-            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), hole.bottom() + 1), QPoint(r.right(), r.bottom())));
-            pixels::copy(image, layer.ground, QRect(QPoint(r.left(), hole.top()), QPoint(hole.left() - 1, hole.bottom())));
-            pixels::copy(image, layer.ground, QRect(QPoint(hole.right() + 1, hole.top()), QPoint(r.right(), hole.bottom())));
+            pixels::copy(image, layer.ground, QRect(clip.topLeft(), QPoint(clip.right(), hole.top() - 1)));
+            pixels::copy(image, layer.ground, QRect(QPoint(clip.left(), hole.bottom() + 1), clip.bottomRight()));
+            pixels::copy(image, layer.ground, QRect(QPoint(clip.left(), hole.top()), QPoint(hole.left() - 1, hole.bottom())));
+            pixels::copy(image, layer.ground, QRect(QPoint(hole.right() + 1, hole.top()), QPoint(clip.right(), hole.bottom())));
         }
         layer.buttons_meeting(r, meeting);
         for (int k : meeting) {
             const buttonRecord& b = list.at(k);
             const QRect box = mapToScreen(b.bounds);
             if (b.kind == 0 && b.names.size() < 2) {
-                pixels::fill(image, box, qPremultiply(fill_of(b)), r);
+                pixels::fill(image, device(box), qPremultiply(fill_of(b)), clip);
             } else if (!box.isEmpty()) {
                 const int before = layer.command_before(k);
                 const QPen pen = b.kind || before < 0 ? QPen(Qt::NoPen) : outline_pen(list.at(before));
-                pixels::blend(image, face_of(b, box.size(), pen, hints), box.topLeft(), r);
+                pixels::blend(image, face_of(b, box.size(), pen, hints, d), box.topLeft() * d, clip);
             }
             const QRect target = label_target(b);
             if (target.isEmpty())
                 continue;
             const bool exclusive = b.kind == 0 && b.selected == 1 && (b.labelColor & 0x808080);
-            pixels::blend(image, b.labelPixmap.picture_at(target.size(), hints), target.topLeft(), r, exclusive);
+            pixels::blend(image, b.labelPixmap.picture_at(target.size() * d, hints), target.topLeft() * d, clip, exclusive);
         }
     }
     return true;
@@ -679,14 +684,18 @@ void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
 
 namespace {
 
-// Faces are copied where the painter maps picker pixels to whole device
-// pixels one to one; anything else (a high-density screen, a scaled
-// render) draws them.
-bool copies_faces(const QPainter& painter)
+// Faces are copied where the painter maps each widget pixel to a whole
+// number of device pixels (a high-density screen included); anything else
+// (a scaled render) draws them. The answer is that number, or 0.
+int copies_faces(const QPainter& painter)
 {
     const QTransform& t = painter.deviceTransform();
-    return t.type() <= QTransform::TxTranslate && t.dx() == qRound(t.dx()) && t.dy() == qRound(t.dy())
-        && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1;
+    const int density = qRound(t.m11());
+    const bool whole = t.type() <= QTransform::TxScale && density >= 1 && t.m11() == density && t.m22() == density
+        && t.dx() == qRound(t.dx()) && t.dy() == qRound(t.dy());
+    return whole && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1
+        ? density
+        : 0;
 }
 
 void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
@@ -709,10 +718,10 @@ QRgb picker_view::fill_of(const buttonRecord& r)
     return r.selected == 0 ? QRgb(r.color) | 0xff000000u : r.selected == 1 ? lit : part;
 }
 
-const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints)
+const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density)
 {
     face_cache::key k;
-    k.size = size;
+    k.size = size * density;
     if (r.kind) {
         k.fill = r.color;
         k.shape = face_cache::command;
@@ -724,7 +733,9 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
     }
     if (const QImage* face = faces.find(k))
         return *face;
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    // Drawn at the density it is copied at, as a direct paint would draw it.
+    QImage image(k.size, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(density);
     image.fill(Qt::transparent);
     QPainter p(&image);
     p.setRenderHints(QPainter::RenderHints(hints));
@@ -748,8 +759,8 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
     // same paint leaves its thin outline pen, and shapes pick it up.
     if (r.names.size() < 2) {
         painter.fillRect(QRectF(box), QBrush(fill));
-    } else if (copies_faces(painter) && !box.isEmpty()) {
-        painter.drawImage(box.topLeft(), face_of(r, box.size(), painter.pen(), int(painter.renderHints())));
+    } else if (const int density = box.isEmpty() ? 0 : copies_faces(painter)) {
+        painter.drawImage(box.topLeft(), face_of(r, box.size(), painter.pen(), int(painter.renderHints()), density));
     } else {
         painter.setBrush(fill);
         draw_shape(painter, QRectF(box), !r.labelPixmap.isNull());
@@ -775,8 +786,8 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
 {
     const QRect box = mapToScreen(r.bounds);
     const QPen pen = outline_pen(r);
-    if (copies_faces(painter) && !box.isEmpty()) {
-        painter.drawImage(box.topLeft(), face_of(r, box.size(), pen, int(painter.renderHints())));
+    if (const int density = box.isEmpty() ? 0 : copies_faces(painter)) {
+        painter.drawImage(box.topLeft(), face_of(r, box.size(), pen, int(painter.renderHints()), density));
     } else {
         draw_command_face(painter, QRectF(box), r);
     }

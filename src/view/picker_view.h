@@ -232,9 +232,10 @@ protected:
     // The changed buttons with the shapes drawn with a changed command
     // button's pen, in list order.
     QVector<int> with_pen_followers(const QVector<int>& changed) const;
-    // The face a shape or command button copies (see face_cache), drawn
-    // with this pen and these hints when none is kept yet.
-    const QImage& face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints);
+    // The face a shape or command button of this size copies (see
+    // face_cache), drawn with this pen and these hints at this many device
+    // pixels a widget pixel when none is kept yet.
+    const QImage& face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density);
     static QRgb fill_of(const buttonRecord& r);
     // The widget pixels a button's drawing may touch.
     QRect reach(const buttonRecord& r) const;
