@@ -754,16 +754,21 @@ private slots:
 
     void window_stream_limits()
     {
-        // All tabs share one button limit; the tab that crosses it keeps what fit.
-        const int per_tab = limits::max_buttons / 2 - 100;
-        QByteArray data = window_stream({per_tab, per_tab, 300, 5});
+        // A tab keeps what a picker may and the tabs after it are read; the
+        // scene's total is shared, and the tab that crosses it keeps what fit.
+        const int max = limits::max_buttons;
+        QByteArray data = window_stream({max + 5, 10, max, max, max - 20, 300, 4});
         QDataStream in(data);
         window_contents got;
         QVERIFY(read_window_stream(in, got));
         QVERIFY(got.damaged);
-        QCOMPARE(got.tabs.size(), 3);
-        QCOMPARE(got.tabs[2].declared, 300);
-        QCOMPARE(got.tabs[2].buttons.size(), 200);
+        QCOMPARE(got.tabs.size(), 7);
+        QCOMPARE(got.tabs[0].buttons.size(), max);
+        QCOMPARE(got.tabs[1].buttons.size(), 10);
+        QCOMPARE(got.tabs[5].declared, 300);
+        QCOMPARE(got.tabs[5].buttons.size(), limits::max_scene_buttons - 4 * max + 10);
+        QCOMPARE(got.tabs[6].buttons.size(), 0);
+        QVERIFY(in.atEnd());
 
         // More tabs than the limit: the first ones are read.
         QByteArray many = window_stream(QVector<int>(limits::max_tabs + 10, 0));
@@ -779,6 +784,50 @@ private slots:
         QVERIFY(!read_window_stream(newer_in, got));
         QVERIFY(got.too_new);
         QCOMPARE(newer_in.device()->pos(), qint64(4));
+    }
+
+    // A button with more names than any holds is passed over and reading
+    // goes on, in files, scenes and pastes alike.
+    void a_record_over_a_limit_is_passed_over()
+    {
+        const QList<buttonAttributes> kept = picker_buttons().mid(0, 2);
+        buttonAttributes huge = kept[0];
+        huge.names = QStringList();
+        bytes names;
+        for (int i = 0; i <= limits::max_names; ++i)
+            names.str("x");
+        const auto list = [&](bytes& b) {
+            b.i32(3).record(0, kept[0]);
+            b.i32(1).point(huge.pos).i32(9).i32(9).i32(9).i32(0).i32(0).u32(0).u32(0).str("huge");
+            b.i32(limits::max_names + 1).raw(names.data);
+            b.record(2, kept[1]);
+        };
+        bytes pkr;
+        pkr.i32(5).str("p").str(QString());
+        list(pkr);
+        QBuffer file(&pkr.data);
+        file.open(QIODevice::ReadOnly);
+        pkr_contents got;
+        QVERIFY(read_pkr(file, got, nullptr));
+        QCOMPARE(got.buttons, kept.toVector());
+        QVERIFY(got.damaged);
+
+        bytes window;
+        window.i32(5).i32(2).i32(0).i32(0).str("a").str(QString());
+        list(window);
+        window.i32(1).str("b").str(QString()).i32(1).record(0, kept[1]);
+        QDataStream in(window.data);
+        window_contents scene;
+        QVERIFY(read_window_stream(in, scene));
+        QCOMPARE(scene.tabs.size(), 2);
+        QCOMPARE(scene.tabs[0].buttons, kept.toVector());
+        QCOMPARE(scene.tabs[1].buttons.size(), 1);
+
+        bytes paste;
+        paste.i32(1);
+        list(paste);
+        QDataStream payload(paste.data);
+        QCOMPARE(readButtonAttributes(payload), kept);
     }
 
     void window_stream_images()

@@ -6,9 +6,11 @@
 #include <QtGlobal>
 
 namespace limits {
-// Buttons read from one file, scene stream (all tabs together) or paste: a
-// rig's picker has hundreds, a crowd of ten characters twenty thousand.
+// Buttons of one picker (a file, a tab, a paste): a rig's picker has
+// hundreds, a crowd of ten characters twenty thousand.
 constexpr qint32 max_buttons = 32768;
+// Buttons of all the tabs of one scene together.
+constexpr qint32 max_scene_buttons = 4 * max_buttons;
 // Object names (or script lines) on one button: a whole character fits.
 constexpr qint32 max_names = 100000;
 // Tabs in one scene stream.

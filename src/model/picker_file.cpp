@@ -102,8 +102,9 @@ bool read_window_stream(QDataStream& in, window_contents& out)
     if (out.declared_tabs < 0 || out.declared_tabs > limits::max_tabs)
         out.damaged = true;
 
-    // Shared by all tabs, so many tabs cannot multiply what one may hold.
-    qint32 button_budget = limits::max_buttons;
+    // A tab holds what a picker may; the scene's total is shared by all
+    // tabs, so many tabs cannot multiply it.
+    qint32 scene_budget = limits::max_scene_buttons;
     qint64 pixel_budget = limits::max_total_image_pixels;
     const qint32 tabs = std::clamp(out.declared_tabs, 0, limits::max_tabs);
     for (qint32 i = 0; i < tabs; ++i) {
@@ -125,8 +126,10 @@ bool read_window_stream(QDataStream& in, window_contents& out)
                 break;
             }
         }
+        qint32 tab_budget = std::min(limits::max_buttons, scene_budget);
         const button_list_read list = read_button_list(
-            in, out.version, button_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); });
+            in, out.version, tab_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); });
+        scene_budget -= list.accepted;
         tab.declared = list.declared;
         out.damaged = out.damaged || list.damaged;
         out.tabs.append(tab);

@@ -5,6 +5,7 @@
 #include <QIODevice>
 
 #include <algorithm>
+#include <climits>
 
 // Readers never trust a count: every loop stops at the first stream error and
 // at the limits, and each pass consumes bytes, so a damaged count costs at
@@ -27,31 +28,46 @@ qint32 clamp_side(qint32 v)
     return std::clamp(v, 0, limits::max_button_side);
 }
 
-// Reads up to `count` records (at most `budget`), handing the valid ones on.
+// Reads the `count` records (the claim is never trusted: each pass consumes
+// bytes and the first stream error ends the list), handing the valid ones
+// on while the budget lasts and dropping the rest.
 template <typename T>
 button_list_read read_records(QDataStream& in, int version, qint32 count, qint32& budget, T&& accept)
 {
     button_list_read result;
     result.declared = count;
     buttonAttributes a;
-    const qint32 allowed = std::min(count, std::max(budget, 0));
-    qint32 j = 0;
-    for (; j < allowed; ++j) {
-        const bool valid = read_button_record(in, version, j, a);
+    for (qint32 j = 0; j < count; ++j) {
+        bool over_limit = false;
+        const bool valid = read_button_record(in, version, j, a, &over_limit);
         if (!stream_ok(in))
             break;
-        --budget;
-        if (valid) {
+        if (valid && budget > 0) {
+            --budget;
             accept(a);
             ++result.accepted;
+        } else if (valid || over_limit) {
+            ++result.over_limit;
         }
     }
-    // Past the budget the rest of the list cannot be skipped safely, so the
-    // stream is stopped there like any other damage.
-    if (j == allowed && allowed < count)
-        in.setStatus(QDataStream::ReadCorruptData);
     result.damaged = result.accepted < count || !stream_ok(in);
     return result;
+}
+
+// Moves past one string without keeping it.
+void skip_string(QDataStream& in)
+{
+    quint32 bytes = 0;
+    in >> bytes;
+    if (!stream_ok(in) || bytes == 0xffffffffu)
+        return;
+    if (bytes & 1) {
+        in.setStatus(QDataStream::ReadCorruptData);
+        return;
+    }
+    const int want = int(std::min<quint32>(bytes, INT_MAX));
+    if (bytes > quint32(INT_MAX) || in.skipRawData(want) != want)
+        in.setStatus(QDataStream::ReadPastEnd);
 }
 
 // The end chunk with its fixed CRC: what a damaged PNG is resynchronised on.
@@ -133,7 +149,7 @@ void write_button_record(QDataStream& out, qint32 index, const buttonAttributes&
         out << name;
 }
 
-bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a)
+bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a, bool* over_limit)
 {
     qint32 read_index = 0;
     in >> read_index >> a.pos >> a.size;
@@ -163,10 +179,13 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
     a.names.clear();
     if (name_count <= 0)
         valid = false;
-    // More names than any button holds: the record cannot be skipped with
-    // confidence, so the stream stops here.
+    // More names than any button holds: the record is passed over, name by
+    // name (each costs the bytes it has), and the next one read.
     if (name_count > limits::max_names) {
-        in.setStatus(QDataStream::ReadCorruptData);
+        if (over_limit)
+            *over_limit = true;
+        for (qint32 i = 0; i < name_count && stream_ok(in); ++i)
+            skip_string(in);
         return false;
     }
     for (qint32 i = 0; i < name_count && stream_ok(in); ++i) {

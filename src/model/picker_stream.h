@@ -26,8 +26,11 @@ void write_button_record(QDataStream& out, qint32 index, const buttonAttributes&
 
 // Reads one record written at `version` into `a` (every field is assigned).
 // False when the record is damaged (index other than `index`, kind or
-// language outside 0..1, no names) or the stream failed while reading it.
-bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a);
+// language outside 0..1, no names), over a limit (more names than a button
+// holds: they are skipped, not kept, and *over_limit is set) or the stream
+// failed while reading it. Either way the stream is left after the record.
+bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a,
+                        bool* over_limit = nullptr);
 
 // A view's button list: the count, then the records. A count below 1 writes
 // nothing more.
@@ -38,11 +41,12 @@ int read_button_list(QDataStream& in, int version,
                      const std::function<void(const buttonAttributes&)>& accept);
 
 // What a bounded list read found. `budget` is the number of buttons the
-// caller still allows and shrinks by the records read; a list longer than it
-// is read up to it and the stream is then marked corrupt.
+// caller still allows and shrinks by the records accepted; records past it
+// are read and dropped, so what follows the list is still found.
 struct button_list_read {
     qint32 declared = 0; // the count the stream claims
     int accepted = 0;
+    int over_limit = 0;   // records dropped for a limit (names, or past the budget)
     bool damaged = false; // a negative count, dropped records or a stream error
 };
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
