@@ -93,8 +93,7 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
 }
 
 // The picker of the view as a file.
-bool write_picker(const picker_view* view, const QString& path, QString* why,
-                  bool* not_created)
+bool write_picker(const picker_view* view, const QString& path, QString* why, bool* refused)
 {
     pkr_header header;
     header.name = view->page()->name();
@@ -103,7 +102,7 @@ bool write_picker(const picker_view* view, const QString& path, QString* why,
     const QList<buttonAttributes> buttons = view->page()->attributes();
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
-    return write_file_safely(path, write_pkr(header, buttons), why, not_created);
+    return write_file_safely(path, write_pkr(header, buttons), why, refused);
 }
 
 } // namespace
@@ -215,10 +214,10 @@ bool picker_window::save_front_to(const QString& path, QString* why)
 bool picker_window::do_save(picker_view* view, const QString& path)
 {
     QString why;
-    bool not_created = false;
-    if (!write_picker(view, path, &why, &not_created)) {
+    bool refused = false;
+    if (!write_picker(view, path, &why, &refused)) {
         QMessageBox::critical(this, "Save Failed",
-                              not_created ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
+                              refused ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
                               QMessageBox::Ok);
         return false;
     }
