@@ -92,14 +92,22 @@ arguments parse(const QStringList& args, const QSet<QString>& allowed)
     return a;
 }
 
+// An input file, opened only when it is a regular file.
+bool open_input(QFile& file, const QString& path, QString* why)
+{
+    QString reason;
+    if (open_regular_file(file, path, &reason) == read_open::ok)
+        return true;
+    *why = QString("cannot open \"%1\": %2").arg(path, reason);
+    return false;
+}
+
 // A whole, undamaged picker file, or false with the reason.
 bool read_whole(const QString& path, pkr_contents& contents, QString* why)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *why = QString("cannot open \"%1\"").arg(path);
+    QFile file;
+    if (!open_input(file, path, why))
         return false;
-    }
     QString reason;
     if (!read_pkr(file, contents, &reason)) {
         *why = QString("\"%1\" is not a picker file: %2").arg(path, reason);
@@ -156,13 +164,15 @@ int from_json(const QStringList& args)
     const arguments a = parse(args, {"-o"});
     if (!a.problem.isEmpty() || a.plain.size() != 1)
         return usage(a.problem.isEmpty() ? "from-json takes one JSON file" : a.problem);
-    QFile file(a.plain[0]);
-    if (!file.open(QIODevice::ReadOnly))
-        return error(QString("cannot open \"%1\"").arg(a.plain[0]));
+    QFile file;
+    QString why;
+    if (!open_input(file, a.plain[0], &why))
+        return error(why);
+    if (file.size() > 2 * limits::max_file_bytes)
+        return error(QString("\"%1\": the text is too large to be a picker").arg(a.plain[0]));
     const QFileInfo in(a.plain[0]);
     pkr_header header;
     QList<buttonAttributes> buttons;
-    QString why;
     if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why))
         return error(QString("\"%1\": %2").arg(a.plain[0], why));
     const QString path = a.output.isEmpty() ? in.path() + "/" + in.completeBaseName() + ".pkr" : a.output;
@@ -235,11 +245,11 @@ int info(const QStringList& args)
     const arguments a = parse(args, {});
     if (!a.problem.isEmpty() || a.plain.size() != 1)
         return usage(a.problem.isEmpty() ? "info takes one picker file" : a.problem);
-    QFile file(a.plain[0]);
-    if (!file.open(QIODevice::ReadOnly))
-        return error(QString("cannot open \"%1\"").arg(a.plain[0]));
-    pkr_contents contents;
+    QFile file;
     QString why;
+    if (!open_input(file, a.plain[0], &why))
+        return error(why);
+    pkr_contents contents;
     if (!read_pkr(file, contents, &why))
         return error(QString("\"%1\" is not a picker file: %2").arg(a.plain[0], why));
     int commands = 0;

@@ -1,5 +1,5 @@
 // Picker files against hostile and failing disks: files that are no picker,
-// damaged files, huge labels, saves whose write fails half
+// pipes and devices, damaged files, huge labels, saves whose write fails half
 // way, and saves through links and onto read-only files.
 #include "folder_lock.h"
 #include "modal_helper.h"
@@ -490,6 +490,36 @@ private slots:
         QVERIFY(window->do_save(view, place.filePath("new.pkr")));
         ::umask(before);
         QCOMPARE(mode_of(place.filePath("new.pkr")), 0640);
+    }
+
+    void only_regular_files_are_read_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a FIFO nobody writes to") << "fifo" << "it is a pipe, not a file";
+        QTest::newRow("a device without end") << "/dev/zero" << "it is a device, not a file";
+    }
+    void only_regular_files_are_read()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, kind);
+        QTemporaryDir place;
+        if (path == "fifo") {
+            path = place.filePath("hero.pkr");
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        }
+        // Refused at once, before a byte is read: nothing waits for a writer.
+        seen_box seen;
+        answer_ok(&seen);
+        window->load_one_picker(path);
+        QCOMPARE(seen.title, QString("Open Failed"));
+        QCOMPARE(seen.text, QString("Could not open the file \"%1\": %2.\n\nIt is not a picker file.").arg(path, kind));
+        QString why;
+        QVERIFY(!window->open_for_script({path}, &why));
+        QCOMPARE(why, QString("\"%1\" is not a picker file: %2").arg(path, kind));
+        QVERIFY(load_image_file(path, &why).isNull());
+        QCOMPARE(why, QString("could not read the image \"%1\": %2").arg(path, kind));
+        QCOMPARE(window->tabs()->count(), 1);
     }
 
     void a_save_replaces_the_file_whole()

@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 namespace {
 
 // A picture that compresses like a painted one: a gradient with noise.
@@ -250,6 +252,10 @@ private slots:
                                   << "--size";
         QTest::newRow("option missing value") << QStringList{"to-json", "@/good.pkr", "-o"} << 2 << "needs a value";
         QTest::newRow("bad JSON") << QStringList{"from-json", "@/bad.json", "-o", "@/out.pkr"} << 1 << "not JSON";
+        QTest::newRow("JSON from a FIFO") << QStringList{"from-json", "@/pipe.json", "-o", "@/out.pkr"} << 1
+                                          << "cannot open \"@/pipe.json\": it is a pipe, not a file";
+        QTest::newRow("picker from a device") << QStringList{"info", "/dev/zero"} << 1
+                                              << "cannot open \"/dev/zero\": it is a device, not a file";
     }
     void tool_failures_write_nothing()
     {
@@ -264,8 +270,10 @@ private slots:
         write(place.filePath("cut.pkr"), good.left(good.size() - 20));
         write(place.filePath("text.pkr"), "just some text\n");
         write(place.filePath("bad.json"), "{\"format\":");
+        QCOMPARE(::mkfifo(QFile::encodeName(place.filePath("pipe.json")).constData(), 0600), 0);
         for (QString& arg : args)
             arg.replace("@", place.path());
+        says.replace("@", place.path());
         const QStringList before = QDir(place.path()).entryList(QDir::Files);
         QString out;
         QCOMPARE(tool(args, &out), status);

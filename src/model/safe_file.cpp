@@ -230,9 +230,42 @@ bool write_file_safely(const QString& path, const QByteArray& bytes, QString* er
     return true;
 }
 
+read_open open_regular_file(QFile& file, const QString& path, QString* error)
+{
+    const auto failed = [error](const QString& why, read_open result = read_open::failed) {
+        fail(error, why);
+        return result;
+    };
+    const QByteArray name = QFile::encodeName(path);
+    struct stat st;
+    // Looked at before opening, as opening some devices already does
+    // something (a tape rewinds, a terminal becomes ours).
+    if (name.isEmpty() || ::stat(name.constData(), &st) != 0)
+        return failed(errno_text(name.isEmpty() ? ENOENT : errno));
+    if (!S_ISREG(st.st_mode))
+        return failed(not_a_file_text(st.st_mode), read_open::not_a_file);
+    // Non-blocking, so a FIFO put in its place since cannot hold the open,
+    // and checked again on what was actually opened.
+    const int fd = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0)
+        return failed(errno_text(errno));
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        const QString why = S_ISREG(st.st_mode) ? errno_text(errno) : not_a_file_text(st.st_mode);
+        ::close(fd);
+        return failed(why, read_open::not_a_file);
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return failed(file.errorString());
+    }
+    return read_open::ok;
+}
+
 #else
 
-// QSaveFile gives the write-beside-and-replace on Windows.
+// Windows has no FIFOs or devices among ordinary paths; QSaveFile gives the
+// write-beside-and-replace there.
 bool write_file_safely(const QString& path, const QByteArray& bytes, QString* error, bool* refused)
 {
     if (refused)
@@ -252,6 +285,21 @@ bool write_file_safely(const QString& path, const QByteArray& bytes, QString* er
     if (file.write(bytes) != bytes.size() || !file.commit())
         return fail(error, file.errorString());
     return true;
+}
+
+read_open open_regular_file(QFile& file, const QString& path, QString* error)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        fail(error, QStringLiteral("it is not a regular file"));
+        return read_open::not_a_file;
+    }
+    file.setFileName(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        fail(error, file.errorString());
+        return read_open::failed;
+    }
+    return read_open::ok;
 }
 
 #endif

@@ -59,12 +59,14 @@ QList<QPointer<picker_view>>& pickers_to_bind()
     return list;
 }
 
-// Reads a picker file; false with the reason, and whether it opened at all.
+// Reads a picker file; false with the reason, and whether it opened at all
+// (a pipe or device opens as nothing, but says what it is).
 bool read_picker_file(const QString& path, pkr_contents& contents, QString* why, bool* opened)
 {
-    QFile file(path);
-    *opened = file.open(QIODevice::ReadOnly);
-    return *opened && read_pkr(file, contents, why);
+    QFile file;
+    const read_open result = open_regular_file(file, path, why);
+    *opened = result != read_open::failed;
+    return result == read_open::ok && read_pkr(file, contents, why);
 }
 
 // A tab for a picker that was read; the warning for what it lost, if anything.
@@ -141,7 +143,7 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
         if (!read_picker_file(path, all.last(), &reason, &opened)) {
             const QString native = QDir::toNativeSeparators(path);
             *why = opened ? QString("\"%1\" is not a picker file: %2").arg(native, reason)
-                          : QString("cannot open \"%1\"").arg(native);
+                          : QString("cannot open \"%1\": %2").arg(native, reason);
             return false;
         }
     }
