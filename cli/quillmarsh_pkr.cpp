@@ -28,8 +28,9 @@ const char* const usage_text =
     "  to-json FILE.pkr [-o FILE.json] [--embed]\n"
     "      the picker as JSON; its picture goes to a PNG beside the JSON\n"
     "      (FILE.png), or into the JSON as base64 with --embed\n"
-    "  from-json FILE.json [-o FILE.pkr]\n"
-    "      the picker file the JSON describes\n"
+    "  from-json FILE.json [-o FILE.pkr] [--allow-outside-paths]\n"
+    "      the picker file the JSON describes; a picture file it names is read\n"
+    "      only from the JSON's folder or below, unless --allow-outside-paths\n"
     "  preview FILE.pkr -o FILE.png [--size WIDTHxHEIGHT]\n"
     "      the picker as the picker window paints it, framed (default 800x800)\n"
     "  info FILE.pkr\n"
@@ -66,6 +67,7 @@ struct arguments {
     QString output;
     QString size;
     bool embed = false;
+    bool outside = false;
     QString problem;
 };
 
@@ -82,6 +84,8 @@ arguments parse(const QStringList& args, const QSet<QString>& allowed)
             (arg == "-o" ? a.output : a.size) = args[++i];
         } else if (arg == "--embed" && allowed.contains(arg)) {
             a.embed = true;
+        } else if (arg == "--allow-outside-paths" && allowed.contains(arg)) {
+            a.outside = true;
         } else if (arg.startsWith("-") && arg.size() > 1) {
             a.problem = arg + " is not an option here";
             return a;
@@ -161,7 +165,7 @@ int to_json(const QStringList& args)
 
 int from_json(const QStringList& args)
 {
-    const arguments a = parse(args, {"-o"});
+    const arguments a = parse(args, {"-o", "--allow-outside-paths"});
     if (!a.problem.isEmpty() || a.plain.size() != 1)
         return usage(a.problem.isEmpty() ? "from-json takes one JSON file" : a.problem);
     QFile file;
@@ -173,7 +177,8 @@ int from_json(const QStringList& args)
     const QFileInfo in(a.plain[0]);
     pkr_header header;
     QList<buttonAttributes> buttons;
-    if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why))
+    const auto pictures = a.outside ? pkr_json::picture_files::anywhere : pkr_json::picture_files::inside_base_dir;
+    if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why, pictures))
         return error(QString("\"%1\": %2").arg(a.plain[0], why));
     const QString path = a.output.isEmpty() ? in.path() + "/" + in.completeBaseName() + ".pkr" : a.output;
     if (!write_out(path, write_pkr(header, buttons), &why))

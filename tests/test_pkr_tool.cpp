@@ -1,5 +1,6 @@
 // Picker files as JSON and the quillmarsh-pkr tool: exact round trips,
-// clear refusals of bad input, and nothing written when a command fails.
+// clear refusals of bad input, pictures read only from the JSON's folder, and
+// nothing written when a command fails.
 #include "button_values.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
@@ -187,6 +188,53 @@ private slots:
         QVERIFY2(why.contains(reason), qPrintable(why));
         QCOMPARE(header.name, QString("kept"));
         QVERIFY(buttons.isEmpty());
+    }
+
+    void tool_reads_pictures_only_beside_the_json_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("outside");
+        QTest::addColumn<QString>("says"); // empty: the picker file is made
+        QTest::newRow("beside") << "face.png" << false << QString();
+        QTest::newRow("down and up again") << "sub/../face.png" << false << QString();
+        QTest::newRow("link staying inside") << "inner.png" << false << QString();
+        QTest::newRow("parent folder") << "../outer.png" << false << "\"../outer.png\" is outside the JSON's folder";
+        QTest::newRow("link leading out") << "leak.png" << false << "\"leak.png\" is outside the JSON's folder";
+        QTest::newRow("absolute") << "@/outer.png" << false << "must be named relative to the JSON's folder";
+        QTest::newRow("parent folder, allowed") << "../outer.png" << true << QString();
+        QTest::newRow("absolute, allowed") << "@/outer.png" << true << QString();
+        QTest::newRow("FIFO") << "pipe.png" << false << "\"pipe.png\": it is a pipe, not a file";
+        QTest::newRow("device, allowed") << "/dev/zero" << true << "\"/dev/zero\": it is a device, not a file";
+    }
+    void tool_reads_pictures_only_beside_the_json()
+    {
+        QFETCH(QString, file);
+        QFETCH(bool, outside);
+        QFETCH(QString, says);
+        QTemporaryDir place;
+        const QDir root(place.path());
+        QVERIFY(root.mkpath("json/sub"));
+        const QByteArray png = picture(8, 8).png();
+        write(root.filePath("outer.png"), png);
+        write(root.filePath("json/face.png"), png);
+        QVERIFY(QFile::link("face.png", root.filePath("json/inner.png")));
+        QVERIFY(QFile::link("../outer.png", root.filePath("json/leak.png")));
+        QCOMPARE(::mkfifo(QFile::encodeName(root.filePath("json/pipe.png")).constData(), 0600), 0);
+        pkr_contents contents;
+        contents.header.name = "p";
+        contents.header.backgroundKey = "12";
+        contents.header.background = png_picture::decode(png);
+        write(root.filePath("json/p.json"), pkr_json::to_json(contents, file.replace("@", place.path())));
+
+        QStringList args{"from-json", root.filePath("json/p.json")};
+        if (outside)
+            args << "--allow-outside-paths";
+        QString out;
+        QCOMPARE(tool(args, &out), says.isEmpty() ? 0 : 1);
+        QVERIFY2(out.contains(says), qPrintable(out));
+        QCOMPARE(QFile::exists(root.filePath("json/p.pkr")), says.isEmpty());
+        if (says.isEmpty())
+            QCOMPARE(read_bytes(contents_of(root.filePath("json/p.pkr"))).header.background.png(), png);
     }
 
     void tool_converts_both_ways()
