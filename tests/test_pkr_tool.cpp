@@ -4,6 +4,7 @@
 #include "button_values.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
+#include "model/scene_data.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -167,10 +168,15 @@ private slots:
         QTest::newRow("colour") << with("#ff000000", "red") << "button 1: \"color\"";
         QTest::newRow("coordinate fraction") << with("\"x\": 1", "\"x\": 1.5") << "whole number";
         QTest::newRow("coordinate far") << with("\"x\": 1", "\"x\": 1e12") << "whole number";
+        // Beyond what any 64-bit integer holds: refused before any conversion.
+        QTest::newRow("coordinate 2^63") << with("\"x\": 1", "\"x\": 9223372036854775808") << "from -1000000 to 1000000";
+        QTest::newRow("coordinate -1e19") << with("\"x\": 1", "\"x\": -1e19") << "from -1000000 to 1000000";
+        QTest::newRow("version 1e308") << with("\"formatVersion\": 1", "\"formatVersion\": 1e308")
+                                       << "\"formatVersion\" must be a whole number from 1 to 1000";
         QTest::newRow("kind") << with("\"selection\"", "\"other\"") << "\"kind\"";
         QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
                                   << "\"names\" must hold";
-        QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "digits";
+        QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "1 to 19 digits";
         QTest::newRow("missing picture") << with("\"key\": null", "\"key\": \"5\", \"file\": \"gone.png\"")
                                          << "cannot read the picture";
         QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
@@ -188,6 +194,41 @@ private slots:
         QVERIFY2(why.contains(reason), qPrintable(why));
         QCOMPARE(header.name, QString("kept"));
         QVERIFY(buttons.isEmpty());
+    }
+
+    void background_keys_are_the_plugins_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("number") << "4711" << true;
+        QTest::newRow("negative") << "-4711" << true;
+        QTest::newRow("minus zero") << "-0" << true;
+        QTest::newRow("19 digits") << "9223372036854775807" << true;
+        QTest::newRow("20 digits") << "12345678901234567890" << false;
+        QTest::newRow("full-width digits") << QString::fromUtf8("\xef\xbc\x94\xef\xbc\x92") << false;
+        QTest::newRow("Arabic-Indic digits") << QString::fromUtf8("\xd9\xa4\xd9\xa2") << false;
+        QTest::newRow("plus sign") << "+5" << false;
+    }
+    void background_keys_are_the_plugins()
+    {
+        // A key the JSON reader takes is one the plug-in takes, and no other,
+        // so a file made from JSON opens with its picture.
+        QFETCH(QString, key);
+        QFETCH(bool, taken);
+        QCOMPARE(is_background_key(key), taken);
+        pkr_header header;
+        header.name = "k";
+        header.backgroundKey = "1";
+        header.background = picture(4, 4);
+        pkr_contents contents;
+        contents.header = header;
+        QByteArray json = pkr_json::to_json(contents, QString());
+        json.replace("\"key\": \"1\"", QString("\"key\": \"%1\"").arg(key).toUtf8());
+        QList<buttonAttributes> buttons;
+        QString why;
+        QCOMPARE(pkr_json::from_json(json, dir.path(), header, buttons, &why), taken);
+        if (taken)
+            QCOMPARE(header.backgroundKey, key);
     }
 
     void tool_reads_pictures_only_beside_the_json_data()

@@ -2,6 +2,7 @@
 
 #include "model/limits.h"
 #include "model/safe_file.h"
+#include "model/scene_data.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,6 +11,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
+
+#include <cmath>
 
 namespace pkr_json {
 
@@ -56,8 +59,10 @@ qint32 read_int(const QJsonObject& o, const char* key, const QString& where, qin
     const QJsonValue v = o.value(QLatin1String(key));
     if (!v.isDouble())
         fail(where, QString("\"%1\" must be a number").arg(key));
+    // Compared as a double before any conversion: converting NaN, an
+    // infinity or anything beyond 64 bits to an integer is undefined.
     const double d = v.toDouble();
-    if (d != double(qint64(d)) || d < double(low) || d > double(high))
+    if (!(d >= double(low) && d <= double(high)) || d != std::trunc(d))
         fail(where, QString("\"%1\" must be a whole number from %2 to %3").arg(key).arg(low).arg(high));
     return qint32(d);
 }
@@ -250,9 +255,9 @@ bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& head
         const QJsonObject background = bg.toObject();
         h.backgroundKey = read_text(background, "key", "background", false);
         if (!h.backgroundKey.isEmpty()) {
-            for (QChar c : h.backgroundKey)
-                if (!c.isDigit())
-                    fail("background", "\"key\" must be made of digits");
+            // The plug-in's own rule, so a file made here opens with its picture.
+            if (!is_background_key(h.backgroundKey))
+                fail("background", "\"key\" must be a whole number of 1 to 19 digits");
             QByteArray png;
             if (background.contains("png"))
                 png = QByteArray::fromBase64(background.value("png").toString().toLatin1());
