@@ -28,8 +28,9 @@ const char* const usage_text =
     "  to-json FILE.pkr [-o FILE.json] [--embed]\n"
     "      the picker as JSON; its picture goes to a PNG beside the JSON\n"
     "      (FILE.png), or into the JSON as base64 with --embed\n"
-    "  from-json FILE.json [-o FILE.pkr]\n"
-    "      the picker file the JSON describes\n"
+    "  from-json FILE.json [-o FILE.pkr] [--allow-outside-paths]\n"
+    "      the picker file the JSON describes; a picture file it names is read\n"
+    "      only from the JSON's folder or below, unless --allow-outside-paths\n"
     "  preview FILE.pkr -o FILE.png [--size WIDTHxHEIGHT]\n"
     "      the picker as the picker window paints it, framed (default 800x800)\n"
     "  info FILE.pkr\n"
@@ -66,6 +67,7 @@ struct arguments {
     QString output;
     QString size;
     bool embed = false;
+    bool outside = false;
     QString problem;
 };
 
@@ -82,6 +84,8 @@ arguments parse(const QStringList& args, const QSet<QString>& allowed)
             (arg == "-o" ? a.output : a.size) = args[++i];
         } else if (arg == "--embed" && allowed.contains(arg)) {
             a.embed = true;
+        } else if (arg == "--allow-outside-paths" && allowed.contains(arg)) {
+            a.outside = true;
         } else if (arg.startsWith("-") && arg.size() > 1) {
             a.problem = arg + " is not an option here";
             return a;
@@ -92,14 +96,22 @@ arguments parse(const QStringList& args, const QSet<QString>& allowed)
     return a;
 }
 
+// An input file, opened only when it is a regular file.
+bool open_input(QFile& file, const QString& path, QString* why)
+{
+    QString reason;
+    if (open_regular_file(file, path, &reason) == read_open::ok)
+        return true;
+    *why = QString("cannot open \"%1\": %2").arg(path, reason);
+    return false;
+}
+
 // A whole, undamaged picker file, or false with the reason.
 bool read_whole(const QString& path, pkr_contents& contents, QString* why)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *why = QString("cannot open \"%1\"").arg(path);
+    QFile file;
+    if (!open_input(file, path, why))
         return false;
-    }
     QString reason;
     if (!read_pkr(file, contents, &reason)) {
         *why = QString("\"%1\" is not a picker file: %2").arg(path, reason);
@@ -153,17 +165,20 @@ int to_json(const QStringList& args)
 
 int from_json(const QStringList& args)
 {
-    const arguments a = parse(args, {"-o"});
+    const arguments a = parse(args, {"-o", "--allow-outside-paths"});
     if (!a.problem.isEmpty() || a.plain.size() != 1)
         return usage(a.problem.isEmpty() ? "from-json takes one JSON file" : a.problem);
-    QFile file(a.plain[0]);
-    if (!file.open(QIODevice::ReadOnly))
-        return error(QString("cannot open \"%1\"").arg(a.plain[0]));
+    QFile file;
+    QString why;
+    if (!open_input(file, a.plain[0], &why))
+        return error(why);
+    if (file.size() > 2 * limits::max_file_bytes)
+        return error(QString("\"%1\": the text is too large to be a picker").arg(a.plain[0]));
     const QFileInfo in(a.plain[0]);
     pkr_header header;
     QList<buttonAttributes> buttons;
-    QString why;
-    if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why))
+    const auto pictures = a.outside ? pkr_json::picture_files::anywhere : pkr_json::picture_files::inside_base_dir;
+    if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why, pictures))
         return error(QString("\"%1\": %2").arg(a.plain[0], why));
     const QString path = a.output.isEmpty() ? in.path() + "/" + in.completeBaseName() + ".pkr" : a.output;
     if (!write_out(path, write_pkr(header, buttons), &why))
@@ -235,11 +250,11 @@ int info(const QStringList& args)
     const arguments a = parse(args, {});
     if (!a.problem.isEmpty() || a.plain.size() != 1)
         return usage(a.problem.isEmpty() ? "info takes one picker file" : a.problem);
-    QFile file(a.plain[0]);
-    if (!file.open(QIODevice::ReadOnly))
-        return error(QString("cannot open \"%1\"").arg(a.plain[0]));
-    pkr_contents contents;
+    QFile file;
     QString why;
+    if (!open_input(file, a.plain[0], &why))
+        return error(why);
+    pkr_contents contents;
     if (!read_pkr(file, contents, &why))
         return error(QString("\"%1\" is not a picker file: %2").arg(a.plain[0], why));
     int commands = 0;

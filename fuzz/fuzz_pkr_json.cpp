@@ -8,6 +8,19 @@
 #include <QBuffer>
 #include <QDir>
 
+// Qt's JSON parser leaks the earlier value of a key given twice in one
+// object when that value is an array or object; named here so every other
+// leak, ours or Qt's, is still found. Qt is built without frame pointers,
+// so only the slow unwinder's stacks reach the parser's public entry.
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:QJsonDocument::fromJson\n";
+}
+extern "C" const char* __asan_default_options()
+{
+    return "fast_unwind_on_malloc=0";
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::start_application();

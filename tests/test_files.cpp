@@ -1,5 +1,6 @@
 // Picker files against hostile and failing disks: files that are no picker,
-// damaged files, huge labels, and saves whose write fails half way.
+// pipes and devices, damaged files, huge labels, saves whose write fails half
+// way, and saves through links and onto read-only files.
 #include "folder_lock.h"
 #include "modal_helper.h"
 #include "pkr_file.h"
@@ -21,10 +22,14 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -112,6 +117,55 @@ QByteArray scene_entry(const recording_host& host, const QString& key)
 QByteArray marked(const QByteArray& png)
 {
     return QByteArray("\0\0\0\x01", 4) + png;
+}
+
+// Writers for the save's seam. The first sends the bytes to /dev/full, so the
+// kernel itself says the disk is full; the second writes part of them and
+// then meets the quota, the case a short write must not call "Unknown error".
+long write_to_full_disk(int, const char* data, unsigned long size)
+{
+    const int full = ::open("/dev/full", O_WRONLY);
+    const long n = ::write(full, data, size);
+    const int why = errno;
+    ::close(full);
+    errno = why;
+    return n;
+}
+long write_until_quota(int fd, const char* data, unsigned long size)
+{
+    static bool first = true;
+    if (std::exchange(first, false))
+        return ::write(fd, data, size / 2);
+    first = true;
+    errno = EDQUOT;
+    return -1;
+}
+// Notes the temporary file's permissions when its first byte is written.
+int mode_at_first_write = -1;
+long write_noting_mode(int fd, const char* data, unsigned long size)
+{
+    struct stat st;
+    if (mode_at_first_write < 0 && ::fstat(fd, &st) == 0)
+        mode_at_first_write = int(st.st_mode & 0777);
+    return ::write(fd, data, size);
+}
+
+int mode_of(const QString& path)
+{
+    struct stat st;
+    return ::stat(QFile::encodeName(path).constData(), &st) == 0 ? int(st.st_mode & 0777) : -1;
+}
+
+QString link_target(const QString& path)
+{
+    char target[4096];
+    const ssize_t n = ::readlink(QFile::encodeName(path).constData(), target, sizeof target);
+    return n < 0 ? QString() : QFile::decodeName(QByteArray(target, int(n)));
+}
+
+QStringList folder_entries(const QString& path)
+{
+    return QDir(path).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
 }
 } // namespace
 
@@ -324,13 +378,21 @@ private slots:
     void a_save_that_cannot_write_keeps_the_old_file_data()
     {
         QTest::addColumn<QString>("how");
-        QTest::newRow("file size limit while writing") << "size limit";
-        QTest::newRow("path is a folder") << "folder";
-        QTest::newRow("folder refuses new files") << "locked";
+        QTest::addColumn<QString>("says");
+        const QString refused = QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file "
+                                        "is not locked and that you have the proper permissions and try again.");
+        const QString kept = "Could not save the file \"%1\": %2.\n\nThe previous file is unchanged.";
+        QTest::newRow("file size limit while writing") << "size limit" << kept.arg("%1", "File too large");
+        QTest::newRow("disk full") << "full" << kept.arg("%1", "No space left on device");
+        QTest::newRow("quota met after a short write") << "quota" << kept.arg("%1", "Disk quota exceeded");
+        QTest::newRow("path is a folder") << "folder" << kept.arg("%1", "it is a folder, not a file");
+        QTest::newRow("folder refuses new files") << "locked" << refused;
+        QTest::newRow("read-only file") << "read-only" << refused;
     }
     void a_save_that_cannot_write_keeps_the_old_file()
     {
         QFETCH(QString, how);
+        QFETCH(QString, says);
         QTemporaryDir place;
         const QString path = place.filePath(how == "folder" ? "a folder.pkr" : "hero.pkr");
         const QByteArray old = nine_buttons(true);
@@ -354,7 +416,7 @@ private slots:
                 seen_box seen;
                 answer_ok(&seen);
                 const bool saved = window->do_save(view, path);
-                _exit(saved ? 1 : seen.title == "Save Failed" && seen.text.contains("previous file is unchanged") ? 0 : 2);
+                _exit(saved ? 1 : seen.title == "Save Failed" && seen.text == says.arg(path) ? 0 : 2);
             }
             int status = -1;
             QVERIFY(waitpid(child, &status, 0) == child);
@@ -369,25 +431,95 @@ private slots:
                 lock_folder(place.path(), false);
                 QSKIP("the folder stays writable for this user");
             }
+            if (how == "read-only")
+                QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::ReadGroup));
+            safe_file_testing::set_writer(how == "full" ? write_to_full_disk : how == "quota" ? write_until_quota : nullptr);
             seen_box seen;
             answer_ok(&seen);
             const bool saved = window->do_save(view, path);
+            safe_file_testing::set_writer(nullptr);
             if (how == "locked")
                 lock_folder(place.path(), false);
             QVERIFY(!saved);
             QCOMPARE(seen.title, QString("Save Failed"));
-            if (how == "locked")
-                QCOMPARE(seen.text, QString("Could not open the file \"%1\" for writing.\n\nPlease check that this file "
-                                            "is not locked and that you have the proper permissions and try again.")
-                                        .arg(path));
+            QCOMPARE(seen.text, says.arg(path));
         }
         if (how == "folder")
             QVERIFY(QFileInfo(path).isDir());
         else
             QCOMPARE(contents(path), old);
         // Nothing half written is left beside it.
-        QCOMPARE(QDir(place.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList{QFileInfo(path).fileName()});
+        QCOMPARE(folder_entries(place.path()), QStringList{QFileInfo(path).fileName()});
+    }
+
+    void a_save_through_links_replaces_the_file_they_end_at()
+    {
+        // link -> sub/link -> real.pkr, a private file; a killed save of it
+        // left two temporaries, beside files that are not ours to remove.
+        QTemporaryDir place;
+        const QString real = place.filePath("real.pkr");
+        write(real, "old");
+        QVERIFY(QFile::setPermissions(real, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        QVERIFY(QDir(place.path()).mkdir("sub"));
+        QVERIFY(QFile::link("../real.pkr", place.filePath("sub/link.pkr")));
+        QVERIFY(QFile::link(place.filePath("sub/link.pkr"), place.filePath("link.pkr")));
+        const QStringList others{".other.pkr.0badc0de.tmp", ".real.pkr.backup.tmp", ".real.pkr.0BADC0DE.tmp"};
+        for (const QString& name : others + QStringList{".real.pkr.0badc0de.tmp", ".real.pkr.00000001.tmp"})
+            write(place.filePath(name), "left over");
+
+        picker_view* view = window->frontPicker();
+        window->set_tab_text(0, "Hero");
+        for (const buttonAttributes& a : buttons(9))
+            view->push_button(a, -1);
+        mode_at_first_write = -1;
+        safe_file_testing::set_writer(write_noting_mode);
+        const bool saved = window->do_save(view, place.filePath("link.pkr"));
+        safe_file_testing::set_writer(nullptr);
+        QVERIFY(saved);
+        QCOMPARE(contents(real), nine_buttons());
+        QCOMPARE(link_target(place.filePath("link.pkr")), place.filePath("sub/link.pkr"));
+        QCOMPARE(link_target(place.filePath("sub/link.pkr")), QString("../real.pkr"));
+        // Never readable by more people than the file, not even for a moment.
+        QCOMPARE(mode_at_first_write, 0600);
+        QCOMPARE(mode_of(real), 0600);
+        QCOMPARE(folder_entries(place.path()), (QStringList{".other.pkr.0badc0de.tmp", ".real.pkr.0BADC0DE.tmp",
+                                                            ".real.pkr.backup.tmp", "link.pkr", "real.pkr", "sub"}));
+
+        // A new file gets the usual permissions under the umask.
+        const mode_t before = ::umask(027);
+        QVERIFY(window->do_save(view, place.filePath("new.pkr")));
+        ::umask(before);
+        QCOMPARE(mode_of(place.filePath("new.pkr")), 0640);
+    }
+
+    void only_regular_files_are_read_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a FIFO nobody writes to") << "fifo" << "it is a pipe, not a file";
+        QTest::newRow("a device without end") << "/dev/zero" << "it is a device, not a file";
+    }
+    void only_regular_files_are_read()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, kind);
+        QTemporaryDir place;
+        if (path == "fifo") {
+            path = place.filePath("hero.pkr");
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        }
+        // Refused at once, before a byte is read: nothing waits for a writer.
+        seen_box seen;
+        answer_ok(&seen);
+        window->load_one_picker(path);
+        QCOMPARE(seen.title, QString("Open Failed"));
+        QCOMPARE(seen.text, QString("Could not open the file \"%1\": %2.\n\nIt is not a picker file.").arg(path, kind));
+        QString why;
+        QVERIFY(!window->open_for_script({path}, &why));
+        QCOMPARE(why, QString("\"%1\" is not a picker file: %2").arg(path, kind));
+        QVERIFY(load_image_file(path, &why).isNull());
+        QCOMPARE(why, QString("could not read the image \"%1\": %2").arg(path, kind));
+        QCOMPARE(window->tabs()->count(), 1);
     }
 
     void a_save_replaces_the_file_whole()

@@ -27,6 +27,8 @@
 #include <QUndoStack>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 namespace {
 
 QAction* find_action(QWidget* w, const QString& text)
@@ -108,6 +110,38 @@ private slots:
         arm->trigger();
         QCOMPARE(window->tabs()->count(), 2);
         QCOMPARE(window->frontPicker()->path(), pkr);
+    }
+
+    void a_huge_or_strange_configuration_is_read_in_part_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("200,000 entries") << "huge";
+        QTest::newRow("a FIFO nobody writes to") << "fifo";
+    }
+    void a_huge_or_strange_configuration_is_read_in_part()
+    {
+        // The window reads the list as it is made: it must open at once and
+        // show only the newest entries, which come first.
+        QFETCH(QString, kind);
+        const QString config = recent_pickers_path();
+        QVERIFY(QDir().mkpath(QFileInfo(config).absolutePath()));
+        QStringList newest;
+        if (kind == "fifo") {
+            QCOMPARE(::mkfifo(QFile::encodeName(config).constData(), 0600), 0);
+        } else {
+            QByteArray text = "# newest first\n";
+            for (int i = 0; i < 200000; ++i)
+                text += QString("p%1 = \"/pickers/p%1.pkr\"\n").arg(i).toUtf8();
+            QFile file(config);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QCOMPARE(file.write(text), qint64(text.size()));
+            for (int i = 0; i < picker_window::max_recent; ++i)
+                newest << QString("p%1").arg(i);
+        }
+        picker_window fresh(nullptr);
+        QCOMPARE(fresh.recentNames(), newest);
+        QCOMPARE(fresh.recentPickers().value("p9", "none"), newest.isEmpty() ? "none" : "/pickers/p9.pkr");
+        QFile::remove(config);
     }
 
     void opening_and_saving_keep_a_short_recent_list()

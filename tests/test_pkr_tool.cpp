@@ -1,8 +1,10 @@
 // Picker files as JSON and the quillmarsh-pkr tool: exact round trips,
-// clear refusals of bad input, and nothing written when a command fails.
+// clear refusals of bad input, pictures read only from the JSON's folder, and
+// nothing written when a command fails.
 #include "button_values.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
+#include "model/scene_data.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -12,6 +14,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -164,10 +168,15 @@ private slots:
         QTest::newRow("colour") << with("#ff000000", "red") << "button 1: \"color\"";
         QTest::newRow("coordinate fraction") << with("\"x\": 1", "\"x\": 1.5") << "whole number";
         QTest::newRow("coordinate far") << with("\"x\": 1", "\"x\": 1e12") << "whole number";
+        // Beyond what any 64-bit integer holds: refused before any conversion.
+        QTest::newRow("coordinate 2^63") << with("\"x\": 1", "\"x\": 9223372036854775808") << "from -1000000 to 1000000";
+        QTest::newRow("coordinate -1e19") << with("\"x\": 1", "\"x\": -1e19") << "from -1000000 to 1000000";
+        QTest::newRow("version 1e308") << with("\"formatVersion\": 1", "\"formatVersion\": 1e308")
+                                       << "\"formatVersion\" must be a whole number from 1 to 1000";
         QTest::newRow("kind") << with("\"selection\"", "\"other\"") << "\"kind\"";
         QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
                                   << "\"names\" must hold";
-        QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "digits";
+        QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "1 to 19 digits";
         QTest::newRow("missing picture") << with("\"key\": null", "\"key\": \"5\", \"file\": \"gone.png\"")
                                          << "cannot read the picture";
         QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
@@ -185,6 +194,88 @@ private slots:
         QVERIFY2(why.contains(reason), qPrintable(why));
         QCOMPARE(header.name, QString("kept"));
         QVERIFY(buttons.isEmpty());
+    }
+
+    void background_keys_are_the_plugins_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("number") << "4711" << true;
+        QTest::newRow("negative") << "-4711" << true;
+        QTest::newRow("minus zero") << "-0" << true;
+        QTest::newRow("19 digits") << "9223372036854775807" << true;
+        QTest::newRow("20 digits") << "12345678901234567890" << false;
+        QTest::newRow("full-width digits") << QString::fromUtf8("\xef\xbc\x94\xef\xbc\x92") << false;
+        QTest::newRow("Arabic-Indic digits") << QString::fromUtf8("\xd9\xa4\xd9\xa2") << false;
+        QTest::newRow("plus sign") << "+5" << false;
+    }
+    void background_keys_are_the_plugins()
+    {
+        // A key the JSON reader takes is one the plug-in takes, and no other,
+        // so a file made from JSON opens with its picture.
+        QFETCH(QString, key);
+        QFETCH(bool, taken);
+        QCOMPARE(is_background_key(key), taken);
+        pkr_header header;
+        header.name = "k";
+        header.backgroundKey = "1";
+        header.background = picture(4, 4);
+        pkr_contents contents;
+        contents.header = header;
+        QByteArray json = pkr_json::to_json(contents, QString());
+        json.replace("\"key\": \"1\"", QString("\"key\": \"%1\"").arg(key).toUtf8());
+        QList<buttonAttributes> buttons;
+        QString why;
+        QCOMPARE(pkr_json::from_json(json, dir.path(), header, buttons, &why), taken);
+        if (taken)
+            QCOMPARE(header.backgroundKey, key);
+    }
+
+    void tool_reads_pictures_only_beside_the_json_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("outside");
+        QTest::addColumn<QString>("says"); // empty: the picker file is made
+        QTest::newRow("beside") << "face.png" << false << QString();
+        QTest::newRow("down and up again") << "sub/../face.png" << false << QString();
+        QTest::newRow("link staying inside") << "inner.png" << false << QString();
+        QTest::newRow("parent folder") << "../outer.png" << false << "\"../outer.png\" is outside the JSON's folder";
+        QTest::newRow("link leading out") << "leak.png" << false << "\"leak.png\" is outside the JSON's folder";
+        QTest::newRow("absolute") << "@/outer.png" << false << "must be named relative to the JSON's folder";
+        QTest::newRow("parent folder, allowed") << "../outer.png" << true << QString();
+        QTest::newRow("absolute, allowed") << "@/outer.png" << true << QString();
+        QTest::newRow("FIFO") << "pipe.png" << false << "\"pipe.png\": it is a pipe, not a file";
+        QTest::newRow("device, allowed") << "/dev/zero" << true << "\"/dev/zero\": it is a device, not a file";
+    }
+    void tool_reads_pictures_only_beside_the_json()
+    {
+        QFETCH(QString, file);
+        QFETCH(bool, outside);
+        QFETCH(QString, says);
+        QTemporaryDir place;
+        const QDir root(place.path());
+        QVERIFY(root.mkpath("json/sub"));
+        const QByteArray png = picture(8, 8).png();
+        write(root.filePath("outer.png"), png);
+        write(root.filePath("json/face.png"), png);
+        QVERIFY(QFile::link("face.png", root.filePath("json/inner.png")));
+        QVERIFY(QFile::link("../outer.png", root.filePath("json/leak.png")));
+        QCOMPARE(::mkfifo(QFile::encodeName(root.filePath("json/pipe.png")).constData(), 0600), 0);
+        pkr_contents contents;
+        contents.header.name = "p";
+        contents.header.backgroundKey = "12";
+        contents.header.background = png_picture::decode(png);
+        write(root.filePath("json/p.json"), pkr_json::to_json(contents, file.replace("@", place.path())));
+
+        QStringList args{"from-json", root.filePath("json/p.json")};
+        if (outside)
+            args << "--allow-outside-paths";
+        QString out;
+        QCOMPARE(tool(args, &out), says.isEmpty() ? 0 : 1);
+        QVERIFY2(out.contains(says), qPrintable(out));
+        QCOMPARE(QFile::exists(root.filePath("json/p.pkr")), says.isEmpty());
+        if (says.isEmpty())
+            QCOMPARE(read_bytes(contents_of(root.filePath("json/p.pkr"))).header.background.png(), png);
     }
 
     void tool_converts_both_ways()
@@ -250,6 +341,10 @@ private slots:
                                   << "--size";
         QTest::newRow("option missing value") << QStringList{"to-json", "@/good.pkr", "-o"} << 2 << "needs a value";
         QTest::newRow("bad JSON") << QStringList{"from-json", "@/bad.json", "-o", "@/out.pkr"} << 1 << "not JSON";
+        QTest::newRow("JSON from a FIFO") << QStringList{"from-json", "@/pipe.json", "-o", "@/out.pkr"} << 1
+                                          << "cannot open \"@/pipe.json\": it is a pipe, not a file";
+        QTest::newRow("picker from a device") << QStringList{"info", "/dev/zero"} << 1
+                                              << "cannot open \"/dev/zero\": it is a device, not a file";
     }
     void tool_failures_write_nothing()
     {
@@ -264,8 +359,10 @@ private slots:
         write(place.filePath("cut.pkr"), good.left(good.size() - 20));
         write(place.filePath("text.pkr"), "just some text\n");
         write(place.filePath("bad.json"), "{\"format\":");
+        QCOMPARE(::mkfifo(QFile::encodeName(place.filePath("pipe.json")).constData(), 0600), 0);
         for (QString& arg : args)
             arg.replace("@", place.path());
+        says.replace("@", place.path());
         const QStringList before = QDir(place.path()).entryList(QDir::Files);
         QString out;
         QCOMPARE(tool(args, &out), status);

@@ -1,6 +1,8 @@
 #include "model/pkr_json.h"
 
 #include "model/limits.h"
+#include "model/safe_file.h"
+#include "model/scene_data.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +11,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
+
+#include <cmath>
 
 namespace pkr_json {
 
@@ -55,8 +59,10 @@ qint32 read_int(const QJsonObject& o, const char* key, const QString& where, qin
     const QJsonValue v = o.value(QLatin1String(key));
     if (!v.isDouble())
         fail(where, QString("\"%1\" must be a number").arg(key));
+    // Compared as a double before any conversion: converting NaN, an
+    // infinity or anything beyond 64 bits to an integer is undefined.
     const double d = v.toDouble();
-    if (d != double(qint64(d)) || d < double(low) || d > double(high))
+    if (!(d >= double(low) && d <= double(high)) || d != std::trunc(d))
         fail(where, QString("\"%1\" must be a whole number from %2 to %3").arg(key).arg(low).arg(high));
     return qint32(d);
 }
@@ -93,6 +99,36 @@ png_picture read_png(const QByteArray& png, const QString& where)
         fail(where, "the picture cannot be decoded");
     }
     return picture;
+}
+
+// The bytes of a picture file the JSON names. Unless `pictures` says
+// otherwise, it must lie inside `base_dir` once every link and ".." is
+// resolved, so a JSON from elsewhere cannot make the tool read whatever
+// file it can reach.
+QByteArray read_picture_file(const QString& name, const QString& base_dir, picture_files pictures)
+{
+    if (name.isEmpty())
+        fail("background", "\"file\" must name a picture");
+    QString path = QDir(base_dir).filePath(name);
+    if (pictures == picture_files::inside_base_dir) {
+        if (QDir::isAbsolutePath(name))
+            fail("background", QString("the picture \"%1\" must be named relative to the JSON's folder").arg(name));
+        const QString folder = QFileInfo(base_dir).canonicalFilePath();
+        const QString found = QFileInfo(path).canonicalFilePath();
+        if (found.isEmpty())
+            fail("background", QString("cannot read the picture \"%1\": it does not exist").arg(name));
+        if (folder.isEmpty() || !found.startsWith(folder.endsWith('/') ? folder : folder + '/'))
+            fail("background", QString("the picture \"%1\" is outside the JSON's folder").arg(name));
+        path = found;
+    }
+    QFile file;
+    QString why;
+    if (open_regular_file(file, path, &why) != read_open::ok)
+        fail("background", QString("cannot read the picture \"%1\": %2").arg(name, why));
+    const QByteArray png = file.read(limits::max_image_bytes + 1);
+    if (png.size() > limits::max_image_bytes)
+        fail("background", QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
+    return png;
 }
 
 buttonAttributes read_button(const QJsonValue& value, int index)
@@ -193,7 +229,7 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
 }
 
 bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& header,
-               QList<buttonAttributes>& buttons, QString* error)
+               QList<buttonAttributes>& buttons, QString* error, picture_files pictures)
 {
     try {
         if (json.size() > limits::max_file_bytes * 2)
@@ -219,21 +255,14 @@ bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& head
         const QJsonObject background = bg.toObject();
         h.backgroundKey = read_text(background, "key", "background", false);
         if (!h.backgroundKey.isEmpty()) {
-            for (QChar c : h.backgroundKey)
-                if (!c.isDigit())
-                    fail("background", "\"key\" must be made of digits");
+            // The plug-in's own rule, so a file made here opens with its picture.
+            if (!is_background_key(h.backgroundKey))
+                fail("background", "\"key\" must be a whole number of 1 to 19 digits");
             QByteArray png;
-            if (background.contains("png")) {
+            if (background.contains("png"))
                 png = QByteArray::fromBase64(background.value("png").toString().toLatin1());
-            } else if (background.contains("file")) {
-                const QString name = background.value("file").toString();
-                QFile file(QDir(base_dir).filePath(name));
-                if (name.isEmpty() || !file.open(QIODevice::ReadOnly))
-                    fail("background", QString("cannot read the picture \"%1\"").arg(file.fileName()));
-                if (file.size() > limits::max_image_bytes)
-                    fail("background", QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
-                png = file.readAll();
-            }
+            else if (background.contains("file"))
+                png = read_picture_file(background.value("file").toString(), base_dir, pictures);
             if (!png.isEmpty())
                 h.background = read_png(png, "background");
         }

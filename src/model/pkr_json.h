@@ -21,10 +21,14 @@ QByteArray picture_png(const pkr_header& header);
 // (relative to it); empty embeds the picture as base64.
 QByteArray to_json(const pkr_contents& picker, const QString& image_file);
 
+// Where a picture file the JSON names may be read from.
+enum class picture_files { inside_base_dir, anywhere };
+
 // Reads JSON made by to_json (or by hand to the same form). `base_dir` is
 // where a named image file is looked for. False with *error saying what is
 // wrong and where; nothing is half-filled in that case.
 bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& header,
-               QList<buttonAttributes>& buttons, QString* error);
+               QList<buttonAttributes>& buttons, QString* error,
+               picture_files pictures = picture_files::inside_base_dir);
 
 } // namespace pkr_json

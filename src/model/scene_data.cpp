@@ -2,6 +2,7 @@
 
 #include "model/limits.h"
 #include "model/picker_stream.h"
+#include "model/safe_file.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -417,14 +418,13 @@ png_picture load_image_file(const QString& path, QString* error)
                         .arg(path).arg(size.width()).arg(size.height()).arg(limits::image_square_side));
     };
     const QString unreadable = QString("could not read the image \"%1\"").arg(path);
-    QFileInfo info(path);
-    if (!info.isFile())
-        return fail(unreadable);
-    if (info.size() > limits::max_image_bytes)
+    const QFileInfo info(path);
+    QFile file;
+    QString why;
+    if (open_regular_file(file, path, &why) != read_open::ok)
+        return fail(unreadable + ": " + why);
+    if (file.size() > limits::max_image_bytes)
         return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(unreadable);
     const QByteArray bytes = file.read(limits::max_image_bytes + 1);
     if (bytes.size() > limits::max_image_bytes)
         return fail(QString("the image \"%1\" is larger than %2 MB").arg(path).arg(limits::max_image_bytes >> 20));

@@ -59,12 +59,14 @@ QList<QPointer<picker_view>>& pickers_to_bind()
     return list;
 }
 
-// Reads a picker file; false with the reason, and whether it opened at all.
+// Reads a picker file; false with the reason, and whether it opened at all
+// (a pipe or device opens as nothing, but says what it is).
 bool read_picker_file(const QString& path, pkr_contents& contents, QString* why, bool* opened)
 {
-    QFile file(path);
-    *opened = file.open(QIODevice::ReadOnly);
-    return *opened && read_pkr(file, contents, why);
+    QFile file;
+    const read_open result = open_regular_file(file, path, why);
+    *opened = result != read_open::failed;
+    return result == read_open::ok && read_pkr(file, contents, why);
 }
 
 // A tab for a picker that was read; the warning for what it lost, if anything.
@@ -93,8 +95,7 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
 }
 
 // The picker of the view as a file.
-bool write_picker(const picker_view* view, const QString& path, QString* why,
-                  bool* not_created)
+bool write_picker(const picker_view* view, const QString& path, QString* why, bool* refused)
 {
     pkr_header header;
     header.name = view->page()->name();
@@ -103,7 +104,7 @@ bool write_picker(const picker_view* view, const QString& path, QString* why,
     const QList<buttonAttributes> buttons = view->page()->attributes();
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
-    return write_file_safely(path, write_pkr(header, buttons), why, not_created);
+    return write_file_safely(path, write_pkr(header, buttons), why, refused);
 }
 
 } // namespace
@@ -142,7 +143,7 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
         if (!read_picker_file(path, all.last(), &reason, &opened)) {
             const QString native = QDir::toNativeSeparators(path);
             *why = opened ? QString("\"%1\" is not a picker file: %2").arg(native, reason)
-                          : QString("cannot open \"%1\"").arg(native);
+                          : QString("cannot open \"%1\": %2").arg(native, reason);
             return false;
         }
     }
@@ -215,10 +216,10 @@ bool picker_window::save_front_to(const QString& path, QString* why)
 bool picker_window::do_save(picker_view* view, const QString& path)
 {
     QString why;
-    bool not_created = false;
-    if (!write_picker(view, path, &why, &not_created)) {
+    bool refused = false;
+    if (!write_picker(view, path, &why, &refused)) {
         QMessageBox::critical(this, "Save Failed",
-                              not_created ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
+                              refused ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
                               QMessageBox::Ok);
         return false;
     }

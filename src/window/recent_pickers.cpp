@@ -10,7 +10,6 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QSettings>
-#include <QTextStream>
 #include <QTimer>
 
 
@@ -94,11 +93,22 @@ QString recent_pickers_path()
 
 void picker_window::parse_picker_config(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+    // The list is written newest first, a line an entry, and the menu shows
+    // max_recent of them: a few kilobytes. Only the head of a file grown
+    // huge (or a pipe) is read, so the window still opens at once.
+    constexpr qint64 max_bytes = 256 * 1024;
+    constexpr int max_lines = 1000;
+    QFile file;
+    if (open_regular_file(file, path, nullptr) != read_open::ok)
         return;
-    QTextStream in(&file);
-    for (QString line = in.readLine(); !line.isNull(); line = in.readLine()) {
+    QByteArray text = file.read(max_bytes + 1);
+    if (text.size() > max_bytes)
+        text.truncate(text.lastIndexOf('\n') + 1); // no line cut in half
+    const QStringList lines = QString::fromUtf8(text).split('\n');
+    for (int i = 0; i < lines.size() && i < max_lines && recentActions.size() < max_recent; ++i) {
+        QString line = lines[i];
+        if (line.endsWith('\r'))
+            line.chop(1);
         QStringList tokens;
         if (tokenize(line.size(), line, tokens) == 3 && tokens[1] == "=")
             add_recent(tokens[0], tokens[2]);
