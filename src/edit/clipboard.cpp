@@ -1,6 +1,7 @@
 #include "edit/clipboard.h"
 
 #include "edit/button_commands.h"
+#include "model/picker_host.h"
 #include "model/picker_stream.h"
 #include "view/picker_view.h"
 
@@ -34,10 +35,15 @@ void handle_paste(picker_view* view, bool inPlace)
         return;
     const QByteArray payload = data->data(format);
     QDataStream in(payload);
+    const QList<buttonAttributes> buttons = readButtonAttributes(in);
+    const QString why = view->no_room_for(buttons.size());
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("Paste refused: %1.").arg(why));
+        return;
+    }
     // Even an unreadable payload becomes an (empty) undo entry: the user
     // asked for a paste and sees one.
-    auto* command = new paste_buttons_cmd(view->page(), readButtonAttributes(in), inPlace,
-                                          view->mapToPicker(view->rect().center()));
+    auto* command = new paste_buttons_cmd(view->page(), buttons, inPlace, view->mapToPicker(view->rect().center()));
     view->undoer()->push(command);
     // Judged by where the buttons came from, in either mode.
     if (!QRect(QPoint(0, 0), view->size()).contains(command->source()))

@@ -24,6 +24,10 @@ constexpr qint32 max_button_side = 100000;
 // line high: a label picture costs at most 19 KB.
 constexpr int max_label_width = 200;
 constexpr int max_label_height = 24;
+// Characters of a tab name, and of a namespace offered for rebinding: far
+// past any real one, and few enough for a tab bar or a list to lay out.
+constexpr int max_tab_name_chars = 256;
+constexpr int max_namespace_chars = 256;
 // Characters of a label that are laid out at all; more can never fit the
 // width above, and laying out a million would take seconds.
 constexpr int max_label_chars = 512;

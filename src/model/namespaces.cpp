@@ -1,5 +1,6 @@
 #include "model/namespaces.h"
 
+#include "model/limits.h"
 #include "model/object_names.h"
 
 #include <algorithm>
@@ -92,6 +93,8 @@ void extract_namespace(QStringList& out, const QString& name)
         const int colon = body.lastIndexOf(':');
         if (colon <= 0)
             continue;
+        if (colon > limits::max_namespace_chars)
+            continue; // none a rig has; a list of it would not lay out
         QString ns = body.left(colon);
         if (ns.contains("::") || ns.endsWith(':'))
             continue; // not a name the host could have made

@@ -2,7 +2,9 @@
 
 #include "model/label_picture.h"
 #include "model/name_ids.h"
+#include "model/limits.h"
 #include "model/namespaces.h"
+#include "model/picker_stream.h"
 
 #include <algorithm>
 #include <vector>
@@ -160,6 +162,8 @@ void picker_page::clear()
 
 void picker_page::lay_out(buttonRecord& r)
 {
+    // Kept within what a reader accepts, so that what is written reads back.
+    clamp_geometry(r);
     if (r.label.isEmpty()) {
         // No text: a plain box of the set size.
         r.labelPixmap = label_picture();
@@ -189,9 +193,11 @@ void picker_page::remove_ids(const QVector<button_id>& ids)
         remove(row_of(ids[i]));
 }
 
-void picker_page::move(int row, const QPoint& centre)
+void picker_page::move(int row, const QPoint& to)
 {
     buttonRecord& r = buttons_[row];
+    const QPoint centre(std::clamp(to.x(), -limits::max_coordinate, limits::max_coordinate),
+                        std::clamp(to.y(), -limits::max_coordinate, limits::max_coordinate));
     if (r.pos == centre)
         return;
     r.moveTo(centre);
@@ -326,8 +332,12 @@ void picker_page::set_background(const QString& key, const png_picture& picture)
     notify(page_field::background, -1);
 }
 
-void picker_page::set_name(const QString& name)
+void picker_page::set_name(const QString& given)
 {
+    // Cut like a label, never inside a character.
+    QString name = given.left(limits::max_tab_name_chars);
+    if (name.size() < given.size() && name.size() > 0 && name.at(name.size() - 1).isHighSurrogate())
+        name.chop(1);
     if (name == name_)
         return;
     name_ = name;

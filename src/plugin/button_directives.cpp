@@ -4,6 +4,7 @@
 #include "edit/mirror_command.h"
 #include "model/limits.h"
 #include "model/picker_host.h"
+#include "model/scene_room.h"
 #include "plugin/picker_main.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
@@ -368,6 +369,11 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, int l
         if (names.isEmpty())
             return MStatus::kSuccess; // a button for nothing would be dropped on the next load
     }
+    QString why = too_many_names(names.size());
+    if (why.isEmpty())
+        why = view->no_room_for(1);
+    if (!why.isEmpty())
+        return script_error(directive, why);
     button_look look;
     look.label = text_at(args, 2);
     picker_page::hold hold(view->page());
@@ -425,6 +431,9 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
         return in.status;
     int alreadyThere = 0;
     QList<buttonAttributes> copies = mirror::mirrored_copies(view->page(), twiceAxis, mirror::patterns(), &alreadyThere);
+    const QString why = view->no_room_for(copies.size());
+    if (!why.isEmpty())
+        return script_error(directive, why);
     if (copies.isEmpty() && alreadyThere == 0)
         return fail(not_found);
     MPxCommand::clearResult();

@@ -1,6 +1,7 @@
 #include "plugin/picker_main.h"
 
 #include "model/scene_data.h"
+#include "model/scene_room.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -498,8 +499,9 @@ MStatus picker_main::saveas(const MStringArray& args)
 
 MStatus picker_main::new_tab(const MStringArray&)
 {
-    if (picker_window* w = picker())
-        w->new_tab();
+    picker_window* w = picker();
+    if (w && !w->new_tab())
+        return script_error("new_tab", no_room(w->pages(), nullptr, 0, 1));
     return MStatus::kSuccess;
 }
 

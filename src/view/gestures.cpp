@@ -1,6 +1,7 @@
 #include "view/gestures.h"
 
 #include "edit/button_commands.h"
+#include "model/picker_host.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
@@ -233,6 +234,11 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
     picker_page* page = view->page();
     if (!placed) {
         placed = true;
+        const QString why = view->no_room_for(picker_window::selection().size());
+        if (!why.isEmpty()) {
+            picker_host::instance().warn(QString("Add Many Buttons refused: %1.").arg(why));
+            return;
+        }
         held.reset(new picker_page::hold(page));
         origin = view->mapToPicker(pos);
         QPoint at = origin;

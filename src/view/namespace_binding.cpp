@@ -1,6 +1,7 @@
 // Binding a view's picker to the scene's namespaces: the chooser when one is
 // missing, and the rebind it asks for as one undo step.
 #include "edit/rebind_command.h"
+#include "model/limits.h"
 #include "model/namespaces.h"
 #include "view/picker_view.h"
 #include "window/namespace_dialog.h"
@@ -20,6 +21,10 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
     QStringList current;
     collectCurrentNamespace(current);
     current.removeAll(QString());
+    // Past any real name: the chooser's lists would not lay out.
+    const auto too_long = [](const QString& ns) { return ns.size() > limits::max_namespace_chars; };
+    sceneNamespaces.erase(std::remove_if(sceneNamespaces.begin(), sceneNamespaces.end(), too_long),
+                          sceneNamespaces.end());
     if (current.isEmpty()) {
         current << ":";
         if (!sceneNamespaces.contains(":"))

@@ -2,6 +2,7 @@
 
 #include "model/limits.h"
 #include "model/name_ids.h"
+#include "model/scene_room.h"
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "view/paint_cache.h"
@@ -335,6 +336,11 @@ void picker_view::set_button_label(int index, const QString& label)
 void picker_view::set_button_size(int index, int w, int h)
 {
     page_->resize(index, w, h);
+}
+
+QString picker_view::no_room_for(qint64 more_buttons) const
+{
+    return no_room(window ? window->pages() : QVector<const picker_page*>{page_}, page_, more_buttons);
 }
 
 bool picker_view::conform_to_selection()

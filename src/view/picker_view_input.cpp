@@ -7,6 +7,7 @@
 #include "edit/mirror_command.h"
 #include "edit/property_commands.h"
 #include "model/picker_host.h"
+#include "model/scene_room.h"
 #include "view/gestures.h"
 #include "window/command_dialog.h"
 #include "window/picker_window.h"
@@ -391,7 +392,15 @@ void picker_view::distribute_vertical()
 
 void picker_view::add_one_button()
 {
-    undo.push(new add_button_cmd(page_, new_button_at(pressPoint), "Add One Button"));
+    buttonAttributes a = new_button_at(pressPoint);
+    QString why = too_many_names(a.names.size());
+    if (why.isEmpty())
+        why = no_room_for(1);
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("Add One Button refused: %1.").arg(why));
+        return;
+    }
+    undo.push(new add_button_cmd(page_, a, "Add One Button"));
 }
 
 void picker_view::add_many_buttons()
@@ -436,6 +445,11 @@ void picker_view::mirror_buttons()
         mirror::mirrored_copies(page_, mirror::default_twice_axis(page_), mirror::patterns());
     if (copies.isEmpty())
         return;
+    const QString why = no_room_for(copies.size());
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("Mirror refused: %1.").arg(why));
+        return;
+    }
     undo.push(new mirror_buttons_cmd(page_, copies));
     // The copies are kept either way: the TD may be about to build that side.
     const QStringList report = mirror::missing_report(copies);
@@ -466,6 +480,11 @@ void picker_view::add_command_button()
         const int row = page_->row_of(id);
         if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before)
             page_->set_attributes(row, copy);
+        return;
+    }
+    const QString why = no_room_for(1);
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("Add Command Button refused: %1.").arg(why));
         return;
     }
     button_look look = window ? window->toolbox() : button_look();

@@ -3,6 +3,7 @@
 #include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/safe_file.h"
+#include "model/scene_room.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 #include "window/window_texts.h"
@@ -85,7 +86,7 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
     if (whole)
         view->setPath(path);
     window->connect_picker(view);
-    int index = window->tabs()->addTab(view, header.name);
+    int index = window->tabs()->addTab(view, view->page()->name());
     window->tabs()->setCurrentIndex(index);
     window->frame_when_shown(view);
     window->updateSceneData();
@@ -124,6 +125,12 @@ void picker_window::load_pickers(const QStringList& paths)
                 return;
             continue;
         }
+        const QString full = no_room(pages(), nullptr, contents.buttons.size(), 1);
+        if (!full.isEmpty()) {
+            const QString native = QDir::toNativeSeparators(paths[i]);
+            QMessageBox::critical(this, "Open Failed", QString("\"%1\" was not opened: %2.").arg(native, full));
+            return;
+        }
         const QString warning = add_picker_tab(this, paths[i], contents);
         if (!warning.isEmpty())
             QMessageBox::warning(this, texts::damaged_title, warning, QMessageBox::Ok);
@@ -146,6 +153,21 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
                           : QString("cannot open \"%1\": %2").arg(native, reason);
             return false;
         }
+    }
+    // All of them or none.
+    qint64 buttons = 0;
+    for (const pkr_contents& contents : all) {
+        buttons += contents.buttons.size();
+        const QString full = no_room(pages(), nullptr, contents.buttons.size(), 0);
+        if (!full.isEmpty()) {
+            *why = full;
+            return false;
+        }
+    }
+    const QString full = no_room(pages(), nullptr, buttons, int(all.size()));
+    if (!full.isEmpty()) {
+        *why = full;
+        return false;
     }
     // A file that opened with losses still says so as the menu's Open does.
     for (int i = 0; i < paths.size(); ++i) {

@@ -5,6 +5,7 @@
 #include "edit/property_commands.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
+#include "model/scene_room.h"
 #include "view/picker_view.h"
 #include "view/shortcuts.h"
 #include "window/color_menu.h"
@@ -73,6 +74,7 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     tabWidget = new QTabWidget;
     tabWidget->setMovable(true);
     tabWidget->setTabsClosable(true);
+    tabWidget->setElideMode(Qt::ElideRight);
     make_menus();
 
     new_tab();
@@ -226,14 +228,20 @@ void picker_window::hold_notices(bool on)
             page->release_notices();
 }
 
-void picker_window::new_tab()
+bool picker_window::new_tab()
 {
+    const QString why = no_room(pages(), nullptr, 0, 1);
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("New tab refused: %1.").arg(why));
+        return false;
+    }
     picker_view* view = new picker_view(this);
     view->page()->set_name("Untitled");
     int index = tabWidget->addTab(view, "Untitled");
     tabWidget->setCurrentIndex(index);
     connect_picker(view);
     updateSceneData();
+    return true;
 }
 
 void picker_window::reset()

@@ -213,7 +213,8 @@ public slots:
     void paste_inplace_buttons();
     void save_current();
     void saveas_current();
-    void new_tab();
+    // False, with a warning, when the scene holds all the tabs it may.
+    bool new_tab();
     void rename_tab();
     void close_tab(int index);
     void clear_tabs();

@@ -192,11 +192,14 @@ void picker_window::place_background(picker_view* view, const QString& key, cons
 
 void picker_window::set_tab_text(int index, const QString& text)
 {
-    if (index < 0 || index >= tabWidget->count() || text.isEmpty() || tabWidget->tabText(index) == text)
+    auto* view = qobject_cast<picker_view*>(tabWidget->widget(index));
+    if (!view || text.isEmpty())
         return;
-    tabWidget->setTabText(index, text);
-    if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index)))
-        view->page()->set_name(text);
+    // The page keeps the name cut to what a tab may hold; the tab shows that.
+    view->page()->set_name(text);
+    if (tabWidget->tabText(index) == view->page()->name())
+        return;
+    tabWidget->setTabText(index, view->page()->name());
     updateSceneData();
 }
 
@@ -255,7 +258,7 @@ void picker_window::streamFrom(QDataStream& in)
         picker_page* page = view->page();
         page->set_name(tab.text);
         page->insert_all(std::move(tab.buttons));
-        tabWidget->addTab(view, tab.text);
+        tabWidget->addTab(view, page->name());
         connect_picker(view);
         frame_when_shown(view);
         declared += tab.declared;

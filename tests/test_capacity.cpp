@@ -1,0 +1,149 @@
+// What a scene may take: every path that adds buttons, names or tabs refuses
+// an edit past the limits before changing anything, so that what is written
+// always reads back whole.
+#include "edit/clipboard.h"
+#include "model/limits.h"
+#include "model/picker_file.h"
+#include "recording_host.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <QBuffer>
+#include <QDataStream>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QtTest>
+
+namespace {
+
+QList<buttonAttributes> grid(int count)
+{
+    QList<buttonAttributes> list;
+    for (int i = 0; i < count; ++i) {
+        buttonAttributes a;
+        a.pos = QPoint(i % 200 * 30, i / 200 * 30);
+        a.size = a.width = a.height = 20;
+        a.color = 0xff808080;
+        a.names = QStringList{QString("ns:ctl_%1").arg(i)};
+        list.append(a);
+    }
+    return list;
+}
+
+// What a file of the page holds when read back, and whether it was whole.
+QVector<buttonAttributes> read_back(const picker_page* page, bool* whole)
+{
+    QByteArray bytes = write_pkr(pkr_header(), page->attributes());
+    QBuffer file(&bytes);
+    file.open(QIODevice::ReadOnly);
+    pkr_contents got;
+    *whole = read_pkr(file, got, nullptr) && !got.damaged;
+    return got.buttons;
+}
+
+picker_view* front(picker_window& w)
+{
+    return qobject_cast<picker_view*>(w.tabs()->currentWidget());
+}
+
+} // namespace
+
+class test_capacity : public QObject {
+    Q_OBJECT
+
+    recording_host host;
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        picker_host::install(&host);
+    }
+    void cleanupTestCase() { picker_host::install(nullptr); }
+    void init() { host.clear(); }
+
+    void a_paste_past_a_pickers_limit_leaves_it_whole()
+    {
+        picker_window w(nullptr);
+        picker_view* view = front(w);
+        copyButtonsToClipboard(grid(20000));
+        handle_paste(view, true);
+        QCOMPARE(view->buttons().size(), 20000);
+        handle_paste(view, true);
+        QCOMPARE(view->buttons().size(), 20000);
+        QCOMPARE(view->undoer()->count(), 1);
+        QVERIFY2(host.warnings.join('\n').contains("a picker holds at most 32768 buttons; it would hold 40000"),
+                 qPrintable(host.warnings.join('\n')));
+        bool whole = false;
+        QCOMPARE(read_back(view->page(), &whole).size(), 20000);
+        QVERIFY(whole);
+    }
+
+    void a_scene_takes_its_tabs_and_buttons_and_no_more()
+    {
+        picker_window w(nullptr);
+        while (w.tabs()->count() < limits::max_tabs)
+            QVERIFY(w.new_tab());
+        QVERIFY(!w.new_tab());
+        QCOMPARE(w.tabs()->count(), int(limits::max_tabs));
+        QVERIFY(host.warnings.join('\n').contains("a scene holds at most 256 tabs"));
+        // Four full pickers fill the scene: a fifth button on any tab is refused.
+        for (int t = 0; t < 4; ++t)
+            qobject_cast<picker_view*>(w.tabs()->widget(t))->page()->insert_all(grid(limits::max_buttons).toVector());
+        picker_view* fifth = qobject_cast<picker_view*>(w.tabs()->widget(4));
+        QVERIFY(fifth->no_room_for(1).contains("a scene holds at most 131072 buttons"));
+        copyButtonsToClipboard(grid(1));
+        handle_paste(fifth, true);
+        QVERIFY(fifth->buttons().isEmpty());
+
+        QByteArray data;
+        QDataStream out(&data, QIODevice::WriteOnly);
+        w.streamTo(out);
+        QDataStream in(data);
+        window_contents got;
+        QVERIFY(read_window_stream(in, got));
+        QVERIFY(!got.damaged);
+        QCOMPARE(got.tabs.size(), int(limits::max_tabs));
+        QCOMPARE(got.tabs[3].buttons.size(), int(limits::max_buttons));
+    }
+
+    void names_sides_and_tab_names_stay_within_what_reads_back()
+    {
+        picker_window w(nullptr);
+        picker_view* view = front(w);
+        // A selection of more names than a button holds makes no button.
+        QStringList names;
+        for (int i = 0; i <= limits::max_names; ++i)
+            names << QString("n%1").arg(i);
+        picker_window::set_selection_names(names);
+        view->add_one_button();
+        QVERIFY(view->buttons().isEmpty());
+        QVERIFY(host.warnings.join('\n').contains("a button holds at most 100000 names"));
+        picker_window::set_selection_names({});
+
+        // Sides and places past the limits are kept at them, as a reader keeps them.
+        view->page()->insert_all(grid(1).toVector());
+        view->set_button_size(0, INT_MAX, INT_MAX);
+        view->page()->move(0, QPoint(INT_MAX, INT_MIN));
+        const buttonRecord& r = view->buttons()[0];
+        QCOMPARE(r.width, limits::max_button_side);
+        QCOMPARE(r.pos, QPoint(limits::max_coordinate, -limits::max_coordinate));
+        bool whole = false;
+        const QVector<buttonAttributes> back = read_back(view->page(), &whole);
+        QVERIFY(whole);
+        QCOMPARE(back[0], static_cast<const buttonAttributes&>(r));
+
+        // A tab name is cut where a label would be, never inside a character.
+        w.set_tab_text(0, QString(limits::max_tab_name_chars - 1, 'x') + QString::fromUtf8("\xf0\x9f\x98\x80") + "tail");
+        QCOMPARE(w.tabs()->tabText(0), QString(limits::max_tab_name_chars - 1, 'x'));
+        QCOMPARE(view->page()->name(), w.tabs()->tabText(0));
+        // A namespace past any real one is not offered for rebinding.
+        buttonAttributes odd = grid(1)[0];
+        odd.names = QStringList{QString(limits::max_namespace_chars + 1, 'n') + ":ctl", "hero:ctl"};
+        view->page()->insert(odd);
+        QCOMPARE(view->page()->namespaces(), (QStringList{"hero", "ns"}));
+    }
+};
+
+QTEST_MAIN(test_capacity)
+#include "test_capacity.moc"
