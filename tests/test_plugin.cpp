@@ -333,16 +333,39 @@ private slots:
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
     }
 
-    void too_new_data_warns_and_keeps_the_tabs()
+    void data_of_an_unknown_version_warns_and_is_kept_data()
     {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<QString>("warning");
+        QTest::newRow("newer") << 6 << "The scene file contains data\nin a format (6)";
+        QTest::newRow("zero") << 0 << "The scene file contains picker data in a format (0)";
+        QTest::newRow("negative") << -1 << "The scene file contains picker data in a format (-1)";
+    }
+
+    // Opening the scene warns, and its data is never written over.
+    void data_of_an_unknown_version_warns_and_is_kept()
+    {
+        QFETCH(int, version);
+        QFETCH(QString, warning);
         open_pickers({{button_at(QPoint(5, 5), {"a"})}});
+        h.drain_idle();
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
-        out << qint32(6) << qint32(0) << qint32(-1);
+        out << qint32(version) << qint32(0) << qint32(-1);
+        const QString text = QString(encode_picker_data(bytes));
+        h.set_file_info("QuillmarshPickerData", text);
+        const QString scene = dir.filePath("unknown.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
         modal_helper::answer_next("OK");
-        run(QString("QuillmarshPicker restore \"%1\"").arg(QString(encode_picker_data(bytes))));
-        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (6)"));
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
+        run(QString("file -f -open \"%1\"").arg(scene));
+        h.drain_idle();
+        QVERIFY2(modal_helper::last_text().startsWith(warning), qPrintable(modal_helper::last_text()));
+        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"}); // the emptied scene's
+        run("QuillmarshPicker new_tab");
+        h.drain_idle();
+        QString kept;
+        QVERIFY(h.file_info("QuillmarshPickerData", &kept));
+        QCOMPARE(kept, text);
     }
 
     void fetch_image_sets_matching_backgrounds()

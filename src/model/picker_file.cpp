@@ -94,8 +94,10 @@ bool read_window_stream(QDataStream& in, window_contents& out)
         out.too_new = true;
         return false;
     }
-    if (out.version < 1)
+    if (out.version < 1) {
+        out.unknown = true;
         return false;
+    }
     in >> out.declared_tabs >> out.current;
     if (!stream_ok(in))
         return false;

@@ -39,9 +39,11 @@ struct window_contents {
     qint32 declared_tabs = 0;
     QList<window_tab> tabs;
     bool too_new = false;
+    bool unknown = false; // a version below 1: no picker wrote it
     bool damaged = false;
 };
 
-// Reads a window stream (scene data). too_new: version above 5, nothing read past it.
-// False when the stream holds no window at all or is too new.
+// Reads a window stream (scene data). too_new: version above 5, unknown: below
+// 1; nothing is read past either. False when the stream holds no window at
+// all, or one of those.
 bool read_window_stream(QDataStream& in, window_contents& out);

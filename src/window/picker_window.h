@@ -139,7 +139,8 @@ public:
     // What the last streamFrom could not read ("3 of 5 buttons, ..."); empty
     // when it read everything.
     const QString& lastStreamDamage() const { return streamDamage; }
-    // The last streamFrom met a version newer than it reads and kept the tabs.
+    // The last streamFrom met a version it does not read (newer, or below 1)
+    // and kept the tabs.
     bool lastStreamTooNew() const { return streamTooNew; }
 
     // ----- Files

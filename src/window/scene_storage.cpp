@@ -243,9 +243,11 @@ void picker_window::streamFrom(QDataStream& in)
     streamTooNew = false;
     window_contents contents;
     if (!read_window_stream(in, contents)) {
-        if (contents.too_new) {
+        // Data this picker cannot read is never written over.
+        if (contents.too_new || contents.unknown) {
             streamTooNew = true;
-            QMessageBox::warning(nullptr, "Warning", texts::too_new.arg(contents.version), QMessageBox::Ok);
+            const QString& text = contents.too_new ? texts::too_new : texts::unknown_format;
+            QMessageBox::warning(nullptr, "Warning", text.arg(contents.version), QMessageBox::Ok);
         }
         return;
     }

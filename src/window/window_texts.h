@@ -38,4 +38,7 @@ const QString save_write_failed =
 const QString too_new = QStringLiteral(
     "The scene file contains data\nin a format (%1) more recent than the version of the picker\n"
     "installed in this machine can understand.  Please update\nthe picker, and try again.\n");
+const QString unknown_format = QStringLiteral(
+    "The scene file contains picker data in a format (%1) that no version of the picker writes.\n"
+    "It is kept in the scene as it is, and the pickers of this scene are not saved into it.");
 } // namespace texts
