@@ -641,6 +641,28 @@ private slots:
         QTest::newRow("PNG whose pixels are damaged") << bad_pixels << "a.png" << QByteArray()
                                                       << "the PNG does not decode";
         QTest::newRow("JPEG named .png") << jpeg << "b.png" << QByteArray() << QString();
+        // An icon's directory says at most 256 and may lie: each picture it
+        // holds is measured from its own header.
+        QByteArray ico;
+        {
+            QBuffer buffer(&ico);
+            buffer.open(QIODevice::WriteOnly);
+            QVERIFY(test_image().save(&buffer, "ICO"));
+        }
+        const auto icon_of = [](const QByteArray& png) {
+            bytes b;
+            b.raw(QByteArray("\0\0\1\0\1\0\x10\x10\0\0\1\0\x20\0", 14));
+            const quint32 size = quint32(png.size()), offset = 22;
+            for (quint32 v : {size, offset})
+                for (int i = 0; i < 4; ++i)
+                    b.data.append(char((v >> (8 * i)) & 0xff));
+            return b.raw(png).data;
+        };
+        QTest::newRow("ICO") << ico << "d.ico" << QByteArray() << QString();
+        QTest::newRow("ICO holding a PNG") << icon_of(real_png()) << "e.ico" << QByteArray() << QString();
+        QTest::newRow("ICO holding a PNG past the limit")
+            << icon_of(claimed_png(16384, 16384)) << "f.ico" << QByteArray()
+            << "is 16384 x 16384 pixels; a background holds at most 4096 x 4096";
         QTest::newRow("text named .png") << QByteArray("not a picture") << "c.png" << QByteArray()
                                          << "could not read the image";
     }

@@ -11,6 +11,8 @@
 #include <QDataStream>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
 
 #ifdef QUILL_HAVE_ZLIB
 #include <zlib.h>
@@ -406,6 +408,51 @@ png_picture decode_image(const QByteArray& text, bool* refused, qint64* pixel_bu
     return got == picture_read::decoded ? picture : png_picture();
 }
 
+namespace {
+
+quint32 little_endian(const QByteArray& b, int at, int bytes)
+{
+    quint32 v = 0;
+    for (int i = bytes - 1; i >= 0; --i)
+        v = v << 8 | quint8(b.at(at + i));
+    return v;
+}
+
+// The sizes of the pictures an ICO or CUR file holds, each from its own
+// header (a PNG's IHDR, a bitmap's info header), which is what the decoder
+// allocates for: the directory says at most 256 and may lie. Empty when the
+// bytes are no such file.
+QVector<QSize> icon_sizes(const QByteArray& b)
+{
+    QVector<QSize> sizes;
+    if (b.size() < 6 || little_endian(b, 0, 2) != 0 || (little_endian(b, 2, 2) != 1 && little_endian(b, 2, 2) != 2))
+        return sizes;
+    const int count = int(little_endian(b, 4, 2));
+    if (count == 0 || b.size() < 6 + 16 * count)
+        return sizes;
+    for (int i = 0; i < count; ++i) {
+        const int entry = 6 + 16 * i;
+        const qint64 size = little_endian(b, entry + 8, 4), offset = little_endian(b, entry + 12, 4);
+        if (offset + size > b.size() || size < 24)
+            return {};
+        const QByteArray head = b.mid(int(offset), 24);
+        if (head.startsWith("\x89PNG\r\n\x1a\n")) {
+            const auto be = [&head](int at) {
+                return quint32(quint8(head[at])) << 24 | quint32(quint8(head[at + 1])) << 16
+                     | quint32(quint8(head[at + 2])) << 8 | quint8(head[at + 3]);
+            };
+            sizes.append(QSize(int(std::min<quint32>(be(16), INT_MAX)), int(std::min<quint32>(be(20), INT_MAX))));
+        } else {
+            // A bitmap's height counts its mask too.
+            const qint64 w = qint32(little_endian(head, 4, 4)), h = qint32(little_endian(head, 8, 4));
+            sizes.append(QSize(int(std::min<qint64>(std::abs(w), INT_MAX)), int(std::min<qint64>(std::abs(h) / 2, INT_MAX))));
+        }
+    }
+    return sizes;
+}
+
+} // namespace
+
 png_picture load_image_file(const QString& path, QString* error)
 {
     auto fail = [error](const QString& why) {
@@ -448,21 +495,46 @@ png_picture load_image_file(const QString& path, QString* error)
 
     // Known by its contents first, as a file named for another format may
     // be; the name tells only formats that carry no signature.
+    QByteArray format;
+    {
+        QBuffer device;
+        device.setData(bytes);
+        device.open(QIODevice::ReadOnly);
+        format = QImageReader::imageFormat(&device);
+    }
+    if (format.isEmpty())
+        format = info.suffix().toLower().toLatin1();
+    const auto outside = [](const QSize& s) {
+        return s.width() > limits::max_image_side || s.height() > limits::max_image_side
+            || qint64(s.width()) * s.height() > limits::max_image_pixels;
+    };
+    // Asked of a reader of its own: a handler that has told its size may
+    // not read the picture after.
+    {
+        QBuffer device;
+        device.setData(bytes);
+        device.open(QIODevice::ReadOnly);
+        QImageReader header(&device, format);
+        if (!header.canRead())
+            return fail(unreadable);
+        size = header.size();
+        if (!size.isValid())
+            return fail(unreadable);
+    }
+    if (outside(size))
+        return too_large(size);
+    if (format == "ico" || format == "cur") {
+        const QVector<QSize> held = icon_sizes(bytes);
+        if (held.isEmpty())
+            return fail(unreadable);
+        for (const QSize& s : held)
+            if (outside(s))
+                return too_large(s);
+    }
     QBuffer device;
     device.setData(bytes);
     device.open(QIODevice::ReadOnly);
-    QImageReader reader(&device);
-    if (!reader.canRead()) {
-        device.seek(0);
-        reader.setDevice(&device);
-        reader.setFormat(info.suffix().toLatin1());
-    }
-    size = reader.size();
-    if (!reader.canRead() || !size.isValid())
-        return fail(unreadable);
-    if (size.width() > limits::max_image_side || size.height() > limits::max_image_side ||
-        qint64(size.width()) * size.height() > limits::max_image_pixels)
-        return too_large(size);
+    QImageReader reader(&device, format);
     const QImage image = reader.read();
     if (image.isNull())
         return fail(unreadable + ": " + reader.errorString());
