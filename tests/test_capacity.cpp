@@ -91,7 +91,7 @@ private slots:
         for (int t = 0; t < 4; ++t)
             qobject_cast<picker_view*>(w.tabs()->widget(t))->page()->insert_all(grid(limits::max_buttons).toVector());
         picker_view* fifth = qobject_cast<picker_view*>(w.tabs()->widget(4));
-        QVERIFY(fifth->no_room_for(1).contains("a scene holds at most 131072 buttons"));
+        QVERIFY(fifth->no_room_for(1, 1).contains("a scene holds at most 131072 buttons"));
         copyButtonsToClipboard(grid(1));
         handle_paste(fifth, true);
         QVERIFY(fifth->buttons().isEmpty());

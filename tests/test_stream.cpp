@@ -852,6 +852,30 @@ private slots:
         QCOMPARE(readButtonAttributes(payload), kept);
     }
 
+    // The names of all a file's buttons are bounded too: the button that
+    // would cross the bound is dropped, and the ones after it still read.
+    void names_of_a_whole_file_are_bounded()
+    {
+        const int full = int(limits::max_total_names / limits::max_names);
+        bytes names;
+        for (int i = 0; i < limits::max_names; ++i)
+            names.str("a");
+        bytes pkr;
+        pkr.i32(5).str("p").str(QString()).i32(full + 2);
+        for (int j = 0; j <= full; ++j) { // the first one short of the bound by a name
+            pkr.i32(j).point(QPoint(j, 0)).i32(9).i32(9).i32(9).i32(0).i32(0).u32(0).u32(0).str(QString());
+            pkr.i32(limits::max_names - (j == 0)).raw(j == 0 ? names.data.mid(6) : names.data);
+        }
+        pkr.record(full + 1, picker_buttons()[2]);
+        QBuffer file(&pkr.data);
+        file.open(QIODevice::ReadOnly);
+        pkr_contents got;
+        QVERIFY(read_pkr(file, got, nullptr));
+        QCOMPARE(got.buttons.size(), full + 1);
+        QCOMPARE(got.buttons.last(), picker_buttons()[2]);
+        QVERIFY(got.damaged);
+    }
+
     void window_stream_images()
     {
         // A refused image keeps its tab's buttons; an image without an end

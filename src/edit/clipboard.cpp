@@ -36,7 +36,10 @@ void handle_paste(picker_view* view, bool inPlace)
     const QByteArray payload = data->data(format);
     QDataStream in(payload);
     const QList<buttonAttributes> buttons = readButtonAttributes(in);
-    const QString why = view->no_room_for(buttons.size());
+    qint64 names = 0;
+    for (const buttonAttributes& a : buttons)
+        names += a.names.size();
+    const QString why = view->no_room_for(buttons.size(), names);
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Paste refused: %1.").arg(why));
         return;

@@ -13,6 +13,10 @@ constexpr qint32 max_buttons = 32768;
 constexpr qint32 max_scene_buttons = 4 * max_buttons;
 // Object names (or script lines) on one button: a whole character fits.
 constexpr qint32 max_names = 100000;
+// Names of all the buttons of one file, scene or paste together: a crowd of
+// ten characters has a few hundred thousand. A short name costs some 80
+// bytes held, so this keeps the worst file within a few hundred megabytes.
+constexpr qint64 max_total_names = 4000000;
 // Tabs in one scene stream.
 constexpr qint32 max_tabs = 256;
 // A centre coordinate stays within +-1e6 picker units, so bounds, zoom and

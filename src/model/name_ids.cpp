@@ -3,12 +3,45 @@
 #include <QHash>
 #include <QVector>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
+// The names in id order, and an open-addressed table of ids by the names'
+// hashes (half full at most): a name costs its string and 16 bytes more,
+// where a hash of strings would cost three times that.
 struct table {
-    QHash<QString, int> ids;
     QVector<QString> names;
+    std::vector<int> slots; // -1: empty
+    std::vector<uint> hashes; // of each name, by id, so growing rehashes nothing
+
+    void grow()
+    {
+        std::vector<int> bigger(std::max<size_t>(64, slots.size() * 2), -1);
+        const size_t mask = bigger.size() - 1;
+        for (int id = 0; id < names.size(); ++id) {
+            size_t at = hashes[size_t(id)] & mask;
+            while (bigger[at] >= 0)
+                at = (at + 1) & mask;
+            bigger[at] = id;
+        }
+        slots.swap(bigger);
+    }
 };
+
+// Qt's string hash leaves short names in a few low bits; the table indexes
+// by low bits, so they are mixed first (MurmurHash3's finaliser).
+uint mixed_hash(const QString& name)
+{
+    uint h = qHash(name);
+    h ^= h >> 16;
+    h *= 0x85ebca6bu;
+    h ^= h >> 13;
+    h *= 0xc2b2ae35u;
+    h ^= h >> 16;
+    return h;
+}
 
 table& the_table()
 {
@@ -25,12 +58,20 @@ int generation_count = 0;
 int intern(const QString& name)
 {
     table& t = the_table();
-    auto it = t.ids.constFind(name);
-    if (it != t.ids.constEnd())
-        return it.value();
+    if (size_t(t.names.size()) * 2 >= t.slots.size())
+        t.grow();
+    const uint h = mixed_hash(name);
+    const size_t mask = t.slots.size() - 1;
+    size_t at = h & mask;
+    for (; t.slots[at] >= 0; at = (at + 1) & mask) {
+        const int id = t.slots[at];
+        if (t.hashes[size_t(id)] == h && t.names.at(id) == name)
+            return id;
+    }
     const int id = t.names.size();
-    t.ids.insert(name, id);
+    t.slots[at] = id;
     t.names.append(name);
+    t.hashes.push_back(h);
     return id;
 }
 
@@ -49,8 +90,7 @@ bool trim(int limit)
     table& t = the_table();
     if (t.names.size() <= limit)
         return false;
-    t.ids.clear();
-    t.names.clear();
+    t = table();
     ++generation_count;
     return true;
 }

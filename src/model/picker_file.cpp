@@ -65,8 +65,9 @@ bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
     }
 
     qint32 budget = limits::max_buttons;
+    qint64 names = limits::max_total_names;
     const button_list_read list = read_button_list(
-        in, header.version, budget, [&out](const buttonAttributes& a) { out.buttons.append(a); });
+        in, header.version, budget, [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names);
     out.declared = list.declared;
     out.damaged = list.damaged;
     return true;
@@ -107,6 +108,7 @@ bool read_window_stream(QDataStream& in, window_contents& out)
     // A tab holds what a picker may; the scene's total is shared by all
     // tabs, so many tabs cannot multiply it.
     qint32 scene_budget = limits::max_scene_buttons;
+    qint64 names = limits::max_total_names;
     qint64 pixel_budget = limits::max_total_image_pixels;
     const qint32 tabs = std::clamp(out.declared_tabs, 0, limits::max_tabs);
     for (qint32 i = 0; i < tabs; ++i) {
@@ -130,7 +132,7 @@ bool read_window_stream(QDataStream& in, window_contents& out)
         }
         qint32 tab_budget = std::min(limits::max_buttons, scene_budget);
         const button_list_read list = read_button_list(
-            in, out.version, tab_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); });
+            in, out.version, tab_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); }, &names);
         scene_budget -= list.accepted;
         tab.declared = list.declared;
         out.damaged = out.damaged || list.damaged;

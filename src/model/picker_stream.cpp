@@ -32,7 +32,8 @@ qint32 clamp_side(qint32 v)
 // bytes and the first stream error ends the list), handing the valid ones
 // on while the budget lasts and dropping the rest.
 template <typename T>
-button_list_read read_records(QDataStream& in, int version, qint32 count, qint32& budget, T&& accept)
+button_list_read read_records(QDataStream& in, int version, qint32 count, qint32& budget, T&& accept,
+                              qint64* names_budget)
 {
     button_list_read result;
     result.declared = count;
@@ -42,8 +43,10 @@ button_list_read read_records(QDataStream& in, int version, qint32 count, qint32
         const bool valid = read_button_record(in, version, j, a, &over_limit);
         if (!stream_ok(in))
             break;
-        if (valid && budget > 0) {
+        if (valid && budget > 0 && (!names_budget || a.names.size() <= *names_budget)) {
             --budget;
+            if (names_budget)
+                *names_budget -= a.names.size();
             accept(a);
             ++result.accepted;
         } else if (valid || over_limit) {
@@ -52,6 +55,20 @@ button_list_read read_records(QDataStream& in, int version, qint32 count, qint32
     }
     result.damaged = result.accepted < count || !stream_ok(in);
     return result;
+}
+
+// A name read a moment ago, when this is the same: names repeat within a
+// picker (and a crafted file may hold one name millions of times), and a
+// copy shares the text where a name read again would cost its own.
+QString shared_name(const QString& name)
+{
+    static QString recent[64];
+    const int n = name.size();
+    QString& slot = recent[(n ? n * 31 + name.at(0).unicode() + name.at(n - 1).unicode() : 0) & 63];
+    if (slot == name && slot.isNull() == name.isNull())
+        return slot;
+    slot = name;
+    return name;
 }
 
 // Moves past one string without keeping it.
@@ -193,7 +210,7 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
         in >> name;
         if (!stream_ok(in))
             break;
-        a.names.append(name);
+        a.names.append(shared_name(name));
     }
     return valid && stream_ok(in);
 }
@@ -206,7 +223,7 @@ void write_button_list(QDataStream& out, const QList<buttonAttributes>& buttons)
 }
 
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
-                                  const std::function<void(const buttonAttributes&)>& accept)
+                                  const std::function<void(const buttonAttributes&)>& accept, qint64* names_budget)
 {
     button_list_read result;
     if (!stream_ok(in)) {
@@ -220,10 +237,13 @@ button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
         result.damaged = !stream_ok(in) || count < 0;
         return result;
     }
-    return read_records(in, version, count, budget, [&accept](const buttonAttributes& a) {
-        if (accept)
-            accept(a);
-    });
+    return read_records(
+        in, version, count, budget,
+        [&accept](const buttonAttributes& a) {
+            if (accept)
+                accept(a);
+        },
+        names_budget);
 }
 
 int read_button_list(QDataStream& in, int version,
@@ -254,8 +274,10 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in)
     if (!stream_ok(in) || count < 1)
         return result;
     qint32 budget = limits::max_buttons;
-    read_records(in, picker_format::current_version, count, budget,
-                 [&result](const buttonAttributes& a) { result.append(a); });
+    qint64 names = limits::max_total_names;
+    read_records(
+        in, picker_format::current_version, count, budget, [&result](const buttonAttributes& a) { result.append(a); },
+        &names);
     return result;
 }
 

@@ -41,8 +41,9 @@ int read_button_list(QDataStream& in, int version,
                      const std::function<void(const buttonAttributes&)>& accept);
 
 // What a bounded list read found. `budget` is the number of buttons the
-// caller still allows and shrinks by the records accepted; records past it
-// are read and dropped, so what follows the list is still found.
+// caller still allows and `names_budget` (when given) the names; both
+// shrink by the records accepted, and records past either are read and
+// dropped, so what follows the list is still found.
 struct button_list_read {
     qint32 declared = 0; // the count the stream claims
     int accepted = 0;
@@ -50,7 +51,8 @@ struct button_list_read {
     bool damaged = false; // a negative count, dropped records or a stream error
 };
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
-                                  const std::function<void(const buttonAttributes&)>& accept);
+                                  const std::function<void(const buttonAttributes&)>& accept,
+                                  qint64* names_budget = nullptr);
 
 // The clipboard payload: payload version 1, the count, version-5 records.
 void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons);

@@ -4,7 +4,7 @@
 #include "model/picker_page.h"
 
 QString no_room(const QVector<const picker_page*>& pages, const picker_page* page, qint64 more_buttons,
-                int more_tabs)
+                int more_tabs, qint64 more_names)
 {
     const qint64 tabs = qint64(pages.size()) + more_tabs;
     if (more_tabs > 0 && tabs > limits::max_tabs)
@@ -19,6 +19,16 @@ QString no_room(const QVector<const picker_page*>& pages, const picker_page* pag
         return QString("a scene holds at most %1 buttons in all its tabs; it would hold %2")
             .arg(limits::max_scene_buttons)
             .arg(total);
+    if (more_names > 0) {
+        qint64 names = more_names;
+        for (const picker_page* p : pages)
+            for (const buttonRecord& r : p->buttons())
+                names += r.names.size();
+        if (names > limits::max_total_names)
+            return QString("a scene holds at most %1 object names in all its buttons; it would hold %2")
+                .arg(limits::max_total_names)
+                .arg(names);
+    }
     return QString();
 }
 

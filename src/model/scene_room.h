@@ -9,10 +9,11 @@
 class picker_page;
 
 // Empty when `page` (one of `pages`, or null for a new tab) can take
-// `more_buttons` within a picker's and the scene's limits and the scene
-// can take `more_tabs`; otherwise why not, in words.
+// `more_buttons` holding `more_names` names within a picker's and the
+// scene's limits and the scene can take `more_tabs`; otherwise why not, in
+// words.
 QString no_room(const QVector<const picker_page*>& pages, const picker_page* page, qint64 more_buttons,
-                int more_tabs = 0);
+                int more_tabs = 0, qint64 more_names = 0);
 
 // Empty when one button may hold this many names; otherwise why not.
 QString too_many_names(qint64 names);

@@ -371,7 +371,7 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, int l
     }
     QString why = too_many_names(names.size());
     if (why.isEmpty())
-        why = view->no_room_for(1);
+        why = view->no_room_for(1, std::max(1, int(names.size())));
     if (!why.isEmpty())
         return script_error(directive, why);
     button_look look;
@@ -431,7 +431,10 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
         return in.status;
     int alreadyThere = 0;
     QList<buttonAttributes> copies = mirror::mirrored_copies(view->page(), twiceAxis, mirror::patterns(), &alreadyThere);
-    const QString why = view->no_room_for(copies.size());
+    qint64 names = 0;
+    for (const buttonAttributes& a : copies)
+        names += a.names.size();
+    const QString why = view->no_room_for(copies.size(), names);
     if (!why.isEmpty())
         return script_error(directive, why);
     if (copies.isEmpty() && alreadyThere == 0)

@@ -234,7 +234,8 @@ void add_manybuttons_cmd::update(const QPoint& pos, int)
     picker_page* page = view->page();
     if (!placed) {
         placed = true;
-        const QString why = view->no_room_for(picker_window::selection().size());
+        const qint64 count = picker_window::selection().size();
+        const QString why = view->no_room_for(count, count);
         if (!why.isEmpty()) {
             picker_host::instance().warn(QString("Add Many Buttons refused: %1.").arg(why));
             return;

@@ -338,9 +338,9 @@ void picker_view::set_button_size(int index, int w, int h)
     page_->resize(index, w, h);
 }
 
-QString picker_view::no_room_for(qint64 more_buttons) const
+QString picker_view::no_room_for(qint64 more_buttons, qint64 more_names) const
 {
-    return no_room(window ? window->pages() : QVector<const picker_page*>{page_}, page_, more_buttons);
+    return no_room(window ? window->pages() : QVector<const picker_page*>{page_}, page_, more_buttons, 0, more_names);
 }
 
 bool picker_view::conform_to_selection()

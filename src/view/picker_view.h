@@ -75,9 +75,9 @@ public:
 
     // ----- The page drawn
     picker_page* page() const { return page_; }
-    // Empty when this picker and its scene can take that many more buttons;
-    // otherwise why not (see no_room).
-    QString no_room_for(qint64 more_buttons) const;
+    // Empty when this picker and its scene can take that many more buttons
+    // holding that many names; otherwise why not (see no_room).
+    QString no_room_for(qint64 more_buttons, qint64 more_names) const;
     const QList<buttonRecord>& buttons() const { return page_->buttons(); }
     const png_picture& background() const { return page_->background(); }
     const QString& backgroundKey() const { return page_->background_key(); }

@@ -395,7 +395,7 @@ void picker_view::add_one_button()
     buttonAttributes a = new_button_at(pressPoint);
     QString why = too_many_names(a.names.size());
     if (why.isEmpty())
-        why = no_room_for(1);
+        why = no_room_for(1, a.names.size());
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Add One Button refused: %1.").arg(why));
         return;
@@ -445,7 +445,10 @@ void picker_view::mirror_buttons()
         mirror::mirrored_copies(page_, mirror::default_twice_axis(page_), mirror::patterns());
     if (copies.isEmpty())
         return;
-    const QString why = no_room_for(copies.size());
+    qint64 names = 0;
+    for (const buttonAttributes& a : copies)
+        names += a.names.size();
+    const QString why = no_room_for(copies.size(), names);
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Mirror refused: %1.").arg(why));
         return;
@@ -482,7 +485,7 @@ void picker_view::add_command_button()
             page_->set_attributes(row, copy);
         return;
     }
-    const QString why = no_room_for(1);
+    const QString why = no_room_for(1, 1);
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Add Command Button refused: %1.").arg(why));
         return;
