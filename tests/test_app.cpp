@@ -96,6 +96,7 @@ private slots:
                           "createNode transform -n \"hero:body\";\n"
                           "createNode transform -n \"hero:cape:tip\";\n"
                           "createNode joint -n \"root\";\n");
+        write("steps.py", "import maya.cmds as cmds\nprint('file sees', cmds.ls(sl=True))\ncmds.select('x')\n");
     }
 
     void scripted_runs_data()
@@ -130,6 +131,16 @@ private slots:
         QTest::newRow("mel file, its procedures stay defined")
             << QStringList{"--mel-file", "@dir/greet.mel", "--mel", "print(greet(\"again\"))"} << 0
             << QStringList{"hello file", "hello again"};
+        QTest::newRow("python in order with MEL, its errors count")
+            << QStringList{"--mel", "createNode transform -n a; createNode transform -n b", "--py",
+                           "import maya.cmds as cmds; cmds.select('b')", "--py-file", "@dir/steps.py", "--mel",
+                           "print (`ls -sl`)", "--py", "cmds.select('nobody')"}
+            << 1
+            << QStringList{"# python: import maya.cmds as cmds; cmds.select('b')", "file sees ['b']",
+                           "// Error: RuntimeError: file @dir/steps.py line 3: select: No object matches name: x",
+                           "print (`ls -sl`)", "b", "# python: cmds.select('nobody')",
+                           "// Error: RuntimeError: file <maya console> line 1: "
+                           "select: No object matches name: nobody"};
         QTest::newRow("mel file missing")
             << QStringList{"--mel-file", "@dir/none.mel"} << 1
             << QStringList{"// Error: Could not read MEL file \"@dir/none.mel\"..."};
