@@ -45,7 +45,8 @@ class test_app : public QObject {
         return text.replace("@echo", ECHO_PLUGIN_PATH).replace("@dir", dir_.path());
     }
 
-    run_result launch(const QStringList& args) const
+    // Runs the copy, or the given program.
+    run_result launch(const QStringList& args, const QString& program = QString()) const
     {
         QStringList filled;
         for (const QString& arg : args)
@@ -57,7 +58,7 @@ class test_app : public QObject {
         env.insert("XDG_CONFIG_HOME", dir_.filePath("config"));
         process.setProcessEnvironment(env);
         process.setWorkingDirectory(dir_.path());
-        process.start(app_, filled);
+        process.start(program.isEmpty() ? app_ : program, filled);
         run_result result;
         if (!process.waitForFinished(30000)) {
             process.kill();
@@ -218,13 +219,14 @@ private slots:
     void module_scripts_open_the_picker()
     {
         // The procedures a studio install puts on Maya's script path, in MEL
-        // and in Python, with the plug-in already loaded as Maya would have it.
+        // and in Python, with the plug-in the application finds beside itself.
         const QString py = QString("import sys; sys.path.insert(0, '%1'); import quillmarsh_picker; "
                                    "quillmarsh_picker.show(); print('shown')")
                                .arg(MODULE_SCRIPTS);
-        run_result run = launch({"--plugin", PICKER_PLUGIN_PATH, "--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel",
-                                 "--mel", "QuillmarshPicker_open; print(`pluginInfo -q -loaded QuillmarshPicker`)",
-                                 "--py", py, "--quit"});
+        run_result run = launch({"--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel", "--mel",
+                                 "QuillmarshPicker_open; print(`pluginInfo -q -loaded QuillmarshPicker`)", "--py", py,
+                                 "--quit"},
+                                SANDBOX_APP);
         QVERIFY2(in_order(run.lines, {"1", "shown"}), qPrintable(run.lines.join('\n') + run.errors));
         QCOMPARE(run.status, 0);
     }

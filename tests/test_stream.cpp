@@ -747,6 +747,7 @@ private slots:
         QTest::newRow("bomb: claims the limit, inflates past it")
             << lying(quint32(limits::max_scene_data_bytes), zeros_zlib(limits::max_scene_data_bytes + 1));
         QTest::newRow("claims 4 GB") << lying(0xffffffffu, valid.mid(4));
+        QTest::newRow("claims fewer bytes than it holds") << lying(3, valid.mid(4));
         QTest::newRow("wrong checksum") << wrong_sum.toBase64();
         QTest::newRow("cut short") << valid.left(valid.size() - 6).toBase64();
     }
