@@ -79,28 +79,6 @@ private slots:
         QCOMPARE(view.mapToScreen(QRect(1, 1, 2, 2)), QRect(11, 1, 3, 3));
     }
 
-    void set_zoom_keeps_the_anchor_in_place()
-    {
-        picker_view view(nullptr);
-        view.resize(400, 300);
-        view.shift = QPoint(13, -7);
-        const QPoint anchor(150, 100);
-        const QPointF under = QPointF(anchor - view.shift) / view.zoom;
-        // Asked for, then held to 0.25 to 16.
-        const std::pair<float, float> zooms[] = {{2.0f, 2.0f}, {0.5f, 0.5f}, {16.0f, 16.0f}, {0.25f, 0.25f},
-                                                 {0.1f, 0.25f}, {1.0625f, 1.0625f}, {20.0f, 16.0f}, {3.3f, 3.3f}};
-        for (const auto& [asked, limited] : zooms) {
-            view.setZoom(asked, anchor);
-            QCOMPARE(view.zoom, double(limited));
-            const QPointF at = under * view.zoom + QPointF(view.shift);
-            QVERIFY(qAbs(at.x() - anchor.x()) <= 0.5 && qAbs(at.y() - anchor.y()) <= 0.5);
-        }
-        // Asking for the zoom it has changes nothing, not even the shift.
-        view.shift = QPoint(99, 99);
-        view.setZoom(float(view.zoom), QPoint(0, 0));
-        QCOMPARE(view.shift, QPoint(99, 99));
-    }
-
     // Framing animates in eight ticks along a smoothstep to 0.75 of the view,
     // the selection first; with noZoomIn it may zoom out but never in.
     void framing_animates_to_the_bounds()
