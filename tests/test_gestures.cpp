@@ -140,13 +140,15 @@ private slots:
         QCOMPARE(int(view->buttons()[1].selected), 1);
         QCOMPARE(int(view->buttons()[2].selected), 1);
         QCOMPARE(int(view->buttons()[0].selected), 0);
+        host->clear();
         click(view, QPoint(300, 120));
-        QCOMPARE(selects().last(), QString("QuillmarshPicker clear"));
+        QCOMPARE(selects(), QStringList{"QuillmarshPicker clear"});
         QCOMPARE(int(view->buttons()[1].selected), 0);
+        host->clear();
         press(view, QPoint(30, 30));
         move(view, QPoint(95, 70));
         release(view, QPoint(95, 70));
-        QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:a hero:b hero:c"));
+        QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:a hero:b hero:c"});
         QCOMPARE(int(view->buttons()[2].selected), 1);
 
         click(view, QPoint(50, 50));

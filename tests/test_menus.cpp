@@ -363,6 +363,7 @@ private slots:
         QCOMPARE(menu.size(), QSize(230, 116));
         QCOMPARE(menu.minimumSize(), QSize(230, 116));
         QCOMPARE(bw.size(), QSize(21, 40));
+        QCOMPARE(bw.minimumSize(), QSize(21, 40));
         const std::pair<QPoint, int> cells[] = {{{0, 0}, 0}, {{230, 0}, 12}, {{230, 116}, 84}, {{231, 5}, -1},
                                                 {{-1, 5}, -1}}; // the right edge runs into the next row
         for (const auto& [point, index] : cells)
