@@ -660,7 +660,7 @@ private slots:
         QVERIFY(got[0].size >= 0 && got[0].size <= limits::max_button_side);
     }
 
-    void window_stream_limits()
+    void window_stream_limits_and_images()
     {
         // All tabs share one button limit; the tab that crosses it keeps what fit.
         const int per_tab = limits::max_buttons / 2 - 100;
@@ -687,20 +687,15 @@ private slots:
         QVERIFY(!read_window_stream(newer_in, got));
         QVERIFY(got.too_new);
         QCOMPARE(newer_in.device()->pos(), qint64(4));
-    }
 
-    void window_stream_images()
-    {
         // A refused image keeps its tab's buttons; an image without an end
         // stops the stream but keeps the tabs before it.
         bytes b;
         b.i32(5).i32(3).i32(1);
         b.i32(0).str("big").str("k1").i32(1).raw(claimed_png(16000, 16000)).i32(1).record(0, picker_buttons()[0]);
         b.i32(1).str("cut").str("k2").i32(1).raw(real_png().left(60));
-        QByteArray data = b.data;
-        QDataStream in(data);
-        window_contents got;
-        QVERIFY(read_window_stream(in, got));
+        QDataStream images_in(b.data);
+        QVERIFY(read_window_stream(images_in, got));
         QCOMPARE(got.tabs.size(), 2);
         QVERIFY(got.tabs[0].image_refused);
         QCOMPARE(got.tabs[0].buttons, picker_buttons().mid(0, 1).toVector());
