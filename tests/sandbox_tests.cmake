@@ -45,5 +45,3 @@ quill_test(test_scene SOURCES test_scene.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plug
 # Python in the host: maya.cmds and Python command buttons of the real plug-in.
 quill_test(test_python SOURCES test_python.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
-target_compile_definitions(test_python PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>")
-add_dependencies(test_python quillmarsh-sandbox)

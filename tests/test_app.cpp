@@ -45,7 +45,8 @@ class test_app : public QObject {
         return text.replace("@echo", ECHO_PLUGIN_PATH).replace("@dir", dir_.path());
     }
 
-    run_result launch(const QStringList& args) const
+    // Runs the copy, or the given program.
+    run_result launch(const QStringList& args, const QString& program = QString()) const
     {
         QStringList filled;
         for (const QString& arg : args)
@@ -57,7 +58,7 @@ class test_app : public QObject {
         env.insert("XDG_CONFIG_HOME", dir_.filePath("config"));
         process.setProcessEnvironment(env);
         process.setWorkingDirectory(dir_.path());
-        process.start(app_, filled);
+        process.start(program.isEmpty() ? app_ : program, filled);
         run_result result;
         if (!process.waitForFinished(30000)) {
             process.kill();
@@ -96,6 +97,7 @@ private slots:
                           "createNode transform -n \"hero:body\";\n"
                           "createNode transform -n \"hero:cape:tip\";\n"
                           "createNode joint -n \"root\";\n");
+        write("steps.py", "import maya.cmds as cmds\nprint('file sees', cmds.ls(sl=True))\ncmds.select('x')\n");
     }
 
     void scripted_runs_data()
@@ -130,6 +132,16 @@ private slots:
         QTest::newRow("mel file, its procedures stay defined")
             << QStringList{"--mel-file", "@dir/greet.mel", "--mel", "print(greet(\"again\"))"} << 0
             << QStringList{"hello file", "hello again"};
+        QTest::newRow("python in order with MEL, its errors count")
+            << QStringList{"--mel", "createNode transform -n a; createNode transform -n b", "--py",
+                           "import maya.cmds as cmds; cmds.select('b')", "--py-file", "@dir/steps.py", "--mel",
+                           "print (`ls -sl`)", "--py", "cmds.select('nobody')"}
+            << 1
+            << QStringList{"# python: import maya.cmds as cmds; cmds.select('b')", "file sees ['b']",
+                           "// Error: RuntimeError: file @dir/steps.py line 3: select: No object matches name: x",
+                           "print (`ls -sl`)", "b", "# python: cmds.select('nobody')",
+                           "// Error: RuntimeError: file <maya console> line 1: "
+                           "select: No object matches name: nobody"};
         QTest::newRow("mel file missing")
             << QStringList{"--mel-file", "@dir/none.mel"} << 1
             << QStringList{"// Error: Could not read MEL file \"@dir/none.mel\"..."};
@@ -207,13 +219,14 @@ private slots:
     void module_scripts_open_the_picker()
     {
         // The procedures a studio install puts on Maya's script path, in MEL
-        // and in Python, with the plug-in already loaded as Maya would have it.
+        // and in Python, with the plug-in the application finds beside itself.
         const QString py = QString("import sys; sys.path.insert(0, '%1'); import quillmarsh_picker; "
                                    "quillmarsh_picker.show(); print('shown')")
                                .arg(MODULE_SCRIPTS);
-        run_result run = launch({"--plugin", PICKER_PLUGIN_PATH, "--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel",
-                                 "--mel", "QuillmarshPicker_open; print(`pluginInfo -q -loaded QuillmarshPicker`)",
-                                 "--py", py, "--quit"});
+        run_result run = launch({"--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel", "--mel",
+                                 "QuillmarshPicker_open; print(`pluginInfo -q -loaded QuillmarshPicker`)", "--py", py,
+                                 "--quit"},
+                                SANDBOX_APP);
         QVERIFY2(in_order(run.lines, {"1", "shown"}), qPrintable(run.lines.join('\n') + run.errors));
         QCOMPARE(run.status, 0);
     }

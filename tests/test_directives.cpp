@@ -1,36 +1,23 @@
 // Scripting the picker with real MEL in the stand-in host: the button
 // directives, namespace binding and the namespace chooser.
 #include "edit/button_commands.h"
-#include "edit/property_commands.h"
 #include "edit/mirror_command.h"
-#include "linked_picker.h"
+#include "edit/property_commands.h"
+#include "host_fixture.h"
 #include "modal_helper.h"
+#include "model/namespaces.h"
 #include "page_oracle.h"
 #include "pkr_file.h"
-#include "model/picker_stream.h"
-#include "plugin/picker_main.h"
-#include "model/namespaces.h"
-#include "view/picker_view.h"
 #include "window/namespace_dialog.h"
-#include "window/picker_window.h"
-
-#include <sandbox/host.h>
-
-#include <maya/MObject.h>
 
 #include <QAction>
 #include <QComboBox>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QSignalSpy>
-#include <QMainWindow>
-#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
-
-
-using sandbox::host;
 
 namespace {
 
@@ -56,15 +43,6 @@ QStringList describe(picker_view* view)
     return out;
 }
 
-// The reference's copies of the chosen buttons, in list order of the page.
-QVector<buttonAttributes> oracle_chosen(const page_oracle& oracle, const QVector<button_id>& chosen)
-{
-    QVector<buttonAttributes> out;
-    for (button_id id : chosen)
-        out << oracle.buttons.value(id);
-    return out;
-}
-
 // Hands every dialog that opens while it lives to `act`, counting them; by
 // default refuses them: a script must never wait on one.
 struct no_dialogs {
@@ -82,37 +60,13 @@ struct no_dialogs {
     }
 };
 
-// A left click at a picker point of the view.
-void click(picker_view* view, QPoint at)
-{
-    const QPoint p = view->mapToScreen(at);
-    for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-        QMouseEvent e(type, p, view->mapToGlobal(p), Qt::LeftButton,
-                      type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(view, &e);
-    }
-}
-
 } // namespace
 
-class test_directives : public QObject {
+class test_directives : public QObject, host_fixture {
     Q_OBJECT
 
-    host& h = host::instance();
-    QMainWindow main;
-
-    bool run(const QString& mel) { return h.execute(mel); }
-
-    QStringList result(const QString& mel)
-    {
-        mel::value v;
-        bool ok = h.execute(mel, &v);
-        if (!ok)
-            return {"<failed>"};
-        return v.is_none() ? QStringList() : v.to_strings();
-    }
-
-    picker_view* view() { return picker_main::current_view(); }
+    // A left click at a picker point of the front view.
+    void click_at(QPoint at) { click(view(), view()->mapToScreen(at)); }
 
     // A fresh tab with one selection button per name, labelled b0, b1, ...
     void buttons_named(const QStringList& names)
@@ -147,7 +101,44 @@ class test_directives : public QObject {
         h.clear_output();
     }
 
+    // rig:L_arm and rig:L_leg on the left of a 200 pixel picture; rig:R_arm
+    // exists, rig:R_leg does not.
+    void left_side()
+    {
+        QTemporaryDir dir;
+        QImage picture(200, 120, QImage::Format_RGB32);
+        picture.fill(Qt::gray);
+        QVERIFY(picture.save(dir.filePath("back.png")));
+        QVERIFY(run(QString("QuillmarshPicker set_background \"%1\";"
+                            "createNode transform -n \"rig:L_arm\" -ss; createNode transform -n \"rig:R_arm\" -ss;"
+                            "createNode transform -n \"rig:L_leg\" -ss;"
+                            "select -r rig:L_arm; QuillmarshPicker add_button 150 40 \"L arm\";"
+                            "QuillmarshPicker color_button label \"L arm\" 192 57 43;"
+                            "select -r rig:L_leg; QuillmarshPicker add_button 160 80;"
+                            "select -r rig:L_arm rig:L_leg; QuillmarshPicker add_button 170 10 \"L side\";"
+                            "QuillmarshPicker add_cmd_button 180 100 go mel \"select -r rig:L_arm\"")
+                        .arg(dir.filePath("back.png"))));
+        h.drain_idle();
+        h.clear_output();
+    }
+
 private slots:
+    void initTestCase()
+    {
+        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        QVERIFY2(failed.isEmpty(), qPrintable(failed));
+        run("QuillmarshPicker");
+        h.drain_idle();
+    }
+
+    void init()
+    {
+        mirror::store_patterns({});
+        h.execute("file -f -new");
+        h.clear_output();
+        nodes("rig", {"arm", "leg", "hand"});
+        arm_and_leg();
+    }
 
     // Scripts run directives (add, delete, move, recolour, rename, rebind,
     // mirror) between the user's undoable edits and undo and redo: each step
@@ -170,40 +161,37 @@ private slots:
             for (int stepNo = 0; stepNo < 160; ++stepNo) {
                 const int n = page->count();
                 const int what = n ? below(12) : 0;
-                QString script;
+                // Mirrored copies share labels: a label means the first of them.
+                const int k = n ? view()->find_button_index_from_label(page->at(below(n)).label) : -1;
                 switch (what) {
                 case 0: { // add, bound to what the host has selected
-                    const QString ns = below(2) ? "rig" : "hero";
-                    const QString name = QString("%1:n%2").arg(ns).arg(below(4));
+                    const QString name = QString("%1:n%2").arg(below(2) ? "rig" : "hero").arg(below(4));
                     const QPoint at(below(400), below(300));
-                    const QString label = QString("b%1").arg(made++);
-                    QVERIFY(run(QString("select -r %1; QuillmarshPicker add_button %2 %3 %4; select -cl")
-                                    .arg(name).arg(at.x()).arg(at.y()).arg(label)));
                     button_look look;
-                    look.label = label;
+                    look.label = QString("b%1").arg(made++);
+                    QVERIFY(run(QString("select -r %1; QuillmarshPicker add_button %2 %3 %4; select -cl")
+                                    .arg(name).arg(at.x()).arg(at.y()).arg(look.label)));
                     oracle.buttons.insert(page->at(page->count() - 1).id, new_button(at, look, 0, 0, {name}));
                     break;
                 }
-                case 1: { // delete (mirrored copies share labels: the first one is meant)
-                    const int k = view()->find_button_index_from_label(page->at(below(n)).label);
-                    const button_id id = page->at(k).id;
+                case 1:
+                    oracle.buttons.remove(page->at(k).id);
                     QVERIFY(run("QuillmarshPicker delete_button label " + page->at(k).label));
-                    oracle.buttons.remove(id);
                     break;
-                }
-                case 2: { // move, recolour and rename
-                    const int k = view()->find_button_index_from_label(page->at(below(n)).label);
+                case 2: { // move, recolour, rename and bind to other names
                     buttonAttributes& a = oracle.buttons[page->at(k).id];
                     const QString label = page->at(k).label;
-                    const QPoint to(below(400), below(300));
                     const int r = below(256), g = below(256), b = below(256);
-                    a.pos = to;
+                    a.pos = QPoint(below(400), below(300));
                     a.color = qRgb(r, g, b);
                     a.label = QString("s%1").arg(made++);
+                    a.names = QStringList{QString("%1:n%2").arg(below(2) ? "rig" : "other").arg(below(4))};
                     QVERIFY(run(QString("QuillmarshPicker move_button label %1 %2 %3;"
                                         "QuillmarshPicker color_button label %1 %4 %5 %6;"
-                                        "QuillmarshPicker rename_button label %1 %7")
-                                    .arg(label).arg(to.x()).arg(to.y()).arg(r).arg(g).arg(b).arg(a.label)));
+                                        "QuillmarshPicker rename_button label %1 %7;"
+                                        "QuillmarshPicker update_button label %7 %8")
+                                    .arg(label).arg(a.pos.x()).arg(a.pos.y()).arg(r).arg(g).arg(b).arg(a.label)
+                                    .arg(a.names[0])));
                     break;
                 }
                 case 3: { // rebind everything to one namespace: an undo step of its own
@@ -226,7 +214,7 @@ private slots:
                         oracle.pushed(s, false);
                     break;
                 }
-                case 4: // undo
+                case 4:
                     if (stack->canUndo()) {
                         stack->undo();
                         oracle.undo();
@@ -240,16 +228,14 @@ private slots:
                     break;
                 default: { // the user picks some buttons and edits or mirrors them
                     page->clear_selected(true);
-                    QVector<button_id> chosen;
-                    for (int k = 0; k < n; ++k)
-                        if (below(3) == 0) {
-                            page->select(k, true);
-                            chosen << page->at(k).id;
-                        }
                     page_oracle::step s;
-                    s.ids = chosen;
-                    for (button_id b : chosen)
-                        s.before << page->at(page->row_of(b));
+                    for (int j = 0; j < n; ++j)
+                        if (below(3) == 0) {
+                            page->select(j, true);
+                            s.ids << page->at(j).id;
+                            s.before << page->at(j);
+                        }
+                    const QVector<button_id> chosen = s.ids;
                     s.after = s.before;
                     const int index = stack->index();
                     switch (below(5)) {
@@ -280,15 +266,15 @@ private slots:
                         s.adds = true;
                         const int before = page->count();
                         run("QuillmarshPicker mirror_buttons 500");
-                        for (int k = before; k < page->count(); ++k) {
-                            s.ids << page->at(k).id;
-                            s.after << page->at(k);
+                        for (int j = before; j < page->count(); ++j) {
+                            s.ids << page->at(j).id;
+                            s.after << page->at(j);
                         }
                         // The copies are the chosen buttons flipped, those not there already.
                         QVector<buttonAttributes> expected;
-                        for (const buttonAttributes& a : oracle_chosen(oracle, chosen)) {
-                            buttonAttributes c = a;
-                            c.pos.setX(1000 - a.pos.x());
+                        for (button_id id : chosen) {
+                            buttonAttributes c = oracle.buttons.value(id);
+                            c.pos.setX(1000 - c.pos.x());
                             bool there = false;
                             for (const buttonAttributes& o : oracle.buttons)
                                 there = there || (o.kind == c.kind && o.pos == c.pos && o.names == c.names);
@@ -316,24 +302,9 @@ private slots:
             }
         }
     }
-    void initTestCase()
-    {
-        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
-        QVERIFY2(failed.isEmpty(), qPrintable(failed));
-        run("QuillmarshPicker");
-        h.drain_idle();
-    }
 
-    void init()
-    {
-        mirror::store_patterns({});
-        h.execute("file -f -new");
-        h.clear_output();
-        run("namespace -add rig; createNode transform -n \"rig:arm\" -ss; createNode transform -n \"rig:leg\" -ss;"
-            "createNode transform -n \"rig:hand\" -ss");
-        arm_and_leg();
-    }
-
+    // Buttons are addressed by label, by name and by picture pixel, whatever
+    // the view's zoom and shift.
     void results_and_edits_by_name_and_by_point_data()
     {
         QTest::addColumn<QString>("command");
@@ -346,11 +317,25 @@ private slots:
                                          << QStringList{"60", "20", "0", "0", "4", "4", "6", "#b22222", "#000000"};
         QTest::newRow("color rgb by point") << "QuillmarshPicker color_button x 60 20 1 2 3" << props
                                             << QStringList{"60", "20", "0", "0", "10", "10", "10", "#010203", "#000000"};
+        QTest::newRow("moved by point, edited at the new point")
+            << "QuillmarshPicker move_button x 60 20 300 310; QuillmarshPicker color_button x 300 310 1 2 3;"
+               "QuillmarshPicker resize_button x 300 310 20 8"
+            << props << QStringList{"300", "310", "0", "0", "20", "20", "8", "#010203", "#000000"};
         QTest::newRow("rename by point") << "QuillmarshPicker rename_button x 60 20 \"\""
                                          << "QuillmarshPicker get_button_bounds x 60 20"
                                          << QStringList{"56", "16", "10", "10"};
         QTest::newRow("update by point") << "QuillmarshPicker update_button x 60 20 rig:hand"
                                          << "QuillmarshPicker query_button x 60 20" << QStringList{"rig:hand"};
+        QTest::newRow("query a pixel off the centre") << "" << "QuillmarshPicker query_button x 14 24"
+                                                       << QStringList{"rig:arm"};
+        QTest::newRow("added at a picture pixel")
+            << "select -r rig:hand; QuillmarshPicker add_button 200 150 hand"
+            << "QuillmarshPicker get_button_properties label hand"
+            << QStringList{"200", "150", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+        QTest::newRow("command added at a picture pixel")
+            << "QuillmarshPicker add_cmd_button 250 150 cmd mel \"ls\""
+            << "QuillmarshPicker get_button_properties label cmd"
+            << QStringList{"250", "150", "1", "0", "10", "10", "10", "#b22222", "#000000"};
         QTest::newRow("set properties")
             << "QuillmarshPicker set_button_properties object rig:leg \"L\" 5 6 \"\" 1 \"\" 30 8 \"#102030\" \"#ffffff\""
             << props << QStringList{"5", "6", "0", "1", "30", "30", "8", "#102030", "#ffffff"};
@@ -364,6 +349,8 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QString, query);
         QFETCH(QStringList, expected);
+        view()->setZoom(0.5f, QPoint(0, 0));
+        view()->setShift(QPoint(37, -12));
         QVERIFY2(run(command), qPrintable(h.output_text()));
         QCOMPARE(result(query), expected);
         QCOMPARE(h.error_count(), 0);
@@ -381,18 +368,7 @@ private slots:
         QCOMPARE(result("QuillmarshPicker query_button label py"), QStringList{"print('x')"});
     }
 
-    void no_tab_is_a_silent_success()
-    {
-        run("QuillmarshPicker clear_tabs");
-        for (const QString& d : all_directives) {
-            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image" || d == "set_mirror_patterns")
-                continue;
-            QVERIFY2(run("QuillmarshPicker " + d + " label arm 1 2 3"), qPrintable(d));
-        }
-        QCOMPARE(h.error_count(), 0);
-    }
-
-    void junk_arguments_never_crash()
+    void every_directive_survives_junk_and_no_tab()
     {
         // Every directive, with zero to fourteen arguments of junk: the host
         // keeps running, and a directive that fails leaves the picker alone.
@@ -412,6 +388,16 @@ private slots:
         }
         run("QuillmarshPicker restore junk; QuillmarshPicker bind; QuillmarshPicker update_namespace");
         QVERIFY(picker_main::window_);
+
+        // Without a tab a directive is a silent success.
+        run("QuillmarshPicker clear_tabs");
+        h.clear_output();
+        for (const QString& d : all_directives) {
+            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image" || d == "set_mirror_patterns")
+                continue;
+            QVERIFY2(run("QuillmarshPicker " + d + " label arm 1 2 3"), qPrintable(d));
+        }
+        QCOMPARE(h.error_count(), 0);
     }
 
     void batch_mode_holds_back_the_scene_write()
@@ -420,11 +406,11 @@ private slots:
         h.set_modified(false);
         run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand;"
             "QuillmarshPicker mirror_buttons 100");
-        QVERIFY(picker_main::picker()->notices_held());
+        QVERIFY(window()->notices_held());
         QCOMPARE(view()->buttons().size(), 4); // added and painted at once
         QVERIFY(h.idle_texts().isEmpty());
         run("QuillmarshPicker color_button label hand red; QuillmarshPicker disable_batch_mode");
-        QVERIFY(!picker_main::picker()->notices_held());
+        QVERIFY(!window()->notices_held());
         QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker flush"});
         QVERIFY(!h.modified());
         h.drain_idle();
@@ -451,37 +437,17 @@ private slots:
         QVERIFY(v->buttons().isEmpty());
     }
 
-    // ----- Build scripts: the same picker every run
-
-    void script_coordinates_are_picture_pixels()
-    {
-        view()->setZoom(0.5f, QPoint(0, 0));
-        view()->setShift(QPoint(37, -12));
-        QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 200 150 hand;"
-                    "QuillmarshPicker add_cmd_button 250 150 cmd mel \"ls\""));
-        QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(0, 2), (QStringList{"200", "150"}));
-        QCOMPARE(result("QuillmarshPicker get_button_properties label cmd").mid(0, 2), (QStringList{"250", "150"}));
-        // A point addresses the button drawn over that picture pixel.
-        QCOMPARE(result("QuillmarshPicker query_button x 200 150"), QStringList{"rig:hand"});
-        QCOMPARE(result("QuillmarshPicker query_button x 14 24"), QStringList{"rig:arm"});
-        QVERIFY(run("QuillmarshPicker move_button x 200 150 300 310"));
-        QVERIFY(run("QuillmarshPicker color_button x 300 310 1 2 3; QuillmarshPicker resize_button x 300 310 20 8"));
-        QCOMPARE(result("QuillmarshPicker get_button_properties label hand"),
-                 (QStringList{"300", "310", "0", "0", "20", "20", "8", "#010203", "#000000"}));
-    }
-
     void added_buttons_ignore_the_toolbox()
     {
         // The toolbox follows whatever was last selected; a script's buttons
         // must not.
-        picker_window* w = picker_main::picker();
         QVERIFY(run("QuillmarshPicker color_button label arm 1 2 3; QuillmarshPicker color_button_text label arm white;"
                     "QuillmarshPicker resize_button label arm 40 30; select -r rig:arm"));
-        w->updateControls();
+        window()->updateControls();
         QAction width("40", nullptr);
         QAction height("30", nullptr);
-        w->set_button_width(&width);
-        w->set_button_height(&height);
+        window()->set_button_width(&width);
+        window()->set_button_height(&height);
         QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 100 100 hand;"
                     "QuillmarshPicker add_cmd_button 130 100 c"));
         const QStringList defaults{"0", "10", "10", "10", "#b22222", "#000000"};
@@ -489,35 +455,26 @@ private slots:
         QCOMPARE(result("QuillmarshPicker get_button_properties label c").mid(3), defaults);
     }
 
-    void queries_change_nothing_data()
+    // Queries and edits of a button's names leave the host's selection alone;
+    // the picker lights what the host has selected, and tells the host nothing.
+    void queries_and_edits_keep_the_host_selection()
     {
-        QTest::addColumn<QString>("command");
-        QTest::newRow("query") << "QuillmarshPicker query_button label arm";
-        QTest::newRow("rename") << "QuillmarshPicker rename_button label arm shoulder";
-        QTest::newRow("update") << "QuillmarshPicker update_button label arm rig:arm";
-    }
-
-    void queries_change_nothing()
-    {
-        QFETCH(QString, command);
         run("select -r rig:leg");
         h.drain_idle();
         h.clear_output();
-        QVERIFY2(run(command), qPrintable(h.output_text()));
-        // The picker still shows what the host has selected, and nothing
-        // else, and tells the host nothing.
-        QCOMPARE(picker_window::selection(), QStringList{"rig:leg"});
-        QCOMPARE(int(view()->buttons()[0].selected), 0);
-        QCOMPARE(int(view()->buttons()[1].selected), 1);
+        for (const char* command : {"query_button label arm", "rename_button label arm shoulder",
+                                    "update_button label shoulder rig:arm"}) {
+            QVERIFY2(run(QString("QuillmarshPicker ") + command), qPrintable(h.output_text()));
+            QCOMPARE(picker_window::selection(), QStringList{"rig:leg"});
+            QCOMPARE(int(view()->buttons()[0].selected), 0);
+            QCOMPARE(int(view()->buttons()[1].selected), 1);
+        }
         QVERIFY(h.idle_texts().filter("select").isEmpty());
         QVERIFY(run("QuillmarshPicker add_button 100 100 next"));
         QCOMPARE(result("QuillmarshPicker query_button label next"), QStringList{"rig:leg"});
-    }
 
-    void update_button_lights_as_the_host_selects()
-    {
         run("select -r rig:hand");
-        QVERIFY(run("QuillmarshPicker update_button label arm rig:hand;"
+        QVERIFY(run("QuillmarshPicker update_button label shoulder rig:hand;"
                     "QuillmarshPicker update_button object rig:leg rig:arm"));
         QCOMPARE(int(view()->buttons()[0].selected), 1);
         QCOMPARE(int(view()->buttons()[1].selected), 0);
@@ -558,6 +515,10 @@ private slots:
                                                  << "press_button: x must be a number, not \"arm\"";
         QTest::newRow("mirror, one too many") << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green"
                                               << "mirror_buttons: " + count;
+        QTest::newRow("rebind to nothing") << "QuillmarshPicker update_namespace"
+                                           << "update_namespace: needs the namespace to move to";
+        QTest::newRow("rebind to MEL") << "QuillmarshPicker update_namespace \"hero\\\";print(1);\\\"\""
+                                       << "update_namespace: \"hero\";print(1);\"\" is not a namespace";
         const QString none = "Couldn't find any matching buttons!";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x" << none;
         QTest::newRow("mirror with nothing selected") << "QuillmarshPicker mirror_buttons" << none;
@@ -577,15 +538,17 @@ private slots:
         h.clear_output();
         const QStringList before = describe(view()) << result("QuillmarshPicker query_tabs");
         const QString key = view()->backgroundKey();
+        const int steps = view()->undoer()->count();
         no_dialogs guard;
         QVERIFY(!run(command));
         const QString shown = message.startsWith("Couldn't") ? message : "QuillmarshPicker - " + message;
         QVERIFY2(h.output_text().contains("// Error: " + shown), qPrintable(h.output_text()));
         QCOMPARE(guard.seen, 0);
         QCOMPARE(describe(view()) << result("QuillmarshPicker query_tabs"), before);
-        QCOMPARE(picker_main::picker()->tabs()->currentIndex(), 0);
+        QCOMPARE(window()->tabs()->currentIndex(), 0);
         QCOMPARE(view()->backgroundKey(), key);
         QCOMPARE(view()->background().size(), QSize(8, 6));
+        QCOMPARE(view()->undoer()->count(), steps);
     }
 
     void scripts_save_and_open_without_dialogs()
@@ -606,10 +569,9 @@ private slots:
         h.drain_idle();
         QCOMPARE(guard.seen, 0);
         QCOMPARE(h.error_count(), 0);
-        QTabWidget* tabs = picker_main::picker()->tabs();
-        QCOMPARE(tabs->count(), 2);
-        QCOMPARE(describe(qobject_cast<picker_view*>(tabs->widget(0))), buttons);
-        QCOMPARE(describe(qobject_cast<picker_view*>(tabs->widget(1))), moved);
+        QCOMPARE(window()->tabs()->count(), 2);
+        QCOMPARE(describe(tab(0)), buttons);
+        QCOMPARE(describe(tab(1)), moved);
     }
 
     void opened_pickers_are_bound_in_turn()
@@ -621,8 +583,8 @@ private slots:
         const QStringList paths{dir.filePath("body.pkr"), dir.filePath("face.pkr")};
         write_pkr_file(paths[0], "body", {button_at({30, 30}, {"hero:arm", "hero:leg"})});
         write_pkr_file(paths[1], "face", {button_at({30, 30}, {"hero:jaw"})});
-        run("file -f -new; namespace -add sidekick; createNode transform -n \"sidekick:arm\" -ss;"
-            "createNode transform -n \"sidekick:leg\" -ss; createNode transform -n \"sidekick:jaw\" -ss");
+        run("file -f -new");
+        nodes("sidekick", {"arm", "leg", "jaw"});
         h.drain_idle();
         QStringList offered;
         no_dialogs answer([&offered](QWidget* dialog) {
@@ -634,40 +596,17 @@ private slots:
         QVERIFY(run(QString("QuillmarshPicker open \"%1\" \"%2\"").arg(paths[0], paths[1])));
         h.drain_idle();
         QCOMPARE(offered, (QStringList{"hero", "hero"}));
-        QTabWidget* tabs = picker_main::picker()->tabs();
-        QCOMPARE(tabs->count(), 3);
-        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(2))->buttons()[0].names, QStringList{"sidekick:jaw"});
-        tabs->setCurrentIndex(1);
+        QCOMPARE(window()->tabs()->count(), 3);
+        QCOMPARE(tab(2)->buttons()[0].names, QStringList{"sidekick:jaw"});
+        window()->tabs()->setCurrentIndex(1);
         QCOMPARE(view()->buttons()[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
-        click(view(), QPoint(30, 30));
+        click_at(QPoint(30, 30));
         h.drain_idle();
         QCOMPARE(h.selection(), (QStringList{"sidekick:arm", "sidekick:leg"}));
         QCOMPARE(int(view()->buttons()[0].selected), 1);
     }
 
     // ----- Namespaces
-
-    void namespace_prefixes_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QStringList>("prefixes");
-        QTest::newRow("nested") << "a:b:c" << QStringList{"a:b", "a"};
-        QTest::newRow("colon in brackets") << "rig:mesh.vtx[a:b]" << QStringList{"rig"};
-        QTest::newRow("root") << "arm" << QStringList{};
-        QTest::newRow("dag path, nested below the root")
-            << "|grp|rig:sub:ctl.translateX" << QStringList{"rig:sub", "rig"};
-        QTest::newRow("one per segment") << "|a:grp|b:ctl" << QStringList{"a", "b"};
-        QTest::newRow("anchored at the root") << ":rig:ctl" << QStringList{"rig"};
-    }
-
-    void namespace_prefixes()
-    {
-        QFETCH(QString, name);
-        QFETCH(QStringList, prefixes);
-        QStringList out;
-        extract_namespace(out, name);
-        QCOMPARE(out, prefixes);
-    }
 
     void rebinding_names_data()
     {
@@ -733,6 +672,11 @@ private slots:
         QTest::newRow("all move to the first choice")
             << QStringList{"a:x", "b:sub:y", "|b:grp|c"} << "hero other" << QStringList{"a", "b", "b:sub"}
             << QStringList{"hero:x", "hero:sub:y", "|hero:grp|c"};
+        QTest::newRow("paths, components and the root")
+            << QStringList{"a:b:c", "rig:mesh.vtx[a:b]", "|grp|rig:sub:ctl.tx", "|a:grp|b:ctl", ":rig:ctl", "arm"}
+            << "hero" << QStringList{"a", "a:b", "b", "rig", "rig:sub"}
+            << QStringList{"hero:b:c", "hero:mesh.vtx[a:b]", "|grp|hero:sub:ctl.tx", "|hero:grp|hero:ctl",
+                           ":hero:ctl", "arm"};
     }
 
     void update_namespace_per_segment()
@@ -757,25 +701,6 @@ private slots:
         stack->redo();
         QCOMPARE(all_names(), expected);
         QCOMPARE(changes.count(), 3);
-    }
-
-    void update_namespace_refuses_what_is_no_namespace_data()
-    {
-        QTest::addColumn<QString>("arguments");
-        QTest::newRow("none") << "";
-        QTest::newRow("mel") << "\"hero\\\";print(1);\\\"\"";
-    }
-
-    void update_namespace_refuses_what_is_no_namespace()
-    {
-        QFETCH(QString, arguments);
-        run("select -r rig:hand; QuillmarshPicker add_cmd_button 5 5 c mel \"select -r rig:arm;\"; select -cl");
-        const QStringList before = describe(view());
-        QVERIFY(!run("QuillmarshPicker update_namespace " + arguments));
-        QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - update_namespace: "),
-                 qPrintable(h.output_text()));
-        QCOMPARE(describe(view()), before);
-        QCOMPARE(view()->undoer()->count(), 0);
     }
 
     void chooser_and_update_namespace_agree_data()
@@ -837,7 +762,7 @@ private slots:
     void undo_keeps_names_with_the_namespaces_of_their_time()
     {
         QFETCH(QString, edit);
-        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss; createNode transform -n \"hero:hand\" -ss");
+        nodes("hero", {"arm", "hand"});
         picker_view* v = view();
         QUndoStack* stack = v->undoer();
         const QStringList start = all_names();
@@ -872,40 +797,6 @@ private slots:
         QCOMPARE(all_names(), edited);
         stack->redo();
         QCOMPARE(all_names(), rebound);
-    }
-
-    void rebind_history_survives_scripts()
-    {
-        // The script takes away the first button behind the history: undoing
-        // the rebind gives the button left its own old names, never the
-        // first button's, whatever row it now has.
-        QVERIFY(run("QuillmarshPicker update_namespace hero"));
-        QCOMPARE(all_names(), (QStringList{"hero:arm", "hero:leg"}));
-        QVERIFY(run("QuillmarshPicker delete_button label arm"));
-        view()->undoer()->undo();
-        QCOMPARE(all_names(), QStringList{"rig:leg"});
-        view()->undoer()->redo();
-        QCOMPARE(all_names(), QStringList{"hero:leg"});
-
-        // A button a script renamed keeps the script's names.
-        arm_and_leg();
-        QVERIFY(run("QuillmarshPicker update_namespace hero; QuillmarshPicker update_button label arm other:x"));
-        view()->undoer()->undo();
-        QCOMPARE(all_names(), (QStringList{"other:x", "rig:leg"}));
-        view()->undoer()->redo();
-        QCOMPARE(all_names(), (QStringList{"other:x", "hero:leg"}));
-    }
-
-    void chooser_survives_a_script_taking_the_tab()
-    {
-        modal_helper::with_next([&](QWidget* modal) {
-            QPointer<QWidget> dialog(modal);
-            run("QuillmarshPicker clear_tabs");
-            if (dialog)
-                modal_helper::answer(dialog, "OK");
-        });
-        QVERIFY(run("QuillmarshPicker rebind hero \":\""));
-        QVERIFY(!view());
     }
 
     void chooser_preselects_what_the_scene_has_data()
@@ -966,6 +857,16 @@ private slots:
         });
         QVERIFY(picker_editNamespaceDialog::do_dialog(view(), {"rig"}, {"hero", ":"}));
         QCOMPARE(view()->buttons()[0].names, QStringList{"arm"});
+
+        // A script takes the tab away while the chooser is open.
+        modal_helper::with_next([&](QWidget* modal) {
+            QPointer<QWidget> dialog(modal);
+            run("QuillmarshPicker clear_tabs");
+            if (dialog)
+                modal_helper::answer(dialog, "OK");
+        });
+        QVERIFY(run("QuillmarshPicker rebind hero \":\""));
+        QVERIFY(!view());
     }
 
     // ----- Pressing and mirroring buttons from scripts
@@ -997,40 +898,16 @@ private slots:
                 out << QString::number(r.selected);
             return out;
         };
-        auto start = [this] {
-            run("select -r rig:leg rig:hand");
-            h.drain_idle();
-        };
-        start();
-        click(view(), at);
+        run("select -r rig:leg rig:hand");
+        h.drain_idle();
+        click_at(at);
         const QStringList clicked = outcome();
         QCOMPARE(clicked.mid(0, queued.size()).join("|"), queued.join("|"));
 
-        start();
-        QVERIFY2(run("QuillmarshPicker press_button " + address), qPrintable(h.output_text()));
-        const QStringList pressed = outcome();
-        QCOMPARE(pressed.join('|'), clicked.join('|'));
-    }
-
-    // rig:L_arm and rig:L_leg on the left of a 200 pixel picture; rig:R_arm
-    // exists, rig:R_leg does not. The left buttons are selected.
-    void left_side()
-    {
-        QTemporaryDir dir;
-        QImage picture(200, 120, QImage::Format_RGB32);
-        picture.fill(Qt::gray);
-        QVERIFY(picture.save(dir.filePath("back.png")));
-        QVERIFY(run(QString("QuillmarshPicker set_background \"%1\";"
-                            "createNode transform -n \"rig:L_arm\" -ss; createNode transform -n \"rig:R_arm\" -ss;"
-                            "createNode transform -n \"rig:L_leg\" -ss;"
-                            "select -r rig:L_arm; QuillmarshPicker add_button 150 40 \"L arm\";"
-                            "QuillmarshPicker color_button label \"L arm\" 192 57 43;"
-                            "select -r rig:L_leg; QuillmarshPicker add_button 160 80;"
-                            "select -r rig:L_arm rig:L_leg; QuillmarshPicker add_button 170 10 \"L side\";"
-                            "QuillmarshPicker add_cmd_button 180 100 go mel \"select -r rig:L_arm\"")
-                        .arg(dir.filePath("back.png"))));
+        run("select -r rig:leg rig:hand");
         h.drain_idle();
-        h.clear_output();
+        QVERIFY2(run("QuillmarshPicker press_button " + address), qPrintable(h.output_text()));
+        QCOMPARE(outcome().join('|'), clicked.join('|'));
     }
 
     void mirror_buttons_copies_the_selected_side_data()

@@ -1,10 +1,9 @@
 // The directive reference runs: every MEL and Python example in
 // docs/directives.md is run against the stand-in host with the plug-in
 // loaded, and what it shows as a result or an error must be what it gives.
-#include "linked_picker.h"
+#include "host_fixture.h"
 
 #include <QFile>
-#include <QMainWindow>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -48,11 +47,8 @@ QString mel_string(const QString& text)
 
 } // namespace
 
-class test_docs : public QObject {
+class test_docs : public QObject, host_fixture {
     Q_OBJECT
-
-    sandbox::host& h = sandbox::host::instance();
-    QMainWindow main;
 
     // The start every example is documented to have.
     void fixture()
@@ -67,7 +63,7 @@ class test_docs : public QObject {
     }
 
     // Runs one statement group; its result as the example shows it.
-    bool run(const QString& language, const QStringList& lines, QString* shown)
+    bool run_example(const QString& language, const QStringList& lines, QString* shown)
     {
         mel::value v;
         if (language == "mel") {
@@ -125,7 +121,7 @@ private slots:
             // A blank line is a moment Maya is idle: what came before has run.
             if (line.trimmed().isEmpty() && !pending.join("").trimmed().isEmpty()) {
                 QString shown;
-                QVERIFY2(run(language, pending, &shown), qPrintable(pending.join('\n') + "\n" + h.output_text()));
+                QVERIFY2(run_example(language, pending, &shown), qPrintable(pending.join('\n') + "\n" + h.output_text()));
                 pending.clear();
                 continue;
             }
@@ -136,7 +132,7 @@ private slots:
             }
             h.clear_output();
             QString shown;
-            const bool ok = run(language, pending, &shown);
+            const bool ok = run_example(language, pending, &shown);
             const QString said = h.output_text();
             if (m.captured(1) == "Result") {
                 QVERIFY2(ok, qPrintable(pending.join('\n') + "\n" + said));
@@ -149,7 +145,7 @@ private slots:
         }
         if (!pending.join("").trimmed().isEmpty()) {
             QString shown;
-            QVERIFY2(run(language, pending, &shown), qPrintable(h.output_text()));
+            QVERIFY2(run_example(language, pending, &shown), qPrintable(h.output_text()));
         }
     }
 };

@@ -2,6 +2,7 @@
 // synthesized events at picker coordinates.
 #include "modal_helper.h"
 #include "pkr_file.h"
+#include "pointer.h"
 #include "recording_host.h"
 #include "view/gestures.h"
 #include "view/picker_view.h"
@@ -25,41 +26,6 @@ buttonAttributes button(QPoint pos, QStringList names, int kind = 0, int languag
     a.kind = kind;
     a.language = language;
     return a;
-}
-
-void mouse(QWidget* w, QEvent::Type type, QPoint pos, Qt::MouseButton button, Qt::MouseButtons held,
-           Qt::KeyboardModifiers mods = Qt::NoModifier)
-{
-    QMouseEvent e(type, pos, w->mapToGlobal(pos), button, held, mods);
-    QApplication::sendEvent(w, &e);
-}
-
-void press(QWidget* w, QPoint pos, Qt::KeyboardModifiers mods = Qt::NoModifier, Qt::MouseButton b = Qt::LeftButton)
-{
-    mouse(w, QEvent::MouseButtonPress, pos, b, b, mods);
-}
-
-void move(QWidget* w, QPoint pos, Qt::KeyboardModifiers mods = Qt::NoModifier, Qt::MouseButtons held = Qt::LeftButton)
-{
-    mouse(w, QEvent::MouseMove, pos, Qt::NoButton, held, mods);
-}
-
-void release(QWidget* w, QPoint pos, Qt::KeyboardModifiers mods = Qt::NoModifier, Qt::MouseButton b = Qt::LeftButton)
-{
-    mouse(w, QEvent::MouseButtonRelease, pos, b, Qt::NoButton, mods);
-}
-
-void click(QWidget* w, QPoint pos, Qt::KeyboardModifiers mods = Qt::NoModifier)
-{
-    press(w, pos, mods);
-    release(w, pos, mods);
-}
-
-void wheel(QWidget* w, QPoint pos, int delta, int sideways = 0)
-{
-    QWheelEvent e(QPointF(pos), QPointF(w->mapToGlobal(pos)), QPoint(), QPoint(sideways, delta), Qt::NoButton,
-                  Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(w, &e);
 }
 
 // Where the picker point under a widget point lies, unrounded.
@@ -144,20 +110,6 @@ private slots:
         delete host;
     }
 
-    void click_selects_and_tells_the_host()
-    {
-        click(view, QPoint(100, 50));
-        QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:b hero:c"});
-        // The button sharing a name lights with it.
-        QCOMPARE(int(view->buttons()[1].selected), 1);
-        QCOMPARE(int(view->buttons()[2].selected), 1);
-        QCOMPARE(int(view->buttons()[0].selected), 0);
-        host->clear();
-        click(view, QPoint(300, 120));
-        QCOMPARE(selects(), QStringList{"QuillmarshPicker clear"});
-        QCOMPARE(int(view->buttons()[1].selected), 0);
-    }
-
     void marquee_starts_past_three_pixels_data()
     {
         QTest::addColumn<QPoint>("end");
@@ -178,17 +130,27 @@ private slots:
         QVERIFY(view->overlays.marquee()->isEmpty());
     }
 
-    void marquee_selects_what_it_meets()
+    // A click selects and tells the host, an empty click clears, a marquee
+    // selects what it meets; Shift adds and a Shift-click removes. A button
+    // sharing a name lights with the one selected.
+    void clicks_and_marquees_select_and_tell_the_host()
     {
+        click(view, QPoint(100, 50));
+        QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:b hero:c"});
+        QCOMPARE(int(view->buttons()[1].selected), 1);
+        QCOMPARE(int(view->buttons()[2].selected), 1);
+        QCOMPARE(int(view->buttons()[0].selected), 0);
+        host->clear();
+        click(view, QPoint(300, 120));
+        QCOMPARE(selects(), QStringList{"QuillmarshPicker clear"});
+        QCOMPARE(int(view->buttons()[1].selected), 0);
+        host->clear();
         press(view, QPoint(30, 30));
         move(view, QPoint(95, 70));
         release(view, QPoint(95, 70));
         QCOMPARE(selects(), QStringList{"QuillmarshPicker select hero:a hero:b hero:c"});
-        QCOMPARE(int(view->buttons()[2].selected), 1); // shares hero:c
-    }
+        QCOMPARE(int(view->buttons()[2].selected), 1);
 
-    void shift_adds_and_shift_click_removes()
-    {
         click(view, QPoint(50, 50));
         click(view, QPoint(150, 50), Qt::ShiftModifier);
         QCOMPARE(selects().last(), QString("QuillmarshPicker select hero:a hero:c"));
@@ -420,7 +382,7 @@ private slots:
         QCOMPARE(view->toolTip(), QString());
     }
 
-    void context_menu_enables_by_what_was_hit()
+    void the_menu_enables_by_what_was_hit_and_mirrors()
     {
         QCOMPARE(right_click(QPoint(300, 300)),
                  (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
@@ -431,10 +393,9 @@ private slots:
                               "Mirror=1", "Edit Command Button...=1"}));
         QCOMPARE(int(view->buttons()[3].selected), 1);
         QVERIFY(view->contextMenu()->actions()[3]->isEnabled());
-    }
 
-    void mirror_in_the_menu_copies_the_clicked_button()
-    {
+        // Mirror copies the clicked button.
+        picker_window::set_selection_names({});
         view->push_button(button(QPoint(60, 100), {"hero:L_foot"}), -1);
         host->absent = QStringList{"hero:R_foot"};
         QVERIFY(right_click(QPoint(60, 100)).contains("Mirror=1"));

@@ -386,58 +386,32 @@ private slots:
         QCOMPARE(view->undoer()->count(), entries);
     }
 
-    void colour_menu_geometry_data()
+    // The palettes' sizes, where their cells lie (no spacing in x, spacing
+    // in y), and which cell a colour finds: the nearest, the earlier on a tie.
+    void colour_menu_cells()
     {
-        QTest::addColumn<bool>("colours");
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("colours") << true << QSize(230, 116);
-        QTest::newRow("black and white") << false << QSize(21, 40);
-    }
-
-    void colour_menu_geometry()
-    {
-        QFETCH(bool, colours);
-        QFETCH(QSize, size);
-        QVector<unsigned int> palette = colours ? picker_colorMenu::color_palette() : picker_colorMenu::bw_palette();
-        QCOMPARE(palette.size(), colours ? 72 : 2);
-        picker_colorMenu menu(palette, colours ? 12 : 1, 17);
-        QCOMPARE(menu.size(), size);
-        QCOMPARE(menu.minimumSize(), size);
-    }
-
-    void colour_menu_mapping_data()
-    {
-        QTest::addColumn<QPoint>("point");
-        QTest::addColumn<int>("index");
-        QTest::newRow("first cell") << QPoint(0, 0) << 0;
-        QTest::newRow("right edge runs into the next row") << QPoint(230, 0) << 12;
-        QTest::newRow("bottom right") << QPoint(230, 116) << 84;
-        QTest::newRow("outside") << QPoint(231, 5) << -1;
-        QTest::newRow("left of it") << QPoint(-1, 5) << -1;
-    }
-
-    void colour_menu_mapping()
-    {
-        QFETCH(QPoint, point);
-        QFETCH(int, index);
+        QCOMPARE(picker_colorMenu::color_palette().size(), 72);
+        QCOMPARE(picker_colorMenu::bw_palette().size(), 2);
         picker_colorMenu menu(picker_colorMenu::color_palette(), 12, 17);
-        QCOMPARE(menu.positionToIndex(point), index);
-        // Cell centres: no spacing in x, spacing in y.
+        picker_colorMenu bw(picker_colorMenu::bw_palette(), 1, 17);
+        QCOMPARE(menu.size(), QSize(230, 116));
+        QCOMPARE(menu.minimumSize(), QSize(230, 116));
+        QCOMPARE(bw.size(), QSize(21, 40));
+        QCOMPARE(bw.minimumSize(), QSize(21, 40));
+        const std::pair<QPoint, int> cells[] = {{{0, 0}, 0}, {{230, 0}, 12}, {{230, 116}, 84}, {{231, 5}, -1},
+                                                {{-1, 5}, -1}}; // the right edge runs into the next row
+        for (const auto& [point, index] : cells)
+            QCOMPARE(menu.positionToIndex(point), index);
         QCOMPARE(menu.indexToPosition(0), QPoint(8, 10));
         QCOMPARE(menu.indexToPosition(13), QPoint(8 + 19, 10 + 19));
-    }
 
-    void nearest_colour_and_ties()
-    {
         QCOMPARE(distance_fn(QColor(10, 20, 30, 0), QColor(13, 24, 30, 255)), 25u);
-        picker_colorMenu bw(picker_colorMenu::bw_palette(), 1, 17);
         QCOMPARE(bw.findColorIndex(QColor(0x80, 0x80, 0x80)), 1); // white is nearer
         QCOMPARE(bw.findColorIndex(QColor(0x70, 0x70, 0x70)), 0);
         picker_colorMenu tie({0xff000000, 0xff0a0000, 0xff000000}, 3, 17);
-        QCOMPARE(tie.findColorIndex(QColor(5, 0, 0)), 0); // equally near: the earlier
-        picker_colorMenu palette(picker_colorMenu::color_palette(), 12, 17);
-        QCOMPARE(palette.findColorIndex(QColor(0xffffff)), 71);
-        QCOMPARE(palette.findColorIndex(QColor(0xff0000)), 24);
+        QCOMPARE(tie.findColorIndex(QColor(5, 0, 0)), 0);
+        QCOMPARE(menu.findColorIndex(QColor(0xffffff)), 71);
+        QCOMPARE(menu.findColorIndex(QColor(0xff0000)), 24);
     }
 
     void palette_press_arms_and_release_chooses()

@@ -1,84 +1,45 @@
 // The plug-in in the stand-in host: registration, the command and its
 // directives, callbacks, selection round trips and scene storage.
-#include "linked_picker.h"
+#include "host_fixture.h"
 #include "modal_helper.h"
 #include "pkr_file.h"
-#include "model/picker_stream.h"
 #include "model/scene_data.h"
-#include "plugin/picker_main.h"
-#include "view/picker_view.h"
-#include "window/picker_window.h"
-
-#include <sandbox/host.h>
-
-#include <maya/MObject.h>
-#include <maya/MStatus.h>
 
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMainWindow>
 #include <QPushButton>
 #include <QScreen>
 #include <QSettings>
-#include <QStandardPaths>
-#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QtTest>
 
-
-using sandbox::host;
-
-
-class test_plugin : public QObject {
+class test_plugin : public QObject, host_fixture {
     Q_OBJECT
 
-    host& h = host::instance();
-    QMainWindow main;
     QTemporaryDir dir;
-
-    bool run(const QString& mel, mel::value* result = nullptr)
-    {
-        return h.execute(mel, result);
-    }
-
-    QStringList strings(const QString& mel)
-    {
-        mel::value v;
-        run(mel, &v);
-        return v.is_none() ? QStringList() : v.to_strings();
-    }
 
     void load()
     {
         QString error;
-        QVERIFY2(load_linked_picker(h, &error),
-                 qPrintable(error));
+        QVERIFY2(load_linked_picker(h, &error), qPrintable(error));
         h.drain_idle();
     }
-
-    picker_window* window() { return picker_main::picker(); }
 
     // A window with the given pickers opened from files, one tab each.
     void open_pickers(const QList<QList<buttonAttributes>>& pickers)
     {
-        run("QuillmarshPicker");
-        run("QuillmarshPicker clear_tabs");
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs");
         QStringList paths;
         for (int i = 0; i < pickers.size(); ++i) {
-            QString path = dir.filePath(QString("p%1.pkr").arg(i));
-            write_pkr_file(path, QString("picker%1").arg(i), pickers[i]);
-            paths << path;
+            paths << dir.filePath(QString("p%1.pkr").arg(i));
+            write_pkr_file(paths.last(), QString("picker%1").arg(i), pickers[i]);
         }
         QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(paths.join("\" \""))));
         h.drain_idle();
     }
 
-    void characters()
-    {
-        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss;"
-            "createNode transform -n \"hero:leg\" -ss; createNode transform -n \"hero:head\" -ss;");
-    }
+    void characters() { nodes("hero", {"arm", "leg", "head"}); }
 
 private slots:
     void initTestCase()
@@ -124,21 +85,7 @@ private slots:
         QFETCH(QString, setup);
         QFETCH(QStringList, expected);
         run(setup);
-        QCOMPARE(strings("picker_ListNamespaces"), expected);
-    }
-
-    void command_opens_a_floating_dock()
-    {
-        run("QuillmarshPicker");
-        auto* dock = main.findChild<QDockWidget*>("QuillmarshPicker");
-        QVERIFY(dock);
-        QVERIFY(dock->isFloating());
-        QCOMPARE(dock->windowTitle(), QString("QuillmarshPicker"));
-        QCOMPARE(dock->allowedAreas(), Qt::NoDockWidgetArea);
-        QCOMPARE(dock->features(), QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
-                                       QDockWidget::DockWidgetFloatable);
-        QVERIFY(window());
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+        QCOMPARE(result("picker_ListNamespaces"), expected);
     }
 
     void opening_the_window_restores_what_the_scene_holds()
@@ -157,10 +104,10 @@ private slots:
         h.set_modified(false);
         run("QuillmarshPicker");
         // At once, and without touching the scene.
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"picker0"});
         h.drain_idle();
         QVERIFY(!h.modified());
-        QCOMPARE(picker_main::current_view()->buttons().size(), 1);
+        QCOMPARE(view()->buttons().size(), 1);
     }
 
     void select_directive_data()
@@ -190,11 +137,9 @@ private slots:
             const int n = selected.contains(a) + selected.contains(b);
             return n == 2 ? 1 : n * 2;
         };
-        auto* first = qobject_cast<picker_view*>(window()->tabs()->widget(0));
-        auto* second = qobject_cast<picker_view*>(window()->tabs()->widget(1));
-        QCOMPARE(int(first->buttons()[0].selected), state("hero:arm", "hero:arm"));
-        QCOMPARE(int(first->buttons()[1].selected), state("hero:leg", "hero:head"));
-        QCOMPARE(int(second->buttons()[0].selected), state("hero:arm", "hero:leg"));
+        QCOMPARE(int(tab(0)->buttons()[0].selected), state("hero:arm", "hero:arm"));
+        QCOMPARE(int(tab(0)->buttons()[1].selected), state("hero:leg", "hero:head"));
+        QCOMPARE(int(tab(1)->buttons()[0].selected), state("hero:arm", "hero:leg"));
         QCOMPARE(picker_window::selection(), selected);
         QVERIFY2(picker_main::mutex_.tryLock(), "the echo guard is released");
         picker_main::mutex_.unlock();
@@ -218,7 +163,7 @@ private slots:
         QCOMPARE(fired, 2);
         QVERIFY(held);
         QCOMPARE(window()->selection_updates(), before + 1);
-        QCOMPARE(int(picker_main::current_view()->buttons()[0].selected), 1);
+        QCOMPARE(int(view()->buttons()[0].selected), 1);
     }
 
     void opening_a_file_writes_the_scene_when_idle()
@@ -270,7 +215,7 @@ private slots:
         QVERIFY2(h.output_text().contains("// Warning: QuillmarshPicker - the picker data of this scene is " + warning),
                  qPrintable(h.output_text()));
         QVERIFY2(!h.modified(), "damaged data is not written over by opening it");
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), tabs);
+        QCOMPARE(result("QuillmarshPicker query_tabs"), tabs);
     }
 
     void demo_scene_is_what_its_script_builds()
@@ -296,7 +241,7 @@ private slots:
         QVERIFY(run(QString("file -f -open \"%1/examples/demo/demo.ma\"").arg(SOURCE_DIR)));
         h.drain_idle();
         const QStringList stored = snapshot();
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick"}));
+        QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick"}));
         QCOMPARE(h.nodes().size(), 88);
 
         QFile script(QString("%1/examples/demo/build_demo.mel").arg(SOURCE_DIR));
@@ -327,10 +272,10 @@ private slots:
     {
         open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QVERIFY(run("QuillmarshPicker restore"));
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
         open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QVERIFY(!run("QuillmarshPicker restore \"bm90IGNvbXByZXNzZWQ=\""));
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
     }
 
     void data_of_an_unknown_version_warns_and_is_kept_data()
@@ -360,7 +305,7 @@ private slots:
         run(QString("file -f -open \"%1\"").arg(scene));
         h.drain_idle();
         QVERIFY2(modal_helper::last_text().startsWith(warning), qPrintable(modal_helper::last_text()));
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"Untitled"}); // the emptied scene's
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"}); // the emptied scene's
         run("QuillmarshPicker new_tab");
         h.drain_idle();
         QString kept;
@@ -370,8 +315,7 @@ private slots:
 
     void fetch_image_sets_matching_backgrounds()
     {
-        run("QuillmarshPicker");
-        run("QuillmarshPicker clear_tabs");
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs");
         const png_picture back = filled_picture(4, 4, Qt::red);
         QString path = dir.filePath("a.pkr");
         write_pkr_file(path, "a", {button_at(QPoint(5, 5), {"x"})}, "4242", back);
@@ -379,10 +323,9 @@ private slots:
         run("QuillmarshPicker new_tab");
         const png_picture fresh = filled_picture(9, 9, Qt::blue);
         QVERIFY(run(QString("QuillmarshPicker fetch_image 4242 \"%1\"").arg(QString(encode_image(fresh)))));
-        QTabWidget* tabs = window()->tabs();
-        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(0))->background().size(), QSize(9, 9));
-        QCOMPARE(qobject_cast<picker_view*>(tabs->widget(1))->background().size(), QSize(9, 9));
-        QVERIFY(qobject_cast<picker_view*>(tabs->widget(2))->background().isNull());
+        QCOMPARE(tab(0)->background().size(), QSize(9, 9));
+        QCOMPARE(tab(1)->background().size(), QSize(9, 9));
+        QVERIFY(tab(2)->background().isNull());
         QVERIFY(!run("QuillmarshPicker fetch_image 4242 \"\""));
         QVERIFY(run("QuillmarshPicker fetch_image 4242"));
     }
@@ -390,10 +333,10 @@ private slots:
     void tab_directives()
     {
         run("QuillmarshPicker; QuillmarshPicker clear_tabs");
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList());
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList());
         run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab body; QuillmarshPicker new_tab;"
             "QuillmarshPicker rename_tab body; QuillmarshPicker new_tab; QuillmarshPicker rename_tab \"\"");
-        QCOMPARE(strings("QuillmarshPicker query_tabs"), (QStringList{"body", "body", "Untitled"}));
+        QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"body", "body", "Untitled"}));
         run("QuillmarshPicker set_tab body");
         QCOMPARE(window()->tabs()->currentIndex(), 1); // the last of that name
     }
@@ -435,7 +378,7 @@ private slots:
         QCOMPARE(settings.value("pickerPosition").toPoint(), QPoint(20, 30));
     }
 
-    void default_size_fits_the_toolbox()
+    void command_opens_a_floating_dock_that_fits_the_toolbox()
     {
         picker_main::cleanup();
         {
@@ -444,6 +387,14 @@ private slots:
             settings.remove("pickerPosition");
         }
         run("QuillmarshPicker");
+        auto* dock = main.findChild<QDockWidget*>("QuillmarshPicker");
+        QVERIFY(dock);
+        QVERIFY(dock->isFloating());
+        QCOMPARE(dock->windowTitle(), QString("QuillmarshPicker"));
+        QCOMPARE(dock->allowedAreas(), Qt::NoDockWidgetArea);
+        QCOMPARE(dock->features(), QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
+                                       QDockWidget::DockWidgetFloatable);
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
         QWidget* window = picker_main::window_->widget();
         QVERIFY(QTest::qWaitForWindowExposed(picker_main::window_));
         QVERIFY(picker_main::window_->height() >= 400);

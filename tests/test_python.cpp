@@ -1,35 +1,15 @@
 // Python in the stand-in host: maya.cmds over the MEL commands, the MEL
 // python command, and Python command buttons of the real plug-in.
-#include "linked_picker.h"
-#include "plugin/picker_main.h"
-#include "view/picker_view.h"
-#include "window/picker_window.h"
+#include "host_fixture.h"
 
-#include <sandbox/host.h>
-
-#include <maya/MObject.h>
-#include <maya/MStatus.h>
-
-#include <QApplication>
 #include <QFile>
-#include <QMainWindow>
-#include <QMouseEvent>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
-
-using sandbox::host;
-using sandbox::log_kind;
-
-class test_python : public QObject {
+class test_python : public QObject, host_fixture {
     Q_OBJECT
 
-    host& h = host::instance();
-    QMainWindow main;
     QTemporaryDir dir;
-
-    bool run(const QString& mel, mel::value* result = nullptr) { return h.execute(mel, result); }
 
     // The repr() of a Python expression, after some statements.
     QString repr(const QString& statements, const QString& expression)
@@ -46,16 +26,9 @@ class test_python : public QObject {
     {
         QStringList out;
         for (const sandbox::log_entry& e : h.output())
-            if (e.kind == log_kind::error)
+            if (e.kind == sandbox::log_kind::error)
                 out << e.text;
         return out;
-    }
-
-    void characters()
-    {
-        run("namespace -add hero; createNode transform -n \"hero:arm\" -ss;"
-            "createNode transform -n \"hero:leg\" -ss; createNode transform -n \"hero:head\" -ss;"
-            "createNode joint -n \"hero:root\" -ss;");
     }
 
     void fresh_scene()
@@ -63,7 +36,8 @@ class test_python : public QObject {
         picker_main::cleanup();
         h.reset();
         h.set_main_window(&main);
-        characters();
+        nodes("hero", {"arm", "leg", "head"});
+        run("createNode joint -n \"hero:root\" -ss");
         h.execute_python("import maya.cmds as cmds");
     }
 
@@ -71,22 +45,16 @@ class test_python : public QObject {
     {
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
-        picker_main::picker()->streamTo(out);
+        window()->streamTo(out);
         return bytes;
     }
 
     // A click on a button as the user makes it, then the idle queue runs.
     void click_button(const QString& label)
     {
-        picker_view* view = picker_main::current_view();
-        const int k = view->find_button_index_from_label(label);
+        const int k = view()->find_button_index_from_label(label);
         QVERIFY(k >= 0);
-        const QPoint at = view->mapToScreen(view->buttons()[k].bounds.center());
-        for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            QMouseEvent e(type, at, view->mapToGlobal(at), Qt::LeftButton,
-                          type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-            QApplication::sendEvent(view, &e);
-        }
+        click(view(), view()->mapToScreen(view()->buttons()[k].bounds.center()));
         h.drain_idle();
     }
 
@@ -235,22 +203,6 @@ private slots:
                                        "select: No object matches name: nobody"));
     }
 
-    void python_button_selects_and_lights_the_picker()
-    {
-        QVERIFY(run("QuillmarshPicker; select -r hero:arm; QuillmarshPicker add_button 20 20 arm;"
-                    "select -r hero:leg hero:head; QuillmarshPicker add_button 60 20 legs;"
-                    "QuillmarshPicker add_cmd_button 120 20 go python "
-                    "\"import maya.cmds as cmds\\ncmds.select(['hero:arm', 'hero:leg'])\"; select -cl"));
-        h.drain_idle();
-        picker_view* view = picker_main::current_view();
-        QCOMPARE(int(view->buttons()[0].selected), 0);
-        click_button("go");
-        QCOMPARE(h.selection(), (QStringList{"hero:arm", "hero:leg"}));
-        QCOMPARE(int(view->buttons()[0].selected), 1);
-        QCOMPARE(int(view->buttons()[1].selected), 2); // one of its two objects
-        QCOMPARE(errors(), QStringList());
-    }
-
     void python_error_in_a_button_changes_nothing_else_data()
     {
         QTest::addColumn<QString>("code");
@@ -269,6 +221,7 @@ private slots:
         QFETCH(QString, code);
         QFETCH(QString, error);
         QVERIFY(run("QuillmarshPicker; select -r hero:arm; QuillmarshPicker add_button 20 20 arm;"
+                    "select -r hero:leg; QuillmarshPicker add_button 60 20 leg;"
                     "QuillmarshPicker add_cmd_button 120 20 bad python \"" + code + "\";"
                     "QuillmarshPicker add_cmd_button 120 60 good python "
                     "\"import maya.cmds as cmds\\ncmds.select('hero:leg', add=True)\";"
@@ -285,9 +238,12 @@ private slots:
         QCOMPARE(window_bytes(), window);
         QCOMPARE(h.nodes(), nodes);
         QVERIFY(!h.modified());
-        // Python is still there for the next button.
+        // Python is still there for the next button, whose selection the
+        // picker shows.
         click_button("good");
         QCOMPARE(h.selection(), (QStringList{"hero:head", "hero:leg"}));
+        QCOMPARE(int(view()->buttons()[0].selected), 0);
+        QCOMPARE(int(view()->buttons()[1].selected), 1);
     }
 
     void python_build_script_matches_its_mel_twin()
@@ -356,33 +312,6 @@ cmds.QuillmarshPicker('saveas', r'%1')
         QVERIFY(!errors().isEmpty());
         // Still usable afterwards.
         QCOMPARE(repr("", "cmds.objExists('hero:arm')"), QString("1"));
-    }
-
-    void command_line_runs_python_in_order_with_mel()
-    {
-        const QString file = dir.filePath("steps.py");
-        QFile py(file);
-        QVERIFY(py.open(QIODevice::WriteOnly));
-        py.write("import maya.cmds as cmds\nprint('file sees', cmds.ls(sl=True))\ncmds.select('x')\n");
-        py.close();
-        QProcess app;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        env.insert("XDG_CONFIG_HOME", dir.filePath("config"));
-        app.setProcessEnvironment(env);
-        app.start(SANDBOX_APP, {"--mel", "createNode transform -n a; createNode transform -n b",
-                                "--py", "import maya.cmds as cmds; cmds.select('b')", "--py-file", file,
-                                "--mel", "print (`ls -sl`)", "--py", "cmds.select('nobody')", "--quit"});
-        QVERIFY(app.waitForFinished(30000));
-        QStringList lines = QString::fromUtf8(app.readAllStandardOutput()).split('\n');
-        lines.removeAll(QString());
-        QCOMPARE(lines.mid(lines.indexOf("# python: import maya.cmds as cmds; cmds.select('b')")),
-                 (QStringList{"# python: import maya.cmds as cmds; cmds.select('b')", "file sees ['b']",
-                              "// Error: RuntimeError: file " + file + " line 3: select: No object matches name: x",
-                              "print (`ls -sl`)", "b", "# python: cmds.select('nobody')",
-                              "// Error: RuntimeError: file <maya console> line 1: "
-                              "select: No object matches name: nobody"}));
-        QCOMPARE(app.exitCode(), 1); // a Python error fails the run like a MEL one
     }
 
     void cleanupTestCase() { picker_main::cleanup(); }

@@ -1,4 +1,5 @@
 // The canvas: coordinates, zoom and framing, labels, painting and overlays.
+#include "button_values.h"
 #include "model/scene_data.h"
 #include "modal_helper.h"
 #include "recording_host.h"
@@ -19,18 +20,7 @@ namespace {
 buttonAttributes make_button(QPoint pos, int w, int h, QStringList names, quint32 color = 0xff0000,
                              QString label = QString(), int kind = 0)
 {
-    buttonAttributes a;
-    a.pos = pos;
-    a.size = w;
-    a.width = w;
-    a.height = h;
-    a.kind = kind;
-    a.language = 0;
-    a.color = color;
-    a.labelColor = 0xffffff;
-    a.label = label;
-    a.names = names;
-    return a;
+    return button(pos, w, h, kind, 0, color, 0xffffff, label, names);
 }
 
 QColor pixel(const QImage& image, int x, int y)
@@ -61,41 +51,25 @@ class test_view : public QObject {
     Q_OBJECT
 
 private slots:
-    void points_map_truncating_toward_zero_data()
-    {
-        QTest::addColumn<bool>("toPicker"); // else to the widget
-        QTest::addColumn<double>("zoom");
-        QTest::addColumn<QPoint>("shift");
-        QTest::addColumn<QPoint>("from");
-        QTest::addColumn<QPoint>("to");
-        QTest::newRow("half up") << true << 2.0 << QPoint(3, 3) << QPoint(10, 10) << QPoint(3, 3);
-        QTest::newRow("negative half") << true << 2.0 << QPoint(3, 3) << QPoint(0, 0) << QPoint(-1, -1);
-        QTest::newRow("small negative") << true << 4.0 << QPoint(0, 0) << QPoint(-3, 3) << QPoint(0, 0);
-        QTest::newRow("zoomed out") << true << 0.25 << QPoint(-10, 20) << QPoint(-11, 19) << QPoint(-4, -4);
-        QTest::newRow("to widget, fraction negative") << false << 1.5 << QPoint(0, 0) << QPoint(-1, -3) << QPoint(-1, -4);
-        QTest::newRow("to widget, shifted") << false << 2.0 << QPoint(-5, 7) << QPoint(2, -2) << QPoint(-1, 3);
-    }
-
-    void points_map_truncating_toward_zero()
-    {
-        QFETCH(bool, toPicker);
-        QFETCH(double, zoom);
-        QFETCH(QPoint, shift);
-        QFETCH(QPoint, from);
-        QFETCH(QPoint, to);
-        picker_view view(nullptr);
-        view.zoom = zoom;
-        view.shift = shift;
-        QCOMPARE(toPicker ? view.mapToPicker(from) : view.mapToScreen(from), to);
-    }
-
-    void rectangles_map_edge_by_edge()
+    // Points map truncating toward zero; a rectangle covers its whole size
+    // on screen, and back again every unit the widget rectangle shows a part of.
+    void points_and_rectangles_map()
     {
         picker_view view(nullptr);
+        const struct {
+            bool toPicker; // else to the widget
+            double zoom;
+            QPoint shift, from, to;
+        } points[] = {{true, 2.0, {3, 3}, {10, 10}, {3, 3}},      {true, 2.0, {3, 3}, {0, 0}, {-1, -1}},
+                      {true, 4.0, {0, 0}, {-3, 3}, {0, 0}},       {true, 0.25, {-10, 20}, {-11, 19}, {-4, -4}},
+                      {false, 1.5, {0, 0}, {-1, -3}, {-1, -4}},   {false, 2.0, {-5, 7}, {2, -2}, {-1, 3}}};
+        for (const auto& p : points) {
+            view.zoom = p.zoom;
+            view.shift = p.shift;
+            QCOMPARE(p.toPicker ? view.mapToPicker(p.from) : view.mapToScreen(p.from), p.to);
+        }
         view.zoom = 2.0;
         view.shift = QPoint(10, 0);
-        // A rectangle covers its whole size on screen, and back again every
-        // unit the widget rectangle shows a part of.
         QCOMPARE(view.mapToScreen(QRect(0, 0, 10, 5)), QRect(10, 0, 20, 10));
         QCOMPARE(view.mapToScreenF(QRect(0, 0, 10, 5)), QRectF(10, 0, 20, 10));
         QCOMPARE(view.mapToPicker(QRect(10, 0, 21, 9)), QRect(QPoint(0, 0), QPoint(10, 4)));
@@ -105,114 +79,68 @@ private slots:
         QCOMPARE(view.mapToScreen(QRect(1, 1, 2, 2)), QRect(11, 1, 3, 3));
     }
 
-    void set_zoom_keeps_the_anchor_in_place()
+    // Framing animates in eight ticks along a smoothstep to 0.75 of the view,
+    // the selection first; with noZoomIn it may zoom out but never in.
+    void framing_animates_to_the_bounds()
     {
         picker_view view(nullptr);
         view.resize(400, 300);
-        view.shift = QPoint(13, -7);
-        const QPoint anchor(150, 100);
-        const QPointF under = QPointF(anchor - view.shift) / view.zoom;
-        // Asked for, then held to 0.25 to 16.
-        const std::pair<float, float> zooms[] = {{2.0f, 2.0f}, {0.5f, 0.5f}, {16.0f, 16.0f}, {0.25f, 0.25f},
-                                                 {0.1f, 0.25f}, {1.0625f, 1.0625f}, {20.0f, 16.0f}, {3.3f, 3.3f}};
-        for (const auto& [asked, limited] : zooms) {
-            view.setZoom(asked, anchor);
-            QCOMPARE(view.zoom, double(limited));
-            const QPointF at = under * view.zoom + QPointF(view.shift);
-            QVERIFY(qAbs(at.x() - anchor.x()) <= 0.5 && qAbs(at.y() - anchor.y()) <= 0.5);
-        }
-        // Asking for the zoom it has changes nothing, not even the shift.
-        view.shift = QPoint(99, 99);
-        view.setZoom(float(view.zoom), QPoint(0, 0));
-        QCOMPARE(view.shift, QPoint(99, 99));
-    }
-
-    void zoom_animation_takes_eight_ticks()
-    {
-        picker_view view(nullptr);
+        const auto settle = [](picker_view& v) {
+            for (int tick = 0; tick < 8; ++tick)
+                v.animate_zoom();
+        };
         view.zoomWindow(1.0f, QPoint(0, 0));
         QVERIFY2(!view.animating(), "no animation towards the current state");
-
-        view.zoomWindow(3.0f, QPoint(-100, 40));
-        QVERIFY(view.animating());
-        double previous = view.zoom;
-        for (int tick = 1; tick < 8; ++tick) {
-            view.animate_zoom();
-            QVERIFY(view.animating());
-            QVERIFY(view.zoom > previous);
-            QVERIFY(view.zoom < 3.0);
-            previous = view.zoom;
-        }
-        // Halfway through the smoothstep is exactly halfway.
-        picker_view half(nullptr);
-        half.zoomWindow(3.0f, QPoint(-100, 40));
-        for (int tick = 0; tick < 4; ++tick)
-            half.animate_zoom();
-        QCOMPARE(half.zoom, 2.0);
-        QCOMPARE(half.shift, QPoint(-50, 20));
-
-        view.animate_zoom();
-        QVERIFY(!view.animating());
-        QCOMPARE(view.zoom, 3.0);
-        QCOMPARE(view.shift, QPoint(-100, 40));
-    }
-
-    void framing()
-    {
-        picker_view view(nullptr);
-        view.resize(400, 300);
         view.frameBounds(QRect(), false);
         QVERIFY(!view.animating());
         view.frame_view(); // no buttons: empty bounds
         QVERIFY(!view.animating());
 
-        // 0.75 * min(400/100, 300/50) = 3, centre (50, 25) to the middle.
-        view.frameBounds(QRect(0, 0, 100, 50), false);
-        for (int tick = 0; tick < 8; ++tick)
+        view.zoomWindow(3.0f, QPoint(-100, 40));
+        double previous = view.zoom;
+        for (int tick = 1; tick < 8; ++tick) {
             view.animate_zoom();
+            QVERIFY(view.animating());
+            QVERIFY(view.zoom > previous && view.zoom < 3.0);
+            if (tick == 4) { // halfway through the smoothstep is exactly halfway
+                QCOMPARE(view.zoom, 2.0);
+                QCOMPARE(view.shift, QPoint(-50, 20));
+            }
+            previous = view.zoom;
+        }
+        view.animate_zoom();
+        QVERIFY(!view.animating());
+        QCOMPARE(view.zoom, 3.0);
+        QCOMPARE(view.shift, QPoint(-100, 40));
+
+        // 0.75 * min(400/100, 300/50) = 3, centre (50, 25) to the middle.
+        view.zoom = 1.0;
+        view.frameBounds(QRect(0, 0, 100, 50), false);
+        settle(view);
         QCOMPARE(view.zoom, 3.0);
         QCOMPARE(view.shift, QPoint(200 - 3 * 49, 150 - 3 * 24));
-
-        // With noZoomIn the view may zoom out but never in.
         view.frameBounds(QRect(0, 0, 10, 10), true);
-        for (int tick = 0; tick < 8; ++tick)
-            view.animate_zoom();
+        settle(view);
         QCOMPARE(view.zoom, 3.0);
         view.frameBounds(QRect(0, 0, 4000, 4000), true);
-        for (int tick = 0; tick < 8; ++tick)
-            view.animate_zoom();
+        settle(view);
         QCOMPARE(view.zoom, 0.25);
-    }
 
-    void frame_view_prefers_the_selection()
-    {
-        picker_view view(nullptr);
+        // Frame View prefers the selection, partly selected buttons too.
         view.resize(300, 300);
         view.push_button(make_button(QPoint(0, 0), 10, 10, {"a"}), -1);
         view.push_button(make_button(QPoint(200, 100), 20, 20, {"b"}), -1);
         QCOMPARE(view.button_bounds(false), QRect(QPoint(-4, -4), QPoint(210, 110)));
         QCOMPARE(view.button_bounds(true), QRect(0, 0, 0, 0));
-        view.page()->set_state(1, 2); // partly selected counts
+        view.page()->set_state(1, 2);
         QCOMPARE(view.button_bounds(true), view.buttons()[1].bounds);
         view.frame_view();
-        for (int tick = 0; tick < 8; ++tick)
-            view.animate_zoom();
+        settle(view);
         QCOMPARE(view.mapToScreen(view.buttons()[1].pos), QPoint(150, 150));
     }
 
-    void a_label_widens_a_button_but_never_shrinks_it()
-    {
-        picker_view view(nullptr);
-        int i = view.push_button(make_button(QPoint(50, 60), 1, 1, {"a"}, 0xff0000, "ab"), -1);
-        const int th = view.buttons()[i].labelPixmap.height();
-        view.set_button_size(i, 200, 3);
-        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, th));
-        view.set_button_label(i, QString());
-        QVERIFY(view.buttons()[i].labelPixmap.isNull());
-        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, 3));
-    }
-
-    void sizes_are_at_least_one()
+    // Sizes are at least one; a label widens a button but never shrinks it.
+    void button_sizes()
     {
         picker_view view(nullptr);
         int i = view.push_button(make_button(QPoint(0, 0), 0, -4, {"a"}), -1);
@@ -225,40 +153,17 @@ private slots:
         QCOMPARE(view.buttons()[i].size, 12);
         QCOMPARE(view.buttons()[i].height, 1);
 
-        // push_button appends or inserts and says where.
-        QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"b"}), -1), 1);
-        QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"c"}), 0), 0);
+        i = view.push_button(make_button(QPoint(50, 60), 1, 1, {"b"}, 0xff0000, "ab"), -1);
+        QCOMPARE(i, 1); // appended, and said where
+        const int th = view.buttons()[i].labelPixmap.height();
+        view.set_button_size(i, 200, 3);
+        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, th));
+        view.set_button_label(i, QString());
+        QVERIFY(view.buttons()[i].labelPixmap.isNull());
+        QCOMPARE(view.buttons()[i].bounds.size(), QSize(200, 3));
+        QCOMPARE(view.push_button(make_button(QPoint(), 2, 2, {"c"}), 0), 0); // inserted
         QCOMPARE(view.buttons()[0].names, QStringList{"c"});
         QCOMPARE(view.buttons()[2].names, QStringList{"b"});
-    }
-
-    void conforming_to_a_name_set_data()
-    {
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<QStringList>("set");
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<QVector<quint8>>("flags");
-        QTest::newRow("some") << QStringList{"a", "b"} << QStringList{"a"} << 2 << QVector<quint8>{1, 0};
-        QTest::newRow("all") << QStringList{"a", "b"} << QStringList{"b", "a"} << 1 << QVector<quint8>{1, 1};
-        QTest::newRow("case matters") << QStringList{"Arm"} << QStringList{"arm"} << 0 << QVector<quint8>{0};
-        QTest::newRow("no names") << QStringList{} << QStringList{} << 1 << QVector<quint8>{};
-    }
-
-    void conforming_to_a_name_set()
-    {
-        QFETCH(QStringList, names);
-        QFETCH(QStringList, set);
-        QFETCH(int, selected);
-        QFETCH(QVector<quint8>, flags);
-        picker_view view(nullptr);
-        view.push_button(make_button(QPoint(), 5, 5, names), -1);
-        name_list::picker().assign(set);
-        bool changed = view.conform_to_selection();
-        QCOMPARE(int(view.buttons()[0].selected), selected);
-        const name_flags& shown = view.buttons()[0].nameFlags;
-        QCOMPARE(QVector<quint8>(shown.begin(), shown.end()), flags);
-        QCOMPARE(changed, selected != 0);
-        QVERIFY(!view.conform_to_selection());
     }
 
     void marquee_bounds_and_drawing()
@@ -286,16 +191,33 @@ private slots:
         QVERIFY(m.isEmpty());
     }
 
+    // The banner's links follow the logo with even gaps, never overlap or
+    // leave the view, drop out where there is no room, and open their page
+    // only when released on them; a button under a link keeps its clicks.
     void banner_layout_and_links()
     {
         picker_view view(nullptr);
         banner_overlay* banner = view.overlays.banner();
         QVERIFY(view.overlays.get(0) == view.overlays.marquee());
         QVERIFY(view.overlays.get(2) == nullptr);
-        banner->resize(800, 500);
+        banner->resize(800, 500); // the logo is loaded with the first layout
         const int logo_w = banner_overlay::logo.width();
         const int logo_h = banner_overlay::logo.height();
         QVERIFY(logo_w > 0);
+        for (int width : {150, 400, 900}) {
+            banner->resize(width, 300);
+            QRect last(0, 0, logo_w, 1);
+            int shown = 0;
+            for (const banner_overlay::bannerRecord& link : banner->links) {
+                if (link.rect.isNull())
+                    continue;
+                ++shown;
+                QVERIFY2(link.rect.left() > last.right() && link.rect.right() < width, qPrintable(link.label));
+                last = link.rect;
+            }
+            QVERIFY(width < 900 || shown == banner->links.size());
+        }
+        banner->resize(800, 500);
         QCOMPARE(banner->rect, QRect(0, 500 - logo_h, 800, logo_h));
         QCOMPARE(banner->links.size(), 4);
         QCOMPARE(banner->links[0].label, QString("Learn at Quillmarsh"));
@@ -332,9 +254,22 @@ private slots:
         QCOMPARE(catcher.opened.size(), 1);
         QVERIFY(catcher.opened[0].toString().contains("quillmarsh"));
         QDesktopServices::unsetUrlHandler("https");
+
+        view.resize(800, 500);
+        view.addMouseCommand(nullptr);
+        const QPoint on_link(banner->links[0].rect.center().x(), 495);
+        QVERIFY(banner->click(on_link));
+        view.addMouseCommand(nullptr);
+        view.push_button(make_button(view.mapToPicker(on_link), 20, 20, {"under"}), -1);
+        QVERIFY(view.find_button(on_link));
+        QVERIFY(!banner->click(on_link));
     }
 
-    void paints_selection_button_states()
+    // Selection buttons: their colour, light grey selected, mid grey partly
+    // selected, square with one name, an ellipse with two and no label.
+    // Command buttons: lighter and outlined white when selected, a gradient
+    // and a black outline when not.
+    void paints_button_states()
     {
         picker_view view(nullptr);
         view.resize(200, 200); // the banner stays clear of the buttons
@@ -349,29 +284,21 @@ private slots:
         QCOMPARE(pixel(image, 20, 20), QColor(0, 0, 255));
         QCOMPARE(pixel(image, 60, 20), QColor(224, 224, 224));
         QCOMPARE(pixel(image, 100, 20), QColor(128, 128, 128));
-        // One name: a square corner. Two names, no label: an ellipse.
         QRect one = view.mapToScreen(view.buttons()[0].bounds);
         QCOMPARE(pixel(image, one.left(), one.top()), QColor(0, 0, 255));
         QRect two = view.mapToScreen(view.buttons()[3].bounds);
         QCOMPARE(pixel(image, two.left(), two.top()), QColor(51, 51, 51));
         QCOMPARE(pixel(image, two.center().x(), two.center().y()), QColor(0, 255, 0));
         QCOMPARE(pixel(image, 195, 95), QColor(51, 51, 51));
-    }
 
-    void paints_command_button_outlines()
-    {
-        picker_view view(nullptr);
-        view.resize(200, 200); // the banner stays clear of the buttons
-        view.show();
+        view.page()->clear();
         const quint32 navy = 0x000064;
         view.push_button(make_button(QPoint(40, 40), 40, 40, {"print 1"}, navy, QString(), 1), -1);
         view.push_button(make_button(QPoint(120, 40), 40, 40, {"print 2"}, navy, QString(), 1), -1);
         view.page()->set_state(0, 1);
-        QImage image = render(view);
+        image = render(view);
         QRect on = view.mapToScreen(view.buttons()[0].bounds);
         QRect off = view.mapToScreen(view.buttons()[1].bounds);
-        // A selected one is lighter inside and outlined white; an unselected
-        // one has a gradient and a black outline.
         QCOMPARE(pixel(image, on.center().x(), on.center().y()), QColor(navy).lighter(150));
         QCOMPARE(pixel(image, off.center().x(), off.center().y()), QColor(0, 0, 0x64));
         QVERIFY(pixel(image, on.center().x(), on.top()).red() > 40);

@@ -77,44 +77,35 @@ inline QWidget* waiting_dialog()
     return nullptr;
 }
 
-// Polls until a modal dialog shows up (up to ~10 s), then answers it.
-inline void answer_next(const QString& choice, int tries = 1000)
+// Hands the next modal dialog to `act` once it shows up (polling up to
+// ~10 s); a dialog being answered already is not the next one.
+inline void with_next(std::function<void(QWidget*)> act, QPointer<QWidget> previous = nullptr, int tries = 1000)
 {
-    QTimer::singleShot(10, [choice, tries] {
-        if (QWidget* modal = waiting_dialog())
-            answer(modal, choice);
+    QTimer::singleShot(10, [act, previous, tries] {
+        QWidget* modal = waiting_dialog();
+        if (modal && modal != previous.data())
+            act(modal);
         else if (tries > 0)
-            answer_next(choice, tries - 1);
+            with_next(act, previous, tries - 1);
     });
 }
 
-// Answers dialogs one after another, each with the next choice; a dialog
-// already answered is never answered twice while it closes.
-inline void answer_in_turn(const QStringList& choices, QPointer<QWidget> previous = nullptr, int tries = 1000)
+// Answers the next modal dialog.
+inline void answer_next(const QString& choice, int tries = 1000)
+{
+    with_next([choice](QWidget* modal) { answer(modal, choice); }, nullptr, tries);
+}
+
+// Answers dialogs one after another, each with the next choice.
+inline void answer_in_turn(const QStringList& choices, QPointer<QWidget> previous = nullptr)
 {
     if (choices.isEmpty())
         return;
-    QTimer::singleShot(10, [choices, previous, tries] {
-        QWidget* modal = waiting_dialog();
-        if (modal && modal != previous.data()) {
-            QPointer<QWidget> answered(modal);
-            answer(modal, choices.first());
-            answer_in_turn(choices.mid(1), answered);
-        } else if (tries > 0) {
-            answer_in_turn(choices, previous, tries - 1);
-        }
-    });
-}
-
-// Hands the next modal dialog to `act` once it shows up.
-inline void with_next(std::function<void(QWidget*)> act, int tries = 1000)
-{
-    QTimer::singleShot(10, [act, tries] {
-        if (QWidget* modal = waiting_dialog())
-            act(modal);
-        else if (tries > 0)
-            with_next(act, tries - 1);
-    });
+    with_next([choices](QWidget* modal) {
+        QPointer<QWidget> answered(modal);
+        answer(modal, choices.first());
+        answer_in_turn(choices.mid(1), answered);
+    }, previous);
 }
 
 // Hands the next popup menu to `act` once it shows up.

@@ -1,0 +1,41 @@
+// What the tests of the plug-in in the stand-in host share: the host, a main
+// window to dock into, MEL in and results out.
+#pragma once
+
+#include "linked_picker.h"
+#include "plugin/picker_main.h"
+#include "pointer.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+
+#include <QMainWindow>
+#include <QTabWidget>
+
+struct host_fixture {
+    sandbox::host& h = sandbox::host::instance();
+    QMainWindow main;
+
+    bool run(const QString& mel, mel::value* result = nullptr) { return h.execute(mel, result); }
+
+    // What the MEL gives back as strings: none for no result, "<failed>"
+    // when it fails.
+    QStringList result(const QString& mel)
+    {
+        mel::value v;
+        if (!h.execute(mel, &v))
+            return {"<failed>"};
+        return v.is_none() ? QStringList() : v.to_strings();
+    }
+
+    // Namespace `ns` with one transform for each name.
+    void nodes(const QString& ns, const QStringList& names)
+    {
+        run("namespace -add " + ns);
+        for (const QString& name : names)
+            run(QString("createNode transform -n \"%1:%2\" -ss").arg(ns, name));
+    }
+
+    static picker_window* window() { return picker_main::picker(); }
+    static picker_view* view() { return picker_main::current_view(); }
+    static picker_view* tab(int i) { return qobject_cast<picker_view*>(window()->tabs()->widget(i)); }
+};
