@@ -231,32 +231,75 @@ void fill(QImage& to, const QRect& r, QRgb premultiplied, const QRect& clip)
     }
 }
 
+#ifdef __SSE2__
+// The same arithmetic on four pixels at a time, in 16-bit lanes.
+namespace four {
+
+inline __m128i load(const uint* p)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+
+inline void store(uint* p, __m128i v)
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+}
+
+inline bool all_zero(__m128i v)
+{
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128())) == 0xffff;
+}
+
+// Each pixel's 255 - alpha, in both 16-bit halves of it.
+inline __m128i inverse_alpha(__m128i p)
+{
+    const __m128i a = _mm_srli_epi32(p, 24);
+    return _mm_sub_epi16(_mm_set1_epi16(0xff), _mm_or_si128(a, _mm_slli_epi32(a, 16)));
+}
+
+inline __m128i red_blue(__m128i p)
+{
+    return _mm_and_si128(p, _mm_set1_epi32(0x00ff00ff));
+}
+
+inline __m128i alpha_green(__m128i p)
+{
+    return _mm_srli_epi16(p, 8);
+}
+
+// Sums of byte products back to bytes, divided by 255 as byte_mul rounds.
+inline __m128i divide_255(__m128i rb, __m128i ag)
+{
+    const __m128i half = _mm_set1_epi16(0x80);
+    rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
+    ag = _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half);
+    return _mm_or_si128(_mm_andnot_si128(_mm_set1_epi32(0x00ff00ff), ag), rb);
+}
+
+inline __m128i byte_mul(__m128i x, __m128i factor)
+{
+    return divide_255(_mm_mullo_epi16(red_blue(x), factor), _mm_mullo_epi16(alpha_green(x), factor));
+}
+
+} // namespace four
+#endif
+
 // Lays a row of premultiplied pixels over another, four at a time where the
 // processor allows, with the rounding of byte_mul.
 static void over_row(uint* d, const uint* s, int n)
 {
     int x = 0;
 #ifdef __SSE2__
-    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
-    const __m128i half = _mm_set1_epi16(0x80);
-    const __m128i full = _mm_set1_epi16(0xff);
     for (; x + 4 <= n; x += 4) {
-        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
-        const __m128i alpha = _mm_srli_epi32(src, 24);
+        const __m128i src = four::load(s + x);
         // Nothing to lay: the row stays; all opaque: the source replaces it.
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
+        if (four::all_zero(src))
             continue;
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(alpha, _mm_set1_epi32(0xff))) == 0xffff) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), src);
+        if (four::all_zero(four::inverse_alpha(src))) {
+            four::store(d + x, src);
             continue;
         }
-        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
-        const __m128i keep = _mm_sub_epi16(full, _mm_or_si128(alpha, _mm_slli_epi32(alpha, 16)));
-        __m128i ag = _mm_mullo_epi16(_mm_srli_epi16(dst, 8), keep);
-        __m128i rb = _mm_mullo_epi16(_mm_and_si128(dst, mask), keep);
-        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
-        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_add_epi32(src, _mm_or_si128(ag, rb)));
+        four::store(d + x, _mm_add_epi32(src, four::byte_mul(four::load(d + x), four::inverse_alpha(src))));
     }
 #endif
     for (; x < n; ++x)
@@ -268,22 +311,11 @@ static void xor_opaque_row(uint* d, const uint* s, int n)
 {
     int x = 0;
 #ifdef __SSE2__
-    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
-    const __m128i half = _mm_set1_epi16(0x80);
-    const __m128i full = _mm_set1_epi16(0xff);
     const __m128i opaque = _mm_set1_epi32(int(0xff000000u));
     for (; x + 4 <= n; x += 4) {
-        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
-            continue;
-        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
-        const __m128i alpha = _mm_srli_epi32(src, 24);
-        const __m128i keep = _mm_sub_epi16(full, _mm_or_si128(alpha, _mm_slli_epi32(alpha, 16)));
-        __m128i ag = _mm_mullo_epi16(_mm_srli_epi16(dst, 8), keep);
-        __m128i rb = _mm_mullo_epi16(_mm_and_si128(dst, mask), keep);
-        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
-        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_or_si128(opaque, _mm_or_si128(ag, rb)));
+        const __m128i src = four::load(s + x);
+        if (!four::all_zero(src))
+            four::store(d + x, _mm_or_si128(opaque, four::byte_mul(four::load(d + x), four::inverse_alpha(src))));
     }
 #endif
     for (; x < n; ++x)
@@ -295,25 +327,17 @@ static void xor_row(uint* d, const uint* s, int n)
 {
     int x = 0;
 #ifdef __SSE2__
-    const __m128i mask = _mm_set1_epi32(0x00ff00ff);
-    const __m128i half = _mm_set1_epi16(0x80);
-    const __m128i full = _mm_set1_epi16(0xff);
     for (; x + 4 <= n; x += 4) {
-        const __m128i src = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(src, _mm_setzero_si128())) == 0xffff)
+        const __m128i src = four::load(s + x);
+        if (four::all_zero(src))
             continue; // x xor nothing is x
-        const __m128i dst = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + x));
-        const __m128i sa = _mm_srli_epi32(src, 24), da = _mm_srli_epi32(dst, 24);
-        const __m128i a = _mm_sub_epi16(full, _mm_or_si128(da, _mm_slli_epi32(da, 16)));
-        const __m128i b = _mm_sub_epi16(full, _mm_or_si128(sa, _mm_slli_epi32(sa, 16)));
+        const __m128i dst = four::load(d + x);
+        const __m128i a = four::inverse_alpha(dst), b = four::inverse_alpha(src);
         // Premultiplied, s * a + d * b stays below 65536 in each lane.
-        __m128i rb = _mm_add_epi16(_mm_mullo_epi16(_mm_and_si128(src, mask), a),
-                                   _mm_mullo_epi16(_mm_and_si128(dst, mask), b));
-        __m128i ag = _mm_add_epi16(_mm_mullo_epi16(_mm_srli_epi16(src, 8), a),
-                                   _mm_mullo_epi16(_mm_srli_epi16(dst, 8), b));
-        rb = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(rb, _mm_srli_epi16(rb, 8)), half), 8);
-        ag = _mm_andnot_si128(mask, _mm_add_epi16(_mm_add_epi16(ag, _mm_srli_epi16(ag, 8)), half));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_or_si128(ag, rb));
+        const __m128i rb = _mm_add_epi16(_mm_mullo_epi16(four::red_blue(src), a), _mm_mullo_epi16(four::red_blue(dst), b));
+        const __m128i ag =
+            _mm_add_epi16(_mm_mullo_epi16(four::alpha_green(src), a), _mm_mullo_epi16(four::alpha_green(dst), b));
+        four::store(d + x, four::divide_255(rb, ag));
     }
 #endif
     for (; x < n; ++x)
