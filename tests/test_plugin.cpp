@@ -338,10 +338,10 @@ private slots:
         open_pickers({{button_at(QPoint(5, 5), {"a"})}});
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
-        out << qint32(6) << qint32(0) << qint32(-1);
+        out << qint32(7) << qint32(0) << qint32(-1);
         modal_helper::answer_next("OK");
         run(QString("QuillmarshPicker restore \"%1\"").arg(QString(encode_picker_data(bytes))));
-        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (6)"));
+        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (7)"));
         QCOMPARE(strings("QuillmarshPicker query_tabs"), QStringList{"picker0"});
     }
 

@@ -91,7 +91,8 @@ void clamp_geometry(buttonAttributes& a)
     a.height = clamp_side(a.height);
 }
 
-picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget)
+picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget,
+                          const QList<png_picture>* known)
 {
     picture = png_picture();
     if (!stream_ok(in) || !in.device())
@@ -110,6 +111,12 @@ picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_b
     QSize size;
     switch (walk_png(device, png, size)) {
     case png_walk::complete: {
+        if (known)
+            for (const png_picture& seen : *known)
+                if (seen.png() == png) {
+                    picture = seen;
+                    return picture_read::decoded;
+                }
         bool refused = false;
         picture = png_picture::decode(png, &refused, pixel_budget);
         return refused ? picture_read::refused : picture_read::decoded;

@@ -405,6 +405,37 @@ png_picture decode_image(const QByteArray& text, bool* refused, qint64* pixel_bu
     return got == picture_read::decoded ? picture : png_picture();
 }
 
+QSize claimed_image_size(const QByteArray& text)
+{
+    // The marker, the PNG signature and the header chunk's length, name,
+    // width and height: 28 bytes, 40 characters of base64.
+    const QByteArray head = QByteArray::fromBase64(text.left(40));
+    QSize size;
+    if (png_size(head, &size) || png_size(head.mid(4), &size))
+        return size;
+    return QSize();
+}
+
+qint64 distinct_pixels(const QList<png_picture>& pictures)
+{
+    qint64 pixels = 0;
+    for (int i = 0; i < pictures.size(); ++i) {
+        const png_picture& p = pictures[i];
+        if (p.isNull() || std::find(pictures.begin(), pictures.begin() + i, p) != pictures.begin() + i)
+            continue;
+        pixels += qint64(p.width()) * p.height();
+    }
+    return pixels;
+}
+
+QString scene_budget_exceeded()
+{
+    return QString("the scene's pictures would exceed %1 megapixels together (%2 pictures of %3 x %3)")
+        .arg(double(limits::max_total_image_pixels) / 1e6, 0, 'f', 1)
+        .arg(limits::max_total_image_pixels / limits::max_image_pixels)
+        .arg(limits::image_square_side);
+}
+
 png_picture load_image_file(const QString& path, QString* error)
 {
     auto fail = [error](const QString& why) {

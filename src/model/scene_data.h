@@ -7,6 +7,8 @@
 
 #include <QByteArray>
 #include <QLatin1String>
+#include <QList>
+#include <QSize>
 #include <QString>
 
 namespace scene_keys {
@@ -36,6 +38,16 @@ QByteArray encode_image(const png_picture& picture);
 // over `pixel_budget` (then *refused is set; nothing is decoded). A decoded
 // image takes its pixels from the budget and keeps the bytes it was read from.
 png_picture decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+// The size the picture of an image entry claims, read from the first bytes
+// of the text alone; empty when they do not start a PNG.
+QSize claimed_image_size(const QByteArray& text);
+
+// Pixels of the pictures, each counted once however many tabs show it: what
+// the scene's image entries hold.
+qint64 distinct_pixels(const QList<png_picture>& pictures);
+// Why a picture was refused for the budget: "the scene's pictures would
+// exceed 67.1 megapixels ...".
+QString scene_budget_exceeded();
 
 // A picture file chosen as a background. Its size is checked from its
 // header before any pixel is decoded; null with *error set when it cannot

@@ -47,6 +47,17 @@ QString to_q(const MString& s)
 const char* const settings_organisation = "Quillmarsh";
 const char* const settings_application = "picker";
 
+// The text of one of the scene's file-info entries; empty when it has none.
+// The key is the picker's own (a fixed prefix and digits), safe in MEL.
+QByteArray scene_entry(const QString& key)
+{
+    MStringArray result;
+    if (!MGlobal::executeCommand(to_m(QString("fileInfo -q \"%1\"").arg(key)), result, false, false) ||
+        result.length() != 1)
+        return QByteArray();
+    return QByteArray(result[0].asChar(), int(result[0].length()));
+}
+
 } // namespace
 
 const picker_main::directive_entry picker_main::directives[] = {
@@ -399,26 +410,38 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
         selectionChangedFn(nullptr);
         return MStatus::kFailure;
     }
-    QDataStream in(bytes);
-    w->streamFrom(in);
+    // The entries the scene held before: a script's restore replaces the
+    // tabs of this same scene.
+    const QSet<QString> held_images = w->sceneImageKeys();
+    {
+        QDataStream in(bytes);
+        w->streamFrom(in);
+    }
+    bytes.clear();
     if (!w->lastStreamDamage().isEmpty())
         MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged: %2 were read.")
                                          .arg(texts::command_name, w->lastStreamDamage())));
+    if (w->lastStreamTooNew()) {
+        if (from_scene) {
+            w->adoptScene(text, held_images);
+            w->keepNewerScene();
+        }
+        selectionChangedFn(nullptr);
+        return MStatus::kSuccess;
+    }
     if (from_scene) {
         w->adoptScene(text);
-        if (w->lastStreamTooNew())
-            w->keepNewerScene();
     } else {
         // Data handed in by a script: the scene gets it unless it holds it.
-        MStringArray held;
-        MString query = to_m(QString("fileInfo -q \"%1\"").arg(scene_keys::picker_data));
-        if (!MGlobal::executeCommand(query, held, false, false) || held.length() != 1)
-            held.clear();
-        w->adoptScene(held.length() == 1 ? QByteArray(held[0].asChar(), int(held[0].length())) : QByteArray());
-        w->updateSceneData();
+        w->adoptScene(scene_entry(scene_keys::picker_data), held_images);
     }
+    // Every tab's picture, each from its own entry, before anything else
+    // can run: a script that goes on right after the restore sees them.
+    for (const QString& lost : w->load_scene_pictures(scene_entry))
+        MGlobal::displayWarning(to_m(QString("%1 - %2.").arg(texts::command_name, lost)));
+    if (!from_scene)
+        w->updateSceneData();
     selectionChangedFn(nullptr);
-    w->fetchImageData(w->frontPicker());
     return MStatus::kSuccess;
 }
 

@@ -98,8 +98,11 @@ bool write_picker(const picker_view* view, const QString& path, QString* why,
 {
     pkr_header header;
     header.name = view->page()->name();
-    header.backgroundKey = view->backgroundKey();
-    header.background = view->background();
+    // A key whose picture the scene lost names nothing in a file.
+    if (!view->background().isNull()) {
+        header.backgroundKey = view->backgroundKey();
+        header.background = view->background();
+    }
     const QList<buttonAttributes> buttons = view->page()->attributes();
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
