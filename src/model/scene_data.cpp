@@ -428,6 +428,11 @@ qint64 distinct_pixels(const QList<png_picture>& pictures)
     return pixels;
 }
 
+bool within_scene_budget(const QList<png_picture>& pictures)
+{
+    return distinct_pixels(pictures) <= limits::max_total_image_pixels;
+}
+
 QString scene_budget_exceeded()
 {
     return QString("the scene's pictures would exceed %1 megapixels together (%2 pictures of %3 x %3)")

@@ -45,6 +45,8 @@ QSize claimed_image_size(const QByteArray& text);
 // Pixels of the pictures, each counted once however many tabs show it: what
 // the scene's image entries hold.
 qint64 distinct_pixels(const QList<png_picture>& pictures);
+// Whether the pictures together stay within the scene's pixel budget.
+bool within_scene_budget(const QList<png_picture>& pictures);
 // Why a picture was refused for the budget: "the scene's pictures would
 // exceed 67.1 megapixels ...".
 QString scene_budget_exceeded();

@@ -453,7 +453,12 @@ MStatus picker_main::fetch_image(const MStringArray& args)
     QByteArray text(args[1].asChar(), int(args[1].length()));
     if (QByteArray::fromBase64(text).isEmpty())
         return MStatus::kFailure;
-    w->setBackgroundImage(to_q(args[0]), decode_image(text));
+    const QString key = to_q(args[0]);
+    const png_picture picture = decode_image(text);
+    // The tabs under the key give their picture up for this one.
+    if (!within_scene_budget(w->scene_pictures(nullptr, key) << picture))
+        return script_error("fetch_image", scene_budget_exceeded());
+    w->setBackgroundImage(key, picture);
     return MStatus::kSuccess;
 }
 
@@ -468,7 +473,9 @@ MStatus picker_main::set_background(const MStringArray& args)
     const png_picture picture = load_image_file(to_q(args[0]), &why);
     if (picture.isNull()) // the picker keeps the background it has
         return script_error("set_background", why);
-    picker()->place_background(view, QString::number(picture.key()), picture);
+    if (!picker()->place_background(view, QString::number(picture.key()), picture))
+        return script_error("set_background",
+                            QString("\"%1\" was not set: %2").arg(to_q(args[0]), scene_budget_exceeded()));
     return MStatus::kSuccess;
 }
 

@@ -143,7 +143,9 @@ public:
     void setBackgroundImage(const QString& key, const png_picture& picture);
     // Gives the view a background under a key no other tab uses for another
     // picture (a key that is not one the picker makes means no background).
-    void place_background(picker_view* view, const QString& key, const png_picture& picture);
+    // False, with nothing changed, when the scene's pictures would exceed
+    // their pixel budget.
+    bool place_background(picker_view* view, const QString& key, const png_picture& picture);
     // Renames a tab: its page, which files and the scene keep, and the tab bar.
     void set_tab_text(int index, const QString& text);
 

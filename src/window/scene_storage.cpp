@@ -222,14 +222,16 @@ void picker_window::setBackgroundImage(const QString& key, const png_picture& pi
     }
 }
 
-void picker_window::place_background(picker_view* view, const QString& key, const png_picture& picture)
+bool picker_window::place_background(picker_view* view, const QString& key, const png_picture& picture)
 {
     if (!view)
-        return;
+        return false;
     if (picture.isNull() || !is_background_key(key)) {
         view->setBackground(QString(), png_picture());
-        return;
+        return true;
     }
+    if (!within_scene_budget(scene_pictures(view) << picture))
+        return false;
     // Tabs share a key only for the same picture; a key the scene already
     // holds under another picture would keep the old picture there.
     auto taken = [&](const QString& k) {
@@ -260,6 +262,7 @@ void picker_window::place_background(picker_view* view, const QString& key, cons
         while (in_use(chosen));
     }
     view->setBackground(chosen, picture);
+    return true;
 }
 
 void picker_window::set_tab_text(int index, const QString& text)
