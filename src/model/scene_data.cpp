@@ -10,6 +10,7 @@
 #include <QDataStream>
 
 #include <algorithm>
+#include <cstring>
 
 #ifdef QUILL_HAVE_ZLIB
 #include <zlib.h>
@@ -377,21 +378,33 @@ QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap)
 
 QByteArray encode_image(const png_picture& picture)
 {
+    // Sized once: a stream appending tens of megabytes would copy them as it grows.
     QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << picture;
+    bytes.reserve(picture.png().size() + 4);
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << picture;
+    }
     return bytes.toBase64();
 }
 
-png_picture decode_image(const QByteArray& text, bool* refused, qint64* pixel_budget)
+png_picture decode_image(QByteArray text, bool* refused, qint64* pixel_budget)
 {
     if (refused)
         *refused = false;
     if (text.size() > max_text(limits::max_image_bytes))
         return png_picture();
-    const QByteArray bytes = QByteArray::fromBase64(text);
+    QByteArray bytes = QByteArray::fromBase64(text);
+    text = QByteArray();
     if (bytes.isEmpty())
         return png_picture();
+    // What the picker writes, the stream's marker and one whole PNG, is
+    // decoded where it lies: four large pictures are not copied on the way in.
+    static const char marker[4] = {0, 0, 0, 1};
+    if (bytes.size() > 4 && std::memcmp(bytes.constData(), marker, 4) == 0 && png_is_whole(bytes, 4)) {
+        bytes.remove(0, 4);
+        return png_picture::decode(bytes, refused, pixel_budget);
+    }
     // What encode_image wrote carries the stream's marker in front of the
     // PNG; plain PNG bytes read as a stream from before there was a marker.
     QDataStream in(bytes);

@@ -37,7 +37,8 @@ QByteArray encode_image(const png_picture& picture);
 // Null when the text holds no PNG image, or one over the image limits or
 // over `pixel_budget` (then *refused is set; nothing is decoded). A decoded
 // image takes its pixels from the budget and keeps the bytes it was read from.
-png_picture decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+// A text handed over (moved in) is let go once decoded from base64.
+png_picture decode_image(QByteArray text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
 // The size the picture of an image entry claims, read from the first bytes
 // of the text alone; empty when they do not start a PNG.
 QSize claimed_image_size(const QByteArray& text);

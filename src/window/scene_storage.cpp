@@ -140,7 +140,7 @@ QStringList picker_window::load_scene_pictures(const std::function<QByteArray(co
         const QString what = QString("the picture %1 of the tab \"%2\"")
                                  .arg(image_entry(key), tabWidget->tabText(tabWidget->indexOf(under[0])));
         // One entry's text at a time: it is gone before the next is asked for.
-        const QByteArray text = entry(image_entry(key));
+        QByteArray text = entry(image_entry(key));
         if (!shown.isNull()) {
             // Older data carried the picture itself. The entry is the scene's
             // own only when it holds the same bytes; else the next write
@@ -168,7 +168,7 @@ QStringList picker_window::load_scene_pictures(const std::function<QByteArray(co
             lost << what + " was not loaded: " + scene_budget_exceeded();
             continue;
         }
-        const png_picture picture = decode_image(text, nullptr, &budget);
+        const png_picture picture = decode_image(std::move(text), nullptr, &budget);
         if (picture.isNull()) {
             lost << what + QString(" was not loaded: it is damaged or over the size limit (%1 x %1 pixels)")
                                .arg(limits::image_square_side);
