@@ -47,3 +47,7 @@ quill_test(test_python SOURCES test_python.cpp ${CMAKE_SOURCE_DIR}/src/plugin/pl
            LIBS picker_plugin maya_sandbox_host)
 target_compile_definitions(test_python PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>")
 add_dependencies(test_python quillmarsh-sandbox)
+
+# Scenes of large pictures: each in its entry, all within one pixel budget.
+quill_test(test_scene_pictures SOURCES test_scene_pictures.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
