@@ -113,7 +113,8 @@ QByteArray pkr(int version, bool with_background, const QList<buttonAttributes>&
     return bytes;
 }
 
-// The window stream with two tabs, the second with a background when asked.
+// The window stream with two tabs, the second with a background when asked
+// (from version 6 on named by its key alone).
 QByteArray window_stream(int version, bool with_background)
 {
     QByteArray bytes;
@@ -126,7 +127,7 @@ QByteArray window_stream(int version, bool with_background)
     out << qint32(1) << QString("face");
     if (version >= 2) {
         out << QString(with_background ? "1700000001" : "");
-        if (with_background)
+        if (with_background && version < 6)
             out << background();
     }
     write_old_list(out, version, buttons().mid(0, 2));
@@ -170,8 +171,9 @@ int main(int argc, char** argv)
     wrong_version[3] = 2;
     save("fuzz_clipboard", "payload_version_2", wrong_version);
 
-    for (int version : {1, 2, 4, 5})
+    for (int version : {1, 2, 4, 5, 6})
         save("fuzz_scene_data", QString("window_v%1.bin").arg(version), window_stream(version, version >= 2));
+    save("fuzz_scene_data", "scene_text_v6.txt", encode_picker_data(window_stream(6, true)));
     save("fuzz_scene_data", "scene_text_v5.txt", encode_picker_data(window_stream(5, true)));
     save("fuzz_scene_data", "scene_text_v2.txt", encode_picker_data(window_stream(2, false)));
     save("fuzz_scene_data", "image_text.txt", encode_image(background()));

@@ -19,8 +19,9 @@
 namespace {
 
 // A window stream as plain text: tabs, keys, a digest of each picture and
-// every button field, so two streams compare by what they hold.
-QString describe_stream(const QByteArray& bytes)
+// every button field, so two streams compare by what they hold. From
+// version 6 on a picture is the one `picture_of` finds for its key.
+QString describe_stream(const QByteArray& bytes, const std::function<QImage(const QString&)>& picture_of)
 {
     QDataStream in(bytes);
     qint32 version = 0, count = 0, current = 0;
@@ -32,9 +33,15 @@ QString describe_stream(const QByteArray& bytes)
         in >> index >> text >> key;
         out += QString("tab %1 '%2' key '%3'").arg(index).arg(text, key);
         if (!key.isEmpty()) {
-            QPixmap pixmap;
-            in >> pixmap;
-            QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
+            QImage image;
+            if (version < 6) {
+                QPixmap pixmap;
+                in >> pixmap;
+                image = pixmap.toImage();
+            } else {
+                image = picture_of(key);
+            }
+            image = image.convertToFormat(QImage::Format_ARGB32);
             QByteArray pixels(reinterpret_cast<const char*>(image.constBits()), int(image.sizeInBytes()));
             out += QString(" %1x%2 %3").arg(image.width()).arg(image.height())
                        .arg(QString(QCryptographicHash::hash(pixels, QCryptographicHash::Md5).toHex()));
@@ -61,7 +68,14 @@ class test_scene : public QObject, host_fixture {
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
         window()->streamTo(out);
-        return describe_stream(bytes);
+        return describe_stream(bytes, [this](const QString& key) {
+            for (int i = 0; i < window()->tabs()->count(); ++i) {
+                auto* view = qobject_cast<picker_view*>(window()->tabs()->widget(i));
+                if (view->backgroundKey() == key && !view->background().isNull())
+                    return view->background().image();
+            }
+            return QImage();
+        });
     }
 
     // What the scene's picker data holds; no data stands for the empty
@@ -72,11 +86,15 @@ class test_scene : public QObject, host_fixture {
         if (!h.file_info("QuillmarshPickerData", &text)) {
             QByteArray bytes;
             QDataStream out(&bytes, QIODevice::WriteOnly);
-            out << qint32(5) << qint32(1) << qint32(0) << qint32(0) << QString("Untitled") << QString()
+            out << qint32(6) << qint32(1) << qint32(0) << qint32(0) << QString("Untitled") << QString()
                 << qint32(0);
-            return describe_stream(bytes);
+            return describe_stream(bytes, nullptr);
         }
-        return describe_stream(decode_picker_data(text.toLatin1()));
+        return describe_stream(decode_picker_data(text.toLatin1()), [this](const QString& key) {
+            QString entry;
+            return h.file_info("QuillmarshPickerImage_" + key, &entry) ? decode_image(entry.toLatin1()).image()
+                                                                        : QImage();
+        });
     }
 
     // The scene matches the window, and holds an image entry for every key.
@@ -238,7 +256,7 @@ private slots:
         QByteArray newer;
         {
             QDataStream out(&newer, QIODevice::WriteOnly);
-            out << qint32(6) << qint32(1) << qint32(0) << QString("from a newer picker");
+            out << qint32(7) << qint32(1) << qint32(0) << QString("from a newer picker");
         }
         const QString text = encode_picker_data(newer);
         run("QuillmarshPicker");
@@ -247,7 +265,7 @@ private slots:
         QVERIFY(h.save_scene(scene, nullptr));
         modal_helper::answer_next("OK");
         QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
-        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (6)"));
+        QVERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (7)"));
         QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
         // Edits, a flush and a save leave the newer data as it was.
         run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm; QuillmarshPicker new_tab; QuillmarshPicker flush");

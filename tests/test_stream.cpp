@@ -709,7 +709,7 @@ private slots:
         QVERIFY(got.damaged);
 
         // Too new: nothing past the version is read.
-        QByteArray newer = bytes().i32(6).i32(1).i32(0).data;
+        QByteArray newer = bytes().i32(7).i32(1).i32(0).data;
         QDataStream newer_in(newer);
         QVERIFY(!read_window_stream(newer_in, got));
         QVERIFY(got.too_new);

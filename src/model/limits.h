@@ -42,9 +42,11 @@ constexpr qint64 max_image_pixels = qint64(image_square_side) * image_square_sid
 constexpr qint32 max_image_side = 16384;
 // Bytes of one encoded (PNG) image; a real background is a few megabytes.
 constexpr qint64 max_image_bytes = qint64(64) << 20;
-// Pixels of all images read from one scene stream together, so many tabs
-// cannot multiply the image limit.
-constexpr qint64 max_total_image_pixels = 2 * max_image_pixels;
+// Pixels of all the pictures of one scene together (a picture shared by
+// tabs counts once), checked whenever one joins the scene and whenever a
+// scene is read, so many tabs cannot multiply the image limit: four whole
+// pictures, 256 MB decoded.
+constexpr qint64 max_total_image_pixels = 4 * max_image_pixels;
 // A .pkr file, and the uncompressed window stream of a scene.
 constexpr qint64 max_file_bytes = qint64(64) << 20;
 constexpr qint64 max_scene_data_bytes = qint64(64) << 20;

@@ -91,7 +91,7 @@ bool read_window_stream(QDataStream& in, window_contents& out)
     in >> out.version;
     if (!stream_ok(in))
         return false;
-    if (out.version > picker_format::current_version) {
+    if (out.version > picker_format::window_version) {
         out.too_new = true;
         return false;
     }
@@ -110,6 +110,7 @@ bool read_window_stream(QDataStream& in, window_contents& out)
     qint32 scene_budget = limits::max_scene_buttons;
     qint64 names = limits::max_total_names;
     qint64 pixel_budget = limits::max_total_image_pixels;
+    QList<png_picture> pictures;
     const qint32 tabs = std::clamp(out.declared_tabs, 0, limits::max_tabs);
     for (qint32 i = 0; i < tabs; ++i) {
         window_tab tab;
@@ -121,8 +122,10 @@ bool read_window_stream(QDataStream& in, window_contents& out)
             out.damaged = true;
             break;
         }
-        if (out.version >= 2 && !tab.key.isEmpty()) {
-            const picture_read got = read_picture(in, tab.background, &pixel_budget);
+        if (out.version >= 2 && out.version < picker_format::window_version && !tab.key.isEmpty()) {
+            const picture_read got = read_picture(in, tab.background, &pixel_budget, &pictures);
+            if (got == picture_read::decoded && !pictures.contains(tab.background))
+                pictures.append(tab.background);
             tab.image_refused = got == picture_read::refused || got == picture_read::broken;
             if (got == picture_read::broken) {
                 out.damaged = true;

@@ -27,6 +27,7 @@ QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& bu
 struct window_tab {
     QString text;
     QString key;
+    // Null from version 6 on: the picture is in the scene entry of its key.
     png_picture background;
     bool image_refused = false;
     QVector<buttonAttributes> buttons;
@@ -43,7 +44,9 @@ struct window_contents {
     bool damaged = false;
 };
 
-// Reads a window stream (scene data). too_new: version above 5, unknown: below
-// 1; nothing is read past either. False when the stream holds no window at
-// all, or one of those.
+// Reads a window stream (scene data), versions 1 to 6. too_new: a later
+// version, unknown: below 1; nothing is read past either. False when the
+// stream holds no window at all, or one of those. The pictures of older
+// streams share one pixel budget, and a picture that several tabs carry is
+// decoded once.
 bool read_window_stream(QDataStream& in, window_contents& out);

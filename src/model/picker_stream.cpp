@@ -57,20 +57,6 @@ button_list_read read_records(QDataStream& in, int version, qint32 count, qint32
     return result;
 }
 
-// A name read a moment ago, when this is the same: names repeat within a
-// picker (and a crafted file may hold one name millions of times), and a
-// copy shares the text where a name read again would cost its own.
-QString shared_name(const QString& name)
-{
-    static QString recent[64];
-    const int n = name.size();
-    QString& slot = recent[(n ? n * 31 + name.at(0).unicode() + name.at(n - 1).unicode() : 0) & 63];
-    if (slot == name && slot.isNull() == name.isNull())
-        return slot;
-    slot = name;
-    return name;
-}
-
 // Moves past one string without keeping it.
 void skip_string(QDataStream& in)
 {
@@ -124,7 +110,8 @@ void clamp_geometry(buttonAttributes& a)
     a.height = clamp_side(a.height);
 }
 
-picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget)
+picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget,
+                          const QList<png_picture>* known)
 {
     picture = png_picture();
     if (!stream_ok(in) || !in.device())
@@ -143,6 +130,12 @@ picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_b
     QSize size;
     switch (walk_png(device, png, size)) {
     case png_walk::complete: {
+        if (known)
+            for (const png_picture& seen : *known)
+                if (seen.png() == png) {
+                    picture = seen;
+                    return picture_read::decoded;
+                }
         bool refused = false;
         picture = png_picture::decode(png, &refused, pixel_budget);
         return refused ? picture_read::refused : picture_read::decoded;
@@ -210,7 +203,12 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
         in >> name;
         if (!stream_ok(in))
             break;
-        a.names.append(shared_name(name));
+        // A name repeated (as a crafted file may hold one millions of times)
+        // shares the text of the one before it instead of costing its own.
+        if (!a.names.isEmpty() && a.names.constLast() == name && a.names.constLast().isNull() == name.isNull())
+            a.names.append(a.names.constLast());
+        else
+            a.names.append(name);
     }
     return valid && stream_ok(in);
 }

@@ -1,5 +1,7 @@
 // The one binary layout shared by scene data, .pkr files and the clipboard:
-// big-endian QDataStream records, current format version 5.
+// big-endian QDataStream records. Files and the clipboard are at format
+// version 5; the scene's window stream is at version 6, which leaves each
+// tab's picture to its own scene entry.
 #pragma once
 
 #include "model/button_model.h"
@@ -13,7 +15,11 @@
 #include <functional>
 
 namespace picker_format {
+// .pkr files, and the records of every stream.
 constexpr qint32 current_version = 5;
+// The window stream: from here on a tab names its picture by key and
+// carries no pixels, so the data stays small however large the pictures.
+constexpr qint32 window_version = 6;
 // .pkr files are always read and written at this QDataStream version.
 constexpr int pkr_stream_version = QDataStream::Qt_4_0;
 constexpr qint32 payload_version = 1;
@@ -81,7 +87,10 @@ bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused = 
 enum class picture_read { null_image, decoded, refused, broken };
 // `pixel_budget`, when given, is what the caller still allows and shrinks by
 // the pixels decoded. broken: the stream failed (its status says how).
-picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget = nullptr);
+// `known`, when given, holds pictures already read: bytes equal to one of
+// them give that picture, without decoding or taking from the budget.
+picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_budget = nullptr,
+                          const QList<png_picture>* known = nullptr);
 
 // Clamps coordinates and sides to the limits, so that no later arithmetic
 // on a read button can overflow.

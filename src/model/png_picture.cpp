@@ -206,6 +206,29 @@ bool png_size(const QByteArray& png, QSize* size)
     return true;
 }
 
+bool png_is_whole(const QByteArray& bytes, int offset)
+{
+    const qint64 size = qint64(bytes.size()) - offset;
+    if (offset < 0 || size < 8 || size > limits::max_image_bytes
+        || std::memcmp(bytes.constData() + offset, png_signature, 8) != 0)
+        return false;
+    const char* data = bytes.constData() + offset;
+    for (qint64 at = 8;;) {
+        if (size - at < 12)
+            return false;
+        const quint32 length = be32(data + at);
+        const bool ihdr = std::memcmp(data + at + 4, "IHDR", 4) == 0;
+        if (length > 0x7fffffffu || (at == 8) != ihdr || (ihdr && length != 13))
+            return false;
+        const bool end = std::memcmp(data + at + 4, "IEND", 4) == 0;
+        at += 12 + qint64(length);
+        if (at > size)
+            return false;
+        if (end)
+            return at == size;
+    }
+}
+
 png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize* size)
 {
     picture = png_picture();
@@ -216,6 +239,11 @@ png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize*
         *size = claimed;
     if (!size_allowed(claimed, nullptr) || bytes.size() > limits::max_image_bytes)
         return png_check::too_large;
+    bool refused = false;
+    if (png_is_whole(bytes)) {
+        picture = png_picture::decode(bytes, &refused);
+        return refused ? png_check::undecodable : png_check::ok;
+    }
     QBuffer device;
     device.setData(bytes);
     device.open(QIODevice::ReadOnly);
@@ -228,7 +256,6 @@ png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize*
     case png_walk::broken:
         return png_check::damaged;
     }
-    bool refused = false;
-    picture = png_picture::decode(png.size() == bytes.size() ? bytes : png, &refused);
+    picture = png_picture::decode(png, &refused);
     return refused ? png_check::undecodable : png_check::ok;
 }

@@ -65,6 +65,11 @@ png_walk walk_png(QIODevice* device, QByteArray& png, QSize& size);
 // The width and height a PNG's header claims; false when `png` does not
 // start like a PNG.
 bool png_size(const QByteArray& png, QSize* size);
+// Whether the bytes from `offset` on are exactly one PNG that walk_png
+// would read whole: IHDR first, chunks up to IEND and nothing after, within
+// the image byte limit. Only the chunk heads are looked at, so a picture
+// can be decoded where it lies instead of copied first.
+bool png_is_whole(const QByteArray& bytes, int offset = 0);
 
 // PNG bytes on their own (a picture file's, a JSON picture's), read the way
 // a stream's picture is read: walked to IEND (whatever follows is dropped),

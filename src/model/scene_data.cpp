@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 #ifdef QUILL_HAVE_ZLIB
 #include <zlib.h>
@@ -380,21 +381,33 @@ QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap)
 
 QByteArray encode_image(const png_picture& picture)
 {
+    // Sized once: a stream appending tens of megabytes would copy them as it grows.
     QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << picture;
+    bytes.reserve(picture.png().size() + 4);
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << picture;
+    }
     return bytes.toBase64();
 }
 
-png_picture decode_image(const QByteArray& text, bool* refused, qint64* pixel_budget)
+png_picture decode_image(QByteArray text, bool* refused, qint64* pixel_budget)
 {
     if (refused)
         *refused = false;
     if (text.size() > max_text(limits::max_image_bytes))
         return png_picture();
-    const QByteArray bytes = QByteArray::fromBase64(text);
+    QByteArray bytes = QByteArray::fromBase64(text);
+    text = QByteArray();
     if (bytes.isEmpty())
         return png_picture();
+    // What the picker writes, the stream's marker and one whole PNG, is
+    // decoded where it lies: four large pictures are not copied on the way in.
+    static const char marker[4] = {0, 0, 0, 1};
+    if (bytes.size() > 4 && std::memcmp(bytes.constData(), marker, 4) == 0 && png_is_whole(bytes, 4)) {
+        bytes.remove(0, 4);
+        return png_picture::decode(bytes, refused, pixel_budget);
+    }
     // What encode_image wrote carries the stream's marker in front of the
     // PNG; plain PNG bytes read as a stream from before there was a marker.
     QDataStream in(bytes);
@@ -452,6 +465,42 @@ QVector<QSize> icon_sizes(const QByteArray& b)
 }
 
 } // namespace
+
+QSize claimed_image_size(const QByteArray& text)
+{
+    // The marker, the PNG signature and the header chunk's length, name,
+    // width and height: 28 bytes, 40 characters of base64.
+    const QByteArray head = QByteArray::fromBase64(text.left(40));
+    QSize size;
+    if (png_size(head, &size) || png_size(head.mid(4), &size))
+        return size;
+    return QSize();
+}
+
+qint64 distinct_pixels(const QList<png_picture>& pictures)
+{
+    qint64 pixels = 0;
+    for (int i = 0; i < pictures.size(); ++i) {
+        const png_picture& p = pictures[i];
+        if (p.isNull() || std::find(pictures.begin(), pictures.begin() + i, p) != pictures.begin() + i)
+            continue;
+        pixels += qint64(p.width()) * p.height();
+    }
+    return pixels;
+}
+
+bool within_scene_budget(const QList<png_picture>& pictures)
+{
+    return distinct_pixels(pictures) <= limits::max_total_image_pixels;
+}
+
+QString scene_budget_exceeded()
+{
+    return QString("the scene's pictures would exceed %1 megapixels together (%2 pictures of %3 x %3)")
+        .arg(double(limits::max_total_image_pixels) / 1e6, 0, 'f', 1)
+        .arg(limits::max_total_image_pixels / limits::max_image_pixels)
+        .arg(limits::image_square_side);
+}
 
 png_picture load_image_file(const QString& path, QString* error)
 {

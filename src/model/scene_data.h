@@ -7,6 +7,8 @@
 
 #include <QByteArray>
 #include <QLatin1String>
+#include <QList>
+#include <QSize>
 #include <QString>
 
 namespace scene_keys {
@@ -35,7 +37,20 @@ QByteArray encode_image(const png_picture& picture);
 // Null when the text holds no PNG image, or one over the image limits or
 // over `pixel_budget` (then *refused is set; nothing is decoded). A decoded
 // image takes its pixels from the budget and keeps the bytes it was read from.
-png_picture decode_image(const QByteArray& text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+// A text handed over (moved in) is let go once decoded from base64.
+png_picture decode_image(QByteArray text, bool* refused = nullptr, qint64* pixel_budget = nullptr);
+// The size the picture of an image entry claims, read from the first bytes
+// of the text alone; empty when they do not start a PNG.
+QSize claimed_image_size(const QByteArray& text);
+
+// Pixels of the pictures, each counted once however many tabs show it: what
+// the scene's image entries hold.
+qint64 distinct_pixels(const QList<png_picture>& pictures);
+// Whether the pictures together stay within the scene's pixel budget.
+bool within_scene_budget(const QList<png_picture>& pictures);
+// Why a picture was refused for the budget: "the scene's pictures would
+// exceed 67.1 megapixels ...".
+QString scene_budget_exceeded();
 
 // A picture file chosen as a background. Its size is checked from its
 // header before any pixel is decoded; null with *error set when it cannot

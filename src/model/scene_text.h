@@ -1,6 +1,5 @@
 // The scene's picker data text built from pieces compressed on their own, so
-// that an edit recompresses only the pieces it changed and a background
-// picture is compressed and base64-encoded once, not on every edit.
+// that an edit recompresses only the pieces it changed.
 //
 // Each piece is a raw deflate stream ended by a full flush (byte-aligned,
 // no final block) and padded with empty stored blocks to a multiple of three

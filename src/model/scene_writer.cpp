@@ -10,37 +10,18 @@ namespace {
 
 // Records a chunk of the scene text holds: an edit recompresses one chunk.
 constexpr int chunk_records = 128;
-// Pictures are PNG, compressed already: stored as they are they cost a
-// tenth of level 1's time for 0.1% more text. The records compress well.
-constexpr int image_level = 0;
 constexpr int record_level = 6;
 
 } // namespace
 
 void write_window_stream(QDataStream& out, const QVector<const picker_page*>& pages, int current)
 {
-    out << qint32(picker_format::current_version) << qint32(pages.size()) << qint32(current);
+    out << picker_format::window_version << qint32(pages.size()) << qint32(current);
     for (int i = 0; i < pages.size(); ++i) {
         const picker_page* page = pages[i];
         out << qint32(i) << page->name() << page->background_key();
-        if (!page->background_key().isEmpty())
-            out << page->background();
         write_button_list(out, page->attributes());
     }
-}
-
-const deflate_piece& scene_writer::image_piece(const png_picture& picture)
-{
-    auto it = images_.find(picture.key());
-    if (it == images_.end()) {
-        QByteArray bytes;
-        {
-            QDataStream out(&bytes, QIODevice::WriteOnly);
-            out << picture;
-        }
-        it = images_.insert(picture.key(), make_piece(bytes, image_level));
-    }
-    return it.value();
 }
 
 QByteArray scene_writer::encode(const QVector<const picker_page*>& pages, int current)
@@ -54,28 +35,17 @@ QByteArray scene_writer::encode(const QVector<const picker_page*>& pages, int cu
             pieces.append(make_piece(head, record_level));
         head.clear();
     };
-    QSet<qint64> pictures;
     QSet<const picker_page*> seen;
     {
         QDataStream out(&head, QIODevice::WriteOnly);
-        out << qint32(picker_format::current_version) << qint32(pages.size()) << qint32(current);
+        out << picker_format::window_version << qint32(pages.size()) << qint32(current);
     }
     for (int i = 0; i < pages.size(); ++i) {
         const picker_page* page = pages[i];
-        const QString& key = page->background_key();
-        {
-            QDataStream out(&head, QIODevice::Append);
-            out << qint32(i) << page->name() << key;
-        }
-        if (!key.isEmpty()) {
-            close_head();
-            pieces.append(image_piece(page->background()));
-            pictures.insert(page->background().key());
-        }
         const int count = page->count();
         {
             QDataStream out(&head, QIODevice::Append);
-            out << qint32(count);
+            out << qint32(i) << page->name() << page->background_key() << qint32(count);
         }
         if (count < 1)
             continue;
@@ -95,9 +65,7 @@ QByteArray scene_writer::encode(const QVector<const picker_page*>& pages, int cu
         }
     }
     close_head();
-    // Pictures and pages that are gone take their pieces with them.
-    for (auto it = images_.begin(); it != images_.end();)
-        it = pictures.contains(it.key()) ? std::next(it) : images_.erase(it);
+    // Pages that are gone take their pieces with them.
     for (auto it = buttons_.begin(); it != buttons_.end();)
         it = seen.contains(it.key()) ? std::next(it) : buttons_.erase(it);
     return join_pieces(pieces);

@@ -12,7 +12,8 @@
 #include <QVector>
 
 // The window stream: format version, tab count, current tab, then each tab
-// (index, name, background key, picture, buttons).
+// (index, name, background key, buttons). The pictures are not in it: each
+// lives in the scene entry of its key.
 void write_window_stream(QDataStream& out, const QVector<const picker_page*>& pages, int current);
 
 class scene_writer {
@@ -20,10 +21,7 @@ public:
     // The scene text for the pages: what encode_picker_data makes of the
     // window stream, made from cached pieces where nothing changed.
     QByteArray encode(const QVector<const picker_page*>& pages, int current);
-    // A picture's stream bytes (marker and PNG), made once per picture.
-    const deflate_piece& image_piece(const png_picture& picture);
 
 private:
-    QHash<qint64, deflate_piece> images_;
     QHash<const picker_page*, QVector<deflate_piece>> buttons_;
 };

@@ -48,6 +48,17 @@ QString to_q(const MString& s)
 const char* const settings_organisation = "Quillmarsh";
 const char* const settings_application = "picker";
 
+// The text of one of the scene's file-info entries; empty when it has none.
+// The key is the picker's own (a fixed prefix and digits), safe in MEL.
+QByteArray scene_entry(const QString& key)
+{
+    MStringArray result;
+    if (!MGlobal::executeCommand(to_m(QString("fileInfo -q \"%1\"").arg(key)), result, false, false) ||
+        result.length() != 1)
+        return QByteArray();
+    return QByteArray(result[0].asChar(), int(result[0].length()));
+}
+
 } // namespace
 
 const picker_main::directive_entry picker_main::directives[] = {
@@ -400,26 +411,38 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
         selectionChangedFn(nullptr);
         return MStatus::kFailure;
     }
-    QDataStream in(bytes);
-    w->streamFrom(in);
+    // The entries the scene held before: a script's restore replaces the
+    // tabs of this same scene.
+    const QSet<QString> held_images = w->sceneImageKeys();
+    {
+        QDataStream in(bytes);
+        w->streamFrom(in);
+    }
+    bytes.clear();
     if (!w->lastStreamDamage().isEmpty())
         MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged: %2 were read.")
                                          .arg(texts::command_name, w->lastStreamDamage())));
+    if (w->lastStreamTooNew()) {
+        if (from_scene) {
+            w->adoptScene(text, held_images);
+            w->keepNewerScene();
+        }
+        selectionChangedFn(nullptr);
+        return MStatus::kSuccess;
+    }
     if (from_scene) {
         w->adoptScene(text);
-        if (w->lastStreamTooNew())
-            w->keepNewerScene();
     } else {
         // Data handed in by a script: the scene gets it unless it holds it.
-        MStringArray held;
-        MString query = to_m(QString("fileInfo -q \"%1\"").arg(scene_keys::picker_data));
-        if (!MGlobal::executeCommand(query, held, false, false) || held.length() != 1)
-            held.clear();
-        w->adoptScene(held.length() == 1 ? QByteArray(held[0].asChar(), int(held[0].length())) : QByteArray());
-        w->updateSceneData();
+        w->adoptScene(scene_entry(scene_keys::picker_data), held_images);
     }
+    // Every tab's picture, each from its own entry, before anything else
+    // can run: a script that goes on right after the restore sees them.
+    for (const QString& lost : w->load_scene_pictures(scene_entry))
+        MGlobal::displayWarning(to_m(QString("%1 - %2.").arg(texts::command_name, lost)));
+    if (!from_scene)
+        w->updateSceneData();
     selectionChangedFn(nullptr);
-    w->fetchImageData(w->frontPicker());
     return MStatus::kSuccess;
 }
 
@@ -431,7 +454,12 @@ MStatus picker_main::fetch_image(const MStringArray& args)
     QByteArray text(args[1].asChar(), int(args[1].length()));
     if (QByteArray::fromBase64(text).isEmpty())
         return MStatus::kFailure;
-    w->setBackgroundImage(to_q(args[0]), decode_image(text));
+    const QString key = to_q(args[0]);
+    const png_picture picture = decode_image(text);
+    // The tabs under the key give their picture up for this one.
+    if (!within_scene_budget(w->scene_pictures(nullptr, key) << picture))
+        return script_error("fetch_image", scene_budget_exceeded());
+    w->setBackgroundImage(key, picture);
     return MStatus::kSuccess;
 }
 
@@ -446,7 +474,9 @@ MStatus picker_main::set_background(const MStringArray& args)
     const png_picture picture = load_image_file(to_q(args[0]), &why);
     if (picture.isNull()) // the picker keeps the background it has
         return script_error("set_background", why);
-    picker()->place_background(view, QString::number(picture.key()), picture);
+    if (!picker()->place_background(view, QString::number(picture.key()), picture))
+        return script_error("set_background",
+                            QString("\"%1\" was not set: %2").arg(to_q(args[0]), scene_budget_exceeded()));
     return MStatus::kSuccess;
 }
 

@@ -296,10 +296,10 @@ void picker_view::change_background()
         QMessageBox::warning(this, "Background", why.left(1).toUpper() + why.mid(1) + '.');
         return;
     }
-    if (window)
-        window->place_background(this, QString::number(picture.key()), picture);
-    else
+    if (!window)
         setBackground(QString::number(picture.key()), picture);
+    else if (!window->place_background(this, QString::number(picture.key()), picture))
+        QMessageBox::warning(this, "Background", QString("The picture was not set: %1.").arg(scene_budget_exceeded()));
 }
 
 // ----- Buttons

@@ -3,6 +3,7 @@
 #include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/safe_file.h"
+#include "model/scene_data.h"
 #include "model/scene_room.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -108,8 +109,11 @@ bool write_picker(const picker_view* view, const QString& path, QString* why, bo
 {
     pkr_header header;
     header.name = view->page()->name();
-    header.backgroundKey = view->backgroundKey();
-    header.background = view->background();
+    // A key whose picture the scene lost names nothing in a file.
+    if (!view->background().isNull()) {
+        header.backgroundKey = view->backgroundKey();
+        header.background = view->background();
+    }
     const QList<buttonAttributes> buttons = view->page()->attributes();
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
@@ -124,9 +128,13 @@ void picker_window::load_pickers(const QStringList& paths)
         pkr_contents contents;
         QString why;
         bool opened = false;
-        if (!read_picker_file(paths[i], contents, &why, &opened)) {
+        const bool read = read_picker_file(paths[i], contents, &why, &opened);
+        const bool fits = read && within_scene_budget(scene_pictures() << contents.header.background);
+        if (!fits) {
             const QString native = QDir::toNativeSeparators(paths[i]);
-            const QString message = opened ? texts::not_a_picker.arg(native, why) : texts::open_failed.arg(native);
+            const QString message = read     ? texts::over_budget.arg(native, scene_budget_exceeded())
+                                    : opened ? texts::not_a_picker.arg(native, why)
+                                             : texts::open_failed.arg(native);
             const bool more = paths.size() > 1 && i < paths.size() - 1;
             auto buttons = more ? QMessageBox::Cancel | QMessageBox::Ignore : QMessageBox::Ok;
             if (QMessageBox::critical(this, "Open Failed", message, buttons) == QMessageBox::Cancel)
@@ -176,6 +184,13 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
     const QString full = no_room(pages(), nullptr, buttons, int(all.size()), names);
     if (!full.isEmpty()) {
         *why = full;
+        return false;
+    }
+    QList<png_picture> pictures = scene_pictures();
+    for (const pkr_contents& contents : all)
+        pictures << contents.header.background;
+    if (!within_scene_budget(pictures)) {
+        *why = QString("the pickers were not opened: %1").arg(scene_budget_exceeded());
         return false;
     }
     // A file that opened with losses still says so as the menu's Open does.

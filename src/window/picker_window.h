@@ -12,6 +12,8 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <functional>
+
 #include "model/picker_page.h"
 #include "model/png_picture.h"
 #include "model/scene_writer.h"
@@ -112,9 +114,22 @@ public:
     // Writes now whatever differs from the scene; without force only when a
     // change is pending. True when anything was written.
     bool flushSceneData(bool force);
-    // The scene holds `text` as its picker data and the images of the tabs
-    // now open; nothing is pending.
-    void adoptScene(const QByteArray& text);
+    // The scene holds `text` as its picker data and an image entry for each
+    // of `images`; nothing is pending.
+    void adoptScene(const QByteArray& text, const QSet<QString>& images = QSet<QString>());
+    // The keys of the image entries the scene holds, as far as the window knows.
+    const QSet<QString>& sceneImageKeys() const { return sceneImages; }
+    // Gives every tab with a key its picture from the scene's entry for that
+    // key, `entry` returning an entry's text (empty when the scene has
+    // none). Entries are asked for and decoded one at a time, within the
+    // scene's pixel budget. Older data that carried its pictures is checked
+    // against the entries instead. Returns what could not be loaded, one
+    // line a picture; those tabs keep their keys.
+    QStringList load_scene_pictures(const std::function<QByteArray(const QString& entry)>& entry);
+    // The pictures the tabs show (a shared one once a tab), but those of
+    // `except` and of the tabs under `except_key`.
+    QList<png_picture> scene_pictures(const picker_view* except = nullptr,
+                                      const QString& except_key = QString()) const;
     // The window as the scene stores it.
     QByteArray encodedSceneData() const;
     // The tabs' pages, in tab order.
@@ -125,11 +140,12 @@ public:
     void keepNewerScene() { sceneNewer = true; }
     void setImageData(picker_view* view);
     void removeImageData(const QString& key);
-    void fetchImageData(picker_view* view);
     void setBackgroundImage(const QString& key, const png_picture& picture);
     // Gives the view a background under a key no other tab uses for another
     // picture (a key that is not one the picker makes means no background).
-    void place_background(picker_view* view, const QString& key, const png_picture& picture);
+    // False, with nothing changed, when the scene's pictures would exceed
+    // their pixel budget.
+    bool place_background(picker_view* view, const QString& key, const png_picture& picture);
     // Renames a tab: its page, which files and the scene keep, and the tab bar.
     void set_tab_text(int index, const QString& text);
 

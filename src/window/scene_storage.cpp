@@ -2,6 +2,7 @@
 // entry, each background image as an entry of its own keyed by the view's
 // background key. A change only marks the window dirty and queues one flush
 // for the host's idle time; the flush writes what differs from the scene.
+#include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
@@ -61,15 +62,16 @@ bool picker_window::flushSceneData(bool force)
         return false;
     sceneDirty = false;
     bool wrote = false;
-    // Images first, so the data never names an entry the scene lacks.
+    // Images first, so the data never names an entry the scene lacks. A
+    // tab whose picture could not be read keeps its key, and so whatever
+    // the scene still holds under it.
     QSet<QString> used;
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (!view || view->backgroundKey().isEmpty() || view->background().isNull() ||
-            used.contains(view->backgroundKey()))
+        if (!view || view->backgroundKey().isEmpty())
             continue;
         used.insert(view->backgroundKey());
-        if (!sceneImages.contains(view->backgroundKey())) {
+        if (!view->background().isNull() && !sceneImages.contains(view->backgroundKey())) {
             setImageData(view);
             wrote = true;
         }
@@ -93,31 +95,106 @@ bool picker_window::flushSceneData(bool force)
     return wrote;
 }
 
-void picker_window::adoptScene(const QByteArray& text)
+void picker_window::adoptScene(const QByteArray& text, const QSet<QString>& images)
 {
     sceneText = text;
-    sceneImages.clear();
+    sceneImages = images;
     flushQueued = false;
-    for (int i = 0; i < tabWidget->count(); ++i)
-        if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
-            if (!view->backgroundKey().isEmpty())
-                sceneImages.insert(view->backgroundKey());
     sceneDirty = false;
+}
+
+QList<png_picture> picker_window::scene_pictures(const picker_view* except, const QString& except_key) const
+{
+    QList<png_picture> pictures;
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        auto* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (view && view != except && !view->background().isNull() &&
+            (except_key.isEmpty() || view->backgroundKey() != except_key))
+            pictures.append(view->background());
+    }
+    return pictures;
+}
+
+QStringList picker_window::load_scene_pictures(const std::function<QByteArray(const QString&)>& entry)
+{
+    QStringList lost;
+    QStringList keys;
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        auto* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (view && is_background_key(view->backgroundKey()) && !keys.contains(view->backgroundKey()))
+            keys.append(view->backgroundKey());
+    }
+    // Read from the scene, so nothing here is a change to write back.
+    ++sceneQuiet;
+    for (const QString& key : keys) {
+        QList<picker_view*> under;
+        png_picture shown;
+        for (int i = 0; i < tabWidget->count(); ++i) {
+            auto* view = qobject_cast<picker_view*>(tabWidget->widget(i));
+            if (view && view->backgroundKey() == key) {
+                under.append(view);
+                if (shown.isNull())
+                    shown = view->background();
+            }
+        }
+        const QString what = QString("the picture %1 of the tab \"%2\"")
+                                 .arg(image_entry(key), tabWidget->tabText(tabWidget->indexOf(under[0])));
+        // One entry's text at a time: it is gone before the next is asked for.
+        QByteArray text = entry(image_entry(key));
+        if (!shown.isNull()) {
+            // Older data carried the picture itself. The entry is the scene's
+            // own only when it holds the same bytes; else the next write
+            // puts them there.
+            const QByteArray stored = QByteArray::fromBase64(text);
+            if (stored.size() == shown.png().size() + 4 && stored.startsWith(QByteArray("\0\0\0\1", 4)) &&
+                stored.endsWith(shown.png()))
+                sceneImages.insert(key);
+            else
+                sceneImages.remove(key);
+            for (picker_view* view : under)
+                view->setBackground(key, shown);
+            continue;
+        }
+        if (text.isEmpty()) {
+            sceneImages.remove(key);
+            lost << what + " is missing from the scene: the tab is shown without it and keeps its key";
+            continue;
+        }
+        sceneImages.insert(key);
+        qint64 budget = limits::max_total_image_pixels - distinct_pixels(scene_pictures());
+        const QSize claimed = claimed_image_size(text);
+        if (qint64(claimed.width()) * claimed.height() > budget &&
+            qint64(claimed.width()) * claimed.height() <= limits::max_image_pixels) {
+            lost << what + " was not loaded: " + scene_budget_exceeded();
+            continue;
+        }
+        const png_picture picture = decode_image(std::move(text), nullptr, &budget);
+        if (picture.isNull()) {
+            lost << what + QString(" was not loaded: it is damaged or over the size limit (%1 x %1 pixels)")
+                               .arg(limits::image_square_side);
+            continue;
+        }
+        for (picker_view* view : under)
+            view->setBackground(key, picture);
+    }
+    --sceneQuiet;
+    return lost;
 }
 
 // The key is one the picker made (place_background refuses any other), so
 // it is digits only and safe inside the command text.
 void picker_window::setImageData(picker_view* view)
 {
-    if (!view || !is_background_key(view->backgroundKey()))
+    if (!view || !is_background_key(view->backgroundKey()) || view->background().isNull())
         return;
-    // The entry holds the picture's stream bytes, the same ones the data holds.
-    const QByteArray text = sceneWriter.image_piece(view->background()).raw.toBase64();
     QString command;
-    command.reserve(text.size() + 64);
-    command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey()) + QLatin1String("\" \"");
-    command += QLatin1String(text.constData(), text.size());
-    command += QLatin1String("\"; file -modified 1;");
+    {
+        const QByteArray text = encode_image(view->background());
+        command.reserve(text.size() + 64);
+        command += QLatin1String("fileInfo \"") + image_entry(view->backgroundKey()) + QLatin1String("\" \"");
+        command += QLatin1String(text.constData(), text.size());
+        command += QLatin1String("\"; file -modified 1;");
+    }
     picker_host::instance().run_mel_now(command);
     sceneImages.insert(view->backgroundKey());
 }
@@ -131,33 +208,30 @@ void picker_window::removeImageData(const QString& key)
         QString("fileInfo -remove \"%1\"; file -modified 1;").arg(image_entry(key)));
 }
 
-void picker_window::fetchImageData(picker_view* view)
-{
-    if (!view || !is_background_key(view->backgroundKey()))
-        return;
-    picker_host::instance().run_mel_on_idle(QString("%1 fetch_image `fileInfo -q \"%2\"`;")
-                                                .arg(texts::command_name, image_entry(view->backgroundKey())));
-}
-
 void picker_window::setBackgroundImage(const QString& key, const png_picture& picture)
 {
     if (!is_background_key(key))
         return;
     for (int i = 0; i < tabWidget->count(); ++i) {
         picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (view && view->backgroundKey() == key)
+        if (view && view->backgroundKey() == key && view->background() != picture) {
+            // The entry is written again, so the scene holds what the tabs show.
+            sceneImages.remove(key);
             view->setBackground(key, picture);
+        }
     }
 }
 
-void picker_window::place_background(picker_view* view, const QString& key, const png_picture& picture)
+bool picker_window::place_background(picker_view* view, const QString& key, const png_picture& picture)
 {
     if (!view)
-        return;
+        return false;
     if (picture.isNull() || !is_background_key(key)) {
         view->setBackground(QString(), png_picture());
-        return;
+        return true;
     }
+    if (!within_scene_budget(scene_pictures(view) << picture))
+        return false;
     // Tabs share a key only for the same picture; a key the scene already
     // holds under another picture would keep the old picture there.
     auto taken = [&](const QString& k) {
@@ -188,6 +262,7 @@ void picker_window::place_background(picker_view* view, const QString& key, cons
         while (in_use(chosen));
     }
     view->setBackground(chosen, picture);
+    return true;
 }
 
 void picker_window::set_tab_text(int index, const QString& text)
@@ -256,7 +331,12 @@ void picker_window::streamFrom(QDataStream& in)
     int declared = 0, read = 0, refused = 0;
     for (window_tab& tab : contents.tabs) {
         picker_view* view = new picker_view(this);
-        place_background(view, tab.key, tab.background);
+        // A tab without its picture keeps the key: the picture is fetched
+        // from the scene entry of that key (load_scene_pictures).
+        if (tab.background.isNull() && is_background_key(tab.key))
+            view->setBackground(tab.key, png_picture());
+        else
+            place_background(view, tab.key, tab.background);
         picker_page* page = view->page();
         page->set_name(tab.text);
         page->insert_all(std::move(tab.buttons));
@@ -265,7 +345,9 @@ void picker_window::streamFrom(QDataStream& in)
         frame_when_shown(view);
         declared += tab.declared;
         read += tab.buttons.size();
-        refused += tab.image_refused;
+        // A refused picture under a key is looked for in the scene entry
+        // next, and reported there if it is not found.
+        refused += tab.image_refused && !is_background_key(tab.key);
     }
     if (contents.current >= 0 && contents.current < tabWidget->count())
         tabWidget->setCurrentIndex(contents.current);

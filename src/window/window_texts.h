@@ -21,6 +21,7 @@ const QString open_failed =
 const QString save_failed = QStringLiteral(
     "Could not open the file \"%1\" for writing.\n\nPlease check that this file is not locked and "
     "that you have the proper permissions and try again.");
+const QString over_budget = QStringLiteral("Could not open the file \"%1\": %2.");
 const QString not_a_picker =
     QStringLiteral("Could not open the file \"%1\": %2.\n\nIt is not a picker file.");
 // One warning for a file that opened with losses; the parts are joined.
