@@ -4,12 +4,15 @@
 #include "edit/clipboard.h"
 #include "model/limits.h"
 #include "model/picker_file.h"
+#include "model/picker_stream.h"
+#include "model/scene_data.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
 
 #include <QBuffer>
 #include <QDataStream>
+#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QtTest>
@@ -44,6 +47,25 @@ QVector<buttonAttributes> read_back(const picker_page* page, bool* whole)
 picker_view* front(picker_window& w)
 {
     return qobject_cast<picker_view*>(w.tabs()->currentWidget());
+}
+
+picker_view* tab(picker_window& w, int i)
+{
+    return qobject_cast<picker_view*>(w.tabs()->widget(i));
+}
+
+// What a window holds, tab by tab: name and every button's fields.
+QStringList snapshot(picker_window& w)
+{
+    QStringList out;
+    for (int i = 0; i < w.tabs()->count(); ++i) {
+        out << "tab " + w.tabs()->tabText(i);
+        QByteArray bytes;
+        QDataStream stream(&bytes, QIODevice::WriteOnly);
+        write_button_list(stream, tab(w, i)->page()->attributes());
+        out << QString::fromLatin1(bytes.toHex());
+    }
+    return out;
 }
 
 } // namespace
@@ -105,6 +127,58 @@ private slots:
         QVERIFY(!got.damaged);
         QCOMPARE(got.tabs.size(), int(limits::max_tabs));
         QCOMPARE(got.tabs[3].buttons.size(), int(limits::max_buttons));
+    }
+
+    // Random scenes built up to a limit, then saved, reopened, edited past it
+    // and saved again: each time the scene gives back what the window held.
+    void scenes_near_the_limits_read_back_as_written()
+    {
+        QRandomGenerator rng(25);
+        for (int round = 0; round < 6; ++round) {
+            picker_window w(nullptr);
+            switch (round % 3) {
+            case 0: // tabs
+                while (w.tabs()->count() < limits::max_tabs - int(rng.bounded(3)))
+                    w.new_tab();
+                break;
+            case 1: // a picker's buttons
+                front(w)->page()->insert_all(grid(limits::max_buttons - int(rng.bounded(3))).toVector());
+                break;
+            default: { // a button's names, a tab's name, sides and places
+                buttonAttributes a = grid(1)[0];
+                a.names.clear();
+                for (int i = limits::max_names - int(rng.bounded(3)); i > 0; --i)
+                    a.names << QString("n%1").arg(i);
+                a.pos = QPoint(INT_MAX, -INT_MAX);
+                a.width = a.height = INT_MAX;
+                front(w)->page()->insert(a);
+                w.set_tab_text(0, QString(limits::max_tab_name_chars + int(rng.bounded(3)), 'x'));
+                break;
+            }
+            }
+            for (int pass = 0; pass < 3; ++pass) {
+                const QByteArray text = w.encodedSceneData();
+                picker_window back(nullptr);
+                QDataStream in(decode_picker_data(text));
+                back.streamFrom(in);
+                QVERIFY2(back.lastStreamDamage().isEmpty(), qPrintable(back.lastStreamDamage()));
+                QCOMPARE(snapshot(back), snapshot(w));
+                // An edit at or past the limit, which the window takes or refuses whole.
+                switch (rng.bounded(3)) {
+                case 0:
+                    copyButtonsToClipboard(grid(1 + int(rng.bounded(5))));
+                    handle_paste(front(w), true);
+                    break;
+                case 1:
+                    w.new_tab();
+                    break;
+                default:
+                    if (!front(w)->buttons().isEmpty())
+                        front(w)->set_button_size(0, INT_MAX, INT_MAX);
+                    break;
+                }
+            }
+        }
     }
 
     void names_sides_and_tab_names_stay_within_what_reads_back()
