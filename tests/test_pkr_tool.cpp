@@ -2,6 +2,7 @@
 // clear refusals of bad input, pictures read only from the JSON's folder, and
 // nothing written when a command fails.
 #include "button_values.h"
+#include "model/limits.h"
 #include "model/picker_file.h"
 #include "model/pkr_json.h"
 #include "model/scene_data.h"
@@ -181,6 +182,19 @@ private slots:
                                          << "cannot read the picture";
         QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
                                          << "not a PNG";
+        // More names in all than a picker file is read with.
+        QByteArray names = "\"a\"";
+        for (int i = 1; i < limits::max_names; ++i)
+            names += ",\"a\"";
+        const QByteArray one = "{\"color\": \"#ff000000\", \"height\": 12, \"kind\": \"selection\", \"label\": \"\", "
+                               "\"labelColor\": \"#00000000\", \"language\": \"mel\", \"names\": [" + names
+                             + "], \"width\": 12, \"x\": 1, \"y\": 2}";
+        const int at = good.indexOf("\"buttons\": [") + 12;
+        QByteArray many = good.left(at);
+        for (int b = 0; b <= limits::max_total_names / limits::max_names; ++b)
+            many += (b ? "," : "") + one;
+        many += good.mid(good.indexOf("\n    ]", at));
+        QTest::newRow("names in all") << many << "names in all";
     }
     void bad_json_is_refused_with_the_reason()
     {

@@ -274,8 +274,15 @@ bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& head
             fail(QString(), QString("%1 buttons; a picker holds at most %2").arg(array.size()).arg(limits::max_buttons));
         QList<buttonAttributes> read;
         read.reserve(array.size());
-        for (int i = 0; i < array.size(); ++i)
+        qint64 names = 0;
+        for (int i = 0; i < array.size(); ++i) {
             read.append(read_button(array.at(i), i + 1));
+            // A file the picker would read only in part is not written at all.
+            names += read.last().names.size();
+            if (names > limits::max_total_names)
+                fail(QString(), QString("more than %1 names in all; a picker holds at most that many")
+                                    .arg(limits::max_total_names));
+        }
         header = h;
         buttons = read;
         return true;
