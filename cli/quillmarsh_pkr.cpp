@@ -181,7 +181,12 @@ int from_json(const QStringList& args)
     if (!pkr_json::from_json(file.read(2 * limits::max_file_bytes + 1), in.path(), header, buttons, &why, pictures))
         return error(QString("\"%1\": %2").arg(a.plain[0], why));
     const QString path = a.output.isEmpty() ? in.path() + "/" + in.completeBaseName() + ".pkr" : a.output;
-    if (!write_out(path, write_pkr(header, buttons), &why))
+    const QByteArray bytes = write_pkr(header, buttons);
+    // A file the picker would refuse to open is not written.
+    if (bytes.size() > limits::max_file_bytes)
+        return error(QString("\"%1\": the picker would be %2 MB; a picker file holds at most %3 MB")
+                         .arg(a.plain[0]).arg(bytes.size() >> 20).arg(limits::max_file_bytes >> 20));
+    if (!write_out(path, bytes, &why))
         return error(why);
     return done;
 }

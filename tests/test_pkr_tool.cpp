@@ -359,6 +359,8 @@ private slots:
                                           << "cannot open \"@/pipe.json\": it is a pipe, not a file";
         QTest::newRow("picker from a device") << QStringList{"info", "/dev/zero"} << 1
                                               << "cannot open \"/dev/zero\": it is a device, not a file";
+        QTest::newRow("picker past a file's size") << QStringList{"from-json", "@/huge.json", "-o", "@/out.pkr"} << 1
+                                                   << "a picker file holds at most 64 MB";
     }
     void tool_failures_write_nothing()
     {
@@ -374,6 +376,11 @@ private slots:
         write(place.filePath("text.pkr"), "just some text\n");
         write(place.filePath("bad.json"), "{\"format\":");
         QCOMPARE(::mkfifo(QFile::encodeName(place.filePath("pipe.json")).constData(), 0600), 0);
+        if (args.join(' ').contains("huge.json")) { // a label of 40 million characters
+            QByteArray json = pkr_json::to_json(read_bytes(good), QString());
+            json.replace("\"label\": \"a\"", "\"label\": \"" + QByteArray(40 << 20, 'x') + "\"");
+            write(place.filePath("huge.json"), json);
+        }
         for (QString& arg : args)
             arg.replace("@", place.path());
         says.replace("@", place.path());

@@ -114,10 +114,18 @@ bool write_picker(const picker_view* view, const QString& path, QString* why, bo
         header.backgroundKey = view->backgroundKey();
         header.background = view->background();
     }
-    const QList<buttonAttributes> buttons = view->page()->attributes();
+    const QByteArray bytes = write_pkr(header, view->page()->attributes());
+    // A file the picker would refuse to open is not written.
+    if (bytes.size() > limits::max_file_bytes) {
+        if (why)
+            *why = QString("the picker would be %1 MB; a picker file holds at most %2 MB")
+                       .arg(bytes.size() >> 20)
+                       .arg(limits::max_file_bytes >> 20);
+        return false;
+    }
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
-    return write_file_safely(path, write_pkr(header, buttons), why, refused);
+    return write_file_safely(path, bytes, why, refused);
 }
 
 } // namespace
