@@ -129,6 +129,20 @@ private slots:
         QCOMPARE(got.tabs[3].buttons.size(), int(limits::max_buttons));
     }
 
+    // Pickers grown past what a scene is read with leave the scene the
+    // pickers it had, and say so.
+    void a_scene_keeps_its_pickers_rather_than_take_more_than_it_reads()
+    {
+        picker_window w(nullptr);
+        front(w)->page()->insert_all(grid(3).toVector());
+        w.flushSceneData(true);
+        const QString stored = host.now.last();
+        front(w)->page()->set_label(0, QString(40 << 20, 'x')); // 80 MB in the stream
+        QVERIFY(!w.flushSceneData(true));
+        QCOMPARE(host.now.last(), stored);
+        QVERIFY(host.warnings.join('\n').contains("more than the 64 MB a scene holds"));
+    }
+
     // Random scenes built up to a limit, then saved, reopened, edited past it
     // and saved again: each time the scene gives back what the window held.
     void scenes_near_the_limits_read_back_as_written()

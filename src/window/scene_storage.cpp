@@ -16,6 +16,7 @@
 #include <QEvent>
 #include <QMessageBox>
 #include <QTabWidget>
+#include <QtEndian>
 
 #include <iterator>
 
@@ -82,6 +83,18 @@ bool picker_window::flushSceneData(bool force)
         wrote = true;
     }
     const QByteArray text = encodedSceneData();
+    // The text opens with the stream's length: pickers larger than a scene
+    // is read with are not written over what the scene holds.
+    const QByteArray length = QByteArray::fromBase64(text.left(8));
+    const qint64 raw = length.size() >= 4 ? qFromBigEndian<quint32>(length.constData()) : 0;
+    if (raw > limits::max_scene_data_bytes) {
+        picker_host::instance().warn(
+            QString("The pickers are %1 MB, more than the %2 MB a scene holds: the scene keeps the pickers it "
+                    "had. Save them as picker files, or make them smaller.")
+                .arg(raw >> 20)
+                .arg(limits::max_scene_data_bytes >> 20));
+        return wrote;
+    }
     if (text != sceneText) {
         QString command;
         command.reserve(text.size() + 64);
