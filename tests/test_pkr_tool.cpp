@@ -360,7 +360,7 @@ private slots:
         QTest::newRow("picker from a device") << QStringList{"info", "/dev/zero"} << 1
                                               << "cannot open \"/dev/zero\": it is a device, not a file";
         QTest::newRow("picker past a file's size") << QStringList{"from-json", "@/huge.json", "-o", "@/out.pkr"} << 1
-                                                   << "a picker file holds at most 64 MB";
+                                                   << "larger than the 64 MB a picker file holds";
     }
     void tool_failures_write_nothing()
     {

@@ -228,7 +228,7 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
 
-bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& header,
+bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
                QList<buttonAttributes>& buttons, QString* error, picture_files pictures)
 {
     try {
@@ -236,6 +236,7 @@ bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& head
             fail(QString(), "the text is too large to be a picker");
         QJsonParseError parse;
         const QJsonDocument doc = QJsonDocument::fromJson(json, &parse);
+        json = QByteArray(); // parsed: the text need not stay beside the document
         if (doc.isNull())
             fail(QString(), QString("not JSON (%1 at byte %2)").arg(parse.errorString()).arg(parse.offset));
         if (!doc.isObject())
@@ -275,13 +276,24 @@ bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& head
         QList<buttonAttributes> read;
         read.reserve(array.size());
         qint64 names = 0;
+        // What the picker file will take, counted as the buttons are read, so
+        // a picker too large for one is refused before it is made.
+        qint64 bytes = 4 + 4 + 2 * qint64(h.name.size()) + 4 + 2 * qint64(h.backgroundKey.size())
+                     + h.background.png().size() + 4;
         for (int i = 0; i < array.size(); ++i) {
             read.append(read_button(array.at(i), i + 1));
             // A file the picker would read only in part is not written at all.
-            names += read.last().names.size();
+            const buttonAttributes& a = read.last();
+            names += a.names.size();
             if (names > limits::max_total_names)
                 fail(QString(), QString("more than %1 names in all; a picker holds at most that many")
                                     .arg(limits::max_total_names));
+            bytes += 52 + 2 * qint64(a.label.size());
+            for (const QString& name : a.names)
+                bytes += 4 + 2 * qint64(name.size());
+            if (bytes > limits::max_file_bytes)
+                fail(QString(), QString("the picker would be larger than the %1 MB a picker file holds")
+                                    .arg(limits::max_file_bytes >> 20));
         }
         header = h;
         buttons = read;

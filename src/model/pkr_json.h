@@ -27,7 +27,7 @@ enum class picture_files { inside_base_dir, anywhere };
 // Reads JSON made by to_json (or by hand to the same form). `base_dir` is
 // where a named image file is looked for. False with *error saying what is
 // wrong and where; nothing is half-filled in that case.
-bool from_json(const QByteArray& json, const QString& base_dir, pkr_header& header,
+bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
                QList<buttonAttributes>& buttons, QString* error,
                picture_files pictures = picture_files::inside_base_dir);
 
