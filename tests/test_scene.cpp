@@ -137,16 +137,6 @@ class test_scene : public QObject, host_fixture {
         return path;
     }
 
-    void restart_with_scene(const QString& scene)
-    {
-        // A fresh session: no window, an empty host, then the scene.
-        picker_main::cleanup();
-        h.reset();
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
-    }
-
     // Saves the scene, opens it in a fresh session and finds the same
     // window there, with the scene untouched by the restore.
     void reopen_and_compare(const QString& name)

@@ -2,6 +2,7 @@
 // one pixel budget: scenes of large photos survive save, reopen and edit; a
 // picture past the budget is refused before anything changes; older and
 // damaged scenes keep what they hold.
+#include "host_fixture.h"
 #include "linked_picker.h"
 #include "modal_helper.h"
 #include "pkr_file.h"
@@ -9,20 +10,11 @@
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "model/scene_writer.h"
-#include "plugin/picker_main.h"
-#include "view/picker_view.h"
-#include "window/picker_window.h"
-
-#include <sandbox/host.h>
 
 #include <QCryptographicHash>
 #include <QImageWriter>
-#include <QMainWindow>
-#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QtTest>
-
-using sandbox::host;
 
 namespace {
 
@@ -66,44 +58,36 @@ void save_png(const QImage& image, const QString& path)
 
 } // namespace
 
-class test_scene_pictures : public QObject {
+class test_scene_pictures : public QObject, host_fixture {
     Q_OBJECT
 
-    host& h = host::instance();
-    QMainWindow main;
     QTemporaryDir dir;
     QStringList photos; // 4096 x 4096, made once for the run
     QStringList flats;
     QString tiny;
 
-    bool run(const QString& mel) { return h.execute(mel); }
-    picker_window* window() { return picker_main::picker(); }
-    picker_view* view(int i) { return qobject_cast<picker_view*>(window()->tabs()->widget(i)); }
 
     // Tabs, keys, pictures (size and a digest of the PNG bytes) and buttons.
     QString describe_window()
     {
         QString out = QString("current %1\n").arg(window()->tabs()->currentIndex());
         for (int i = 0; i < window()->tabs()->count(); ++i) {
-            const png_picture& p = view(i)->background();
+            const png_picture& p = tab(i)->background();
             out += QString("tab '%1' key '%2' %3x%4 %5\n")
-                       .arg(window()->tabs()->tabText(i), view(i)->backgroundKey())
+                       .arg(window()->tabs()->tabText(i), tab(i)->backgroundKey())
                        .arg(p.width()).arg(p.height())
                        .arg(QString(QCryptographicHash::hash(p.png(), QCryptographicHash::Md5).toHex()));
-            for (const buttonRecord& r : view(i)->buttons())
+            for (const buttonRecord& r : tab(i)->buttons())
                 out += QString("  (%1,%2) %3x%4 '%5' [%6]\n").arg(r.pos.x()).arg(r.pos.y()).arg(r.width)
                            .arg(r.height).arg(r.label, r.names.join(','));
         }
         return out;
     }
 
-    void restart_with_scene(const QString& scene)
+    // The scene in a fresh session, its window open.
+    void open_afresh(const QString& scene)
     {
-        picker_main::cleanup();
-        h.reset();
-        h.set_main_window(&main);
-        QString error;
-        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
+        restart_with_scene(scene);
         run("QuillmarshPicker");
         h.drain_idle();
     }
@@ -114,7 +98,7 @@ class test_scene_pictures : public QObject {
         const QString scene = dir.filePath(name);
         if (!h.save_scene(scene, nullptr))
             return "not saved";
-        restart_with_scene(scene);
+        open_afresh(scene);
         return h.modified() ? "opening modified the scene" : describe_window();
     }
 
@@ -236,7 +220,7 @@ private slots:
             said = h.output_text();
         } else if (route == "chooser") {
             modal_helper::answer_in_turn({tiny, "OK"});
-            view(4)->change_background();
+            tab(4)->change_background();
             said = modal_helper::last_text();
         } else if (route == "open") {
             QVERIFY(!run(QString("QuillmarshPicker open \"%1\"").arg(pkr)));
@@ -282,10 +266,10 @@ private slots:
         QMap<QString, png_picture> stored;
         if (entries)
             stored = {{"1700000001", red}, {"1700000002", blue}};
-        restart_with_scene(scene_with("v5.ma", v5, stored));
-        QCOMPARE(view(0)->backgroundKey(), QString("1700000001"));
-        QCOMPARE(view(0)->background().png(), red.png());
-        QCOMPARE(view(1)->background().png(), blue.png());
+        open_afresh(scene_with("v5.ma", v5, stored));
+        QCOMPARE(tab(0)->backgroundKey(), QString("1700000001"));
+        QCOMPARE(tab(0)->background().png(), red.png());
+        QCOMPARE(tab(1)->background().png(), blue.png());
         QVERIFY(!h.modified());
 
         run("QuillmarshPicker move_button label head 3 3");
@@ -295,8 +279,8 @@ private slots:
         QCOMPARE(decode_picker_data(data.toLatin1()).left(4), QByteArray("\0\0\0\6", 4));
         for (int i = 0; i < 2; ++i) {
             QString entry;
-            QVERIFY(h.file_info("QuillmarshPickerImage_" + view(i)->backgroundKey(), &entry));
-            QCOMPARE(decode_image(entry.toLatin1()).png(), view(i)->background().png());
+            QVERIFY(h.file_info("QuillmarshPickerImage_" + tab(i)->backgroundKey(), &entry));
+            QCOMPARE(decode_image(entry.toLatin1()).png(), tab(i)->background().png());
         }
         const QString edited = describe_window();
         QCOMPARE(reopen("v6.ma"), edited);
@@ -314,11 +298,11 @@ private slots:
                                     button_at(QPoint(40, 4), {"rig:leg"}, "leg")});
             out << qint32(1) << QString("face") << QString() << qint32(0);
         }
-        restart_with_scene(scene_with("lost.ma", v6, {}));
+        open_afresh(scene_with("lost.ma", v6, {}));
         QVERIFY2(warnings().contains("the picture QuillmarshPickerImage_1700000009 of the tab \"hero\" is missing"),
                  qPrintable(warnings()));
-        QCOMPARE(view(0)->backgroundKey(), QString("1700000009"));
-        QVERIFY(view(0)->background().isNull());
+        QCOMPARE(tab(0)->backgroundKey(), QString("1700000009"));
+        QVERIFY(tab(0)->background().isNull());
         const QString hero = describe_window().section('\n', 1, 3);
         QVERIFY(hero.contains("'arm'") && hero.contains("'leg'"));
 
@@ -359,11 +343,11 @@ private slots:
                 write_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm")});
             }
         }
-        restart_with_scene(scene_with("five.ma", stream, entries));
+        open_afresh(scene_with("five.ma", stream, entries));
         for (int i = 0; i < 4; ++i)
-            QCOMPARE(view(i)->background().size(), QSize(side, side));
-        QVERIFY(view(4)->background().isNull());
-        QCOMPARE(view(4)->backgroundKey(), QString("1700000004"));
+            QCOMPARE(tab(i)->background().size(), QSize(side, side));
+        QVERIFY(tab(4)->background().isNull());
+        QCOMPARE(tab(4)->backgroundKey(), QString("1700000004"));
         QVERIFY2(warnings().contains("QuillmarshPickerImage_1700000004 of the tab \"p4\" was not loaded: the "
                                      "scene's pictures would exceed"),
                  qPrintable(warnings()));
@@ -375,7 +359,7 @@ private slots:
         QVERIFY(!run(QString("QuillmarshPicker fetch_image 1700000004 \"%1\"").arg(fifth)));
         run("QuillmarshPicker set_tab p0; QuillmarshPicker close_tab");
         QVERIFY(run(QString("QuillmarshPicker fetch_image 1700000004 \"%1\"").arg(fifth)));
-        QCOMPARE(view(3)->background().png(), entries["1700000004"].png());
+        QCOMPARE(tab(3)->background().png(), entries["1700000004"].png());
     }
 
     void the_window_stream_names_pictures_by_key()

@@ -10,6 +10,7 @@
 
 #include <QMainWindow>
 #include <QTabWidget>
+#include <QtTest>
 
 struct host_fixture {
     sandbox::host& h = sandbox::host::instance();
@@ -33,6 +34,16 @@ struct host_fixture {
         run("namespace -add " + ns);
         for (const QString& name : names)
             run(QString("createNode transform -n \"%1:%2\" -ss").arg(ns, name));
+    }
+
+    // A fresh session: no window, an empty host, then the scene.
+    void restart_with_scene(const QString& scene)
+    {
+        picker_main::cleanup();
+        h.reset();
+        h.set_main_window(&main);
+        QString error;
+        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
     }
 
     static picker_window* window() { return picker_main::picker(); }
