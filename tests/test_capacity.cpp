@@ -11,9 +11,11 @@
 #include "window/picker_window.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QDataStream>
 #include <QRandomGenerator>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTabWidget>
 #include <QtTest>
 
@@ -99,6 +101,24 @@ private slots:
         bool whole = false;
         QCOMPARE(read_back(view->page(), &whole).size(), 20000);
         QVERIFY(whole);
+    }
+
+    // Two large pickers fit one scene together, as they did apart.
+    void pickers_opened_together_are_judged_by_the_scene()
+    {
+        QTemporaryDir dir;
+        QStringList paths;
+        for (const char* name : {"a.pkr", "b.pkr"}) {
+            QFile file(dir.filePath(name));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(write_pkr(pkr_header(), grid(20000)));
+            paths << file.fileName();
+        }
+        picker_window w(nullptr);
+        QString why;
+        QVERIFY2(w.open_for_script(paths, &why), qPrintable(why));
+        QCOMPARE(w.tabs()->count(), 3);
+        QCOMPARE(qobject_cast<picker_view*>(w.tabs()->widget(2))->buttons().size(), 20000);
     }
 
     void a_scene_takes_its_tabs_and_buttons_and_no_more()

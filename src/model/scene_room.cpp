@@ -9,7 +9,7 @@ QString no_room(const QVector<const picker_page*>& pages, const picker_page* pag
     const qint64 tabs = qint64(pages.size()) + more_tabs;
     if (more_tabs > 0 && tabs > limits::max_tabs)
         return QString("a scene holds at most %1 tabs; it would hold %2").arg(limits::max_tabs).arg(tabs);
-    const qint64 on_page = (page ? page->count() : 0) + more_buttons;
+    const qint64 on_page = page ? page->count() + more_buttons : 0;
     if (on_page > limits::max_buttons)
         return QString("a picker holds at most %1 buttons; it would hold %2").arg(limits::max_buttons).arg(on_page);
     qint64 total = more_buttons;

@@ -8,10 +8,11 @@
 
 class picker_page;
 
-// Empty when `page` (one of `pages`, or null for a new tab) can take
-// `more_buttons` holding `more_names` names within a picker's and the
-// scene's limits and the scene can take `more_tabs`; otherwise why not, in
-// words.
+// Empty when `page` (one of `pages`) can take `more_buttons` holding
+// `more_names` names within a picker's and the scene's limits and the scene
+// can take `more_tabs`; otherwise why not, in words. With a null page the
+// buttons come in new tabs, each a picker read from a file, which never
+// holds more than a picker may: only the scene's limits apply.
 QString no_room(const QVector<const picker_page*>& pages, const picker_page* page, qint64 more_buttons,
                 int more_tabs = 0, qint64 more_names = 0);
 

@@ -183,11 +183,6 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
     for (const pkr_contents& contents : all) {
         buttons += contents.buttons.size();
         names += names_in(contents);
-        const QString full = no_room(pages(), nullptr, contents.buttons.size(), 0);
-        if (!full.isEmpty()) {
-            *why = full;
-            return false;
-        }
     }
     const QString full = no_room(pages(), nullptr, buttons, int(all.size()), names);
     if (!full.isEmpty()) {
