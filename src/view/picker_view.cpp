@@ -499,12 +499,9 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
         return false;
 
     paint_layer::view_state state;
-    state.size = size();
     state.ratio = ratio;
     state.format = static_cast<QImage*>(device)->format();
-    state.zoom = zoom;
-    state.shift = shift;
-    state.background = background().key();
+    as_now(state);
     // The buttons are compared only when the page changed since they last were.
     paint_layer::staleness stale = changedButtons.isEmpty() ? paint_layer::staleness::none
                                                             : paint_layer::staleness::some_buttons;
@@ -543,6 +540,14 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
     return true;
 }
 
+void picker_view::as_now(paint_layer::view_state& state) const
+{
+    state.size = size();
+    state.zoom = zoom;
+    state.shift = shift;
+    state.background = background().key();
+}
+
 QVector<int> picker_view::with_pen_followers(const QVector<int>& changed) const
 {
     // A command button's outline pen is the one the shapes after it are
@@ -566,11 +571,9 @@ void picker_view::refresh()
 {
     // While the picture shows this view, only the pixels of the buttons
     // whose look changed are repainted: Qt copies just those to the window.
+    // As last painted, on the same device, with what the view shows now.
     paint_layer::view_state now = layer.state();
-    now.size = size();
-    now.zoom = zoom;
-    now.shift = shift;
-    now.background = background().key();
+    as_now(now);
     if (!paintCaching || !isVisible() || !layer.valid()) {
         update();
         return;

@@ -235,6 +235,8 @@ protected:
     // The changed buttons with the shapes drawn with a changed command
     // button's pen, in list order.
     QVector<int> with_pen_followers(const QVector<int>& changed) const;
+    // The view's own part of what a picture shows (not the device's).
+    void as_now(paint_layer::view_state& state) const;
     // The face a shape or command button of this size copies (see
     // face_cache), drawn with this pen and these hints at this many device
     // pixels a widget pixel when none is kept yet.
