@@ -34,6 +34,30 @@ constexpr int pictures = 4;
 constexpr double write_goal = 1.5;
 constexpr double restore_goal = 1.5;
 
+// Photo-like pictures, or noise that no PNG compresses.
+bool hostile = false;
+
+QString scene_name()
+{
+    return hostile ? QString("%1 x %2x%2 noise pictures of 61 MB, 50 buttons each").arg(pictures).arg(side)
+                   : QString("%1 x %2x%2 photo pictures, 50 buttons each").arg(pictures).arg(side);
+}
+
+// Straight-alpha noise in all but the last rows: its PNG is just within
+// the bytes one picture may hold.
+QImage noise_image(quint64 seed)
+{
+    bench::random rng(seed);
+    QImage image(side, side, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    for (int y = 0; y < 3900; ++y) {
+        auto* line = reinterpret_cast<quint32*>(image.scanLine(y));
+        for (int x = 0; x < side; ++x)
+            line[x] = rng.next();
+    }
+    return image;
+}
+
 // A host that keeps the scene's file info as the host application does, in
 // a string of its own, so that what the window writes is there for a
 // restore to read.
@@ -101,13 +125,15 @@ int restore_side(const QString& scene_file)
         QDataStream in(&file);
         in >> host.entries;
     }
-    const QString name = QString("%1 x %2x%2 photo pictures, 50 buttons each").arg(pictures).arg(side);
+    const QString name = scene_name();
     reset_peak();
     bench::print_memory("reading side, the scene's texts alone");
     picker_window window(nullptr);
     restore(window, host);
     std::printf("%s: restored %d of %d pictures\n", qPrintable(name), window_pictures(window), pictures);
     bench::print_memory(qPrintable("reading side, " + name + " restored"));
+    if (hostile)
+        return window_pictures(window) == pictures ? 0 : 1;
 
     // Each entry's base64, then its PNG (after the stream's marker).
     auto decode_alone = [&] {
@@ -139,7 +165,7 @@ int writing_side(const QString& scene_file)
     QTemporaryDir folder;
     QStringList paths;
     for (int i = 0; i < pictures; ++i) {
-        const QImage image = bench::photo_image(side, 41 + i);
+        const QImage image = hostile ? noise_image(41 + i) : bench::photo_image(side, 41 + i);
         const QByteArray png = bench::png_of(image);
         bench::describe_picture(image, png);
         paths << folder.filePath(QString("photo%1.png").arg(i));
@@ -147,7 +173,7 @@ int writing_side(const QString& scene_file)
         if (!file.open(QIODevice::WriteOnly) || file.write(png) != png.size())
             return 1;
     }
-    const QString name = QString("%1 x %2x%2 photo pictures, 50 buttons each").arg(pictures).arg(side);
+    const QString name = scene_name();
 
     reset_peak();
     picker_window window(nullptr), bare(nullptr);
@@ -184,6 +210,15 @@ int writing_side(const QString& scene_file)
                 qPrintable(name), first_ms, host.writes, scene_chars / 1048576.0,
                 int(host.entries.value(scene_keys::picker_data).size()));
     bench::print_memory(qPrintable("writing side, " + name + " written into the scene"));
+    if (hostile) {
+        QFile file(scene_file);
+        if (!file.open(QIODevice::WriteOnly))
+            return 1;
+        QDataStream out(&file);
+        out << host.entries;
+        picker_host::install(nullptr);
+        return 0;
+    }
     // The pictures' entries written anew, beside making their texts and
     // the command strings the host takes them in.
     auto encode_alone = [&] {
@@ -236,19 +271,24 @@ int main(int argc, char** argv)
     auto settings = bench::private_settings();
     QApplication app(argc, argv);
     const QStringList args = app.arguments();
-    if (args.size() == 3 && args[1] == "--restore")
+    if (args.size() == 4 && args[1] == "--restore") {
+        hostile = args[3] == "hostile";
         return restore_side(args[2]);
+    }
     bench::banner("bench_scene_pictures");
-    QTemporaryDir folder;
-    const QString scene_file = folder.filePath("scene.bin");
-    if (const int failed = writing_side(scene_file))
-        return failed;
-    QProcess reader;
-    reader.setProcessChannelMode(QProcess::ForwardedChannels);
-    reader.start(app.applicationFilePath(), {"--restore", scene_file});
-    if (!reader.waitForFinished(-1) || reader.exitCode() != 0) {
-        std::printf("the reading side failed\n");
-        return 1;
+    for (const bool kind : {false, true}) {
+        hostile = kind;
+        QTemporaryDir folder;
+        const QString scene_file = folder.filePath("scene.bin");
+        if (const int failed = writing_side(scene_file))
+            return failed;
+        QProcess reader;
+        reader.setProcessChannelMode(QProcess::ForwardedChannels);
+        reader.start(app.applicationFilePath(), {"--restore", scene_file, hostile ? "hostile" : "photo"});
+        if (!reader.waitForFinished(-1) || reader.exitCode() != 0) {
+            std::printf("the reading side failed\n");
+            return 1;
+        }
     }
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <QBuffer>
 #include <QFile>
 #include <QImage>
+#include <QPainter>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -646,6 +647,30 @@ private slots:
         const png_picture entry = decode_image(encode_image(picture));
         QCOMPARE(entry.png(), picture.png());
         QCOMPARE(entry.image(), picture.image());
+    }
+
+    // Whole pictures past what is kept decoded: the least recently shown
+    // let go of their pixels and decode the same pixels when shown again.
+    void pictures_past_the_decoded_budget_decode_again()
+    {
+        const int side = limits::image_square_side;
+        QList<QImage> images;
+        QList<png_picture> pictures;
+        for (int i = 0; i < 3; ++i) {
+            QImage image(side, side, QImage::Format_RGB32);
+            image.fill(QColor(60 * i, 90, 200));
+            QPainter(&image).fillRect(100 * i, 7, 50, 50, Qt::yellow);
+            images << image;
+            pictures << png_picture::from_image(image);
+            QVERIFY(png_picture::decoded_pixels() <= png_picture::decoded_pixel_budget);
+        }
+        for (int i : {0, 2, 1, 0}) {
+            QCOMPARE(pictures[i].image(), images[i]);
+            QVERIFY(png_picture::decoded_pixels() <= png_picture::decoded_pixel_budget);
+        }
+        QCOMPARE(pictures[2].size(), QSize(side, side));
+        pictures.clear();
+        QCOMPARE(png_picture::decoded_pixels(), qint64(0));
     }
 
     void absurd_geometry_is_clamped_data()

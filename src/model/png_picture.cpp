@@ -10,11 +10,50 @@
 #include <atomic>
 #include <climits>
 #include <cstring>
+#include <vector>
 
 struct png_picture::shared {
+    // The pictures whose pixels are decoded, least recently used first.
+    static std::vector<shared*>& decoded()
+    {
+        static std::vector<shared*> pictures;
+        return pictures;
+    }
+
     QByteArray png;
-    QImage image;
+    QSize size;
     qint64 key = 0;
+    QImage image; // null while let go
+
+    ~shared() { forget(); }
+
+    void forget()
+    {
+        auto& all = decoded();
+        all.erase(std::remove(all.begin(), all.end(), this), all.end());
+    }
+
+    // Lets go of the least recently used pixels until `pixels` more fit the
+    // budget: called before decoding, so the budget holds while decoding too.
+    static void make_room(qint64 pixels)
+    {
+        auto& all = decoded();
+        for (const shared* picture : all)
+            pixels += qint64(picture->image.width()) * picture->image.height();
+        auto first_kept = all.begin();
+        for (; first_kept != all.end() && pixels > decoded_pixel_budget; ++first_kept) {
+            pixels -= qint64((*first_kept)->image.width()) * (*first_kept)->image.height();
+            (*first_kept)->image = QImage();
+        }
+        all.erase(all.begin(), first_kept);
+    }
+
+    // Marks the pixels as used last.
+    void used()
+    {
+        forget();
+        decoded().push_back(this);
+    }
 };
 
 namespace {
@@ -70,13 +109,21 @@ bool take(QIODevice* device, qint64 n, QByteArray* to)
 }
 
 // Painting converts anything else on every paint; Qt's pixmaps used to do
-// this once, and so does a picture now.
-QImage for_display(const QImage& image)
+// this once, and so does a picture now. Where the depth stays, the pixels
+// are converted where they lie.
+QImage for_display(QImage image)
 {
     if (image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied)
         return image;
-    return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
-                                                         : QImage::Format_RGB32);
+    const bool alpha = image.hasAlphaChannel();
+    return std::move(image).convertToFormat(alpha ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+}
+
+QImage decode_pixels(const QByteArray& png)
+{
+    QImage image;
+    image.loadFromData(png, "PNG");
+    return image;
 }
 
 } // namespace
@@ -86,10 +133,33 @@ qint64 png_picture::key() const
     return d_ ? d_->key : 0;
 }
 
-const QImage& png_picture::image() const
+QImage png_picture::image() const
 {
-    static const QImage none;
-    return d_ ? d_->image : none;
+    if (!d_)
+        return QImage();
+    if (d_->image.isNull()) {
+        // The bytes decoded once already: only memory can fail here.
+        shared::make_room(qint64(d_->size.width()) * d_->size.height());
+        QImage image = decode_pixels(d_->png);
+        if (image.size() != d_->size)
+            return QImage();
+        d_->image = for_display(std::move(image));
+    }
+    d_->used();
+    return d_->image;
+}
+
+QSize png_picture::size() const
+{
+    return d_ ? d_->size : QSize(0, 0);
+}
+
+qint64 png_picture::decoded_pixels()
+{
+    qint64 pixels = 0;
+    for (const shared* picture : shared::decoded())
+        pixels += qint64(picture->image.width()) * picture->image.height();
+    return pixels;
 }
 
 const QByteArray& png_picture::png() const
@@ -109,8 +179,10 @@ png_picture png_picture::decode(const QByteArray& png, bool* refused, qint64* pi
 {
     QSize size;
     QImage image;
-    if (png_size(png, &size) && size_allowed(size, pixel_budget))
-        image.loadFromData(png, "PNG");
+    if (png_size(png, &size) && size_allowed(size, pixel_budget)) {
+        shared::make_room(qint64(size.width()) * size.height());
+        image = decode_pixels(png);
+    }
     if (image.isNull() || image.size() != size) {
         if (refused)
             *refused = true;
@@ -122,8 +194,10 @@ png_picture png_picture::decode(const QByteArray& png, bool* refused, qint64* pi
         *refused = false;
     auto d = std::make_shared<shared>();
     d->png = png;
-    d->image = for_display(image);
+    d->size = size;
+    d->image = for_display(std::move(image));
     d->key = next_key++;
+    d->used();
     png_picture picture;
     picture.d_ = std::move(d);
     return picture;
@@ -151,8 +225,11 @@ png_picture png_picture::from_image(const QImage& image)
         if (!writer.write(stored))
             return png_picture();
     }
+    d->size = stored.size();
+    shared::make_room(qint64(stored.width()) * stored.height());
     d->image = for_display(stored);
     d->key = next_key++;
+    d->used();
     png_picture picture;
     picture.d_ = std::move(d);
     return picture;

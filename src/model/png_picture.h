@@ -1,8 +1,15 @@
 // A background picture: the PNG bytes it is stored as, and the image decoded
-// from them once for display. A picture read from a file or a stream keeps
-// the bytes it was read from, so writing it back is a copy and never a new
+// from them for display. A picture read from a file or a stream keeps the
+// bytes it was read from, so writing it back is a copy and never a new
 // encode; only pixels that come without PNG bytes are ever encoded.
+//
+// Decoded pixels cost three times what the bytes of a photo do, so all the
+// pictures of the process together keep at most two whole pictures' pixels
+// decoded: those used least recently are let go and decoded again from
+// their bytes when next shown. Pictures are used from one thread.
 #pragma once
+
+#include "model/limits.h"
 
 #include <QByteArray>
 #include <QDataStream>
@@ -18,11 +25,12 @@ class png_picture {
 public:
     png_picture() = default; // null: no picture
 
-    // Whole PNG bytes (one PNG, nothing after its end chunk), decoded once.
-    // The size is checked from the header before anything is decoded, and
-    // must be within the limits and within `pixel_budget`, which then shrinks
-    // by the picture's pixels. Null, with *refused set, when it is not or
-    // when the bytes do not decode to the size they claim.
+    // Whole PNG bytes (one PNG, nothing after its end chunk), decoded once
+    // here to prove them. The size is checked from the header before
+    // anything is decoded, and must be within the limits and within
+    // `pixel_budget`, which then shrinks by the picture's pixels. Null, with
+    // *refused set, when it is not or when the bytes do not decode to the
+    // size they claim.
     static png_picture decode(const QByteArray& png, bool* refused = nullptr, qint64* pixel_budget = nullptr);
     // Pixels that come without PNG bytes (a JPEG's, a drawn image), encoded
     // to PNG once, here, with a fast setting. Null for a null image.
@@ -33,11 +41,12 @@ public:
     // process has it. 0 for null. New background keys are made from it.
     qint64 key() const;
     // The pixels in a format painted without conversion (RGB32, or
-    // premultiplied ARGB32 when the picture has alpha).
-    const QImage& image() const;
+    // premultiplied ARGB32 when the picture has alpha), decoded again when
+    // they were let go.
+    QImage image() const;
     // The PNG bytes the picture is stored as; empty when null.
     const QByteArray& png() const;
-    QSize size() const { return image().size(); }
+    QSize size() const;
     int width() const { return size().width(); }
     int height() const { return size().height(); }
     QRect rect() const { return QRect(QPoint(0, 0), size()); }
@@ -46,9 +55,14 @@ public:
     bool operator==(const png_picture& other) const;
     bool operator!=(const png_picture& other) const { return !(*this == other); }
 
+    // Pixels of all pictures kept decoded at most.
+    static constexpr qint64 decoded_pixel_budget = 2 * limits::max_image_pixels;
+    // Pixels kept decoded now, for measuring.
+    static qint64 decoded_pixels();
+
 private:
     struct shared;
-    std::shared_ptr<const shared> d_;
+    std::shared_ptr<shared> d_;
 };
 
 // What QDataStream writes for a pixmap: a qint32 marker (0 for null, 1 for

@@ -379,16 +379,49 @@ QByteArray inflate_without_zlib(const QByteArray& zlib_stream, qint64 cap)
     return out;
 }
 
+namespace {
+
+// Standard base64 of `n` bytes, padded, into `out` ((n + 2) / 3 * 4 bytes).
+void base64_into(const uchar* in, qint64 n, char* out)
+{
+    static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    qint64 i = 0;
+    for (; i + 3 <= n; i += 3, out += 4) {
+        const quint32 v = quint32(in[i]) << 16 | quint32(in[i + 1]) << 8 | in[i + 2];
+        out[0] = alphabet[v >> 18];
+        out[1] = alphabet[(v >> 12) & 63];
+        out[2] = alphabet[(v >> 6) & 63];
+        out[3] = alphabet[v & 63];
+    }
+    if (i < n) {
+        const quint32 v = quint32(in[i]) << 16 | (i + 1 < n ? quint32(in[i + 1]) << 8 : 0);
+        out[0] = alphabet[v >> 18];
+        out[1] = alphabet[(v >> 12) & 63];
+        out[2] = i + 1 < n ? alphabet[(v >> 6) & 63] : '=';
+        out[3] = '=';
+    }
+}
+
+} // namespace
+
 QByteArray encode_image(const png_picture& picture)
 {
-    // Sized once: a stream appending tens of megabytes would copy them as it grows.
-    QByteArray bytes;
-    bytes.reserve(picture.png().size() + 4);
-    {
+    // The stream's marker and the PNG as they are, encoded straight from the
+    // picture's bytes: tens of megabytes are not copied together first.
+    const QByteArray& png = picture.png();
+    if (picture.isNull() || png.size() < 2) {
+        QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
         out << picture;
+        return bytes.toBase64();
     }
-    return bytes.toBase64();
+    // The marker and the PNG's first two bytes make whole groups of three.
+    const uchar head[6] = {0, 0, 0, 1, uchar(png[0]), uchar(png[1])};
+    const qint64 rest = png.size() - 2;
+    QByteArray text(int(8 + (rest + 2) / 3 * 4), Qt::Uninitialized);
+    base64_into(head, 6, text.data());
+    base64_into(reinterpret_cast<const uchar*>(png.constData()) + 2, rest, text.data() + 8);
+    return text;
 }
 
 png_picture decode_image(QByteArray text, bool* refused, qint64* pixel_budget)
@@ -397,8 +430,10 @@ png_picture decode_image(QByteArray text, bool* refused, qint64* pixel_budget)
         *refused = false;
     if (text.size() > max_text(limits::max_image_bytes))
         return png_picture();
-    QByteArray bytes = QByteArray::fromBase64(text);
-    text = QByteArray();
+    // Decoded where the text lies: a picture's text and bytes are never
+    // held at once.
+    QByteArray bytes = QByteArray::fromBase64Encoding(std::move(text)).decoded;
+    bytes.squeeze();
     if (bytes.isEmpty())
         return png_picture();
     // What the picker writes, the stream's marker and one whole PNG, is
