@@ -401,37 +401,6 @@ private slots:
         QVERIFY2(changes * 5 > label.height() * 3,
                  qPrintable(QString("%1 of %2 rows change").arg(changes).arg(label.height())));
     }
-
-    void label_picture_is_the_text_drawn_data()
-    {
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<quint32>("color");
-        QTest::newRow("white") << "L_hand" << 0xffffffu;
-        QTest::newRow("alpha byte ignored") << "spine" << 0x7f30c040u;
-    }
-    void label_picture_is_the_text_drawn()
-    {
-        QFETCH(QString, label);
-        QFETCH(quint32, color);
-        picker_view view(nullptr);
-        buttonAttributes a;
-        a.size = a.width = a.height = 1;
-        a.labelColor = color;
-        a.label = label;
-        view.push_button(a, -1);
-        const QPixmap& picture = view.buttons()[0].labelPixmap;
-        QFont font("Tahoma", -1, -1, false);
-        font.setPixelSize(16);
-        font.setStyleStrategy(QFont::NoAntialias);
-        QImage expected(picture.size(), QImage::Format_ARGB32);
-        expected.fill(0);
-        QPainter painter(&expected);
-        painter.setFont(font);
-        painter.setPen(QColor(QRgb(color)));
-        painter.drawText(expected.rect(), Qt::AlignCenter, label);
-        painter.end();
-        QCOMPARE(picture.toImage().convertToFormat(QImage::Format_ARGB32), expected);
-    }
 };
 
 QTEST_MAIN(test_paint)

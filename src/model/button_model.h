@@ -91,6 +91,7 @@ struct buttonRecord : buttonAttributes {
     // and close together.
     QRect bounds;           // picker coordinates, centred on pos
     qint16 selected = 0;    // 0 none, 1 all names, 2 some names selected in the host
+    bool missing = false;   // some of its objects are not in the scene (never stored)
 
 private:
     // The cache behind name_ids(). idsFor_ shares names' storage while ids_

@@ -4,74 +4,281 @@
 
 #include <QColor>
 #include <QFontMetrics>
+#include <QFontMetricsF>
 #include <QHash>
-#include <QImage>
 #include <QPainter>
-#include <QTransform>
+#include <QVector>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <deque>
 
 struct label_art {
+    // One drawing of the label: for a zoom and density alone when the text
+    // fits its box at the zoomed size (so every box it fits shares it), or
+    // for one box it had to be shrunk or elided into.
+    struct drawing {
+        double zoom = 0;
+        int density = 0;
+        QSize box;     // empty: the text at its zoomed size
+        QSize picture; // the image's size in widget pixels
+        QImage image;
+    };
+
     QString text;
     QFont font;
     quint32 color = 0;
     QSize size;
-    QPixmap pixmap;
     bool rendered = false;
-    QImage enlarged; // the text drawn at the last other size asked for
-    QImage plain;    // the picture itself, premultiplied
+    QVector<drawing> drawings; // the most recently made last
 
     ~label_art();
-    void set_enlarged(QImage image, const std::shared_ptr<label_art>& self);
+    const QImage& keep(drawing d, const std::shared_ptr<label_art>& self);
 };
 
 namespace {
 
-// Enlarged pictures kept, oldest first, within a budget: panning over a
-// large picker zoomed in must not keep one for every label it passed.
-constexpr qint64 enlarged_budget = qint64(64) << 20;
+// Labels are measured in a 16 pixel font and drawn at that times the zoom,
+// up to where text is only larger, not easier to read, and dearer to draw.
+constexpr int label_pixels = 16;
+constexpr int largest_label_pixels = 160;
 
-struct enlarged_entry {
+// Drawings kept per label: buttons sharing a label come in a few sizes.
+constexpr int drawings_per_label = 4;
+
+// Drawings kept, oldest first, within a budget: panning over a large picker
+// zoomed in must not keep one for every label it passed.
+constexpr qint64 drawing_budget = qint64(64) << 20;
+
+struct kept_drawing {
     std::weak_ptr<label_art> art;
-    qint64 key; // the picture this entry stands for, while the art still has it
+    qint64 key; // the image this entry stands for, while the art still has it
 };
 
-struct enlarged_cache {
-    std::deque<enlarged_entry> order;
+struct drawing_cache {
+    std::deque<kept_drawing> order;
     qint64 bytes = 0;
 };
 
-enlarged_cache& enlarged_pictures()
+drawing_cache& kept_drawings()
 {
-    static enlarged_cache cache;
+    static drawing_cache cache;
     return cache;
+}
+
+void forget(label_art& art, int i)
+{
+    kept_drawings().bytes -= art.drawings[i].image.sizeInBytes();
+    art.drawings.remove(i);
 }
 
 } // namespace
 
 label_art::~label_art()
 {
-    enlarged_pictures().bytes -= enlarged.sizeInBytes();
+    for (const drawing& d : drawings)
+        kept_drawings().bytes -= d.image.sizeInBytes();
 }
 
-void label_art::set_enlarged(QImage image, const std::shared_ptr<label_art>& self)
+const QImage& label_art::keep(drawing d, const std::shared_ptr<label_art>& self)
 {
-    enlarged_cache& cache = enlarged_pictures();
-    cache.bytes += image.sizeInBytes() - enlarged.sizeInBytes();
-    enlarged = std::move(image);
-    cache.order.push_back({self, enlarged.cacheKey()});
-    while (cache.bytes > enlarged_budget && cache.order.size() > 1) {
-        const enlarged_entry oldest = cache.order.front();
+    drawing_cache& cache = kept_drawings();
+    if (drawings.size() >= drawings_per_label)
+        forget(*this, 0);
+    cache.bytes += d.image.sizeInBytes();
+    cache.order.push_back({self, d.image.cacheKey()});
+    drawings.append(std::move(d));
+    while (cache.bytes > drawing_budget && cache.order.size() > 1) {
+        const kept_drawing oldest = cache.order.front();
         cache.order.pop_front();
         auto art = oldest.art.lock();
-        if (art && art->enlarged.cacheKey() == oldest.key && art.get() != this) {
-            cache.bytes -= art->enlarged.sizeInBytes();
-            art->enlarged = QImage();
+        if (!art)
+            continue;
+        for (int i = 0; i < art->drawings.size(); ++i)
+            if (art->drawings[i].image.cacheKey() == oldest.key && !(art.get() == this && i == drawings.size() - 1)) {
+                forget(*art, i);
+                break;
+            }
+    }
+    return drawings.last().image;
+}
+
+namespace {
+
+// The text as drawn at one size, in device pixels.
+struct text_fit {
+    QFont font;
+    QString shown;
+    qreal advance = 0;
+    qreal ascent = 0;
+    qreal line = 0; // ascent + descent
+    int halo = 1;   // radius
+};
+
+QFont font_at(const QFont& base, int pixels)
+{
+    QFont font = base;
+    font.setPixelSize(pixels);
+    font.setStyleStrategy(QFont::PreferAntialias);
+    return font;
+}
+
+// A thin halo: a pixel at the measured size, a little more as the text grows.
+int halo_for(int pixels)
+{
+    return std::max(1, int(std::lround(pixels / 20.0)));
+}
+
+text_fit measure(const QFont& base, const QString& text, int pixels)
+{
+    text_fit fit;
+    fit.font = font_at(base, pixels);
+    const QFontMetricsF metrics(fit.font);
+    fit.shown = text;
+    fit.advance = metrics.horizontalAdvance(text);
+    fit.ascent = metrics.ascent();
+    fit.line = metrics.ascent() + metrics.descent();
+    fit.halo = halo_for(pixels);
+    return fit;
+}
+
+// Device pixels the text with its halo needs across and down.
+qreal needed_width(const text_fit& f)
+{
+    return f.advance + 2 * f.halo;
+}
+
+// The zoomed size when it fits `room` (device pixels across, down), else
+// smaller, down to the smallest readable size, and then elided; false when
+// not even an elided text fits. An empty room asks for the zoomed size alone.
+bool fit_text(const label_art& art, double zoom, int density, const QSize& room, text_fit* out)
+{
+    const int smallest = smallest_label_pixels * density;
+    int pixels = int(std::min(zoom * label_pixels, double(largest_label_pixels)) * density);
+    if (pixels < smallest)
+        return false;
+    text_fit fit = measure(art.font, art.text, pixels);
+    if (room.isEmpty()) {
+        *out = fit;
+        return true;
+    }
+    while ((needed_width(fit) > room.width() || fit.line > room.height()) && pixels > smallest) {
+        const qreal scale = std::min(room.width() / needed_width(fit), room.height() / fit.line);
+        pixels = std::max(smallest, std::min(pixels - 1, int(pixels * scale)));
+        fit = measure(art.font, art.text, pixels);
+    }
+    if (needed_width(fit) > room.width()) {
+        const QFontMetricsF metrics(fit.font);
+        fit.shown = metrics.elidedText(art.text, Qt::ElideRight, room.width() - 2 * fit.halo);
+        if (fit.shown.isEmpty())
+            return false;
+        fit.advance = metrics.horizontalAdvance(fit.shown);
+    }
+    *out = fit;
+    return true;
+}
+
+// Whole widget pixels holding the text and its halo, at most `box`.
+QSize picture_size(const text_fit& fit, int density, const QSize& box)
+{
+    const int across = int(std::ceil(needed_width(fit) / density));
+    const int down = int(std::ceil((fit.line + 2 * fit.halo) / density));
+    return QSize(std::min(across, box.width()), std::min(down, box.height()));
+}
+
+// The room a label has on a button: the box less a pixel on every side, so
+// that a label never touches the edge (where selection rings are drawn).
+QSize inside(const QSize& box)
+{
+    return QSize(std::max(0, box.width() - 2), std::max(0, box.height() - 2));
+}
+
+// Whether a picture of this size (widget pixels) fits a box.
+bool fits(const QSize& picture, const QSize& box)
+{
+    const QSize room = inside(box);
+    return picture.width() <= room.width() && picture.height() <= room.height();
+}
+
+// The coverage of `image` (its alpha) grown by a disc of this radius: each
+// pixel takes the largest coverage within the radius.
+QVector<uchar> grown(const QImage& image, int radius)
+{
+    const int w = image.width(), h = image.height();
+    QVector<uchar> alpha(w * h);
+    for (int y = 0; y < h; ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        for (int x = 0; x < w; ++x)
+            alpha[y * w + x] = uchar(qAlpha(line[x]));
+    }
+    // Each row grown across by every half-width the disc has, each from
+    // the one a pixel narrower.
+    QVector<QVector<uchar>> across(radius + 1);
+    across[0] = alpha;
+    for (int reach = 1; reach <= radius; ++reach) {
+        const QVector<uchar>& in = across[reach - 1];
+        QVector<uchar>& out = across[reach];
+        out.resize(w * h);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                uchar most = in[y * w + x];
+                if (x > 0)
+                    most = std::max(most, in[y * w + x - 1]);
+                if (x + 1 < w)
+                    most = std::max(most, in[y * w + x + 1]);
+                out[y * w + x] = most;
+            }
+    }
+    QVector<uchar> out(w * h, 0);
+    for (int dy = -radius; dy <= radius; ++dy) {
+        const int reach = int(std::sqrt(double(radius * radius - dy * dy)) + 0.5);
+        const QVector<uchar>& row = across[std::min(reach, radius)];
+        for (int y = std::max(0, -dy); y < std::min(h, h - dy); ++y)
+            for (int x = 0; x < w; ++x)
+                out[y * w + x] = std::max(out[y * w + x], row[(y + dy) * w + x]);
+    }
+    return out;
+}
+
+QImage draw_text(const label_art& art, const text_fit& fit, const QSize& size, int density)
+{
+    QImage image(size * density, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    const QPointF at((image.width() - fit.advance) / 2, (image.height() - fit.line) / 2 + fit.ascent);
+    const QColor ink = QColor(QRgb(art.color));
+    QPainter painter;
+    // A painter that cannot begin leaves the picture transparent.
+    if (!painter.begin(&image))
+        return image;
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    painter.setFont(fit.font);
+    painter.setPen(ink);
+    painter.drawText(at, fit.shown);
+    painter.end();
+    // Dark text gets a light halo and light text a dark one, so the label
+    // stands out of a fill of any colour, its own included. The halo is the
+    // text's own pixels grown (glyph outlines are not drawn the same way
+    // twice, glyph pictures are).
+    const QRgb halo = qGray(ink.rgb()) < 128 ? qRgba(255, 255, 255, 160) : qRgba(0, 0, 0, 160);
+    const QVector<uchar> cover = grown(image, fit.halo);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const int a = cover[y * image.width() + x] * qAlpha(halo) / 255;
+            const QRgb under = qRgba(qRed(halo) * a / 255, qGreen(halo) * a / 255, qBlue(halo) * a / 255, a);
+            const QRgb text = line[x];
+            // The text over its halo, premultiplied.
+            const int keep = 255 - qAlpha(text);
+            line[x] = qRgba(qRed(text) + qRed(under) * keep / 255, qGreen(text) + qGreen(under) * keep / 255,
+                            qBlue(text) + qBlue(under) * keep / 255, qAlpha(text) + a * keep / 255);
         }
     }
+    image.setDevicePixelRatio(density);
+    return image;
 }
+
+} // namespace
 
 label_picture::label_picture(const QString& text, const QFont& font, quint32 color, const QSize& size)
 {
@@ -105,90 +312,41 @@ bool label_picture::isRendered() const
     return art_ && art_->rendered;
 }
 
-const QPixmap& label_picture::pixmap() const
-{
-    static const QPixmap none;
-    if (!art_)
-        return none;
-    if (!art_->rendered) {
-        art_->rendered = true;
-        QImage image(art_->size, QImage::Format_ARGB32);
-        image.fill(0);
-        QPainter painter;
-        // A painter that cannot begin leaves the picture transparent.
-        if (painter.begin(&image)) {
-            painter.setFont(art_->font);
-            painter.setBrush(Qt::black);
-            painter.setPen(QColor(QRgb(art_->color)));
-            painter.drawText(QRect(QPoint(0, 0), art_->size), Qt::AlignCenter, art_->text);
-            painter.end();
-        }
-        art_->pixmap = QPixmap::fromImage(std::move(image));
-    }
-    return art_->pixmap;
-}
-
-void label_picture::draw(QPainter& painter, const QRectF& target) const
-{
-    if (!art_)
-        return;
-    const QSizeF size(art_->size);
-    // In device pixels: a high-density screen enlarges the picture too.
-    const QTransform& device = painter.deviceTransform();
-    const qreal density = std::max(std::hypot(device.m11(), device.m12()), std::hypot(device.m21(), device.m22()));
-    if (target.width() * density <= size.width() && target.height() * density <= size.height()) {
-        painter.drawPixmap(target, pixmap(), QRectF(QPointF(0, 0), size));
-        return;
-    }
-    // Enlarging the picture would enlarge its pixels: the text is laid out
-    // as in the picture and drawn at the enlarged size instead, smoothed,
-    // into a picture of its own that is then copied pixel for pixel. A copy
-    // is cut by a clip exactly where a whole paint cuts it; text is not.
-    const QSize pixels = (target.size() * density).toSize();
-    if (art_->enlarged.size() != pixels) {
-        QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        QPainter text;
-        if (text.begin(&image)) {
-            text.scale(pixels.width() / size.width(), pixels.height() / size.height());
-            QFont font = art_->font;
-            font.setStyleStrategy(QFont::PreferAntialias);
-            text.setFont(font);
-            text.setPen(QColor(QRgb(art_->color)));
-            text.setRenderHint(QPainter::TextAntialiasing);
-            text.drawText(QRectF(QPointF(0, 0), size), Qt::AlignCenter, art_->text);
-            text.end();
-        }
-        image.setDevicePixelRatio(density);
-        art_->set_enlarged(std::move(image), art_);
-    }
-    painter.drawImage(target, art_->enlarged);
-}
-
-const QImage& label_picture::picture_at(const QSize& target, int hints) const
+const QImage& label_picture::drawn_at(const QSize& box, double zoom, int density) const
 {
     static const QImage none;
-    if (!art_ || target.isEmpty())
+    if (!art_ || box.isEmpty() || density < 1 || !(zoom > 0))
         return none;
-    if (target == art_->size) {
-        if (art_->plain.isNull())
-            art_->plain = pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
-        return art_->plain;
+    label_art& art = *art_;
+    const QSize room = inside(box) * density;
+    if (room.isEmpty())
+        return none;
+    for (int i = art.drawings.size() - 1; i >= 0; --i) {
+        const label_art::drawing& d = art.drawings[i];
+        if (d.zoom != zoom || d.density != density)
+            continue;
+        if (d.box == box)
+            return d.image;
+        // The text at its zoomed size serves every box it fits.
+        if (d.box.isEmpty() && fits(d.picture, box))
+            return d.image;
     }
-    if (art_->enlarged.size() != target) {
-        QImage image(target, QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        QPainter painter;
-        if (painter.begin(&image)) {
-            painter.setRenderHints(QPainter::RenderHints(hints));
-            draw(painter, QRectF(QPointF(0, 0), QSizeF(target)));
-            painter.end();
-        }
-        // Enlarged, draw() has just kept the text at this size: that is the picture.
-        if (art_->enlarged.size() != target)
-            art_->set_enlarged(std::move(image), art_);
+    // Unless the text at its zoomed size fits, it is drawn for this box alone.
+    text_fit fit;
+    label_art::drawing made;
+    made.zoom = zoom;
+    made.density = density;
+    if (!fit_text(art, zoom, density, QSize(), &fit))
+        return none;
+    if (!fits(picture_size(fit, density, QSize(INT_MAX, INT_MAX)), box)) {
+        made.box = box;
+        if (!fit_text(art, zoom, density, room, &fit))
+            return none;
     }
-    return art_->enlarged;
+    art.rendered = true;
+    made.picture = picture_size(fit, density, inside(box));
+    made.image = draw_text(art, fit, made.picture, density);
+    return art.keep(std::move(made), art_);
 }
 
 label_picture label_picture::from(const weak_handle& handle)
@@ -246,7 +404,7 @@ label_layout lay_out(const QString& label, const QFontMetrics& metrics)
 QFont label_font()
 {
     QFont font("Tahoma", -1, -1, false);
-    font.setPixelSize(16);
+    font.setPixelSize(label_pixels);
     font.setStyleStrategy(QFont::NoAntialias);
     return font;
 }

@@ -323,6 +323,27 @@ bool picker_page::any_selected() const
     return false;
 }
 
+bool picker_page::set_missing(const QSet<QString>& names)
+{
+    bool changed = false;
+    for (buttonRecord& r : buttons_) {
+        bool missing = false;
+        if (r.kind == 0 && !names.isEmpty())
+            for (const QString& name : qAsConst(r.names))
+                if (names.contains(name)) {
+                    missing = true;
+                    break;
+                }
+        if (r.missing != missing) {
+            r.missing = missing;
+            changed = true;
+        }
+    }
+    if (changed)
+        ++revision_;
+    return changed;
+}
+
 // ----- The page itself
 
 void picker_page::set_background(const QString& key, const png_picture& picture)

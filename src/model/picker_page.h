@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QVector>
 
 // What an edit changed. Fields other than `state` and `path` are what
@@ -109,6 +110,9 @@ public:
     bool conform_to_selected();
     void clear_selected(bool quiet);
     bool any_selected() const;
+    // Marks the selection buttons holding a name of `names` (objects the
+    // scene lacks) as missing, and the others not; true when any changed.
+    bool set_missing(const QSet<QString>& names);
     // Counts every change to the buttons and the page, lit state included:
     // a reader that saw this number has seen every change up to it.
     quint64 revision() const { return revision_; }

@@ -7,6 +7,8 @@
 #include <QFontMetrics>
 #include <QPainter>
 
+#include <iterator>
+
 namespace {
 // Where the banner's links lead.
 const char* const learn_url = "https://www.quillmarsh.com/learn";
@@ -56,17 +58,89 @@ void marquee_overlay::draw(QPainter& painter)
 
 QImage banner_overlay::logo;
 
-banner_overlay::bannerRecord::bannerRecord(const char* l, const char* u)
-    : label(QString::fromUtf8(l)), url(QString::fromUtf8(u))
+banner_overlay::bannerRecord::bannerRecord(const char* l, const char* u, const char* b)
+    : label(QString::fromUtf8(l)), url(QString::fromUtf8(u)), brief(b ? QString::fromUtf8(b) : label)
 {
 }
 
 banner_overlay::banner_overlay(picker_view* v) : view(v)
 {
-    links << bannerRecord("Learn at Quillmarsh", learn_url)
-          << bannerRecord("Free Characters", characters_url) << bannerRecord("Blog", blog_url)
+    links << bannerRecord("Learn at Quillmarsh", learn_url, "Learn")
+          << bannerRecord("Free Characters", characters_url, "Characters") << bannerRecord("Blog", blog_url)
           << bannerRecord("Forums", forums_url);
 }
+
+namespace {
+
+// The badge at the left of the logo, without the name beside it: what a
+// narrow view shows.
+const int badge_width = 44;
+// Link text sizes tried in turn, largest first, for one row of links.
+const int link_points[] = {12, 11, 10, 9};
+const int min_gap = 10;
+
+struct banner_layout {
+    bool whole_logo = true;
+    QFont font;
+    QVector<QString> shown;   // each link's text, elided where it must be
+    QVector<int> widths;
+    QVector<QPoint> places;   // left end and row (0 the top row)
+    int rows = 1;
+};
+
+// One row beside the logo, the gaps spread evenly; false when a gap would
+// fall below the least.
+bool one_row(banner_layout& l, int w, int logo_w, const QVector<QString>& labels)
+{
+    const QFontMetrics metrics(l.font);
+    int total = logo_w;
+    l.widths.clear();
+    for (const QString& label : labels) {
+        l.widths << metrics.horizontalAdvance(label);
+        total += l.widths.last();
+    }
+    const int gap = int(float(w - total) / (float(labels.size()) + 1.25f));
+    if (gap < min_gap)
+        return false;
+    l.shown = labels;
+    l.places.clear();
+    int x = logo_w + gap;
+    for (int width : qAsConst(l.widths)) {
+        l.places << QPoint(x, 0);
+        x += gap + width;
+    }
+    l.rows = 1;
+    return true;
+}
+
+// As many rows as the links need beside the badge, each link whole unless
+// even a row of its own is too narrow for it.
+void in_rows(banner_layout& l, int w, const QVector<QString>& labels)
+{
+    const QFontMetrics metrics(l.font);
+    const int room = std::max(0, w - badge_width - 2 * min_gap);
+    int x = badge_width + min_gap, row = 0;
+    l.shown.clear();
+    l.widths.clear();
+    l.places.clear();
+    for (const QString& label : labels) {
+        QString text = label;
+        if (metrics.horizontalAdvance(text) > room)
+            text = metrics.elidedText(text, Qt::ElideRight, room);
+        const int width = metrics.horizontalAdvance(text);
+        if (x + width > w - min_gap && x > badge_width + min_gap) {
+            x = badge_width + min_gap;
+            ++row;
+        }
+        l.shown << text;
+        l.widths << width;
+        l.places << QPoint(x, row);
+        x += width + min_gap;
+    }
+    l.rows = row + 1;
+}
+
+} // namespace
 
 void banner_overlay::resize(int w, int h)
 {
@@ -79,76 +153,102 @@ void banner_overlay::resize(int w, int h)
     if (logo.isNull())
         return;
 
-    QFont font("Tahoma", 12);
-    QFontMetrics metrics(font);
-    int total = logo.width();
-    QVector<int> widths;
-    for (bannerRecord& link : links) {
-        link.rect = metrics.boundingRect(link.label);
-        widths << link.rect.width();
-        total += link.rect.width();
+    // The whole logo and every link on one row, in the largest text that
+    // fits; else the badge alone; else the links' brief names; else those in
+    // rows beside the badge.
+    QVector<QString> labels, briefs;
+    for (const bannerRecord& link : qAsConst(links)) {
+        labels << link.label;
+        briefs << link.brief;
     }
-    // Labels that cannot all be shown with a gap of 10 are left out from the
-    // last one on, rather than drawn over each other or cut at the edge.
-    int shown = links.size();
-    int gap = 0;
-    for (; shown > 0; --shown) {
-        gap = int(float(w - total) / (float(shown) + 1.25f));
-        if (gap >= 10)
-            break;
-        total -= widths[shown - 1];
-    }
-
-    // Hit areas: each label's width, from the strip's top to the widget's bottom.
-    int x = logo.width() + gap;
-    QVector<int> xs;
-    for (int i = 0; i < links.size(); ++i) {
-        bannerRecord& link = links[i];
-        if (i >= shown) {
-            link.rect = QRect();
-            continue;
+    banner_layout layout;
+    bool placed = false;
+    const struct {
+        bool whole;
+        const QVector<QString>& names;
+    } tries[] = {{true, labels}, {false, labels}, {false, briefs}};
+    for (const auto& attempt : tries) {
+        for (int points : link_points) {
+            layout.whole_logo = attempt.whole;
+            layout.font = QFont("Tahoma", points);
+            if ((placed = one_row(layout, w, attempt.whole ? logo.width() : badge_width, attempt.names)))
+                break;
         }
-        xs << x;
-        link.rect.moveTopLeft(QPoint(x, h - 7));
-        link.rect.setTop(h - strip_height);
-        link.rect.setBottom(h);
-        x += gap + widths[i];
+        if (placed)
+            break;
+    }
+    if (!placed) {
+        layout.whole_logo = false;
+        layout.font = QFont("Tahoma", link_points[std::size(link_points) - 1]);
+        in_rows(layout, w, briefs);
     }
 
-    image = QImage(w, logo.height(), QImage::Format_ARGB32);
+    // The strip runs along the bottom, a row of links high each; the logo
+    // stands on its bottom edge and rises above it.
+    const int strip = strip_height * layout.rows;
+    const int height = std::max(logo.height() + 3, strip);
+    // A view too small to spare the room shows no banner at all.
+    if (height * 3 > h) {
+        image = QImage();
+        rect = QRect();
+        for (bannerRecord& link : links) {
+            link.rect = QRect();
+            link.shown.clear();
+        }
+        return;
+    }
+    logo_width = layout.whole_logo ? logo.width() : badge_width;
+    strip_top = height - strip;
+    image = QImage(w, height, QImage::Format_ARGB32);
     image.fill(0);
     QPainter painter;
     if (painter.begin(&image)) {
         const QColor grey(0xff929292);
         painter.setBrush(grey);
         painter.setPen(grey);
-        painter.drawRect(0, logo.height() - strip_height, w, strip_height);
-        painter.drawImage(QPoint(0, 3), logo);
+        painter.drawRect(0, strip_top, w, strip);
+        painter.drawImage(QPoint(0, height - logo.height()), logo, QRect(0, 0, logo_width, logo.height()));
         painter.setBrush(Qt::white);
         painter.setPen(Qt::white);
-        painter.setFont(font);
-        for (int i = 0; i < xs.size(); ++i)
-            painter.drawText(QPoint(xs[i], logo.height() - 7), links[i].label);
+        painter.setFont(layout.font);
+        for (int i = 0; i < layout.shown.size(); ++i) {
+            const QPoint at = layout.places[i];
+            painter.drawText(QPoint(at.x(), strip_top + strip_height * (at.y() + 1) - 7), layout.shown[i]);
+        }
         painter.end();
     }
-    rect = QRect(QPoint(0, h - logo.height()), QSize(w, logo.height()));
+    rect = QRect(QPoint(0, h - height), QSize(w, height));
+    // Hit areas: each label's width, its row of the strip high, in the widget.
+    for (int i = 0; i < links.size(); ++i) {
+        const QPoint at = layout.places[i];
+        const int top = rect.top() + strip_top + strip_height * at.y();
+        links[i].rect = QRect(QPoint(at.x(), top), QPoint(at.x() + layout.widths[i] - 1, top + strip_height));
+        links[i].shown = layout.shown[i];
+    }
 }
 
 bool banner_overlay::click(const QPoint& pos)
 {
-    if (!rect.contains(pos) || rect.bottom() - pos.y() >= 23 || pos.x() - rect.left() <= logo.width())
+    if (!covers(pos))
         return false;
-    // A button under the banner keeps its clicks.
-    if (view && view->find_button(pos))
-        return false;
-    for (const bannerRecord& link : links) {
-        if (!link.rect.isNull() && link.rect.left() <= pos.x() && pos.x() <= link.rect.right()) {
+    // The banner lies over the buttons: a press on it is the banner's.
+    for (const bannerRecord& link : qAsConst(links)) {
+        if (!link.shown.isEmpty() && link.rect.contains(pos)) {
             if (view)
                 view->addMouseCommand(new track_url_cmd(link.rect, pos, link.url));
-            return true;
+            break;
         }
     }
-    return false;
+    return true;
+}
+
+bool banner_overlay::covers(const QPoint& pos) const
+{
+    if (!rect.contains(pos))
+        return false;
+    // The strip, and the logo standing on it.
+    return pos.y() >= rect.top() + strip_top
+        || (pos.x() < logo_width && pos.y() >= rect.bottom() + 1 - logo.height());
 }
 
 void banner_overlay::draw(QPainter& painter)
@@ -171,10 +271,10 @@ overlay_list::~overlay_list()
 
 void overlay_list::draw(QPainter& painter)
 {
-    // The banner is part of the canvas, drawn before the buttons.
-    for (picker_overlay* overlay : items_)
-        if (overlay && overlay != banner())
-            overlay->draw(painter);
+    // Both over the buttons; a marquee dragged across the banner over it too.
+    for (int i = items_.size() - 1; i >= 0; --i)
+        if (items_[i])
+            items_[i]->draw(painter);
 }
 
 picker_overlay* overlay_list::get(int i) const

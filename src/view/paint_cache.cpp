@@ -9,7 +9,7 @@
 #endif
 
 paint_layer::staleness paint_layer::compare(const view_state& state, const QList<buttonRecord>& buttons,
-                                            QVector<int>& changed)
+                                            changes& changed)
 {
     bool all = !valid_ || image.isNull() || !(state == state_) || prints_.size() != buttons.size();
     if (all) {
@@ -29,16 +29,22 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
         now.kind = r.kind;
         now.selected = r.selected;
         now.several = r.name_count() >= 2;
+        now.missing = r.missing && r.kind == 0;
         // Written only when it differs: an unchanged frame reads and compares.
         if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
-            || p->several != now.several || p->labelSize != now.labelSize) {
+            || p->several != now.several || p->labelSize != now.labelSize || p->missing != now.missing) {
             // The pen later buttons are drawn with depends on the kinds; a
             // label of another size reaches other pixels.
             all = all || p->bounds != now.bounds || p->kind != now.kind || p->labelSize != now.labelSize;
+            // A square selection button's ring lies wholly outside its box.
+            const bool ring = now.kind == 0 && !now.several && p->several == now.several
+                && p->color == now.color && p->labelColor == now.labelColor && p->label == now.label
+                && p->missing == now.missing;
+            const bool lit = ring && p->selected == 0;
             *p = now;
             if (!all)
-                changed.append(i);
+                (lit ? changed.lit : ring ? changed.rings : changed.buttons).append(i);
         }
     }
     valid_ = true;
@@ -111,9 +117,13 @@ constexpr qint64 face_budget = qint64(32) << 20;
 
 uint qHash(const face_cache::key& k, uint seed)
 {
-    const quint64 a = (quint64(quint32(k.size.width())) << 32) | quint32(k.size.height());
-    const quint64 b = (quint64(k.fill) << 32) | k.outline;
-    return qHash(a, seed) ^ (qHash(b, seed) * 31u) ^ (uint(k.shape) << 8 | uint(quint16(k.selected)));
+    // Looked up for every button a patch lays: a few multiplications.
+    uint h = seed ^ uint(k.size.width()) * 0x9E3779B1u;
+    h = (h ^ uint(k.size.height())) * 0x85EBCA77u;
+    h = (h ^ k.fill) * 0xC2B2AE3Du;
+    h = (h ^ k.outline) * 0x27D4EB2Fu;
+    h ^= uint(k.missing) << 24 | uint(k.shape) << 16 | uint(quint16(k.selected));
+    return h ^ (h >> 15);
 }
 
 const QImage* face_cache::find(const key& k) const

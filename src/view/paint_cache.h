@@ -33,12 +33,33 @@ public:
 
     // How far the picture is behind the view.
     enum class staleness { none, some_buttons, all };
+    // What changed: the buttons (in list order) whose look changed where
+    // they stand, and apart from them the square buttons whose change lies
+    // in their selection ring alone: lit from unlit, or otherwise.
+    struct changes {
+        QVector<int> buttons;
+        QVector<int> rings;
+        QVector<int> lit;
+        int size() const { return buttons.size() + rings.size() + lit.size(); }
+        bool isEmpty() const { return size() == 0; }
+        void clear()
+        {
+            buttons.clear();
+            rings.clear();
+            lit.clear();
+        }
+        void add(const changes& more)
+        {
+            buttons += more.buttons;
+            rings += more.rings;
+            lit += more.lit;
+        }
+    };
     // Compares the view with what the picture shows and remembers the view
-    // as about to be painted. With some_buttons, `changed` holds the buttons
-    // (in list order) whose look changed where they stand; a move, an added
-    // or removed button, or most buttons changing make it all.
-    // Buttons are appended to `changed`, which a whole repaint empties.
-    staleness compare(const view_state& state, const QList<buttonRecord>& buttons, QVector<int>& changed);
+    // as about to be painted. With some_buttons, `changed` holds what
+    // changed; a move, an added or removed button, or most buttons changing
+    // make it all. Changes are appended, and a whole repaint empties them.
+    staleness compare(const view_state& state, const QList<buttonRecord>& buttons, changes& changed);
     void clear();
     // The view the picture was last painted for, and forgetting it: the
     // next compare then finds everything stale.
@@ -72,6 +93,7 @@ private:
         qint32 kind = 0;
         qint16 selected = 0;
         bool several = false;
+        bool missing = false;
     };
 
     view_state state_;
@@ -87,24 +109,26 @@ private:
     QVector<int> commandBefore_;
 };
 
-// Button faces (shape, fill and outline, without the label) drawn once per
-// look and size and copied after: a copy costs a fraction of drawing the
-// antialiased shape, and every paint, whole or in part, copies the same one.
+// Button faces (shape, fill and outline, without the label) and selection
+// rings drawn once per look and size and copied after: a copy costs a
+// fraction of drawing the antialiased shape, and every paint, whole or in
+// part, copies the same one.
 class face_cache {
 public:
     struct key {
         QSize size;
-        quint32 fill = 0;    // the colour, or the state's for a lit button
+        quint32 fill = 0;    // the colour
         quint32 outline = 0; // the pen's colour; 0 with no pen
-        quint8 shape = 0;    // rounded, ellipse or command button
+        quint8 shape = 0;    // rounded, ellipse, command button, rectangle, or a ring of one
         qint16 selected = 0;
+        bool missing = false;
         bool operator==(const key& o) const
         {
             return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
-                && selected == o.selected;
+                && selected == o.selected && missing == o.missing;
         }
     };
-    enum { rounded = 1, ellipse = 2, command = 3 };
+    enum { rounded = 1, ellipse = 2, command = 3, rectangle = 4, ring = 8 };
 
     // The face for the key, or null when none is kept yet.
     const QImage* find(const key& k) const;

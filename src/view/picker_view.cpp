@@ -21,7 +21,9 @@
 #include <QMessageBox>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QResizeEvent>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -59,8 +61,10 @@ int round_fn(double x)
 namespace {
 
 const QColor canvas_color(51, 51, 51, 255);
-const QColor selected_fill(224, 224, 224, 255);
-const QColor partial_fill(128, 128, 128, 255);
+// Hatching over a button whose objects are missing, and the dark rim of a
+// selection ring.
+const QColor missing_hatch(0, 0, 0, 140);
+const QColor ring_rim(0, 0, 0, 190);
 const int zoom_interval_ms = 20;
 const float zoom_step = 0.125f;
 
@@ -220,8 +224,63 @@ void picker_view::animate_zoom()
 
 void picker_view::reset_view()
 {
-    zoomWindow(1.0f, QPoint(0, 0));
+    frame_whole(true);
     update();
+}
+
+void picker_view::zoom_to(double z)
+{
+    // The buttons whose objects are all selected: every other button sharing
+    // one of them shows lit too.
+    QRect around;
+    for (const buttonRecord& r : buttons())
+        if (r.selected == 1)
+            around |= r.bounds;
+    if (around.isEmpty())
+        around = whole_bounds();
+    zoomTimer.stop();
+    zoom = std::min(std::max(z, min_zoom), max_zoom);
+    if (!around.isEmpty()) {
+        const QRect open = open_area();
+        const QPointF centre = QRectF(around).center() * zoom;
+        shift = QPoint(qRound(open.left() + open.width() / 2.0 - centre.x()),
+                       qRound(open.top() + open.height() / 2.0 - centre.y()));
+    }
+    update();
+}
+
+QRect picker_view::whole_bounds() const
+{
+    QRect bounds = button_bounds(false);
+    if (!background().isNull())
+        bounds = buttons().isEmpty() ? background().rect() : (bounds | background().rect());
+    return bounds;
+}
+
+void picker_view::frame_whole(bool animated)
+{
+    // Nearly the whole open area: the picker as large as it fits.
+    fit_bounds(whole_bounds(), 0.95, false, animated);
+    wholeZoom = animating() ? double(interpolate.endZoom) : zoom;
+    wholeShift = animating() ? interpolate.endShift : shift;
+}
+
+bool picker_view::shows_whole() const
+{
+    if (animating())
+        return double(interpolate.endZoom) == wholeZoom && interpolate.endShift == wholeShift;
+    return zoom == wholeZoom && shift == wholeShift;
+}
+
+QRect picker_view::open_area() const
+{
+    // The banner lies over the bottom of the view; framing keeps clear of it
+    // unless it would leave too little.
+    QRect area = rect();
+    const int covered = overlays.banner()->rect.isEmpty() ? 0 : overlays.banner()->rect.height();
+    if (covered < area.height() / 2)
+        area.setHeight(area.height() - covered);
+    return area;
 }
 
 void picker_view::frame_view()
@@ -249,15 +308,22 @@ QRect picker_view::button_bounds(bool selectedOnly) const
 
 void picker_view::frameBounds(const QRect& r, bool noZoomIn, bool animated)
 {
+    fit_bounds(r, 0.75, noZoomIn, animated);
+}
+
+void picker_view::fit_bounds(const QRect& r, double fill, bool noZoomIn, bool animated)
+{
     if (r.isEmpty())
         return;
-    float sx = 0.75f * (float(width()) / float(r.width()));
-    float sy = 0.75f * (float(height()) / float(r.height()));
+    const QRect open = open_area();
+    float sx = float(fill) * (float(open.width()) / float(r.width()));
+    float sy = float(fill) * (float(open.height()) / float(r.height()));
     float z = limitZoom(sx < sy ? sx : sy);
     if (noZoomIn && double(z) > zoom)
         z = float(zoom);
     QPoint c = r.center();
-    QPoint target(int(float(width() / 2) - z * float(c.x())), int(float(height() / 2) - z * float(c.y())));
+    QPoint target(int(float(open.left() + open.width() / 2) - z * float(c.x())),
+                  int(float(open.top() + open.height() / 2) - z * float(c.y())));
     if (animated) {
         zoomWindow(z, target);
         return;
@@ -412,6 +478,8 @@ void picker_view::page_changed(const page_notice& notice)
         emit changed();
     if (notice.fields & ~(page_field::position | page_field::path | page_field::name))
         update_toolbox();
+    if (window && (notice.fields & (page_field::binding | page_field::layout)))
+        window->check_objects_later();
 }
 
 void picker_view::addMouseCommand(picker_mouse_cmd* command)
@@ -445,14 +513,9 @@ void picker_view::draw_ground(QPainter& painter, const QRect& exposed)
     painter.fillRect(exposed, canvas_color);
     if (!background().isNull())
         painter.drawImage(mapToScreen(background().rect()), background().image());
-    // The banner lies under the buttons: it never hides one.
-    overlays.banner()->draw(painter);
 }
 
 namespace {
-
-// How far past its button a label may be drawn, in picker units.
-constexpr int label_slack = limits::max_label_width / 2 + 1;
 
 // A copy of the picture into a plain image, row by row, through the
 // painter's own clip: what drawImage does in Source mode, without its
@@ -481,6 +544,14 @@ bool blit(QPainter& painter, const QImage& from, const QRect& exposed)
 }
 
 } // namespace
+
+// Picker units around the widget rectangle that a button may stand in and
+// still reach it with its selection ring.
+QRect picker_view::ring_cull(const QRect& widget) const
+{
+    const int out = ring_reach();
+    return mapToPicker(widget.adjusted(-out, -out, out, out));
+}
 
 bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
 {
@@ -521,15 +592,14 @@ bool picker_view::paint_from_layer(QPainter& painter, const QRect& exposed)
         canvas.setRenderHints(painter.renderHints());
         draw_canvas(canvas, rect());
         // What a whole paint draws: the buttons it does not cull.
-        const QRect shown = mapToPicker(rect());
+        const QRect shown = ring_cull(rect());
         QVector<QRect> placed;
         placed.reserve(buttons().size());
         for (const buttonRecord& r : buttons())
             placed.append(r.bounds.intersects(shown) ? reach(r) : QRect());
         layer.index(buttons(), placed, size());
     }
-    // A copy, not a blend: Xor labels leave see-through pixels in the picture
-    // that a direct paint leaves in the window too.
+    // A copy, not a blend: the picture is what the window shows.
     if (ratio == 1 && blit(painter, layer.image, exposed))
         return true;
     painter.save();
@@ -580,8 +650,8 @@ void picker_view::refresh()
     }
     if (now == layer.state() && page_->revision() == comparedRevision)
         return;
-    const int before = changedButtons.size();
-    const paint_layer::staleness stale = layer.compare(now, buttons(), changedButtons);
+    paint_layer::changes found;
+    const paint_layer::staleness stale = layer.compare(now, buttons(), found);
     comparedRevision = page_->revision();
     switch (stale) {
     case paint_layer::staleness::none:
@@ -593,20 +663,57 @@ void picker_view::refresh()
     case paint_layer::staleness::some_buttons:
         break;
     }
-    const QRect shown = mapToPicker(rect()).adjusted(-label_slack, -label_slack, label_slack, label_slack);
+    changedButtons.add(found);
     QVector<QRect> rects;
-    for (int i : with_pen_followers(changedButtons.mid(before)))
-        if (buttons().at(i).bounds.intersects(shown))
-            rects.append(reach(buttons().at(i)));
+    for (const patch_area& a : patch_areas(found))
+        for (const QRect& clip : a.clips)
+            rects.append(clip);
     update(tiled_region(rects, rect()));
+}
+
+QVector<picker_view::patch_area> picker_view::patch_areas(const paint_layer::changes& changed) const
+{
+    // Rings reach past their buttons, but only so far: the cull is coarse,
+    // the clip exact.
+    const QRect shown = ring_cull(rect());
+    QVector<patch_area> areas;
+    areas.reserve(changed.size());
+    for (int i : with_pen_followers(changed.buttons)) {
+        const buttonRecord& r = buttons().at(i);
+        if (r.bounds.intersects(shown)) {
+            areas.append({reach(r), {}, plain(r) ? mapToScreen(r.bounds) : QRect(), -1});
+            areas.last().clips << reach(r);
+        }
+    }
+    const int rings = changed.rings.size();
+    for (int n = 0; n < rings + changed.lit.size(); ++n) {
+        const int i = n < rings ? changed.rings.at(n) : changed.lit.at(n - rings);
+        const buttonRecord& r = buttons().at(i);
+        if (!r.bounds.intersects(shown))
+            continue;
+        // Around a box, not over it: the four sides of its ring, with the
+        // box's edge pixels, which the ring's smoothing may touch; unless the
+        // box is too small for that to spare anything.
+        const QRect box = mapToScreen(r.bounds).adjusted(1, 1, -1, -1), out = reach(r);
+        patch_area a{out, {}, QRect(), n < rings ? -1 : i};
+        if (box.width() > 4 * ring_reach() && box.height() > 2 * ring_reach())
+            a.clips << QRect(out.topLeft(), QPoint(out.right(), box.top() - 1))
+                    << QRect(QPoint(out.left(), box.bottom() + 1), out.bottomRight())
+                    << QRect(QPoint(out.left(), box.top()), QPoint(box.left() - 1, box.bottom()))
+                    << QRect(QPoint(box.right() + 1, box.top()), QPoint(out.right(), box.bottom()));
+        else
+            a.clips << out;
+        areas.append(a);
+    }
+    return areas;
 }
 
 // Each button whose look changed where it stands is laid again, pixel for
 // pixel, over the ground under it with every button its pixels meet, in
-// list order: the picture then holds what a whole paint would. False where
-// the picture is not one a patch can be laid on (a fractional density, a
-// format of another depth).
-bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
+// list order, and then their selection rings: the picture then holds what a
+// whole paint would. False where the picture is not one a patch can be laid
+// on (a fractional density, a format of another depth).
+bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
 {
     QImage& image = layer.image;
     const int d = qRound(image.devicePixelRatio());
@@ -616,7 +723,6 @@ bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
     // Widget pixels to the picture's.
     const auto device = [d](const QRect& r) { return QRect(r.topLeft() * d, r.size() * d); };
     const QList<buttonRecord>& list = buttons();
-    const QVector<int> dirty = with_pen_followers(changed);
     if (!layer.groundValid) {
         layer.ground = QImage(image.size(), image.format());
         layer.ground.setDevicePixelRatio(d);
@@ -626,44 +732,101 @@ bool picker_view::patch_buttons(const QVector<int>& changed, int hints)
         layer.groundValid = true;
     }
     const QRect area = rect();
-    // Labels reach past their buttons, but only so far: the cull is
-    // coarse, the clip exact.
-    const QRect shown = mapToPicker(area).adjusted(-label_slack, -label_slack, label_slack, label_slack);
-    QVector<int> meeting;
-    for (int i : dirty) {
-        if (!list.at(i).bounds.intersects(shown))
+    QVarLengthArray<QRect, 4> clips;
+    const auto clip_to_view = [&](const patch_area& a) {
+        clips.clear();
+        for (const QRect& c : a.clips)
+            if (!(c & area).isEmpty())
+                clips.append(device(c & area));
+    };
+    // A ring lit where no other ring reaches is only laid over what is
+    // there, before anything else is laid again (which lays it too).
+    QVector<patch_area> areas = patch_areas(changed);
+    // The buttons meeting each area, one after the other.
+    QVector<int> met, starts(1, 0), meeting;
+    for (int n = 0; n < areas.size(); ++n) {
+        patch_area& a = areas[n];
+        layer.buttons_meeting(a.area & area, meeting);
+        met += meeting;
+        starts.append(met.size());
+        if (a.lit < 0)
             continue;
-        const QRect r = reach(list.at(i)) & area;
-        if (r.isEmpty())
+        bool alone = true;
+        for (int k : qAsConst(meeting))
+            alone = alone && (k == a.lit || !list.at(k).selected);
+        if (!alone)
             continue;
-        const QRect clip = device(r);
+        const buttonRecord& b = list.at(a.lit);
+        const QRect box = mapToScreen(b.bounds);
+        clip_to_view(a);
+        if (!box.isEmpty()) {
+            const QImage& ring = ring_of(b, box.size(), hints, d);
+            for (const QRect& clip : qAsConst(clips))
+                pixels::blend(image, ring, ring_origin(box) * d, clip);
+        }
+        a.clips.clear();
+    }
+    for (int n = 0; n < areas.size(); ++n) {
+        const patch_area& changedArea = areas.at(n);
+        const QRect r = changedArea.area & area;
+        if (r.isEmpty() || changedArea.clips.isEmpty())
+            continue;
+        const int* first = met.constData() + starts.at(n);
+        const int* last = met.constData() + starts.at(n + 1);
+        clip_to_view(changedArea);
         // A plain button's own fill hides whatever lies under its box.
-        const buttonRecord& own = list.at(i);
-        const QRect hole = own.kind == 0 && own.names.size() < 2 ? device(mapToScreen(own.bounds)) & clip : QRect();
-        if (hole.isEmpty()) {
-            pixels::copy(image, layer.ground, clip);
-        } else {
+        for (const QRect& clip : qAsConst(clips)) {
+            const QRect hole = changedArea.plain.isEmpty() ? QRect() : device(changedArea.plain) & clip;
+            if (hole.isEmpty()) {
+                pixels::copy(image, layer.ground, clip);
+                continue;
+            }
             pixels::copy(image, layer.ground, QRect(clip.topLeft(), QPoint(clip.right(), hole.top() - 1)));
             pixels::copy(image, layer.ground, QRect(QPoint(clip.left(), hole.bottom() + 1), clip.bottomRight()));
             pixels::copy(image, layer.ground, QRect(QPoint(clip.left(), hole.top()), QPoint(hole.left() - 1, hole.bottom())));
             pixels::copy(image, layer.ground, QRect(QPoint(hole.right() + 1, hole.top()), QPoint(clip.right(), hole.bottom())));
         }
-        layer.buttons_meeting(r, meeting);
-        for (int k : meeting) {
-            const buttonRecord& b = list.at(k);
+        for (const int* k = first; k != last; ++k) {
+            const buttonRecord& b = list.at(*k);
             const QRect box = mapToScreen(b.bounds);
-            if (b.kind == 0 && b.names.size() < 2) {
-                pixels::fill(image, device(box), qPremultiply(fill_of(b)), clip);
-            } else if (!box.isEmpty()) {
-                const int before = layer.command_before(k);
-                const QPen pen = b.kind || before < 0 ? QPen(Qt::NoPen) : outline_pen(list.at(before));
-                pixels::blend(image, face_of(b, box.size(), pen, hints, d), box.topLeft() * d, clip);
+            // A neighbour may meet the clips with its ring alone, and a box
+            // with its edge alone, where its label never reaches.
+            bool edge = false, inner = false;
+            for (const QRect& clip : qAsConst(clips)) {
+                edge = edge || clip.intersects(device(box));
+                inner = inner || clip.intersects(device(box.adjusted(1, 1, -1, -1)));
             }
-            const QRect target = label_target(b);
-            if (target.isEmpty())
+            if (!edge)
                 continue;
-            const bool exclusive = b.kind == 0 && b.selected == 1 && (b.labelColor & 0x808080);
-            pixels::blend(image, b.labelPixmap.picture_at(target.size() * d, hints), target.topLeft() * d, clip, exclusive);
+            if (plain(b)) {
+                const QRgb fill = qPremultiply(fill_of(b));
+                for (const QRect& clip : qAsConst(clips))
+                    pixels::fill(image, device(box), fill, clip);
+            } else if (!box.isEmpty()) {
+                const int before = layer.command_before(*k);
+                const QPen pen = b.kind || before < 0 || b.name_count() < 2 ? QPen(Qt::NoPen)
+                                                                           : outline_pen(list.at(before));
+                const QImage& face = face_of(b, box.size(), pen, hints, d);
+                for (const QRect& clip : qAsConst(clips))
+                    pixels::blend(image, face, box.topLeft() * d, clip);
+            }
+            if (b.labelPixmap.isNull() || !inner)
+                continue;
+            const QImage& label = b.labelPixmap.drawn_at(box.size(), zoom, d);
+            if (label.isNull())
+                continue;
+            const QPoint at = label_origin(box, label, d) * d;
+            for (const QRect& clip : qAsConst(clips))
+                pixels::blend(image, label, at, clip);
+        }
+        for (const int* k = first; k != last; ++k) {
+            const buttonRecord& b = list.at(*k);
+            const QRect box = mapToScreen(b.bounds);
+            if (!b.selected || box.isEmpty())
+                continue;
+            const QImage& ring = ring_of(b, box.size(), hints, d);
+            for (const QRect& clip : qAsConst(clips))
+                pixels::blend(image, ring, ring_origin(box) * d, clip);
         }
     }
     return true;
@@ -680,7 +843,10 @@ void picker_view::set_paint_caching(bool on)
 void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
 {
     painter.setPen(Qt::NoPen);
-    const QRect area = mapToPicker(exposed);
+    // Every button that reaches the exposed area, its ring included: a
+    // command button just outside it still passes its pen on, as patches
+    // expect.
+    const QRect area = ring_cull(exposed);
     for (const buttonRecord& r : buttons()) {
         if (!r.bounds.intersects(area))
             continue;
@@ -689,6 +855,10 @@ void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
         else
             draw_one_button(painter, r);
     }
+    // Over every button, so that a lit one shows whatever lies beside it.
+    for (const buttonRecord& r : buttons())
+        if (r.selected && r.bounds.intersects(area))
+            draw_ring(painter, r);
 }
 
 namespace {
@@ -707,6 +877,33 @@ int copies_faces(const QPainter& painter)
         : 0;
 }
 
+// The outline of a button of this shape grown by `out` widget pixels on
+// every side: corners round with the growth.
+QPainterPath shape_path(const QRectF& R, int shape, qreal out)
+{
+    const QRectF r = R.adjusted(-out, -out, out, out);
+    const qreal side = std::min(R.width(), R.height());
+    QPainterPath path;
+    switch (shape) {
+    case face_cache::ellipse:
+        path.addEllipse(r);
+        break;
+    case face_cache::rounded:
+        path.addRoundedRect(r, std::max(0.0, 0.2 * side + out), std::max(0.0, 0.2 * side + out), Qt::AbsoluteSize);
+        break;
+    case face_cache::command:
+        path.addRoundedRect(r, std::max(0.0, 0.05 * side + out), std::max(0.0, 0.05 * side + out), Qt::AbsoluteSize);
+        break;
+    default:
+        if (out > 0)
+            path.addRoundedRect(r, out, out, Qt::AbsoluteSize);
+        else
+            path.addRect(r);
+        break;
+    }
+    return path;
+}
+
 void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
 {
     const QRectF shape = inside_pen(R, painter.pen());
@@ -718,27 +915,58 @@ void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
     }
 }
 
+// Diagonal hatching over the shape: its objects are not in the scene.
+void hatch(QPainter& painter, const QRectF& R, int shape)
+{
+    painter.save();
+    painter.setClipPath(shape_path(R, shape, 0), Qt::IntersectClip);
+    painter.setPen(QPen(missing_hatch, 1.5));
+    painter.setBrush(Qt::NoBrush);
+    const qreal step = 5;
+    for (qreal x = R.left() - R.height(); x < R.right(); x += step)
+        painter.drawLine(QPointF(x, R.bottom()), QPointF(x + R.height(), R.top()));
+    painter.restore();
+}
+
 } // namespace
 
 QRgb picker_view::fill_of(const buttonRecord& r)
 {
-    static const QRgb lit = selected_fill.rgba(), part = partial_fill.rgba();
-    // A button's own colour is opaque whatever its top byte holds.
-    return r.selected == 0 ? QRgb(r.color) | 0xff000000u : r.selected == 1 ? lit : part;
+    // A button's own colour is opaque whatever its top byte holds; one whose
+    // objects are missing is dimmed towards the canvas.
+    const QRgb own = QRgb(r.color) | 0xff000000u;
+    if (!(r.missing && r.kind == 0))
+        return own;
+    const QRgb under = canvas_color.rgb();
+    return qRgb((qRed(own) + qRed(under)) / 2, (qGreen(own) + qGreen(under)) / 2, (qBlue(own) + qBlue(under)) / 2);
+}
+
+bool picker_view::plain(const buttonRecord& r)
+{
+    return r.kind == 0 && r.name_count() < 2 && !r.missing;
+}
+
+int picker_view::shape_of(const buttonRecord& r)
+{
+    if (r.kind)
+        return face_cache::command;
+    if (r.name_count() < 2)
+        return face_cache::rectangle;
+    return r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
 }
 
 const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density)
 {
     face_cache::key k;
     k.size = size * density;
+    k.shape = quint8(shape_of(r));
     if (r.kind) {
         k.fill = r.color;
-        k.shape = face_cache::command;
         k.selected = r.selected;
     } else {
         k.fill = fill_of(r);
         k.outline = pen.style() == Qt::NoPen ? 0 : pen.color().rgba();
-        k.shape = r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
+        k.missing = r.missing;
     }
     if (const QImage* face = faces.find(k))
         return *face;
@@ -753,41 +981,56 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
         draw_command_face(p, at, r);
     } else {
         p.setPen(pen);
-        p.setBrush(QColor::fromRgba(fill_of(r)));
-        draw_shape(p, at, k.shape == face_cache::rounded);
+        draw_selection_face(p, at, r);
     }
     p.end();
     return faces.keep(k, std::move(image));
 }
 
-void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
+void picker_view::draw_selection_face(QPainter& painter, const QRectF& R, const buttonRecord& r)
 {
     const QColor fill = QColor::fromRgba(fill_of(r));
+    const int shape = shape_of(r);
+    if (shape == face_cache::rectangle)
+        painter.fillRect(R, fill);
+    else {
+        painter.setBrush(fill);
+        draw_shape(painter, R, shape == face_cache::rounded);
+    }
+    if (r.missing)
+        hatch(painter, R, shape);
+}
+
+void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
+{
     const QRect box = mapToScreen(r.bounds);
     // No pen is set here on purpose: a command button drawn earlier in the
     // same paint leaves its thin outline pen, and shapes pick it up.
-    if (r.names.size() < 2) {
-        painter.fillRect(QRectF(box), QBrush(fill));
+    const QPen pen = r.name_count() < 2 ? QPen(Qt::NoPen) : painter.pen();
+    if (plain(r)) {
+        painter.fillRect(QRectF(box), QColor::fromRgba(fill_of(r)));
     } else if (const int density = box.isEmpty() ? 0 : copies_faces(painter)) {
-        painter.drawImage(box.topLeft(), face_of(r, box.size(), painter.pen(), int(painter.renderHints()), density));
+        painter.drawImage(box.topLeft(), face_of(r, box.size(), pen, int(painter.renderHints()), density));
     } else {
-        painter.setBrush(fill);
-        draw_shape(painter, QRectF(box), !r.labelPixmap.isNull());
+        const QPen carried = painter.pen();
+        painter.setPen(pen);
+        draw_selection_face(painter, QRectF(box), r);
+        painter.setPen(carried);
     }
     draw_label(painter, r);
 }
 
-// Where patches apply, faces are copied at whole pixels and labels laid
-// at their targets: nothing is drawn past the box and the label.
+// Where patches apply, faces are copied at whole pixels and labels and rings
+// laid at their places: nothing is drawn past the box and its ring.
 QRect picker_view::reach(const buttonRecord& r) const
 {
-    return mapToScreen(r.bounds) | label_target(r);
+    const int out = ring_reach();
+    return mapToScreen(r.bounds).adjusted(-out, -out, out, out);
 }
 
 QPen picker_view::outline_pen(const buttonRecord& r)
 {
-    const QBrush outline = r.selected == 0 ? QBrush(Qt::black) : r.selected == 1 ? QBrush(Qt::white)
-                                                                                 : QBrush(partial_fill);
+    const QBrush outline = r.selected == 1 ? QBrush(Qt::white) : QBrush(Qt::black);
     return QPen(outline, 0.5, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
 }
 
@@ -809,22 +1052,16 @@ void picker_view::draw_command_button(QPainter& painter, const buttonRecord& r)
 void picker_view::draw_command_face(QPainter& painter, const QRectF& R, const buttonRecord& r)
 {
     QColor color = QColor(QRgb(r.color));
-    switch (r.selected) {
-    case 0: {
+    if (r.selected == 1) {
+        // Pressed.
+        painter.setBrush(color.lighter(150));
+    } else {
         QLinearGradient gradient(R.topLeft(), R.bottomLeft());
         gradient.setColorAt(0.0, color.lighter(150));
         gradient.setColorAt(0.1, color);
         gradient.setColorAt(0.9, color);
         gradient.setColorAt(1.0, color.darker(150));
         painter.setBrush(gradient);
-        break;
-    }
-    case 1:
-        painter.setBrush(color.lighter(150));
-        break;
-    default:
-        painter.setBrush(partial_fill);
-        break;
     }
     const QPen pen = outline_pen(r);
     qreal k = 0.05 * std::min(R.width(), R.height());
@@ -837,35 +1074,99 @@ void picker_view::draw_command_face(QPainter& painter, const QRectF& R, const bu
     painter.drawRoundedRect(inside_pen(R, pen), k, k, Qt::AbsoluteSize);
 }
 
-QRect picker_view::label_target(const buttonRecord& r) const
+QPoint picker_view::label_origin(const QRect& box, const QImage& label, int density)
 {
-    if (r.labelPixmap.isNull())
-        return QRect();
-    const QPointF centre = QRectF(mapToScreen(r.bounds)).center();
-    QRect target(0, 0, round_fn(zoom * r.labelPixmap.width()), round_fn(zoom * r.labelPixmap.height()));
-    target.moveCenter(QPoint(round_fn(centre.x()), round_fn(centre.y())));
-    return target;
+    const QSize size = label.size() / density;
+    return box.topLeft() + QPoint((box.width() - size.width()) / 2, (box.height() - size.height()) / 2);
 }
 
 void picker_view::draw_label(QPainter& painter, const buttonRecord& r)
 {
-    if (r.labelPixmap.isNull())
+    const QRect box = mapToScreen(r.bounds);
+    if (r.labelPixmap.isNull() || box.isEmpty())
         return;
-    const QRect target = label_target(r);
-    // A light label on the light selected face would vanish; Xor keeps it readable.
-    if (r.kind == 0 && r.selected == 1 && (r.labelColor & 0x808080)) {
-        painter.setCompositionMode(QPainter::CompositionMode_Xor);
-        r.labelPixmap.draw(painter, QRectF(target));
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    } else {
-        r.labelPixmap.draw(painter, QRectF(target));
+    if (const int density = copies_faces(painter)) {
+        const QImage& label = r.labelPixmap.drawn_at(box.size(), zoom, density);
+        if (!label.isNull())
+            painter.drawImage(label_origin(box, label, density), label);
+        return;
     }
+    // A scaled paint (a print, a preview) gets the text drawn for the
+    // nearest whole density above its own, brought down to size.
+    const QTransform& t = painter.deviceTransform();
+    const qreal scale = std::max(std::hypot(t.m11(), t.m12()), std::hypot(t.m21(), t.m22()));
+    const int density = std::max(1, int(std::ceil(scale - 1e-9)));
+    const QImage& label = r.labelPixmap.drawn_at(box.size(), zoom, density);
+    if (!label.isNull())
+        painter.drawImage(QRectF(label_origin(box, label, density), QSizeF(label.size()) / density), label);
+}
+
+QPoint picker_view::ring_origin(const QRect& box) const
+{
+    return box.topLeft() - QPoint(ring_reach(), ring_reach());
+}
+
+// A lit button is ringed by a white band outside its edge, so that its own
+// colour shows whole, and a dark line on its edge pixels, which marks it on
+// a light ground too; the band is unbroken when all its objects are
+// selected and dashed when some are.
+void picker_view::draw_ring_shape(QPainter& painter, const QRectF& R, const buttonRecord& r)
+{
+    const int shape = shape_of(r);
+    const qreal band = ring_reach();
+    painter.save();
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(ring_rim, 1.0));
+    painter.drawPath(shape_path(R, shape, -0.5));
+    QPen pen(Qt::white, band, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
+    if (r.selected != 1)
+        pen.setDashPattern({3.0 / band, 2.5 / band});
+    painter.setPen(pen);
+    painter.drawPath(shape_path(R, shape, band / 2));
+    painter.restore();
+}
+
+const QImage& picker_view::ring_of(const buttonRecord& r, const QSize& size, int hints, int density)
+{
+    const int out = ring_reach();
+    face_cache::key k;
+    k.size = size * density;
+    k.shape = quint8(face_cache::ring | shape_of(r));
+    k.selected = r.selected == 1 ? 1 : 2;
+    k.outline = quint32(out);
+    if (const QImage* ring = faces.find(k))
+        return *ring;
+    const QSize whole = size + QSize(2 * out, 2 * out);
+    QImage image(whole * density, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(density);
+    image.fill(Qt::transparent);
+    QPainter p(&image);
+    p.setRenderHints(QPainter::RenderHints(hints));
+    draw_ring_shape(p, QRectF(QPointF(out, out), QSizeF(size)), r);
+    p.end();
+    return faces.keep(k, std::move(image));
+}
+
+void picker_view::draw_ring(QPainter& painter, const buttonRecord& r)
+{
+    const QRect box = mapToScreen(r.bounds);
+    if (box.isEmpty())
+        return;
+    if (const int density = copies_faces(painter))
+        painter.drawImage(ring_origin(box), ring_of(r, box.size(), int(painter.renderHints()), density));
+    else
+        draw_ring_shape(painter, QRectF(box), r);
 }
 
 void picker_view::resizeEvent(QResizeEvent* e)
 {
+    const bool whole = shows_whole();
     overlays.banner()->resize(e->size().width(), e->size().height());
     QWidget::resizeEvent(e);
+    // A picker shown whole stays whole as its panel is resized, until the
+    // animator zooms or pans.
+    if (whole)
+        frame_whole(false);
 }
 
 void picker_view::hideEvent(QHideEvent* e)

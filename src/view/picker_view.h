@@ -18,6 +18,7 @@
 #include <QStringList>
 #include <QTimer>
 #include <QUndoStack>
+#include <QVarLengthArray>
 #include <QKeySequence>
 #include <QWidget>
 
@@ -67,11 +68,21 @@ public:
     void setShift(const QPoint& s);
     void zoomWindow(float z, const QPoint& newShift);
     QRect button_bounds(bool selectedOnly) const;
-    // Zooms and pans so that r fills three quarters of the view; gliding
-    // there unless not animated.
+    // Zooms and pans so that r fills three quarters of the view's open area;
+    // gliding there unless not animated.
     void frameBounds(const QRect& r, bool noZoomIn, bool animated = true);
+    // The picture and every button, nearly filling the open area: how a
+    // picker opens, and what Reset View comes back to.
+    void frame_whole(bool animated);
+    QRect whole_bounds() const;
+    // The part of the view that framing fills: all of it but what the
+    // banner covers along the bottom.
+    QRect open_area() const;
     bool any_selected() const;
     bool animating() const { return zoomTimer.isActive(); }
+    // Widget pixels a selection ring reaches outside its button: two, more
+    // as the zoom makes buttons large and less as it makes them small.
+    int ring_reach() const { return zoom >= 2 ? 3 : zoom >= 0.4 ? 2 : 1; }
 
     // ----- The page drawn
     picker_page* page() const { return page_; }
@@ -189,6 +200,10 @@ public slots:
     void animate_zoom();
     void reset_view();
     void frame_view();
+    // Zooms at once to z (within the limits), with the centre of the buttons
+    // whose objects are all selected, or else the whole picker's, in the
+    // middle of the open area.
+    void zoom_to(double z);
     void change_background();
     void add_one_button();
     void add_many_buttons();
@@ -229,9 +244,28 @@ protected:
     void draw_command_button(QPainter& painter, const buttonRecord& r);
     void draw_command_face(QPainter& painter, const QRectF& R, const buttonRecord& r);
     void draw_label(QPainter& painter, const buttonRecord& r);
-    // Where a button's label is drawn, in widget pixels; empty without one.
-    QRect label_target(const buttonRecord& r) const;
-    bool patch_buttons(const QVector<int>& changed, int hints);
+    // Where a label picture drawn for a button box at this density goes:
+    // centred in it.
+    static QPoint label_origin(const QRect& box, const QImage& label, int density);
+    void draw_ring(QPainter& painter, const buttonRecord& r);
+    void draw_ring_shape(QPainter& painter, const QRectF& R, const buttonRecord& r);
+    // The ring of a lit button of this size, as face_of keeps faces; it is
+    // laid with its top left at ring_origin of the box.
+    const QImage& ring_of(const buttonRecord& r, const QSize& size, int hints, int density);
+    QPoint ring_origin(const QRect& box) const;
+    // The picker units whose buttons may reach a widget rectangle.
+    QRect ring_cull(const QRect& widget) const;
+    bool patch_buttons(const paint_layer::changes& changed, int hints);
+    // The widget pixels to lay again for what changed (see paint_layer): a
+    // button's reach, the parts of it that changed, and the box of a plain
+    // button covering part of it, if any.
+    struct patch_area {
+        QRect area;
+        QVarLengthArray<QRect, 4> clips;
+        QRect plain;
+        int lit; // the button whose ring was lit, for a ring alone; else -1
+    };
+    QVector<patch_area> patch_areas(const paint_layer::changes& changed) const;
     // The changed buttons with the shapes drawn with a changed command
     // button's pen, in list order.
     QVector<int> with_pen_followers(const QVector<int>& changed) const;
@@ -241,8 +275,13 @@ protected:
     // face_cache), drawn with this pen and these hints at this many device
     // pixels a widget pixel when none is kept yet.
     const QImage& face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density);
+    void draw_selection_face(QPainter& painter, const QRectF& R, const buttonRecord& r);
     static QRgb fill_of(const buttonRecord& r);
-    // The widget pixels a button's drawing may touch.
+    // A selection button drawn as a plain fill of its box.
+    static bool plain(const buttonRecord& r);
+    // Which face_cache shape the button has.
+    static int shape_of(const buttonRecord& r);
+    // The widget pixels a button's drawing may touch, its ring included.
     QRect reach(const buttonRecord& r) const;
     // The pen a command button's outline is drawn with, which it leaves set.
     static QPen outline_pen(const buttonRecord& r);
@@ -251,6 +290,10 @@ private slots:
     void page_changed(const page_notice& notice);
 
 private:
+    // Frames r to fill this share of the open area, centred in it.
+    void fit_bounds(const QRect& r, double fill, bool noZoomIn, bool animated);
+    // Whether the view is (or is gliding to) where frame_whole last put it.
+    bool shows_whole() const;
     void make_menu();
     void show_context_menu(QMouseEvent* e);
     // Makes one button the whole selection, in the host as well.
@@ -282,9 +325,11 @@ private:
     double zoomBase = 1; // zoom_steps counts whole steps from here
     int zoomStep = 0;
     int wheelRest = 0;   // wheel travel short of a whole notch
+    double wholeZoom = -1; // where frame_whole last put the view
+    QPoint wholeShift;
     paint_layer layer;
     face_cache faces;
-    QVector<int> changedButtons; // found changed since the last paint
+    paint_layer::changes changedButtons; // found changed since the last paint
     quint64 comparedRevision = ~quint64(0); // the page's, when the picture was last compared
     bool paintCaching = true;
 };
