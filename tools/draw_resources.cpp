@@ -3,11 +3,13 @@
 //   draw_resources src/resources/resources
 #include <QDir>
 #include <QFont>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -44,15 +46,18 @@ void draw_badge(QPainter& p, const QRectF& box)
 
 QImage banner_logo()
 {
-    QImage image(172, 46, QImage::Format_ARGB32);
+    // As wide as the name needs: the banner shows the picture whole.
+    const QFont font("DejaVu Sans", 15, QFont::Bold);
+    const QString name = "Quillmarsh";
+    const int width = 48 + int(std::ceil(QFontMetricsF(font).horizontalAdvance(name))) + 4;
+    QImage image(width, 46, QImage::Format_ARGB32);
     image.fill(Qt::transparent);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
     draw_badge(p, QRectF(2, 1, 40, 40));
-    QFont font("DejaVu Sans", 15, QFont::Bold);
     p.setFont(font);
     p.setPen(Qt::white);
-    p.drawText(QRectF(48, 21, 124, 22), Qt::AlignLeft | Qt::AlignVCenter, "Quillmarsh");
+    p.drawText(QRectF(48, 21, width - 48, 22), Qt::AlignLeft | Qt::AlignVCenter, name);
     return image;
 }
 
