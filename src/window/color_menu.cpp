@@ -63,11 +63,6 @@ QVector<unsigned int> picker_colorMenu::color_palette()
     return out;
 }
 
-QVector<unsigned int> picker_colorMenu::bw_palette()
-{
-    return {0xFF000000u, 0xFFFFFFFFu};
-}
-
 picker_colorMenu* picker_colorMenu::open(const QVector<unsigned int>& palette, int cols, QObject* receiver,
                                          const char* slot, const QPoint& globalPos, QColor* current)
 {
@@ -99,9 +94,9 @@ picker_colorMenu* picker_colorMenu::execute_color(QObject* receiver, const QPoin
     return open(color_palette(), palette_columns, receiver, SLOT(set_button_color(QRgb)), globalPos, current);
 }
 
-picker_colorMenu* picker_colorMenu::execute_bw(QObject* receiver, const QPoint& globalPos, QColor* current)
+picker_colorMenu* picker_colorMenu::execute_label_color(QObject* receiver, const QPoint& globalPos, QColor* current)
 {
-    return open(bw_palette(), 1, receiver, SLOT(set_label_color(QRgb)), globalPos, current);
+    return open(color_palette(), palette_columns, receiver, SLOT(set_label_color(QRgb)), globalPos, current);
 }
 
 int picker_colorMenu::findColorIndex(const QColor& color) const

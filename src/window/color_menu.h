@@ -18,14 +18,14 @@ class picker_colorMenu : public QWidget {
 public:
     picker_colorMenu(const QVector<unsigned int>& colors, int columns, int cellSize, QWidget* parent = nullptr);
 
-    // Open the button palette (72 colours) or the black-and-white label
-    // palette with the current colour under the pointer; the choice goes to
-    // the receiver's set_button_color(QRgb) or set_label_color(QRgb).
+    // Open the palette (72 colours, black and white among them) for a
+    // button's colour or its label's, with the current colour under the
+    // pointer; the choice goes to the receiver's set_button_color(QRgb) or
+    // set_label_color(QRgb).
     static picker_colorMenu* execute_color(QObject* receiver, const QPoint& globalPos, QColor* current);
-    static picker_colorMenu* execute_bw(QObject* receiver, const QPoint& globalPos, QColor* current);
+    static picker_colorMenu* execute_label_color(QObject* receiver, const QPoint& globalPos, QColor* current);
 
     static QVector<unsigned int> color_palette();
-    static QVector<unsigned int> bw_palette();
 
     int findColorIndex(const QColor& color) const;
     int positionToIndex(const QPoint& p) const;

@@ -9,6 +9,7 @@
 #include "view/picker_view.h"
 #include "view/shortcuts.h"
 #include "window/color_menu.h"
+#include "window/fitting_label.h"
 #include "window/window_texts.h"
 
 #include <QAction>
@@ -544,22 +545,26 @@ void picker_window::make_toolbox()
 
     labelEdit = new QLineEdit;
     labelEdit->setToolTip("Button Label");
+    labelEdit->setPlaceholderText("Label");
+    // Room for a label's worth of text however narrow the window.
+    labelEdit->setMinimumWidth(labelEdit->fontMetrics().horizontalAdvance("L_shoulder"));
     // Only a label the user typed and confirmed with Return is applied:
     // focus leaving the field (the pointer leaving the picker) applies nothing.
     connect(labelEdit, SIGNAL(returnPressed()), this, SLOT(set_button_label()));
 
+    // A narrow window (a docked panel) shortens the captions, not the controls.
     toolboxLayout = new QHBoxLayout;
     toolboxLayout->addSpacing(8);
-    toolboxLayout->addWidget(new QLabel("Color: "));
+    toolboxLayout->addWidget(new fitting_label("Color: ", QString()));
     toolboxLayout->addWidget(colorButton);
     toolboxLayout->addSpacing(8);
-    toolboxLayout->addWidget(new QLabel("Width: "));
+    toolboxLayout->addWidget(new fitting_label("Width: ", "W"));
     toolboxLayout->addWidget(widthButton);
     toolboxLayout->addSpacing(8);
-    toolboxLayout->addWidget(new QLabel("Height: "));
+    toolboxLayout->addWidget(new fitting_label("Height: ", "H"));
     toolboxLayout->addWidget(heightButton);
     toolboxLayout->addSpacing(8);
-    toolboxLayout->addWidget(new QLabel("Label: "));
+    toolboxLayout->addWidget(new fitting_label("Label: ", QString()));
     toolboxLayout->addWidget(labelEdit);
     toolboxLayout->addWidget(labelColorButton);
     toolboxLayout->addSpacing(8);
@@ -575,7 +580,7 @@ void picker_window::do_color_menu()
 void picker_window::do_labelcolor_menu()
 {
     QColor current = QColor(QRgb(toolboxState.labelColor));
-    picker_colorMenu::execute_bw(this, QCursor::pos(), &current);
+    picker_colorMenu::execute_label_color(this, QCursor::pos(), &current);
 }
 
 bool picker_window::toolboxShown() const

@@ -105,6 +105,11 @@ public:
     int selection_updates() const { return selectionUpdates; }
     // Only these characters can reach the host in a selection command.
     static bool is_object_name(const QString& name);
+    // Marks the buttons holding objects the scene lacks, as the host tells:
+    // once when next idle however often asked before (after the host's
+    // selection, the scene or a picker's bindings changed), or at once.
+    void check_objects_later();
+    void check_objects();
 
     // ----- Scene storage
     // The window keeps its own record of what the scene holds (the data text
@@ -294,6 +299,7 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    bool objectCheckPending = false;
     QByteArray sceneText;
     QSet<QString> sceneImages;
     // Keeps the pieces of the last scene text for the next write.

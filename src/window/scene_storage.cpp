@@ -298,10 +298,7 @@ void picker_window::streamTo(QDataStream& out) const
 
 void picker_window::frame_all(picker_view* view)
 {
-    QRect bounds = view->button_bounds(false);
-    if (!view->background().isNull())
-        bounds = view->buttons().isEmpty() ? view->background().rect() : (bounds | view->background().rect());
-    view->frameBounds(bounds, false, false);
+    view->frame_whole(false);
 }
 
 void picker_window::frame_when_shown(picker_view* view)

@@ -65,6 +65,9 @@ void picker_window::setSelection(const QStringList& names)
     }
     // The toolbox follows a selection made in the host as it does one made here.
     updateControls();
+    // Objects come and go with selections (a new node is selected, a
+    // deleted one leaves the selection).
+    check_objects_later();
     bool any = !the_list().isEmpty();
     addOneAction->setEnabled(any);
     addManyAction->setEnabled(any);
