@@ -3,7 +3,7 @@
 namespace {
 
 const QStringList value_options = {"--plugin", "--mel", "--mel-file", "--py", "--py-file",
-                                   "--screenshot", "--save-scene"};
+                                   "--screenshot", "--save-scene", "--picker-size", "--picker-zoom"};
 
 } // namespace
 
@@ -12,6 +12,7 @@ QString usage_text()
     return "usage: quillmarsh-sandbox [scene.ma] [--plugin PATH] [--mel TEXT]... "
            "[--mel-file FILE]...\n"
            "                          [--py TEXT]... [--py-file FILE]...\n"
+           "                          [--picker-size WIDTHxHEIGHT] [--picker-zoom ZOOM]\n"
            "                          [--screenshot FILE.png] [--save-scene FILE.ma] [--quit]\n";
 }
 
@@ -44,6 +45,10 @@ bool parse_command_line(const QStringList& args, app_options* options, QString* 
                 options->steps.append({app_step::python_file, value});
             else if (arg == "--screenshot")
                 options->steps.append({app_step::screenshot, value});
+            else if (arg == "--picker-size")
+                options->steps.append({app_step::picker_size, value});
+            else if (arg == "--picker-zoom")
+                options->steps.append({app_step::picker_zoom, value});
             else
                 options->steps.append({app_step::save_scene, value});
             continue;

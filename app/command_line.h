@@ -7,7 +7,7 @@
 #include <QVector>
 
 struct app_step {
-    enum kind { mel, mel_file, python, python_file, screenshot, save_scene };
+    enum kind { mel, mel_file, python, python_file, screenshot, save_scene, picker_size, picker_zoom };
     kind what;
     QString value;
 };

@@ -2,6 +2,7 @@
 // without Maya, and for scripted runs (tests, screenshots for the docs).
 #include "command_line.h"
 #include "dialog_closer.h"
+#include "picker_steps.h"
 #include "sandbox_window.h"
 
 #include <sandbox/host.h>
@@ -61,6 +62,8 @@ int main(int argc, char* argv[])
         case app_step::python_file: window.run_python_file(step.value); break;
         case app_step::screenshot: window.save_screenshot(step.value); break;
         case app_step::save_scene: window.save_scene_to(step.value); break;
+        case app_step::picker_size: resize_picker(&window, step.value); break;
+        case app_step::picker_zoom: zoom_picker(&window, step.value); break;
         }
         window.settle();
     }
