@@ -48,3 +48,7 @@ quill_test(test_python SOURCES test_python.cpp ${CMAKE_SOURCE_DIR}/src/plugin/pl
 # Scenes of large pictures: each in its entry, all within one pixel budget.
 quill_test(test_scene_pictures SOURCES test_scene_pictures.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+# What the canvas looks like: labels, lit and missing buttons, the banner,
+# framing, and the toolbox in a narrow panel.
+quill_test(test_looks SOURCES test_looks.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)

@@ -231,6 +231,36 @@ private slots:
         QCOMPARE(run.status, 0);
     }
 
+    // The picker's window narrowed and its view zoomed, for pictures of the
+    // demo: the lit hand fills far more of a zoomed picture; bad values
+    // are errors.
+    void picker_size_and_zoom()
+    {
+        const QStringList demo = {"--plugin", PICKER_PLUGIN_PATH, DEMO_SCENE, "--mel", "select -r hero:L_hand_ctrl"};
+        const auto red = [](const QImage& shot) {
+            int n = 0;
+            for (int y = 0; y < shot.height(); ++y)
+                for (int x = 0; x < shot.width(); ++x)
+                    n += QColor(shot.pixel(x, y)) == QColor(192, 57, 43);
+            return n;
+        };
+        QCOMPARE(launch(demo + QStringList{"--screenshot", "@dir/plain.png", "--quit"}).status, 0);
+        run_result zoomed = launch(demo + QStringList{"--picker-size", "360x640", "--picker-zoom", "4", "--screenshot",
+                                                      "@dir/zoomed.png", "--quit"});
+        QCOMPARE(zoomed.status, 0);
+        const QImage plain(dir_.filePath("plain.png")), narrow(dir_.filePath("zoomed.png"));
+        QVERIFY(!plain.isNull() && !narrow.isNull());
+        QVERIFY2(narrow.width() < plain.width(), qPrintable(QString("%1 against %2").arg(narrow.width()).arg(plain.width())));
+        QVERIFY2(red(narrow) > 4 * red(plain), qPrintable(QString("%1 against %2").arg(red(narrow)).arg(red(plain))));
+
+        for (const QStringList& bad : {QStringList{"--picker-size", "10x10"}, QStringList{"--picker-size", "wide"},
+                                       QStringList{"--picker-zoom", "-2"}}) {
+            run_result run = launch(demo + bad + QStringList{"--quit"});
+            QCOMPARE(run.status, 1);
+            QVERIFY2(run.lines.join('\n').contains(bad[0]), qPrintable(run.lines.join('\n')));
+        }
+    }
+
     void screenshot()
     {
         run_result run = launch({"--mel", "createNode transform -n shot", "--screenshot", "@dir/shot.png", "--quit"});
