@@ -111,8 +111,10 @@ struct text_fit {
     QFont font;
     QString shown;
     qreal advance = 0;
-    qreal ascent = 0;
-    qreal line = 0; // ascent + descent
+    // The ink: how far it rises above the baseline, and its height; text is
+    // fitted and centred by what is drawn, not by the font's line.
+    qreal rise = 0;
+    qreal line = 0;
     int halo = 1;   // radius
 };
 
@@ -130,6 +132,13 @@ int halo_for(int pixels)
     return std::max(1, int(std::lround(pixels / 20.0)));
 }
 
+void set_ink(text_fit& fit, const QFontMetricsF& metrics)
+{
+    const QRectF ink = metrics.tightBoundingRect(fit.shown);
+    fit.rise = -ink.top();
+    fit.line = ink.height();
+}
+
 text_fit measure(const QFont& base, const QString& text, int pixels)
 {
     text_fit fit;
@@ -137,8 +146,7 @@ text_fit measure(const QFont& base, const QString& text, int pixels)
     const QFontMetricsF metrics(fit.font);
     fit.shown = text;
     fit.advance = metrics.horizontalAdvance(text);
-    fit.ascent = metrics.ascent();
-    fit.line = metrics.ascent() + metrics.descent();
+    set_ink(fit, metrics);
     fit.halo = halo_for(pixels);
     return fit;
 }
@@ -164,7 +172,7 @@ bool fit_text(const label_art& art, double zoom, int density, const QSize& room,
         return true;
     }
     while ((needed_width(fit) > room.width() || fit.line > room.height()) && pixels > smallest) {
-        const qreal scale = std::min(room.width() / needed_width(fit), room.height() / fit.line);
+        const qreal scale = std::min(room.width() / needed_width(fit), room.height() / std::max(fit.line, qreal(1)));
         pixels = std::max(smallest, std::min(pixels - 1, int(pixels * scale)));
         fit = measure(art.font, art.text, pixels);
     }
@@ -174,6 +182,7 @@ bool fit_text(const label_art& art, double zoom, int density, const QSize& room,
         if (fit.shown.isEmpty())
             return false;
         fit.advance = metrics.horizontalAdvance(fit.shown);
+        set_ink(fit, metrics);
     }
     *out = fit;
     return true;
@@ -245,7 +254,7 @@ QImage draw_text(const label_art& art, const text_fit& fit, const QSize& size, i
 {
     QImage image(size * density, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    const QPointF at((image.width() - fit.advance) / 2, (image.height() - fit.line) / 2 + fit.ascent);
+    const QPointF at((image.width() - fit.advance) / 2, (image.height() - fit.line) / 2 + fit.rise);
     const QColor ink = QColor(QRgb(art.color));
     QPainter painter;
     // A painter that cannot begin leaves the picture transparent.
