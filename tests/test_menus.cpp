@@ -491,13 +491,13 @@ private slots:
             modal_helper::answer(dialog, "OK");
         });
         window->rename_tab();
-        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+        QCOMPARE(window->tabs()->tabText(0), QString("face*"));
         modal_helper::with_next([](QWidget* dialog) {
             dialog->findChild<QLineEdit*>()->setText(QString());
             modal_helper::answer(dialog, "OK");
         });
         window->rename_tab();
-        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+        QCOMPARE(window->tabs()->tabText(0), QString("face*"));
     }
 };
 

@@ -389,9 +389,23 @@ void picker_page::release_notices()
     }
 }
 
+void picker_page::mark_saved()
+{
+    const bool was = modified();
+    savedEdits_ = storedEdits_;
+    if (was)
+        emit modified_changed(false);
+}
+
 void picker_page::notify(unsigned fields, int row)
 {
     ++revision_;
+    if (fields & page_field::stored) {
+        const bool was = modified();
+        ++storedEdits_;
+        if (!was)
+            emit modified_changed(true);
+    }
     emit touched();
     pending_.fields |= fields;
     // A layout notice already concerns every button.

@@ -121,6 +121,10 @@ public:
     void set_name(const QString& name);
     const QString& path() const { return path_; }
     void set_path(const QString& path);
+    // Whether anything a picker file stores changed since the page was last
+    // marked saved (made, opened, saved or restored as it was stored).
+    bool modified() const { return storedEdits_ != savedEdits_; }
+    void mark_saved();
 
     // The namespaces the selection buttons' names live in, each with its
     // parents, sorted case-insensitively.
@@ -149,6 +153,8 @@ signals:
     // Sent as each change is made, held or not: a canvas repaints on it.
     void touched();
     void changed(const page_notice& notice);
+    // Sent when modified() turns.
+    void modified_changed(bool modified);
 
 private:
     // Lays the button out again after a change of these fields.
@@ -171,6 +177,8 @@ private:
     int holds_ = 0;
     page_notice pending_;
     quint64 revision_ = 0;
+    quint64 storedEdits_ = 0;
+    quint64 savedEdits_ = 0;
 };
 
 template <class Meets>

@@ -563,7 +563,7 @@ MStatus picker_main::query_tabs(const MStringArray&)
     clearResult();
     if (picker_window* w = picker())
         for (int i = 0; i < w->tabs()->count(); ++i)
-            appendToResult(to_m(w->tabs()->tabText(i)));
+            appendToResult(to_m(w->tab_name(i)));
     return MStatus::kSuccess;
 }
 
@@ -578,7 +578,7 @@ MStatus picker_main::set_tab(const MStringArray& args)
     const QString name = to_q(args[0]);
     int found = -1;
     for (int i = 0; i < w->tabs()->count(); ++i)
-        if (w->tabs()->tabText(i) == name)
+        if (w->tab_name(i) == name)
             found = i;
     if (found < 0)
         return script_error("set_tab", QString("no tab is named \"%1\"").arg(name));

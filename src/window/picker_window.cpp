@@ -139,6 +139,8 @@ void picker_window::make_menus()
     renameAction = add_item(fileMenu, tr("Rename Tab..."), SLOT(rename_tab()));
     closeAction = add_item(fileMenu, tr("Close Tab..."), SLOT(close_current()));
     setWidgetShortcut(closeAction, QKeySequence("Ctrl+W"));
+    reopenAction = add_item(fileMenu, tr("Reopen Closed Tab"), SLOT(reopen_closed_tab()));
+    setWidgetShortcut(reopenAction, QKeySequence("Ctrl+Shift+T"));
     fileMenu->addSeparator();
     exitAction = add_item(fileMenu, tr("Exit Picker"), nullptr);
     if (dock_)
@@ -172,7 +174,7 @@ void picker_window::make_menus()
 
     // The window's own shortcut search walks this list; Paste in Place and
     // Change Namespace are left out of it on purpose.
-    addActions({newAction, openAction, saveAction, saveAsAction, renameAction, closeAction, exitAction});
+    addActions({newAction, openAction, saveAction, saveAsAction, renameAction, closeAction, reopenAction, exitAction});
     addActions({undoAction, redoAction, cutAction, copyAction, pasteAction, toolboxAction});
     addActions({addOneAction, addManyAction, updateAction, backgroundAction});
     addAction(about);
@@ -201,6 +203,8 @@ picker_view* picker_window::frontPicker() const
 void picker_window::connect_picker(picker_view* view)
 {
     connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
+    connect(view->page(), &picker_page::modified_changed, this, [this, view] { show_tab_name(view); });
+    show_tab_name(view);
     if (noticesHeld) {
         view->page()->hold_notices();
         heldPages.append(view->page());
@@ -237,6 +241,7 @@ bool picker_window::new_tab()
     }
     picker_view* view = new picker_view(this);
     view->page()->set_name("Untitled");
+    view->page()->mark_saved();
     int index = tabWidget->addTab(view, "Untitled");
     tabWidget->setCurrentIndex(index);
     connect_picker(view);
@@ -257,32 +262,15 @@ void picker_window::reset()
     adoptScene(encodedSceneData());
 }
 
-void picker_window::close_one(int index)
-{
-    // A tab with nothing on it has nothing to lose: no question.
-    auto* view = qobject_cast<picker_view*>(tabWidget->widget(index));
-    if (view && view->buttons().isEmpty() && view->background().isNull()) {
-        close_tab(index);
-        return;
-    }
-    auto answer = QMessageBox::warning(this, "Close Tab", texts::close_tab_question.arg(tabWidget->tabText(index)),
-                                       QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton);
-    if (answer == QMessageBox::Cancel)
-        return;
-    close_tab(index);
-}
-
-void picker_window::close_current()
-{
-    if (tabWidget->count() > 0 && tabWidget->currentIndex() >= 0)
-        close_one(tabWidget->currentIndex());
-}
-
 void picker_window::close_tab(int index)
 {
     picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index));
     if (!view)
         return;
+    // Only tabs closed by the animator or a script are kept: a scene going
+    // away or the window closing take theirs with them.
+    if (!closing && !sceneQuiet)
+        keep_closed(view);
     tabWidget->removeTab(index);
     delete view;
     // The next flush drops the image entries no open tab uses any more.
@@ -301,8 +289,7 @@ void picker_window::rename_tab()
     if (tabWidget->count() == 0 || index < 0)
         return;
     bool ok = false;
-    QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal,
-                                         tabWidget->tabText(index), &ok);
+    QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal, tab_name(index), &ok);
     if (ok)
         set_tab_text(index, name);
 }
@@ -399,6 +386,12 @@ void picker_window::updateFileMenu()
     saveAsAction->setEnabled(any);
     renameAction->setEnabled(any);
     closeAction->setEnabled(any);
+    reopenAction->setEnabled(!closed.isEmpty());
+    QString last = closed.isEmpty() ? QString() : closed.first().name;
+    if (last.size() > 40)
+        last = last.left(39) + QChar(0x2026);
+    reopenAction->setText(last.isEmpty() ? tr("Reopen Closed Tab")
+                                         : tr("Reopen Closed Tab \"%1\"").arg(last.replace('&', "&&")));
 }
 
 void picker_window::updatePickerMenu()

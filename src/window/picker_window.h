@@ -148,6 +148,9 @@ public:
     bool place_background(picker_view* view, const QString& key, const png_picture& picture);
     // Renames a tab: its page, which files and the scene keep, and the tab bar.
     void set_tab_text(int index, const QString& text);
+    // The tab's name as files, the scene and scripts know it; the tab bar
+    // shows it with a mark while its picker has changes no file holds.
+    QString tab_name(int index) const;
 
     // ----- Streams: every tab, for the scene
     void streamTo(QDataStream& out) const;
@@ -171,6 +174,19 @@ public:
     void note_recent(const QString& name, const QString& path);
     static constexpr int max_recent = 10;
     bool do_save(picker_view* view, const QString& path);
+    // Asks where to save the view's picker (starting in the folder last
+    // used), adding ".pkr" to a name without it, and saves it there. False
+    // when cancelled or failed.
+    bool save_view_as(picker_view* view);
+    // Tabs closed this session, newest first: what Reopen Closed Tab brings back.
+    struct closed_tab {
+        QString name, path, key;
+        png_picture picture;
+        QList<buttonAttributes> buttons;
+        bool modified = false;
+    };
+    const QList<closed_tab>& closedTabs() const { return closed; }
+    static constexpr int max_closed = 10;
     void load_one_picker(const QString& path);
     void load_pickers(const QStringList& paths);
 
@@ -219,8 +235,13 @@ public slots:
     void do_undo();
     void do_redo();
     void open_tab();
-    void close_one(int index);
+    // Closes the tab, first asking to save a picker with changes no file
+    // holds. False when it stays open.
+    bool close_one(int index);
     void close_current();
+    // Brings the newest closed tab back, into the scene too. False, with a
+    // warning, when none is left or the scene has no room for it.
+    bool reopen_closed_tab();
     void updateSceneData();
     void request_save();
     void request_saveas();
@@ -268,6 +289,7 @@ private:
     QAction* saveAsAction = nullptr;
     QAction* renameAction = nullptr;
     QAction* closeAction = nullptr;
+    QAction* reopenAction = nullptr;
     QAction* exitAction = nullptr;
 
     QAction* undoAction = nullptr;
@@ -294,6 +316,14 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    QList<closed_tab> closed;
+    // Keeps a closed tab for reopening, within max_closed tabs and the
+    // picture bytes one scene may show.
+    void keep_closed(const picker_view* view);
+    // The tab bar's text and tip for the view: its name, marked while modified.
+    void show_tab_name(picker_view* view);
+    // After a save: the tab is no longer modified, and the host's output says so.
+    void saved(picker_view* view, const QString& path);
     QByteArray sceneText;
     QSet<QString> sceneImages;
     // Keeps the pieces of the last scene text for the next write.
