@@ -227,6 +227,18 @@ private slots:
         QCOMPARE(host.infos, QStringList{QString("Saved the picker \"Untitled\" to %1.")
                                              .arg(QDir::toNativeSeparators(folder.filePath("arm.pkr")))});
         QCOMPARE(w.tabs()->tabText(0), QString("Untitled"));
+        // The next Save As starts there, named after its tab.
+        QVERIFY(w.new_tab());
+        w.set_tab_text(1, "L/R arm");
+        QString started;
+        modal_helper::with_next([&started](QWidget* dialog) {
+            auto* files = qobject_cast<QFileDialog*>(dialog);
+            started = files->directory().filePath(files->selectedFiles().value(0));
+            files->reject();
+        });
+        QVERIFY(!w.save_view_as(view_at(w, 1)));
+        QCOMPARE(started, folder.filePath("L_R arm.pkr"));
+        QVERIFY(w.close_one(1));
 
         // A picker its file holds as it is closes without a question; an
         // edit marks it again, and Save in the question saves it to its file.
