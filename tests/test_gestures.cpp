@@ -183,7 +183,7 @@ private slots:
         release(view, QPoint(141, 121), Qt::ControlModifier);
         QCOMPARE(view->buttons()[0].pos, QPoint(70, 60));
         QCOMPARE(view->buttons()[2].pos, QPoint(170, 60));
-        QCOMPARE(view->buttons()[1].pos, QPoint(120, 60)); // partly selected buttons move too
+        QCOMPARE(view->buttons()[1].pos, QPoint(100, 50)); // lit only through a shared name: not picked
         QCOMPARE(view->undoer()->count(), entries + 1);
         QVERIFY(selects().isEmpty());
         view->undoer()->undo();
@@ -614,13 +614,25 @@ private slots:
         QCOMPARE(view->buttons()[5].names, QStringList{"select -cl;"});
         QCOMPARE(view->buttons()[5].pos, QPoint(300, 100));
 
-        // An existing command button is edited in place, outside the undo history.
+        // Editing the new button is a step of its own: undo takes the edit
+        // back before it takes the button away. Cancelling leaves no step.
         close_menu();
-        press(view, QPoint(50, 150), Qt::NoModifier, Qt::RightButton);
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
         answer("print \"edited\";", "OK");
         view->add_command_button();
-        QCOMPARE(view->buttons()[3].names, QStringList{"print \"edited\";"});
-        QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->buttons()[5].names, QStringList{"print \"edited\";"});
+        QCOMPARE(view->undoer()->count(), 2);
+        QCOMPARE(view->undoer()->undoText(), QString("Edit Command Button"));
+        close_menu();
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
+        answer("print \"dropped\";", "Cancel");
+        view->add_command_button();
+        QCOMPARE(view->undoer()->count(), 2);
+        view->undoer()->undo();
+        QCOMPARE(view->buttons().size(), 6);
+        QCOMPARE(view->buttons()[5].names, QStringList{"select -cl;"});
+        view->undoer()->undo();
+        QCOMPARE(view->buttons().size(), 5);
     }
 
     void every_change_reaches_the_scene()
