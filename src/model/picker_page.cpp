@@ -358,12 +358,15 @@ QVector<int> picker_page::target_rows() const
 {
     if (!picking_)
         return lit_rows();
+    // By the picks, not by every button: the toolbox asks after each edit.
     QVector<int> rows;
-    if (picks_.isEmpty())
-        return rows;
-    for (int k = 0; k < buttons_.size(); ++k)
-        if (picks_.contains(buttons_.at(k).id))
-            rows.append(k);
+    rows.reserve(picks_.size());
+    for (button_id id : picks_) {
+        const int row = row_of(id);
+        if (row >= 0)
+            rows.append(row);
+    }
+    std::sort(rows.begin(), rows.end());
     return rows;
 }
 
