@@ -695,6 +695,26 @@ private slots:
         QCOMPARE(static_cast<const buttonAttributes&>(view->buttons()[at]), shared);
     }
 
+    // A button just added is the target, not the ones lighting with it;
+    // undoing the add gives the targets back as they were.
+    void a_new_button_is_the_next_target()
+    {
+        click(view, QPoint(100, 50)); // hero:b hero:c, lighting button 2 too
+        right_click(QPoint(200, 200));
+        view->add_one_button();
+        QCOMPARE(view->buttons().size(), 6);
+        QCOMPARE(view->buttons()[5].names, (QStringList{"hero:b", "hero:c"}));
+        QCOMPARE(int(view->buttons()[1].selected), 1);
+        view->adjust_size_up();
+        QCOMPARE(view->buttons()[5].width, 21); // the toolbox's width, the picked button's
+        QCOMPARE(view->buttons()[1].width, 20);
+        view->undoer()->undo();
+        view->undoer()->undo();
+        view->adjust_size_up();
+        QCOMPARE(view->buttons()[1].width, 21);
+        QCOMPARE(view->buttons()[2].width, 20);
+    }
+
     // Runs of the same size or nudge key are one step; turning back is a new one.
     void repeated_keys_merge_into_one_step()
     {

@@ -108,12 +108,12 @@ public:
     bool conform_to_selected();
     void clear_selected(bool quiet);
     bool any_selected() const;
+
     // ----- Targets: the buttons edits act on. After a selection made in the
     // picker, the buttons picked there, lit or not (a button whose objects
     // are missing is picked though it cannot light); buttons lit only
     // because they share objects with a picked one are not targets. After a
     // selection made in the host, the fully lit buttons. Not stored.
-    bool picking() const { return picking_; }
     // Picking, with exactly these buttons picked.
     void set_picks(const QVector<button_id>& ids);
     // Picking, with this button added to or dropped from the picks.
