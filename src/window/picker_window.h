@@ -82,11 +82,29 @@ public:
     QString currentLabel() const { return toolboxState.label; }
     const toolbox_values& toolbox() const { return toolboxState; }
     bool toolboxShown() const;
-    void updateControls();
 
     // ----- Host selection
-    void setSelection(const QStringList& names);
+    // Takes the host's selection in. Unless it is the outcome of the
+    // picker's own request (`own`), a change of it makes the lit buttons
+    // the targets of edits again, in every tab.
+    void setSelection(const QStringList& names, bool own = false);
+    // Whether a selection directive asked for these names because the
+    // picker posted them; each post is recognised once.
+    bool take_own_post(const QStringList& asked);
+    // Clears every tab's lit buttons and picks: the picker makes a new
+    // selection of its own.
     void clearAllSelected();
+    // Makes every tab pick nothing, so that the buttons a gesture picks
+    // next are the only targets.
+    void clear_picks();
+    // Makes the view's buttons with these ids the picker's selection and
+    // its picks, lit with the buttons sharing their objects, and tells the
+    // host; names in leaveOut (objects the scene lacks) are not sent.
+    void select_buttons(picker_view* view, const QVector<button_id>& ids,
+                        const QStringList& leaveOut = QStringList());
+    // The objects of a selection button that the scene does not have, in
+    // its order; none for a command button.
+    static QStringList missing_objects(const buttonAttributes& button);
     // Replaces the name list (what the picker sends the host) as it stands.
     static void set_selection_names(const QStringList& names);
     // The list itself, which buttons add their names to as they are selected.
@@ -214,6 +232,9 @@ public:
     picker_view* take_picker_to_bind();
 
 public slots:
+    // Shows the front picker's targets' values, or without targets the
+    // look of new buttons, and makes them what new buttons get.
+    void updateControls();
     void set_button_color(QRgb which);
     void set_label_color(QRgb which);
     void set_button_width(QAction* action);
@@ -338,4 +359,9 @@ private:
     int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
     bool buildingToolbox = false;
     int selectionUpdates = 0;
+    // What postSelection sent, oldest first, until the host runs it.
+    QList<QStringList> ownPosts;
+    // The look of new buttons while no button is targeted; the toolbox
+    // shows and sets it then.
+    button_look newLook;
 };
