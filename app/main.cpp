@@ -69,7 +69,7 @@ int main(int argc, char* argv[])
     }
 
     if (options.quit) {
-        window.close(); // tells the plug-in the application quits
+        window.close_unasked(); // tells the plug-in the application quits
         return host.error_count() > 0 ? 1 : 0;
     }
     return app.exec();

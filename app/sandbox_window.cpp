@@ -118,6 +118,15 @@ void sandbox_window::build_menus()
 
 void sandbox_window::closeEvent(QCloseEvent* event)
 {
+    // Edits waiting for the host's idle time land in the scene first, so the
+    // question knows about them; a cancelled question keeps everything open.
+    if (!quit_sent_ && !unasked_) {
+        settle();
+        if (!maybe_save()) {
+            event->ignore();
+            return;
+        }
+    }
     // The plug-in saves its window state on this event, so it comes first.
     if (!quit_sent_) {
         quit_sent_ = true;
@@ -125,6 +134,12 @@ void sandbox_window::closeEvent(QCloseEvent* event)
     }
     event->accept();
     QCoreApplication::quit(); // a picker floating on its own must not keep the app alive
+}
+
+void sandbox_window::close_unasked()
+{
+    unasked_ = true;
+    close();
 }
 
 // ----- Scene

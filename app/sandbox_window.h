@@ -35,6 +35,8 @@ public:
     // Runs queued idle texts and pending events until neither is left, then
     // brings the outliner and the title up to date.
     void settle();
+    // Quits without asking about a modified scene (a batch run's end).
+    void close_unasked();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -68,6 +70,7 @@ private:
     bool drain_scheduled_ = false;
     bool refresh_scheduled_ = false;
     bool quit_sent_ = false;
+    bool unasked_ = false;
     std::uintptr_t opened_callback_ = 0;
     std::uintptr_t new_callback_ = 0;
 };

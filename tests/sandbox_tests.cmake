@@ -38,6 +38,10 @@ quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/p
 
 quill_test(test_menus SOURCES test_menus.cpp LIBS picker_ui)
 
+# What edits act on, with the selection's round trip through the real host.
+quill_test(test_targets SOURCES test_targets.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
+
 # What the scene holds against what the window shows, through the real host.
 quill_test(test_scene SOURCES test_scene.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)

@@ -61,7 +61,7 @@ QStringList snapshot(picker_window& w)
 {
     QStringList out;
     for (int i = 0; i < w.tabs()->count(); ++i) {
-        out << "tab " + w.tabs()->tabText(i);
+        out << "tab " + w.tab_name(i);
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
         write_button_list(stream, tab(w, i)->page()->attributes());
@@ -243,8 +243,8 @@ private slots:
 
         // A tab name is cut where a label would be, never inside a character.
         w.set_tab_text(0, QString(limits::max_tab_name_chars - 1, 'x') + QString::fromUtf8("\xf0\x9f\x98\x80") + "tail");
-        QCOMPARE(w.tabs()->tabText(0), QString(limits::max_tab_name_chars - 1, 'x'));
-        QCOMPARE(view->page()->name(), w.tabs()->tabText(0));
+        QCOMPARE(w.tab_name(0), QString(limits::max_tab_name_chars - 1, 'x'));
+        QCOMPARE(view->page()->name(), w.tab_name(0));
         // A namespace past any real one is not offered for rebinding.
         buttonAttributes odd = grid(1)[0];
         odd.names = QStringList{QString(limits::max_namespace_chars + 1, 'n') + ":ctl", "hero:ctl"};

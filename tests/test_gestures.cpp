@@ -9,6 +9,8 @@
 #include "window/picker_window.h"
 
 #include <QAction>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QMenu>
 #include <QTextEdit>
 #include <QTabWidget>
@@ -183,7 +185,7 @@ private slots:
         release(view, QPoint(141, 121), Qt::ControlModifier);
         QCOMPARE(view->buttons()[0].pos, QPoint(70, 60));
         QCOMPARE(view->buttons()[2].pos, QPoint(170, 60));
-        QCOMPARE(view->buttons()[1].pos, QPoint(120, 60)); // partly selected buttons move too
+        QCOMPARE(view->buttons()[1].pos, QPoint(100, 50)); // lit only through a shared name: not picked
         QCOMPARE(view->undoer()->count(), entries + 1);
         QVERIFY(selects().isEmpty());
         view->undoer()->undo();
@@ -614,13 +616,128 @@ private slots:
         QCOMPARE(view->buttons()[5].names, QStringList{"select -cl;"});
         QCOMPARE(view->buttons()[5].pos, QPoint(300, 100));
 
-        // An existing command button is edited in place, outside the undo history.
+        // Editing the new button is a step of its own: undo takes the edit
+        // back before it takes the button away. Cancelling leaves no step.
         close_menu();
-        press(view, QPoint(50, 150), Qt::NoModifier, Qt::RightButton);
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
         answer("print \"edited\";", "OK");
         view->add_command_button();
-        QCOMPARE(view->buttons()[3].names, QStringList{"print \"edited\";"});
+        QCOMPARE(view->buttons()[5].names, QStringList{"print \"edited\";"});
+        QCOMPARE(view->undoer()->count(), 2);
+        QCOMPARE(view->undoer()->undoText(), QString("Edit Command Button"));
+        close_menu();
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
+        answer("print \"dropped\";", "Cancel");
+        view->add_command_button();
+        QCOMPARE(view->undoer()->count(), 2);
+        view->undoer()->undo();
+        QCOMPARE(view->buttons().size(), 6);
+        QCOMPARE(view->buttons()[5].names, QStringList{"select -cl;"});
+        view->undoer()->undo();
+        QCOMPARE(view->buttons().size(), 5);
+    }
+
+    // Buttons 0 and 2 picked; button 1 lights with 2 through hero:c. Each
+    // edit's undo entry reads as the menu entry or toolbox control that
+    // made it, and touches the picked buttons only.
+    void undo_reads_like_the_menu_data()
+    {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("text");
+        for (const char* action : {"Increase Size", "Decrease Size", "Align Horizontally", "Align Vertically",
+                                   "Distribute Horizontally", "Distribute Vertically"})
+            QTest::newRow(action) << action << action;
+        QTest::newRow("delete two") << "Delete Button" << "Delete Buttons";
+        QTest::newRow("nudge") << "Nudge Left" << "Move Buttons";
+        QTest::newRow("drag") << "drag" << "Move Buttons";
+        for (const char* tip : {"Button Color", "Label Color", "Button Width", "Button Height", "Button Label"})
+            QTest::newRow(tip) << tip << tip;
+    }
+
+    void undo_reads_like_the_menu()
+    {
+        QFETCH(QString, control);
+        QFETCH(QString, text);
+        view->page()->move(2, QPoint(150, 90)); // something to align
+        click(view, QPoint(50, 50));
+        click(view, QPoint(150, 90), Qt::ShiftModifier);
+        QCOMPARE(int(view->buttons()[1].selected), 2);
+        view->page()->set_state(1, 1); // as if hero:b were selected too: lit, not picked
+        const buttonAttributes shared = view->buttons()[1];
+        QWidget* tool = nullptr;
+        for (QWidget* w : window->findChildren<QWidget*>())
+            if (w->toolTip() == control)
+                tool = w;
+        if (control == "drag") {
+            press(view, QPoint(50, 50), Qt::ControlModifier);
+            release(view, QPoint(60, 55), Qt::ControlModifier);
+        } else if (auto* button = qobject_cast<QPushButton*>(tool)) {
+            if (button->menu())
+                button->menu()->actions()[18]->trigger(); // "50"
+            else if (control == "Button Color")
+                window->set_button_color(0xff00ff00);
+            else
+                window->set_label_color(0xffffffff);
+        } else if (auto* field = qobject_cast<QLineEdit*>(tool)) {
+            QTest::keyClicks(field, "Hip");
+            QTest::keyClick(field, Qt::Key_Return);
+        } else {
+            QAction* action = nullptr;
+            for (QAction* a : view->actions())
+                if (a->text() == control)
+                    action = a;
+            QVERIFY(action);
+            action->trigger();
+        }
         QCOMPARE(view->undoer()->count(), 1);
+        QCOMPARE(view->undoer()->undoText(), text);
+        const int at = view->find_button_index_from_object("hero:b");
+        QCOMPARE(static_cast<const buttonAttributes&>(view->buttons()[at]), shared);
+    }
+
+    // A button just added is the target, not the ones lighting with it;
+    // undoing the add gives the targets back as they were.
+    void a_new_button_is_the_next_target()
+    {
+        click(view, QPoint(100, 50)); // hero:b hero:c, lighting button 2 too
+        right_click(QPoint(200, 200));
+        view->add_one_button();
+        QCOMPARE(view->buttons().size(), 6);
+        QCOMPARE(view->buttons()[5].names, (QStringList{"hero:b", "hero:c"}));
+        QCOMPARE(int(view->buttons()[1].selected), 1);
+        view->adjust_size_up();
+        QCOMPARE(view->buttons()[5].width, 21); // the toolbox's width, the picked button's
+        QCOMPARE(view->buttons()[1].width, 20);
+        view->undoer()->undo();
+        view->undoer()->undo();
+        view->adjust_size_up();
+        QCOMPARE(view->buttons()[1].width, 21);
+        QCOMPARE(view->buttons()[2].width, 20);
+    }
+
+    // Runs of the same size or nudge key are one step; turning back is a new one.
+    void repeated_keys_merge_into_one_step()
+    {
+        click(view, QPoint(50, 50));
+        for (int i = 0; i < 8; ++i)
+            view->adjust_size_up();
+        QCOMPARE(view->buttons()[0].width, 28);
+        QCOMPARE(view->buttons()[0].height, 28);
+        QCOMPARE(view->undoer()->count(), 1);
+        for (int i = 0; i < 3; ++i)
+            view->adjust_size_down();
+        QCOMPARE(view->undoer()->count(), 2);
+        QCOMPARE(view->undoer()->undoText(), QString("Decrease Size"));
+        for (int i = 0; i < 10; ++i)
+            view->nudge_right();
+        QCOMPARE(view->undoer()->count(), 3);
+        view->undoer()->undo();
+        view->undoer()->undo();
+        QCOMPARE(view->buttons()[0].width, 28);
+        view->undoer()->undo();
+        QCOMPARE(view->buttons()[0].width, 20);
+        QCOMPARE(view->buttons()[0].height, 20);
+        QCOMPARE(view->buttons()[0].pos, QPoint(50, 50));
     }
 
     void every_change_reaches_the_scene()

@@ -291,16 +291,18 @@ private slots:
         QCOMPARE(field->text(), QString("A"));
         QCOMPARE(window->currentLabel(), QString("A"));
 
-        // Hidden, the toolbox neither shows nor stores anything.
+        // Hidden, the toolbox shows nothing, but new buttons still get the
+        // targets' values and not an older selection's.
         window->toggle_toolbox();
         QVERIFY(!window->toolboxShown());
         QVERIFY(!window->findChild<QLineEdit*>());
         view->page()->set_state(2, 1);
         window->updateControls();
-        QCOMPARE(window->currentLabel(), QString("A"));
+        QCOMPARE(window->currentLabel(), QString());
         window->toggle_toolbox();
         QVERIFY(window->toolboxShown());
         QCOMPARE(find_action(window, "Hide Toolbox")->text(), QString("Hide Toolbox"));
+        QCOMPARE(window->findChild<QLineEdit*>()->text(), QString());
     }
 
     void toolbox_follows_the_host_selection()
@@ -321,9 +323,21 @@ private slots:
         window->setSelection({"n2", "n0", "n1"});
         QCOMPARE(window->currentColor(), colours[0]);
         QCOMPARE(window->currentWidth(), 20);
-        // Nothing lit: the toolbox keeps what it had, for the next new button.
+        // Nothing lit: the toolbox shows the look of new buttons, which a
+        // button added now gets, not the values of the last one shown.
         window->setSelection({"elsewhere"});
-        QCOMPARE(window->currentColor(), colours[0]);
+        QCOMPARE(window->currentColor(), QRgb(0xB22222));
+        QCOMPARE(window->currentWidth(), 10);
+        window->set_button_color(0xff2e6fd8);
+        window->setSelection({"n1"});
+        QCOMPARE(window->currentColor(), colours[1]);
+        window->setSelection({"new"});
+        QCOMPARE(window->currentColor(), QRgb(0x2e6fd8));
+        window->add_one_button();
+        QCOMPARE(view->buttons().size(), 4);
+        QCOMPARE(view->buttons().last().color, 0x2e6fd8u);
+        QCOMPARE(view->buttons().last().width, 10);
+        QCOMPARE(view->buttons().last().names, QStringList{"new"});
     }
 
     void colour_menu_stays_on_the_screen_data()
@@ -361,29 +375,34 @@ private slots:
         QCOMPARE(widths->actions().size(), 21);
         QCOMPARE(widthButton->text(), QString("10"));
 
-        // Nothing selected: only the toolbox changes.
+        // Nothing selected: the toolbox sets the look of new buttons, no step.
         widths->actions()[16]->trigger(); // "30"
         QCOMPARE(window->currentWidth(), 30);
         QCOMPARE(view->undoer()->count(), 0);
         window->set_button_color(0xff00ff00);
         QCOMPARE(view->undoer()->count(), 0);
-        QCOMPARE(window->currentColor(), QRgb(0xB22222));
+        QCOMPARE(window->currentColor(), QRgb(0x00ff00));
 
         view->page()->set_state(0, 1);
         widths->actions()[20]->trigger(); // "100"
         QCOMPARE(view->undoer()->count(), 1);
-        QCOMPARE(view->undoer()->undoText(), QString("Change Width"));
+        QCOMPARE(view->undoer()->undoText(), widthButton->toolTip()); // "Button Width"
         QCOMPARE(view->buttons()[0].width, 100);
         view->undoer()->undo();
         QCOMPARE(view->buttons()[0].width, 20);
+        QCOMPARE(widthButton->text(), QString("20"));
 
         QAction junk("wide", nullptr);
         window->set_button_width(&junk);
-        QCOMPARE(window->currentWidth(), 10);
+        QCOMPARE(view->buttons()[0].width, 10);
         const int entries = view->undoer()->count();
         window->toggle_toolbox();
-        window->toggle_toolbox(); // shown again: sizes read 10, the selection keeps its sizes
+        window->toggle_toolbox(); // shown again: the selection's sizes, unchanged
         QCOMPARE(view->undoer()->count(), entries);
+        QCOMPARE(window->findChildren<QPushButton*>()[1]->text(), QString("10"));
+        view->page()->set_state(0, 0);
+        window->updateControls();
+        QCOMPARE(window->findChildren<QPushButton*>()[1]->text(), QString("30"));
     }
 
     // The palettes' sizes, where their cells lie (no spacing in x, spacing
@@ -430,7 +449,7 @@ private slots:
         QCOMPARE(view->undoer()->count(), 0);
         QTest::mouseRelease(menu, Qt::LeftButton, Qt::NoModifier, cell);
         QCOMPARE(view->undoer()->count(), 1);
-        QCOMPARE(view->undoer()->undoText(), QString("Change Color"));
+        QCOMPARE(view->undoer()->undoText(), QString("Button Color"));
         QCOMPARE(view->buttons()[0].color, picker_colorMenu::color_palette()[37]);
         QTRY_VERIFY(alive.isNull()); // closed and gone
     }
@@ -490,13 +509,13 @@ private slots:
             modal_helper::answer(dialog, "OK");
         });
         window->rename_tab();
-        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+        QCOMPARE(window->tabs()->tabText(0), QString("face*"));
         modal_helper::with_next([](QWidget* dialog) {
             dialog->findChild<QLineEdit*>()->setText(QString());
             modal_helper::answer(dialog, "OK");
         });
         window->rename_tab();
-        QCOMPARE(window->tabs()->tabText(0), QString("face"));
+        QCOMPARE(window->tabs()->tabText(0), QString("face*"));
     }
 };
 

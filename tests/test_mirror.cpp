@@ -202,7 +202,7 @@ private slots:
         for (int k = 0; k < 3; ++k)
             view.page()->set_state(k, 1);
         int there = -1;
-        QVERIFY(mirror::mirrored_copies(view.page(), 110, defaults, &there).isEmpty());
+        QVERIFY(mirror::mirrored_copies(view.page(), view.page()->lit_rows(), 110, defaults, &there).isEmpty());
         QCOMPARE(there, 3);
         view.mirror_buttons();
         QCOMPARE(view.buttons().size(), 3);

@@ -226,7 +226,7 @@ private slots:
             QTabWidget* tabs = window()->tabs();
             for (int i = 0; i < tabs->count(); ++i) {
                 auto* view = qobject_cast<picker_view*>(tabs->widget(i));
-                out << QString("tab %1 background %2x%3").arg(tabs->tabText(i)).arg(view->background().width())
+                out << QString("tab %1 background %2x%3").arg(view->page()->name()).arg(view->background().width())
                            .arg(view->background().height());
                 for (const buttonRecord& r : view->buttons())
                     out << QString("%1,%2 %3x%4 k%5 l%6 %7 %8 '%9' %10")

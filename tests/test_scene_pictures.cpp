@@ -74,7 +74,7 @@ class test_scene_pictures : public QObject, host_fixture {
         for (int i = 0; i < window()->tabs()->count(); ++i) {
             const png_picture& p = tab(i)->background();
             out += QString("tab '%1' key '%2' %3x%4 %5\n")
-                       .arg(window()->tabs()->tabText(i), tab(i)->backgroundKey())
+                       .arg(window()->tab_name(i), tab(i)->backgroundKey())
                        .arg(p.width()).arg(p.height())
                        .arg(QString(QCryptographicHash::hash(p.png(), QCryptographicHash::Md5).toHex()));
             for (const buttonRecord& r : tab(i)->buttons())

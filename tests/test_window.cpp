@@ -14,10 +14,17 @@
 
 #include <QAction>
 #include <QTabWidget>
+#include <QTemporaryDir>
 #include <QStandardPaths>
 #include <QtTest>
 
 namespace {
+
+QByteArray read_file(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 picker_view* view_at(picker_window& w, int i)
 {
@@ -153,42 +160,100 @@ private slots:
         }
     }
 
-    void closing_a_tab_asks_first()
+    // A tab asks before it goes only when a file would lose its changes,
+    // and a closed tab comes back, into the scene too.
+    void closing_a_tab_asks_only_for_unsaved_changes()
     {
         recording_host host;
+        QTemporaryDir folder;
         picker_window w(nullptr);
         // An empty tab has nothing to lose and goes without a question.
         w.new_tab();
         modal_helper::last_text().clear();
         modal_helper::answer_next("Cancel", 5);
-        w.close_one(1);
+        QVERIFY(w.close_one(1));
         QTest::qWait(100);
         QCOMPARE(w.tabs()->count(), 1);
         QVERIFY(modal_helper::last_text().isEmpty());
+        QVERIFY(w.closedTabs().isEmpty());
         w.flushSceneData(false);
-        host.mel.clear();
-        host.now.clear();
+        host.clear();
 
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled"));
         view_at(w, 0)->push_button(button_at(QPoint(10, 10), {"a"}), -1);
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled*"));
+        QCOMPARE(w.tab_name(0), QString("Untitled"));
         w.flushSceneData(false);
-        host.mel.clear();
-        host.now.clear();
+        const QByteArray with_tab = w.encodedSceneData();
+        host.clear();
         modal_helper::answer_next("Cancel");
-        w.close_one(0);
-        QCOMPARE(modal_helper::last_text(),
-                 QString("Are you sure you want to close the tab \"Untitled\"?\n\nAll changes will be lost."));
+        QVERIFY(!w.close_one(0));
+        QCOMPARE(modal_helper::last_text(), QString("Do you want to save the changes to the picker \"Untitled\"?"));
         QCOMPARE(w.tabs()->count(), 1);
         QVERIFY(host.mel.isEmpty());
         QVERIFY(!w.flushSceneData(false));
-        modal_helper::answer_next("OK");
-        w.close_one(0);
+        modal_helper::answer_next("Don't Save");
+        QVERIFY(w.close_one(0));
         QCOMPARE(w.tabs()->count(), 0);
         QCOMPARE(host.mel, QStringList{"QuillmarshPicker flush"});
         QVERIFY(w.flushSceneData(false));
-        QCOMPARE(host.now.size(), 1);
-        QVERIFY(host.now[0].startsWith("fileInfo \"QuillmarshPickerData\" \""));
-        QVERIFY(host.now[0].endsWith("\"; file -modified 1;"));
         QVERIFY(w.frontPicker() == nullptr);
+
+        // Reopened: the same picker, still marked, and in the scene again.
+        QCOMPARE(w.closedTabs().size(), 1);
+        QVERIFY(w.reopen_closed_tab());
+        QCOMPARE(w.tabs()->count(), 1);
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled*"));
+        QCOMPARE(view_at(w, 0)->page()->attributes(), QList<buttonAttributes>{button_at(QPoint(10, 10), {"a"})});
+        QVERIFY(w.flushSceneData(false));
+        QCOMPARE(w.encodedSceneData(), with_tab);
+        QVERIFY(!w.reopen_closed_tab());
+
+        // Save As adds the extension Open lists, and does not replace the
+        // file that name meets unasked.
+        const QString plain = folder.filePath("hero");
+        QFile taken(plain + ".pkr");
+        QVERIFY(taken.open(QIODevice::WriteOnly) && taken.write("old") == 3);
+        taken.close();
+        modal_helper::answer_in_turn({plain, "No"});
+        QVERIFY(!w.save_view_as(view_at(w, 0)));
+        QCOMPARE(modal_helper::last_text(), QString("\"%1.pkr\" already exists.\n\nDo you want to replace it?")
+                                                .arg(QDir::toNativeSeparators(plain)));
+        QCOMPARE(read_file(plain + ".pkr"), QByteArray("old"));
+        modal_helper::answer_in_turn({folder.filePath("arm")});
+        QVERIFY(w.save_view_as(view_at(w, 0)));
+        QCOMPARE(view_at(w, 0)->path(), folder.filePath("arm.pkr"));
+        QVERIFY(QFileInfo(folder.filePath("arm.pkr")).size() > 0);
+        QCOMPARE(host.infos, QStringList{QString("Saved the picker \"Untitled\" to %1.")
+                                             .arg(QDir::toNativeSeparators(folder.filePath("arm.pkr")))});
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled"));
+        // The next Save As starts there, named after its tab.
+        QVERIFY(w.new_tab());
+        w.set_tab_text(1, "L/R arm");
+        QString started;
+        modal_helper::with_next([&started](QWidget* dialog) {
+            auto* files = qobject_cast<QFileDialog*>(dialog);
+            started = files->directory().filePath(files->selectedFiles().value(0));
+            files->reject();
+        });
+        QVERIFY(!w.save_view_as(view_at(w, 1)));
+        QCOMPARE(started, folder.filePath("L_R arm.pkr"));
+        QVERIFY(w.close_one(1));
+
+        // A picker its file holds as it is closes without a question; an
+        // edit marks it again, and Save in the question saves it to its file.
+        modal_helper::last_text().clear();
+        QVERIFY(w.close_one(0));
+        QVERIFY(modal_helper::last_text().isEmpty());
+        QVERIFY(w.reopen_closed_tab());
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled"));
+        view_at(w, 0)->push_button(button_at(QPoint(40, 10), {"b"}), -1);
+        QCOMPARE(w.tabs()->tabText(0), QString("Untitled*"));
+        const QByteArray before = read_file(folder.filePath("arm.pkr"));
+        modal_helper::answer_next("Save");
+        QVERIFY(w.close_one(0));
+        QVERIFY(read_file(folder.filePath("arm.pkr")) != before);
+        QCOMPARE(w.tabs()->count(), 0);
     }
 
     void changes_between_flushes_write_once()

@@ -142,7 +142,7 @@ bool save_pickers(const QDir& out)
     const int current = w->tabs()->currentIndex();
     for (int i = 0; i < w->tabs()->count(); ++i) {
         w->tabs()->setCurrentIndex(i);
-        const QString path = out.filePath(w->tabs()->tabText(i) + ".pkr");
+        const QString path = out.filePath(w->tab_name(i) + ".pkr");
         if (!h.execute(QString("QuillmarshPicker saveas \"%1\"").arg(path)))
             return fail("cannot save " + path);
     }

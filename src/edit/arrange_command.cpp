@@ -36,16 +36,15 @@ int round_fn(int v, int m)
 
 arrange_buttons_cmd::arrange_buttons_cmd(picker_page* page, int mode) : page(page), mode(mode)
 {
-    setText("Arrange Buttons");
+    // Named as the menu entry that arranges so.
+    static const char* const texts[] = {"Align Horizontally", "Align Vertically", "Distribute Horizontally",
+                                        "Distribute Vertically"};
+    setText(mode >= 0 && mode < 4 ? texts[mode] : "Arrange Buttons");
     qint64 sumX = 0;
     qint64 sumY = 0;
     QVector<int> indices;
-    for (int k = 0; k < page->count(); ++k) {
+    for (int k : page->target_rows()) {
         const buttonRecord& r = page->at(k);
-        // Partly selected buttons are lit only through names they share
-        // with others; they stay where they are.
-        if (r.selected != 1)
-            continue;
         sumX += r.pos.x();
         sumY += r.pos.y();
         const QRect spot(r.pos, QSize(1, 1));

@@ -1,4 +1,4 @@
-// Lines up or spaces out the fully selected buttons of a page.
+// Lines up or spaces out the targeted buttons of a page.
 #pragma once
 
 #include "model/picker_page.h"

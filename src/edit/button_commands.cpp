@@ -19,7 +19,7 @@ void expand_rect(QRect& r, const QPoint& p)
 removed_buttons removed_buttons::selected(const picker_page& page)
 {
     removed_buttons r;
-    r.rows = page.selected_rows();
+    r.rows = page.target_rows();
     for (int row : r.rows) {
         r.ids.append(page.at(row).id);
         r.saved.append(page.at(row));
@@ -69,11 +69,15 @@ add_button_cmd::add_button_cmd(picker_page* page, const buttonAttributes& button
     added.buttons.append(button);
 }
 
+// The new buttons are what the next edit acts on, not the older ones
+// that light with them because they share objects.
 void add_button_cmd::redo()
 {
     picker_page::hold hold(page);
+    before = page->picks();
     added.put_in(*page);
     page->conform_to_selection();
+    page->set_picks(added.ids);
 }
 
 void add_button_cmd::undo()
@@ -81,6 +85,7 @@ void add_button_cmd::undo()
     picker_page::hold hold(page);
     added.take_out(*page);
     page->conform_to_selection();
+    page->restore_picks(before);
 }
 
 int add_button_cmd::id() const
@@ -97,11 +102,15 @@ add_buttons_cmd::add_buttons_cmd(picker_page* page, const QList<buttonAttributes
     added.buttons = buttons;
 }
 
+// The new buttons are what the next edit acts on, not the older ones
+// that light with them because they share objects.
 void add_buttons_cmd::redo()
 {
     picker_page::hold hold(page);
+    before = page->picks();
     added.put_in(*page);
     page->conform_to_selection();
+    page->set_picks(added.ids);
 }
 
 void add_buttons_cmd::undo()
@@ -109,6 +118,7 @@ void add_buttons_cmd::undo()
     picker_page::hold hold(page);
     added.take_out(*page);
     page->conform_to_selection();
+    page->restore_picks(before);
 }
 
 int add_buttons_cmd::id() const
@@ -125,7 +135,7 @@ move_buttons_cmd::move_buttons_cmd(picker_page* page, const QVector<QPoint>& old
     , ids(ids)
     , delta(delta)
 {
-    setText("Move Buttons");
+    setText(move_text(ids.size()));
 }
 
 void move_buttons_cmd::place(const QPoint& by)
@@ -185,7 +195,7 @@ update_buttons_cmd::update_buttons_cmd(picker_page* page, button_id button, cons
     , button(button)
     , names(names)
 {
-    setText("Button Update");
+    setText("Update Button");
 }
 
 // Swapping makes the command its own inverse: the stored list always holds
@@ -211,6 +221,39 @@ void update_buttons_cmd::undo()
 int update_buttons_cmd::id() const
 {
     return command_id::update_buttons;
+}
+
+// ----- edit_button_cmd
+
+edit_button_cmd::edit_button_cmd(picker_page* page, button_id button, const buttonAttributes& after,
+                                 const QString& text)
+    : page(page)
+    , button(button)
+    , after(after)
+{
+    setText(text);
+    const int row = page->row_of(button);
+    if (row >= 0)
+        before = page->at(row);
+}
+
+void edit_button_cmd::redo()
+{
+    const int row = page->row_of(button);
+    if (row >= 0)
+        page->set_attributes(row, after);
+}
+
+void edit_button_cmd::undo()
+{
+    const int row = page->row_of(button);
+    if (row >= 0)
+        page->set_attributes(row, before);
+}
+
+int edit_button_cmd::id() const
+{
+    return command_id::edit_button;
 }
 
 // ----- cut_buttons_cmd
@@ -240,6 +283,8 @@ void cut_buttons_cmd::undo()
         if (row >= 0)
             page->select(row, true);
     }
+    // Lit alone, they are the targets.
+    page->drop_picks();
 }
 
 int cut_buttons_cmd::id() const
@@ -273,6 +318,8 @@ void paste_buttons_cmd::redo()
     page->clear_selected(false);
     for (int row : rows)
         page->select(row, true);
+    // Lit alone, they are the targets.
+    page->drop_picks();
 }
 
 void paste_buttons_cmd::undo()

@@ -23,7 +23,7 @@ struct removed_buttons {
     QVector<button_id> ids;
     QList<buttonAttributes> saved;
 
-    // The selected buttons of the page, in list order.
+    // The page's targets, in list order.
     static removed_buttons selected(const picker_page& page);
     void take_out(picker_page& page) const;
     void put_back(picker_page& page) const;
@@ -52,6 +52,7 @@ public:
 private:
     picker_page* page;
     added_buttons added;
+    picker_page::picks_state before;
 };
 
 // The buttons "Add Many Buttons" laid out, as one step: they were placed
@@ -66,6 +67,7 @@ public:
 private:
     picker_page* page;
     added_buttons added;
+    picker_page::picks_state before;
 };
 
 class move_buttons_cmd : public QUndoCommand {
@@ -108,6 +110,22 @@ private:
     picker_page* page;
     button_id button;
     QStringList names;
+};
+
+// Every attribute of one button at once, as the command editor changes a
+// command button's label, script and language: one step per accepted edit.
+class edit_button_cmd : public QUndoCommand {
+public:
+    edit_button_cmd(picker_page* page, button_id button, const buttonAttributes& after, const QString& text);
+    void undo() override;
+    void redo() override;
+    int id() const override;
+
+private:
+    picker_page* page;
+    button_id button;
+    buttonAttributes before;
+    buttonAttributes after;
 };
 
 class cut_buttons_cmd : public QUndoCommand {

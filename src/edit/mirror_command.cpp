@@ -155,8 +155,8 @@ int default_twice_axis(const picker_page* page)
     return left + right;
 }
 
-QList<buttonAttributes> mirrored_copies(const picker_page* page, int twiceAxis, const QStringList& pairs,
-                                        int* alreadyThere)
+QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<int>& rows, int twiceAxis,
+                                        const QStringList& pairs, int* alreadyThere)
 {
     auto key = [](const buttonAttributes& a) {
         return QString("%1 %2 %3 %4").arg(a.kind).arg(a.pos.x()).arg(a.pos.y()).arg(a.names.join('\n'));
@@ -167,10 +167,10 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, int twiceAxis, 
     if (alreadyThere)
         *alreadyThere = 0;
     QList<buttonAttributes> copies;
-    for (const buttonRecord& r : page->buttons()) {
-        if (r.selected != 1)
+    for (int row : rows) {
+        if (row < 0 || row >= page->count())
             continue;
-        buttonAttributes a = r;
+        buttonAttributes a = page->at(row);
         a.pos.setX(twiceAxis - a.pos.x());
         a.label = map_label(a.label, pairs);
         if (a.kind == 0) {
@@ -245,6 +245,8 @@ void mirror_buttons_cmd::redo()
     page->clear_selected(true);
     for (int row : rows)
         page->select(row, true);
+    // Lit alone, they are the targets.
+    page->drop_picks();
 }
 
 void mirror_buttons_cmd::undo()

@@ -42,11 +42,11 @@ QString map_script(const QString& script, const QStringList& pairs);
 // picture's width, or without a picture the outermost button centres added
 // (the middle between them).
 int default_twice_axis(const picker_page* page);
-// Copies of the page's fully selected buttons, flipped to x' = twiceAxis - x.
+// Copies of the page's buttons at these rows, flipped to x' = twiceAxis - x.
 // A copy the page already has (same kind, place and objects: a button on
 // the axis, or a side mirrored before) is left out and counted in alreadyThere.
-QList<buttonAttributes> mirrored_copies(const picker_page* page, int twiceAxis, const QStringList& pairs,
-                                        int* alreadyThere = nullptr);
+QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<int>& rows, int twiceAxis,
+                                        const QStringList& pairs, int* alreadyThere = nullptr);
 
 // The copies whose selection objects are not all in the scene, each as its
 // label (or first object) with the missing names: empty when all exist.
@@ -58,7 +58,8 @@ QString missing_warning(const QString& what, const QStringList& report);
 } // namespace mirror
 
 // Adds the copies (appended, in order) as one step; they become the
-// picker's selection, as pasted buttons do, and the host's is left alone.
+// picker's selection and its targets, as pasted buttons do, and the host's
+// is left alone (the window's Mirror then selects them there too).
 class mirror_buttons_cmd : public QUndoCommand {
 public:
     mirror_buttons_cmd(picker_page* page, const QList<buttonAttributes>& copies);

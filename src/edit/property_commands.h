@@ -1,14 +1,23 @@
-// Undoable changes of the selected buttons' properties. Each command
-// captures the selected buttons (by id) and the values they lose when made;
-// a run of the same change on the same buttons merges into one entry.
+// Undoable changes of the targeted buttons' properties (see
+// picker_page::target_rows). Each command captures its buttons (by id) and
+// the values they lose when made; a run of the same change on the same
+// buttons merges into one entry. Their texts are the words of the toolbox
+// and the menus that make them, so the Edit menu reads like them.
 #pragma once
 
 #include "model/picker_page.h"
 
 #include <QPoint>
+#include <QSize>
 #include <QString>
 #include <QUndoCommand>
 #include <QVector>
+
+// What moving n buttons is called, by a drag or by the arrow keys.
+inline QString move_text(int n)
+{
+    return n == 1 ? "Move Button" : "Move Buttons";
+}
 
 // The command ids the undo stack merges by; one place for all of them.
 namespace command_id {
@@ -28,7 +37,8 @@ enum : int {
     cut = 12,
     paste = 13,
     add_many = 14,
-    mirror = 15
+    mirror = 15,
+    edit_button = 16
 };
 }
 
@@ -43,11 +53,11 @@ public:
 
     field_change_cmd(picker_page* page, const param_type& param) : page(page), param(param)
     {
-        setText(Field::text);
-        for (int row : page->selected_rows()) {
+        for (int row : page->target_rows()) {
             ids.append(page->at(row).id);
             old.append(Field::read(page->at(row)));
         }
+        setText(Field::text(param, ids.size()));
     }
 
     void redo() override
@@ -103,29 +113,28 @@ struct set_to {
 };
 
 struct color : set_to<quint32> {
-    static constexpr const char* text = "Change Color";
+    static QString text(quint32, int) { return "Button Color"; }
     static constexpr int command = command_id::change_color;
     static quint32 read(const buttonRecord& r) { return r.color; }
     static void write(picker_page& p, int row, quint32 v) { p.set_color(row, v); }
 };
 
-// The same text as the fill colour: the user sees both as a colour change.
 struct label_color : set_to<quint32> {
-    static constexpr const char* text = "Change Color";
+    static QString text(quint32, int) { return "Label Color"; }
     static constexpr int command = command_id::change_label_color;
     static quint32 read(const buttonRecord& r) { return r.labelColor; }
     static void write(picker_page& p, int row, quint32 v) { p.set_label_color(row, v); }
 };
 
 struct width : set_to<int> {
-    static constexpr const char* text = "Change Width";
+    static QString text(int, int) { return "Button Width"; }
     static constexpr int command = command_id::change_width;
     static int read(const buttonRecord& r) { return r.width; }
     static void write(picker_page& p, int row, int v) { p.set_width(row, v); }
 };
 
 struct height : set_to<int> {
-    static constexpr const char* text = "Change Height";
+    static QString text(int, int) { return "Button Height"; }
     static constexpr int command = command_id::change_height;
     static int read(const buttonRecord& r) { return r.height; }
     static void write(picker_page& p, int row, int v) { p.set_height(row, v); }
@@ -133,7 +142,7 @@ struct height : set_to<int> {
 
 // Each label edit is a step of its own.
 struct label : set_to<QString> {
-    static constexpr const char* text = "Label Change";
+    static QString text(const QString&, int) { return "Button Label"; }
     static constexpr int command = command_id::change_label;
     static QString read(const buttonRecord& r) { return r.label; }
     static void write(picker_page& p, int row, const QString& v) { p.set_label(row, v); }
@@ -145,7 +154,7 @@ struct label : set_to<QString> {
 struct adjust {
     using value_type = int;
     using param_type = int;
-    static constexpr const char* text = "Adjust Size";
+    static QString text(int delta, int) { return delta < 0 ? "Decrease Size" : "Increase Size"; }
     static constexpr int command = command_id::adjust_size;
     static int target(int old, int delta) { return std::max(old + delta, 1); }
     static bool merge(int& delta, int next)
@@ -167,12 +176,28 @@ struct adjust_height : adjust {
     static void write(picker_page& p, int row, int v) { p.resize(row, p.at(row).width, v); }
 };
 
+// Both sides at once, as the Increase and Decrease Size keys change them: a
+// run of presses the same way is one step, as a run of nudges is.
+struct adjust_size {
+    using value_type = QSize;
+    using param_type = int;
+    static QString text(int delta, int n) { return adjust::text(delta, n); }
+    static constexpr int command = command_id::adjust_size;
+    static QSize read(const buttonRecord& r) { return QSize(r.width, r.height); }
+    static void write(picker_page& p, int row, const QSize& v) { p.resize(row, v.width(), v.height()); }
+    static QSize target(const QSize& old, int delta)
+    {
+        return QSize(adjust::target(old.width(), delta), adjust::target(old.height(), delta));
+    }
+    static bool merge(int& delta, int next) { return adjust::merge(delta, next); }
+};
+
 // Moved from the captured positions, not the current ones, so a merged run
-// lands where the sum of its steps says.
+// lands where the sum of its steps says. Named as a drag is: the same edit.
 struct nudge {
     using value_type = QPoint;
     using param_type = QPoint;
-    static constexpr const char* text = "Button Move";
+    static QString text(const QPoint&, int n) { return move_text(n); }
     static constexpr int command = command_id::nudge;
     static QPoint read(const buttonRecord& r) { return r.pos; }
     static void write(picker_page& p, int row, const QPoint& v) { p.move(row, v); }
@@ -192,5 +217,6 @@ using change_width_cmd = field_change_cmd<fields::width>;
 using change_height_cmd = field_change_cmd<fields::height>;
 using adjust_width_cmd = field_change_cmd<fields::adjust_width>;
 using adjust_height_cmd = field_change_cmd<fields::adjust_height>;
+using adjust_size_cmd = field_change_cmd<fields::adjust_size>;
 using change_label_cmd = field_change_cmd<fields::label>;
 using nudge_buttons_cmd = field_change_cmd<fields::nudge>;

@@ -44,6 +44,11 @@ void picker_host::warn(const QString& text)
     qWarning("QuillmarshPicker: %s", qUtf8Printable(text));
 }
 
+void picker_host::inform(const QString& text)
+{
+    qInfo("QuillmarshPicker: %s", qUtf8Printable(text));
+}
+
 picker_host& picker_host::instance()
 {
     return installed ? *installed : quiet_host;

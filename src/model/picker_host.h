@@ -19,6 +19,8 @@ public:
     virtual QStringList missing_objects(const QStringList& names);
     // Shows a warning where the host shows its messages.
     virtual void warn(const QString& text);
+    // Shows a confirmation there (a file saved).
+    virtual void inform(const QString& text);
 
     // The installed host; a quiet one that only warns when none is installed.
     static picker_host& instance();

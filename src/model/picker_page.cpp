@@ -62,14 +62,6 @@ int picker_page::row_of(button_id id) const
     return index_.value(id, -1);
 }
 
-QVector<int> picker_page::selected_rows() const
-{
-    QVector<int> rows;
-    for (int k = 0; k < buttons_.size(); ++k)
-        if (buttons_.at(k).selected & 1)
-            rows.append(k);
-    return rows;
-}
 
 QVector<button_id> picker_page::ids_of(const QVector<int>& rows) const
 {
@@ -144,6 +136,7 @@ void picker_page::remove(int row)
         index_.remove(buttons_.at(row).id);
     else
         index_dirty();
+    picks_.remove(buttons_.at(row).id);
     buttons_.removeAt(row);
     notify_layout();
 }
@@ -153,6 +146,7 @@ void picker_page::clear()
     if (buttons_.isEmpty())
         return;
     buttons_.clear();
+    picks_.clear();
     index_.clear();
     indexValid_ = true;
     notify_layout();
@@ -344,6 +338,75 @@ bool picker_page::set_missing(const QSet<QString>& names)
     return changed;
 }
 
+// ----- Targets
+
+void picker_page::set_picks(const QVector<button_id>& ids)
+{
+    picking_ = true;
+    picks_ = QSet<button_id>(ids.begin(), ids.end());
+}
+
+void picker_page::pick(button_id id, bool on)
+{
+    picking_ = true;
+    if (on)
+        picks_.insert(id);
+    else
+        picks_.remove(id);
+}
+
+void picker_page::drop_picks()
+{
+    picking_ = false;
+    picks_.clear();
+}
+
+void picker_page::restore_picks(const picks_state& state)
+{
+    picking_ = state.picking;
+    picks_ = state.ids;
+}
+
+bool picker_page::is_target(int row) const
+{
+    if (row < 0 || row >= buttons_.size())
+        return false;
+    const buttonRecord& r = buttons_.at(row);
+    return picking_ ? picks_.contains(r.id) : r.selected == 1;
+}
+
+QVector<int> picker_page::target_rows() const
+{
+    if (!picking_)
+        return lit_rows();
+    // By the picks, not by every button: the toolbox asks after each edit.
+    QVector<int> rows;
+    rows.reserve(picks_.size());
+    for (button_id id : picks_) {
+        const int row = row_of(id);
+        if (row >= 0)
+            rows.append(row);
+    }
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+QVector<int> picker_page::lit_rows() const
+{
+    QVector<int> rows;
+    for (int k = 0; k < buttons_.size(); ++k)
+        if (buttons_.at(k).selected == 1)
+            rows.append(k);
+    return rows;
+}
+
+bool picker_page::any_target() const
+{
+    if (picking_)
+        return std::any_of(picks_.begin(), picks_.end(), [this](button_id id) { return row_of(id) >= 0; });
+    return std::any_of(buttons_.begin(), buttons_.end(), [](const buttonRecord& r) { return r.selected == 1; });
+}
+
 // ----- The page itself
 
 void picker_page::set_background(const QString& key, const png_picture& picture)
@@ -410,9 +473,23 @@ void picker_page::release_notices()
     }
 }
 
+void picker_page::mark_saved()
+{
+    const bool was = modified();
+    savedEdits_ = storedEdits_;
+    if (was)
+        emit modified_changed(false);
+}
+
 void picker_page::notify(unsigned fields, int row)
 {
     ++revision_;
+    if (fields & page_field::stored) {
+        const bool was = modified();
+        ++storedEdits_;
+        if (!was)
+            emit modified_changed(true);
+    }
     emit touched();
     pending_.fields |= fields;
     // A layout notice already concerns every button.

@@ -50,8 +50,6 @@ public:
     const buttonRecord& at(int row) const { return buttons_.at(row); }
     // Where the button with this id is now; -1 once it is gone.
     int row_of(button_id id) const;
-    // The rows of the buttons whose low selection bit is set, in list order.
-    QVector<int> selected_rows() const;
     QVector<button_id> ids_of(const QVector<int>& rows) const;
 
     // ----- Buttons in and out. An id of 0 makes a new one; undo passes the
@@ -113,6 +111,33 @@ public:
     // Marks the selection buttons holding a name of `names` (objects the
     // scene lacks) as missing, and the others not; true when any changed.
     bool set_missing(const QSet<QString>& names);
+
+    // ----- Targets: the buttons edits act on. After a selection made in the
+    // picker, the buttons picked there, lit or not (a button whose objects
+    // are missing is picked though it cannot light); buttons lit only
+    // because they share objects with a picked one are not targets. After a
+    // selection made in the host, the fully lit buttons. Not stored.
+    // Picking, with exactly these buttons picked.
+    void set_picks(const QVector<button_id>& ids);
+    // Picking, with this button added to or dropped from the picks.
+    void pick(button_id id, bool on);
+    // Back to the lit buttons as targets.
+    void drop_picks();
+    // What is picked, to be put back as it was.
+    struct picks_state {
+        QSet<button_id> ids;
+        bool picking = false;
+    };
+    picks_state picks() const { return {picks_, picking_}; }
+    void restore_picks(const picks_state& state);
+    bool is_target(int row) const;
+    // In list order.
+    QVector<int> target_rows() const;
+    // The fully lit buttons, in list order, whatever was picked.
+    QVector<int> lit_rows() const;
+    QVector<button_id> target_ids() const { return ids_of(target_rows()); }
+    bool any_target() const;
+
     // Counts every change to the buttons and the page, lit state included:
     // a reader that saw this number has seen every change up to it.
     quint64 revision() const { return revision_; }
@@ -125,6 +150,10 @@ public:
     void set_name(const QString& name);
     const QString& path() const { return path_; }
     void set_path(const QString& path);
+    // Whether anything a picker file stores changed since the page was last
+    // marked saved (made, opened, saved or restored as it was stored).
+    bool modified() const { return storedEdits_ != savedEdits_; }
+    void mark_saved();
 
     // The namespaces the selection buttons' names live in, each with its
     // parents, sorted case-insensitively.
@@ -153,6 +182,8 @@ signals:
     // Sent as each change is made, held or not: a canvas repaints on it.
     void touched();
     void changed(const page_notice& notice);
+    // Sent when modified() turns.
+    void modified_changed(bool modified);
 
 private:
     // Lays the button out again after a change of these fields.
@@ -172,9 +203,14 @@ private:
     mutable QHash<button_id, int> index_;
     mutable bool indexValid_ = true;
 
+    QSet<button_id> picks_;
+    bool picking_ = false;
+
     int holds_ = 0;
     page_notice pending_;
     quint64 revision_ = 0;
+    quint64 storedEdits_ = 0;
+    quint64 savedEdits_ = 0;
 };
 
 template <class Meets>

@@ -430,7 +430,8 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
     if (!in.ok())
         return in.status;
     int alreadyThere = 0;
-    QList<buttonAttributes> copies = mirror::mirrored_copies(view->page(), twiceAxis, mirror::patterns(), &alreadyThere);
+    QList<buttonAttributes> copies =
+        mirror::mirrored_copies(view->page(), view->page()->lit_rows(), twiceAxis, mirror::patterns(), &alreadyThere);
     qint64 names = 0;
     for (const buttonAttributes& a : copies)
         names += a.names.size();

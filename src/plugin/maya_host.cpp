@@ -1,5 +1,7 @@
 #include "plugin/maya_host.h"
 
+#include "window/window_texts.h"
+
 #include <maya/MGlobal.h>
 #include <maya/MQtUtil.h>
 #include <maya/MSelectionList.h>
@@ -39,4 +41,9 @@ QStringList maya_host::missing_objects(const QStringList& names)
 void maya_host::warn(const QString& text)
 {
     MGlobal::displayWarning(MQtUtil::toMString(text));
+}
+
+void maya_host::inform(const QString& text)
+{
+    MGlobal::displayInfo(MQtUtil::toMString(QString("%1: %2").arg(texts::command_name, text)));
 }

@@ -10,4 +10,5 @@ public:
     bool run_mel_now(const QString& text) override;
     QStringList missing_objects(const QStringList& names) override;
     void warn(const QString& text) override;
+    void inform(const QString& text) override;
 };

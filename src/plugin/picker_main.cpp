@@ -272,6 +272,11 @@ void picker_main::read_settings()
 
 void picker_main::selectionChangedFn(void*)
 {
+    sync_selection(false);
+}
+
+void picker_main::sync_selection(bool own)
+{
     if (!window_)
         return;
     if (!mutex_.tryLock(0))
@@ -285,8 +290,14 @@ void picker_main::selectionChangedFn(void*)
         return;
     }
     if (picker_window* w = picker())
-        w->setSelection(names);
+        w->setSelection(names, own);
     mutex_.unlock();
+}
+
+void picker_main::selection_settled(const MStringArray& asked)
+{
+    picker_window* w = picker();
+    sync_selection(w && w->take_own_post(MStringArrayToQStringList(asked)));
 }
 
 MStatus picker_main::host_selection(QStringList& names)
@@ -354,12 +365,12 @@ void load_script(const QString& name)
 
 // ----- Selection directives
 
-MStatus picker_main::clear_selection(const MStringArray&)
+MStatus picker_main::clear_selection(const MStringArray& args)
 {
     mutex_.lock();
     MStatus status = MGlobal::clearSelectionList();
     mutex_.unlock();
-    selectionChangedFn(nullptr);
+    selection_settled(args);
     return status;
 }
 
@@ -369,18 +380,32 @@ MStatus picker_main::select_objects(const MStringArray& args)
         return clear_selection(args);
     mutex_.lock();
     MStatus status = MStatus::kFailure;
+    QStringList refused;
     unsigned first = 0;
     // The first name Maya accepts replaces the selection; the rest add to it.
     for (; first < args.length(); ++first) {
         status = MGlobal::selectByName(args[first], MGlobal::kReplaceList);
         if (status)
             break;
+        refused << to_q(args[first]);
     }
-    for (unsigned i = first; i < args.length(); ++i)
+    for (unsigned i = first + 1; i < args.length(); ++i) {
         status = MGlobal::selectByName(args[i], MGlobal::kAddToList);
+        if (!status)
+            refused << to_q(args[i]);
+    }
     mutex_.unlock();
-    selectionChangedFn(nullptr);
-    return status;
+    selection_settled(args);
+    if (refused.isEmpty())
+        return status;
+    // What the scene has is selected all the same; the rest is named, so a
+    // button bound to objects that are gone says which.
+    refused.removeDuplicates();
+    const int shown = 10;
+    QString list = refused.mid(0, shown).join(", ");
+    if (refused.size() > shown)
+        list += QString(" and %1 more").arg(refused.size() - shown);
+    return script_error("select", QString("not in the scene: %1").arg(list));
 }
 
 // ----- Scene data directives
@@ -563,7 +588,7 @@ MStatus picker_main::query_tabs(const MStringArray&)
     clearResult();
     if (picker_window* w = picker())
         for (int i = 0; i < w->tabs()->count(); ++i)
-            appendToResult(to_m(w->tabs()->tabText(i)));
+            appendToResult(to_m(w->tab_name(i)));
     return MStatus::kSuccess;
 }
 
@@ -578,7 +603,7 @@ MStatus picker_main::set_tab(const MStringArray& args)
     const QString name = to_q(args[0]);
     int found = -1;
     for (int i = 0; i < w->tabs()->count(); ++i)
-        if (w->tabs()->tabText(i) == name)
+        if (w->tab_name(i) == name)
             found = i;
     if (found < 0)
         return script_error("set_tab", QString("no tab is named \"%1\"").arg(name));

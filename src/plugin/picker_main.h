@@ -45,6 +45,9 @@ public:
     static MCallbackId beforeSaveId_;
 
     static void selectionChangedFn(void* data);
+    // Brings the window in line with the host's selection; own: it is what
+    // the picker itself asked the host to select.
+    static void sync_selection(bool own);
     static void quitApplicationFn(void* data);
     static void deleteAllFn(void* data);
     static void sceneOpenedFn(void* data);
@@ -70,6 +73,9 @@ private:
 
     MStatus select_objects(const MStringArray& args);
     MStatus clear_selection(const MStringArray& args);
+    // After select or clear: the window takes the selection in, keeping
+    // its picks when the request was its own.
+    static void selection_settled(const MStringArray& asked);
     MStatus fetch_pickerdata(const MStringArray& args);
     MStatus fetch_image(const MStringArray& args);
     MStatus set_background(const MStringArray& args);

@@ -21,53 +21,78 @@ select_button_cmd::select_button_cmd(picker_view* v, const QPoint& pos, int modi
     : view(v), anchor(pos), current(pos), pressSelection(picker_window::selection())
 {
     picker_window* window = view->window;
+    picker_page* page = view->page();
     if (modifiers & Qt::ShiftModifier) {
         baseSelection = picker_window::selection();
+        // What Shift adds to: the targets, picked here or lit by the host.
+        basePicks = page->target_ids();
         additive = true;
     }
     ctrl = modifiers & Qt::ControlModifier;
-    picker_page* page = view->page();
     const int hit = view->find_button_index(pos);
+    const button_id hitId = hit < 0 ? 0 : page->at(hit).id;
     // Read when asked: clearing the selection first changes it.
     auto state = [&] { return page->at(hit).selected; };
+    // From here on the picker's own gestures say what is targeted.
+    if (additive) {
+        if (window)
+            window->clear_picks();
+        page->set_picks(basePicks);
+    }
+    // A new selection: nothing lit, nothing picked, in any tab.
+    auto start_over = [&] {
+        if (window)
+            window->clearAllSelected();
+        else
+            page->set_picks({});
+    };
     bool changed = false;
     if (hit < 0) {
-        if (!additive && window)
-            window->clearAllSelected();
+        if (!additive)
+            start_over();
     } else if (!ctrl) {
-        if (!additive && window)
-            window->clearAllSelected();
+        if (!additive)
+            start_over();
         if (state() == 1) {
             changed = additive;
             if (additive) {
                 page->unselect(hit, false);
+                page->pick(hitId, false);
                 view->conform_to_selection();
             }
         } else {
             page->select(hit, false);
+            page->pick(hitId, true);
             view->conform_to_selection();
             changed = true;
         }
     } else {
-        if (state() == 1) {
+        // Control drags the targets when it presses one; any other button
+        // it makes the target (or, with Shift, one more) and drags that.
+        if (page->is_target(hit)) {
             changed = additive;
-            if (additive)
+            if (additive) {
                 page->unselect(hit, false);
-            else
+                page->pick(hitId, false);
+            } else {
                 moving = true;
+            }
         } else {
-            if (!additive)
+            if (!additive) {
                 view->clear_selected();
+                if (window)
+                    window->clear_picks();
+                page->set_picks({});
+            }
             page->select(hit, false);
+            page->pick(hitId, true);
             changed = true;
             moving = true;
         }
         if (moving) {
-            for (const buttonRecord& r : page->buttons()) {
-                if (r.selected) {
-                    movedIds << r.id;
-                    movedStarts << r.pos;
-                }
+            for (int row : page->target_rows()) {
+                movedIds << page->at(row).id;
+                movedStarts << page->at(row).pos;
             }
             held.reset(new picker_page::hold(page));
         }
@@ -114,7 +139,10 @@ void select_button_cmd::update(const QPoint& pos, int)
     } else {
         view->clear_selected();
     }
-    view->select_bounds(r, additive);
+    QVector<button_id> met;
+    view->select_bounds(r, additive, &met);
+    // What the marquee meets is picked; buttons lighting with them are not.
+    view->page()->set_picks(additive ? basePicks + met : met);
     if (!ctrl)
         view->conform_to_selected();
     view->refresh();

@@ -27,6 +27,7 @@ private:
     QPoint anchor;
     QPoint current;
     QStringList baseSelection;
+    QVector<button_id> basePicks; // the targets at press time, with Shift
     QStringList pressSelection; // to tell whether the host must hear of this gesture
     QVector<button_id> movedIds;
     QVector<QPoint> movedStarts;

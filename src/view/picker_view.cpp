@@ -435,9 +435,8 @@ void picker_view::select_list(const QVector<int>& indices, bool quiet)
 QList<buttonAttributes> picker_view::getButtons() const
 {
     QList<buttonAttributes> list;
-    for (const buttonRecord& r : buttons())
-        if (r.selected & 1)
-            list.append(r);
+    for (int row : page_->target_rows())
+        list.append(buttons().at(row));
     return list;
 }
 

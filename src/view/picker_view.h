@@ -114,7 +114,7 @@ public:
     void clear_selected();
     // Selects the buttons at the indices (quietly: the host is not told).
     void select_list(const QVector<int>& indices, bool quiet);
-    // The attributes of the selected buttons, in list order.
+    // The attributes of the targeted buttons (what Copy takes), in list order.
     QList<buttonAttributes> getButtons() const;
 
     // Repaints what changed since the last paint: while the picture still
@@ -141,8 +141,9 @@ public:
     int find_button_index(const QPoint& widgetPos) const;
     int find_button_index_from_label(const QString& label) const;
     int find_button_index_from_object(const QString& name) const;
-    // Selects (or with additive only adds) the buttons meeting a widget rectangle.
-    bool select_bounds(const QRect& widgetRect, bool additive);
+    // Selects (or with additive only adds) the buttons meeting a widget
+    // rectangle; met, when given, receives the ids of all it meets.
+    bool select_bounds(const QRect& widgetRect, bool additive, QVector<button_id>* met = nullptr);
 
     // Runs a command button's script in the host, when it is idle.
     void do_button_action(const buttonAttributes& a);

@@ -186,21 +186,16 @@ void picker_view::make_menu()
 
 void picker_view::select_alone(int index)
 {
-    if (window)
-        window->clearAllSelected();
-    else
-        clear_selected();
-    if (buttons().at(index).kind == 0) {
-        page_->select(index, false);
-        if (window)
-            conform_to_selection(); // buttons sharing its names light with it
-    } else {
-        page_->select(index, true); // a script is no object name: lit in the picker only
+    const button_id id = buttons().at(index).id;
+    if (window) {
+        window->select_buttons(this, {id});
+        return;
     }
-    if (window)
-        window->postSelection();
+    clear_selected();
+    // A script is no object name: a command button lights in the picker only.
+    page_->select(index, buttons().at(index).kind != 0);
+    page_->set_picks({id});
     update();
-    update_toolbox();
 }
 
 void picker_view::show_context_menu(QMouseEvent* e)
@@ -214,11 +209,12 @@ void picker_view::show_context_menu(QMouseEvent* e)
     commandAction->setText("Add Command Button...");
     if (!hit) {
         updateAction->setEnabled(false);
-        deleteAction->setEnabled(any_selected());
+        deleteAction->setEnabled(page_->any_target());
     } else {
-        // The clicked button becomes the selection first, so that Delete,
-        // Cut and Update act on it and not on what was selected before.
-        if (hit->selected != 1)
+        // Unless it is a target already, the clicked button becomes the
+        // selection first, so that Delete, Cut and Update act on it and not
+        // on what was selected before.
+        if (!page_->is_target(index))
             select_alone(index);
         updateAction->setEnabled(hit->kind == 0 && !menuSelection.isEmpty());
         if (hit->kind == 1)
@@ -227,10 +223,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
     }
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
-    bool anyFull = false;
-    for (const buttonRecord& r : buttons())
-        anyFull = anyFull || r.selected == 1;
-    mirrorAction->setEnabled(anyFull);
+    mirrorAction->setEnabled(page_->any_target());
     menu->exec(e->globalPos(), addOneAction);
     deleteAction->setEnabled(true);
     e->accept();
@@ -283,11 +276,15 @@ int picker_view::find_button_index_from_object(const QString& name) const
     return -1;
 }
 
-bool picker_view::select_bounds(const QRect& widgetRect, bool additive)
+bool picker_view::select_bounds(const QRect& widgetRect, bool additive, QVector<button_id>* met)
 {
     picker_window::selection_batch batch;
-    return page_->select_where(additive,
-                               [&](const buttonRecord& r) { return mapToScreen(r.bounds).intersects(widgetRect); });
+    return page_->select_where(additive, [&](const buttonRecord& r) {
+        const bool meets = mapToScreen(r.bounds).intersects(widgetRect);
+        if (meets && met)
+            met->append(r.id);
+        return meets;
+    });
 }
 
 // ----- Actions
@@ -304,15 +301,13 @@ void picker_view::press_button(int index)
     const buttonRecord& r = buttons().at(index);
     if (r.kind == 1) {
         do_button_action(r);
+    } else if (window) {
+        window->select_buttons(this, {r.id});
     } else {
-        if (window)
-            window->clearAllSelected();
-        else
-            clear_selected();
+        clear_selected();
         page_->select(index, false);
+        page_->set_picks({r.id});
         conform_to_selection();
-        if (window)
-            window->postSelection();
         refresh();
     }
     update_toolbox();
@@ -330,7 +325,7 @@ void picker_view::run_command(const buttonAttributes& a)
 
 void picker_view::nudge_buttons(int dx, int dy)
 {
-    if (any_selected())
+    if (page_->any_target())
         undo.push(new nudge_buttons_cmd(page_, QPoint(dx, dy)));
 }
 
@@ -354,20 +349,17 @@ void picker_view::nudge_down()
     nudge_buttons(0, 1);
 }
 
+// One step for both sides, so that a run of presses merges as nudges do.
 void picker_view::adjust_size_up()
 {
-    if (!any_selected())
-        return;
-    undo.push(new adjust_width_cmd(page_, 1));
-    undo.push(new adjust_height_cmd(page_, 1));
+    if (page_->any_target())
+        undo.push(new adjust_size_cmd(page_, 1));
 }
 
 void picker_view::adjust_size_down()
 {
-    if (!any_selected())
-        return;
-    undo.push(new adjust_width_cmd(page_, -1));
-    undo.push(new adjust_height_cmd(page_, -1));
+    if (page_->any_target())
+        undo.push(new adjust_size_cmd(page_, -1));
 }
 
 void picker_view::align_horizontal()
@@ -417,7 +409,7 @@ void picker_view::add_many_buttons()
 
 void picker_view::update_button()
 {
-    if (!any_selected() || page_->row_of(hitButton) < 0)
+    if (!page_->any_target() || page_->row_of(hitButton) < 0)
         return;
     const QStringList names = menuSelectionKept ? menuSelection : picker_window::selection();
     // A button bound to nothing would be dropped on the next load.
@@ -435,14 +427,14 @@ void picker_view::update_button()
 
 void picker_view::delete_button()
 {
-    if (any_selected())
+    if (page_->any_target())
         undo.push(new delete_buttons_cmd(page_));
 }
 
 void picker_view::mirror_buttons()
 {
-    const QList<buttonAttributes> copies =
-        mirror::mirrored_copies(page_, mirror::default_twice_axis(page_), mirror::patterns());
+    const QList<buttonAttributes> copies = mirror::mirrored_copies(page_, page_->target_rows(),
+                                                                   mirror::default_twice_axis(page_), mirror::patterns());
     if (copies.isEmpty())
         return;
     qint64 names = 0;
@@ -455,9 +447,14 @@ void picker_view::mirror_buttons()
     }
     undo.push(new mirror_buttons_cmd(page_, copies));
     // The copies are kept either way: the TD may be about to build that side.
-    const QStringList report = mirror::missing_report(copies);
+    QStringList missing;
+    const QStringList report = mirror::missing_report(copies, &missing);
     if (!report.isEmpty())
         picker_host::instance().warn(mirror::missing_warning("Mirror", report));
+    // The copies become the selection in the scene too, so what lights is
+    // what is selected; the warning has named what the scene lacks.
+    if (window)
+        window->select_buttons(this, page_->target_ids(), missing);
 }
 
 void picker_view::edit_command_later()
@@ -474,15 +471,16 @@ void picker_view::add_command_button()
     QPointer<picker_view> self(this);
     const int index = find_button_index(pressPoint);
     if (index >= 0 && buttons().at(index).kind == 1) {
-        // Editing a command button in place is not an undo step.
         const button_id id = buttons().at(index).id;
         const buttonAttributes before = buttons().at(index);
         buttonAttributes copy = before;
         if (!picker_editCmdDialog::do_dialog(this, &copy) || !self)
             return;
+        // Not over a change a tested script made meanwhile; an edit that
+        // changes nothing leaves no step.
         const int row = page_->row_of(id);
-        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before)
-            page_->set_attributes(row, copy);
+        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before && copy != before)
+            undo.push(new edit_button_cmd(page_, id, copy, "Edit Command Button"));
         return;
     }
     const QString why = no_room_for(1, 1);

@@ -14,6 +14,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QSettings>
 #include <QTabWidget>
 
 namespace {
@@ -38,12 +39,40 @@ QString damage_text(const QString& path, const pkr_contents& contents, bool key_
 
 } // namespace
 
+namespace {
+
+// The folder pickers were last opened from or saved to, kept between sessions.
+QString last_folder()
+{
+    const QString folder = QSettings("Quillmarsh", "picker").value("last_folder").toString();
+    return !folder.isEmpty() && QFileInfo(folder).isDir() ? folder : QDir::homePath();
+}
+
+void remember_folder(const QString& file)
+{
+    QSettings("Quillmarsh", "picker").setValue("last_folder", QFileInfo(file).absolutePath());
+}
+
+// A tab's name as a file name: characters no file system takes become '_'.
+QString file_name_for(const QString& tab)
+{
+    QString name = tab.trimmed().left(120);
+    for (QChar& c : name)
+        if (c < ' ' || QStringLiteral("/\\:*?\"<>|").contains(c))
+            c = '_';
+    return (name.isEmpty() || name.startsWith('.') ? "picker" + name : name) + ".pkr";
+}
+
+} // namespace
+
 void picker_window::open_tab()
 {
-    QStringList files = QFileDialog::getOpenFileNames(this, "Select Picker", QString(),
+    QStringList files = QFileDialog::getOpenFileNames(this, "Select Picker", last_folder(),
                                                       "Quillmarsh Picker (*.pkr)");
-    if (!files.isEmpty())
-        load_pickers(files);
+    if (files.isEmpty())
+        return;
+    remember_folder(files.first());
+    load_pickers(files);
 }
 
 void picker_window::load_one_picker(const QString& path)
@@ -92,10 +121,12 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
     // a save can never overwrite the file with less than it held.
     const bool key_refused = !header.background.isNull() && view->backgroundKey().isEmpty();
     const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
-    if (whole)
+    if (whole) {
         view->setPath(path);
-    window->connect_picker(view);
+        view->page()->mark_saved();
+    }
     int index = window->tabs()->addTab(view, view->page()->name());
+    window->connect_picker(view);
     window->tabs()->setCurrentIndex(index);
     window->frame_when_shown(view);
     window->updateSceneData();
@@ -242,13 +273,30 @@ void picker_window::save_current()
 
 void picker_window::saveas_current()
 {
-    picker_view* view = frontPicker();
-    if (!view)
-        return;
-    QString answer = QFileDialog::getSaveFileName(this, "Save Tab:", view->path(), "Quillmarsh Picker (*.pkr)");
+    if (picker_view* view = frontPicker())
+        save_view_as(view);
+}
+
+bool picker_window::save_view_as(picker_view* view)
+{
+    const QString start =
+        view->path().isEmpty() ? QDir(last_folder()).filePath(file_name_for(view->page()->name())) : view->path();
+    QString answer = QFileDialog::getSaveFileName(this, "Save Tab:", start, "Quillmarsh Picker (*.pkr)");
     if (answer.isEmpty())
-        return;
-    view->setPath(do_save(view, answer) ? answer : QString());
+        return false;
+    // File > Open lists .pkr files only: a name typed without it gets it, and
+    // the file that name then meets is not replaced unasked.
+    if (!answer.endsWith(".pkr", Qt::CaseInsensitive)) {
+        answer += ".pkr";
+        if (QFileInfo::exists(answer) &&
+            QMessageBox::warning(this, "Save Tab", texts::replace_question.arg(QDir::toNativeSeparators(answer)),
+                                 QMessageBox::Yes | QMessageBox::No, QMessageBox::No) != QMessageBox::Yes)
+            return false;
+    }
+    remember_folder(answer);
+    const bool saved = do_save(view, answer);
+    view->setPath(saved ? answer : QString());
+    return saved;
 }
 
 bool picker_window::save_front_to(const QString& path, QString* why)
@@ -259,6 +307,7 @@ bool picker_window::save_front_to(const QString& path, QString* why)
     if (!write_picker(view, path, why, nullptr))
         return false;
     view->setPath(path);
+    saved(view, path);
     return true;
 }
 
@@ -272,6 +321,14 @@ bool picker_window::do_save(picker_view* view, const QString& path)
                               QMessageBox::Ok);
         return false;
     }
-    note_recent(tabWidget->tabText(tabWidget->indexOf(view)), path);
+    note_recent(view->page()->name(), path);
+    saved(view, path);
     return true;
+}
+
+void picker_window::saved(picker_view* view, const QString& path)
+{
+    view->page()->mark_saved();
+    show_tab_name(view);
+    picker_host::instance().inform(texts::saved_picker.arg(view->page()->name(), QDir::toNativeSeparators(path)));
 }

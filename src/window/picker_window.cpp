@@ -99,6 +99,8 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     // Which tab is current, and the tab order, are part of what the scene keeps.
     connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateSceneData()));
     connect(tabWidget->tabBar(), SIGNAL(tabMoved(int, int)), this, SLOT(updateSceneData()));
+    // Each tab has targets of its own.
+    connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateControls()));
 
     parse_picker_config(recent_pickers_path());
     --sceneQuiet;
@@ -140,6 +142,8 @@ void picker_window::make_menus()
     renameAction = add_item(fileMenu, tr("Rename Tab..."), SLOT(rename_tab()));
     closeAction = add_item(fileMenu, tr("Close Tab..."), SLOT(close_current()));
     setWidgetShortcut(closeAction, QKeySequence("Ctrl+W"));
+    reopenAction = add_item(fileMenu, tr("Reopen Closed Tab"), SLOT(reopen_closed_tab()));
+    setWidgetShortcut(reopenAction, QKeySequence("Ctrl+Shift+T"));
     fileMenu->addSeparator();
     exitAction = add_item(fileMenu, tr("Exit Picker"), nullptr);
     if (dock_)
@@ -173,7 +177,7 @@ void picker_window::make_menus()
 
     // The window's own shortcut search walks this list; Paste in Place and
     // Change Namespace are left out of it on purpose.
-    addActions({newAction, openAction, saveAction, saveAsAction, renameAction, closeAction, exitAction});
+    addActions({newAction, openAction, saveAction, saveAsAction, renameAction, closeAction, reopenAction, exitAction});
     addActions({undoAction, redoAction, cutAction, copyAction, pasteAction, toolboxAction});
     addActions({addOneAction, addManyAction, updateAction, backgroundAction});
     addAction(about);
@@ -202,6 +206,8 @@ picker_view* picker_window::frontPicker() const
 void picker_window::connect_picker(picker_view* view)
 {
     connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
+    connect(view->page(), &picker_page::modified_changed, this, [this, view] { show_tab_name(view); });
+    show_tab_name(view);
     if (noticesHeld) {
         view->page()->hold_notices();
         heldPages.append(view->page());
@@ -238,6 +244,7 @@ bool picker_window::new_tab()
     }
     picker_view* view = new picker_view(this);
     view->page()->set_name("Untitled");
+    view->page()->mark_saved();
     int index = tabWidget->addTab(view, "Untitled");
     tabWidget->setCurrentIndex(index);
     connect_picker(view);
@@ -258,32 +265,15 @@ void picker_window::reset()
     adoptScene(encodedSceneData());
 }
 
-void picker_window::close_one(int index)
-{
-    // A tab with nothing on it has nothing to lose: no question.
-    auto* view = qobject_cast<picker_view*>(tabWidget->widget(index));
-    if (view && view->buttons().isEmpty() && view->background().isNull()) {
-        close_tab(index);
-        return;
-    }
-    auto answer = QMessageBox::warning(this, "Close Tab", texts::close_tab_question.arg(tabWidget->tabText(index)),
-                                       QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton);
-    if (answer == QMessageBox::Cancel)
-        return;
-    close_tab(index);
-}
-
-void picker_window::close_current()
-{
-    if (tabWidget->count() > 0 && tabWidget->currentIndex() >= 0)
-        close_one(tabWidget->currentIndex());
-}
-
 void picker_window::close_tab(int index)
 {
     picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index));
     if (!view)
         return;
+    // Only tabs closed by the animator or a script are kept: a scene going
+    // away or the window closing take theirs with them.
+    if (!closing && !sceneQuiet)
+        keep_closed(view);
     tabWidget->removeTab(index);
     delete view;
     // The next flush drops the image entries no open tab uses any more.
@@ -302,8 +292,7 @@ void picker_window::rename_tab()
     if (tabWidget->count() == 0 || index < 0)
         return;
     bool ok = false;
-    QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal,
-                                         tabWidget->tabText(index), &ok);
+    QString name = QInputDialog::getText(this, "Tab Name", "Name", QLineEdit::Normal, tab_name(index), &ok);
     if (ok)
         set_tab_text(index, name);
 }
@@ -338,7 +327,7 @@ void picker_window::update_button()
 void picker_window::cut_buttons()
 {
     picker_view* view = frontPicker();
-    if (!view || !view->any_selected())
+    if (!view || !view->page()->any_target())
         return;
     auto* command = new cut_buttons_cmd(view->page());
     copyButtonsToClipboard(command->buttons());
@@ -348,7 +337,7 @@ void picker_window::cut_buttons()
 void picker_window::copy_buttons()
 {
     picker_view* view = frontPicker();
-    if (view && view->any_selected())
+    if (view && view->page()->any_target())
         copyButtonsToClipboard(view->getButtons());
 }
 
@@ -400,6 +389,12 @@ void picker_window::updateFileMenu()
     saveAsAction->setEnabled(any);
     renameAction->setEnabled(any);
     closeAction->setEnabled(any);
+    reopenAction->setEnabled(!closed.isEmpty());
+    QString last = closed.isEmpty() ? QString() : closed.first().name;
+    if (last.size() > 40)
+        last = last.left(39) + QChar(0x2026);
+    reopenAction->setText(last.isEmpty() ? tr("Reopen Closed Tab")
+                                         : tr("Reopen Closed Tab \"%1\"").arg(last.replace('&', "&&")));
 }
 
 void picker_window::updatePickerMenu()
@@ -430,7 +425,7 @@ void picker_window::updateEditMenu()
     undoAction->setText(stack->canUndo() ? QString("Undo %1").arg(stack->undoText()) : QString("Can't Undo"));
     redoAction->setEnabled(stack->canRedo());
     redoAction->setText(stack->canRedo() ? QString("Redo %1").arg(stack->redoText()) : QString("Can't Redo"));
-    bool selected = view->any_selected();
+    bool selected = view->page()->any_target();
     cutAction->setEnabled(selected);
     copyAction->setEnabled(selected);
     const QMimeData* mime = QApplication::clipboard()->mimeData(QClipboard::Clipboard);
@@ -532,8 +527,8 @@ void picker_window::make_toolbox()
         connect(menu, SIGNAL(triggered(QAction*)), this, slot);
         return std::make_pair(button, initial);
     };
-    // Showing the toolbox sets its sizes to 10 but must not resize the
-    // buttons that happen to be selected.
+    // Building the toolbox must not resize the targets: the values it
+    // shows are filled in once it is in place.
     buildingToolbox = true;
     auto width = size_button("Button Width", SLOT(set_button_width(QAction*)));
     widthButton = width.first;
@@ -596,6 +591,7 @@ void picker_window::toggle_toolbox()
         mainLayout->addLayout(toolboxLayout);
         mainLayout->addSpacing(4);
         toolboxAction->setText("Hide Toolbox");
+        updateControls();
         return;
     }
     QLayoutItem* items[3];
@@ -612,13 +608,19 @@ void picker_window::toggle_toolbox()
     toolboxAction->setText("Show Toolbox");
 }
 
+// With targets, an edit is a step on them; without, it sets the look of
+// the buttons added next, which the toolbox then shows.
 void picker_window::set_button_color(QRgb which)
 {
     if (colorButton)
         colorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
-    if (view && view->any_selected())
+    if (view && view->page()->any_target()) {
         view->undoer()->push(new change_color_cmd(view->page(), which));
+    } else {
+        newLook.color = which & 0xffffff;
+        toolboxState.color = newLook.color;
+    }
 }
 
 void picker_window::set_label_color(QRgb which)
@@ -626,76 +628,107 @@ void picker_window::set_label_color(QRgb which)
     if (labelColorButton)
         labelColorButton->setIcon(make_icon(which));
     picker_view* view = frontPicker();
-    if (view && view->any_selected())
+    if (view && view->page()->any_target()) {
         view->undoer()->push(new change_labelc_cmd(view->page(), which));
+    } else {
+        newLook.labelColor = which & 0xffffff;
+        toolboxState.labelColor = newLook.labelColor;
+    }
 }
+
+namespace {
+
+// A size item's number, or 10 for one that is none.
+int size_of(const QAction* action)
+{
+    bool ok = false;
+    const int value = action->text().toInt(&ok, 10);
+    return ok ? value : 10;
+}
+
+} // namespace
 
 void picker_window::set_button_width(QAction* action)
 {
     if (widthButton)
         widthButton->setText(action->text());
-    bool ok = false;
-    int value = action->text().toInt(&ok, 10);
-    toolboxState.width = ok ? value : 10;
+    // Building the toolbox only shows what it holds.
+    if (buildingToolbox)
+        return;
+    toolboxState.width = size_of(action);
     picker_view* view = frontPicker();
-    if (view && view->any_selected() && !buildingToolbox)
+    if (view && view->page()->any_target())
         view->undoer()->push(new change_width_cmd(view->page(), currentWidth()));
+    else
+        newLook.width = toolboxState.width;
 }
 
 void picker_window::set_button_height(QAction* action)
 {
     if (heightButton)
         heightButton->setText(action->text());
-    bool ok = false;
-    int value = action->text().toInt(&ok, 10);
-    toolboxState.height = ok ? value : 10;
+    if (buildingToolbox)
+        return;
+    toolboxState.height = size_of(action);
     picker_view* view = frontPicker();
-    if (view && view->any_selected() && !buildingToolbox)
+    if (view && view->page()->any_target())
         view->undoer()->push(new change_height_cmd(view->page(), currentHeight()));
+    else
+        newLook.height = toolboxState.height;
 }
 
 void picker_window::set_button_label()
 {
-    picker_view* view = frontPicker();
-    if (!view || !view->any_selected() || !labelEdit || !labelEdit->isModified())
+    if (!labelEdit || !labelEdit->isModified())
         return;
     labelEdit->setModified(false);
-    view->undoer()->push(new change_label_cmd(view->page(), labelEdit->text()));
+    picker_view* view = frontPicker();
+    if (view && view->page()->any_target()) {
+        view->undoer()->push(new change_label_cmd(view->page(), labelEdit->text()));
+    } else {
+        newLook.label = labelEdit->text();
+        toolboxState.label = newLook.label;
+    }
     labelEdit->clearFocus();
 }
 
 void picker_window::updateControls()
 {
+    // The targets' values, or without any the look of new buttons: never
+    // what an earlier selection left.
     picker_view* view = frontPicker();
-    if (!toolboxShown() || !view || view->buttons().isEmpty())
-        return;
-    // The first selected button in list order gives the values, so the
-    // toolbox shows the same thing for the same selection in every session.
-    const buttonRecord* first = nullptr;
+    const QVector<int> rows = view ? view->page()->target_rows() : QVector<int>();
     QSet<QString> labels;
-    for (const buttonRecord& r : view->buttons()) {
-        if (r.selected != 1)
-            continue;
-        if (!first)
-            first = &r;
-        labels << r.label;
+    if (rows.isEmpty()) {
+        toolboxState = newLook;
+        labels << newLook.label;
+    } else {
+        // The first target in list order gives the values, so the toolbox
+        // shows the same thing for the same targets in every session.
+        const buttonRecord& first = view->buttons().at(rows.first());
+        for (int row : rows)
+            labels << view->buttons().at(row).label;
+        toolboxState.color = first.color;
+        toolboxState.labelColor = first.labelColor;
+        toolboxState.label = labels.size() == 1 ? first.label : QString();
+        toolboxState.width = first.width;
+        toolboxState.height = first.height;
     }
-    if (!first)
+    if (!toolboxShown())
         return;
-    colorButton->setIcon(make_icon(first->color));
+    colorButton->setIcon(make_icon(toolboxState.color));
     widthButton->blockSignals(true);
     heightButton->blockSignals(true);
-    widthButton->setText(QString("%1").arg(first->width));
-    heightButton->setText(QString("%1").arg(first->height));
+    widthButton->setText(QString("%1").arg(toolboxState.width));
+    heightButton->setText(QString("%1").arg(toolboxState.height));
     widthButton->blockSignals(false);
     heightButton->blockSignals(false);
-    labelEdit->blockSignals(true);
-    labelEdit->setText(labels.size() == 1 ? first->label : QString());
-    labelEdit->blockSignals(false);
-    labelColorButton->setIcon(make_icon(first->labelColor));
-    toolboxState.color = first->color;
-    toolboxState.labelColor = first->labelColor;
-    toolboxState.label = labelEdit->text();
-    toolboxState.width = first->width;
-    toolboxState.height = first->height;
+    // Text being typed stays until Return: an edit or a host
+    // selection arriving meanwhile does not take it away.
+    if (!(labelEdit->hasFocus() && labelEdit->isModified())) {
+        labelEdit->blockSignals(true);
+        labelEdit->setText(toolboxState.label);
+        labelEdit->blockSignals(false);
+    }
+    labelColorButton->setIcon(make_icon(toolboxState.labelColor));
 }

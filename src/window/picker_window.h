@@ -82,11 +82,29 @@ public:
     QString currentLabel() const { return toolboxState.label; }
     const toolbox_values& toolbox() const { return toolboxState; }
     bool toolboxShown() const;
-    void updateControls();
 
     // ----- Host selection
-    void setSelection(const QStringList& names);
+    // Takes the host's selection in. Unless it is the outcome of the
+    // picker's own request (`own`), a change of it makes the lit buttons
+    // the targets of edits again, in every tab.
+    void setSelection(const QStringList& names, bool own = false);
+    // Whether a selection directive asked for these names because the
+    // picker posted them; each post is recognised once.
+    bool take_own_post(const QStringList& asked);
+    // Clears every tab's lit buttons and picks: the picker makes a new
+    // selection of its own.
     void clearAllSelected();
+    // Makes every tab pick nothing, so that the buttons a gesture picks
+    // next are the only targets.
+    void clear_picks();
+    // Makes the view's buttons with these ids the picker's selection and
+    // its picks, lit with the buttons sharing their objects, and tells the
+    // host; names in leaveOut (objects the scene lacks) are not sent.
+    void select_buttons(picker_view* view, const QVector<button_id>& ids,
+                        const QStringList& leaveOut = QStringList());
+    // The objects of a selection button that the scene does not have, in
+    // its order; none for a command button.
+    static QStringList missing_objects(const buttonAttributes& button);
     // Replaces the name list (what the picker sends the host) as it stands.
     static void set_selection_names(const QStringList& names);
     // The list itself, which buttons add their names to as they are selected.
@@ -153,6 +171,9 @@ public:
     bool place_background(picker_view* view, const QString& key, const png_picture& picture);
     // Renames a tab: its page, which files and the scene keep, and the tab bar.
     void set_tab_text(int index, const QString& text);
+    // The tab's name as files, the scene and scripts know it; the tab bar
+    // shows it with a mark while its picker has changes no file holds.
+    QString tab_name(int index) const;
 
     // ----- Streams: every tab, for the scene
     void streamTo(QDataStream& out) const;
@@ -176,6 +197,19 @@ public:
     void note_recent(const QString& name, const QString& path);
     static constexpr int max_recent = 10;
     bool do_save(picker_view* view, const QString& path);
+    // Asks where to save the view's picker (starting in the folder last
+    // used), adding ".pkr" to a name without it, and saves it there. False
+    // when cancelled or failed.
+    bool save_view_as(picker_view* view);
+    // Tabs closed this session, newest first: what Reopen Closed Tab brings back.
+    struct closed_tab {
+        QString name, path, key;
+        png_picture picture;
+        QList<buttonAttributes> buttons;
+        bool modified = false;
+    };
+    const QList<closed_tab>& closedTabs() const { return closed; }
+    static constexpr int max_closed = 10;
     void load_one_picker(const QString& path);
     void load_pickers(const QStringList& paths);
 
@@ -203,6 +237,9 @@ public:
     picker_view* take_picker_to_bind();
 
 public slots:
+    // Shows the front picker's targets' values, or without targets the
+    // look of new buttons, and makes them what new buttons get.
+    void updateControls();
     void set_button_color(QRgb which);
     void set_label_color(QRgb which);
     void set_button_width(QAction* action);
@@ -224,8 +261,13 @@ public slots:
     void do_undo();
     void do_redo();
     void open_tab();
-    void close_one(int index);
+    // Closes the tab, first asking to save a picker with changes no file
+    // holds. False when it stays open.
+    bool close_one(int index);
     void close_current();
+    // Brings the newest closed tab back, into the scene too. False, with a
+    // warning, when none is left or the scene has no room for it.
+    bool reopen_closed_tab();
     void updateSceneData();
     void request_save();
     void request_saveas();
@@ -273,6 +315,7 @@ private:
     QAction* saveAsAction = nullptr;
     QAction* renameAction = nullptr;
     QAction* closeAction = nullptr;
+    QAction* reopenAction = nullptr;
     QAction* exitAction = nullptr;
 
     QAction* undoAction = nullptr;
@@ -300,6 +343,14 @@ private:
     toolbox_values toolboxState;
     bool closing = false;
     bool objectCheckPending = false;
+    QList<closed_tab> closed;
+    // Keeps a closed tab for reopening, within max_closed tabs and the
+    // picture bytes one scene may show.
+    void keep_closed(const picker_view* view);
+    // The tab bar's text and tip for the view: its name, marked while modified.
+    void show_tab_name(picker_view* view);
+    // After a save: the tab is no longer modified, and the host's output says so.
+    void saved(picker_view* view, const QString& path);
     QByteArray sceneText;
     QSet<QString> sceneImages;
     // Keeps the pieces of the last scene text for the next write.
@@ -314,4 +365,9 @@ private:
     int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
     bool buildingToolbox = false;
     int selectionUpdates = 0;
+    // What postSelection sent, oldest first, until the host runs it.
+    QList<QStringList> ownPosts;
+    // The look of new buttons while no button is targeted; the toolbox
+    // shows and sets it then.
+    button_look newLook;
 };

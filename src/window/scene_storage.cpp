@@ -128,6 +128,19 @@ QList<png_picture> picker_window::scene_pictures(const picker_view* except, cons
     return pictures;
 }
 
+namespace {
+
+// A picture the tab was stored with is no change to it.
+void set_stored_background(picker_view* view, const QString& key, const png_picture& picture)
+{
+    const bool modified = view->page()->modified();
+    view->setBackground(key, picture);
+    if (!modified)
+        view->page()->mark_saved();
+}
+
+} // namespace
+
 QStringList picker_window::load_scene_pictures(const std::function<QByteArray(const QString&)>& entry)
 {
     QStringList lost;
@@ -151,7 +164,7 @@ QStringList picker_window::load_scene_pictures(const std::function<QByteArray(co
             }
         }
         const QString what = QString("the picture %1 of the tab \"%2\"")
-                                 .arg(image_entry(key), tabWidget->tabText(tabWidget->indexOf(under[0])));
+                                 .arg(image_entry(key), tab_name(tabWidget->indexOf(under[0])));
         // One entry's text at a time: it is gone before the next is asked for.
         QByteArray text = entry(image_entry(key));
         if (!shown.isNull()) {
@@ -165,7 +178,7 @@ QStringList picker_window::load_scene_pictures(const std::function<QByteArray(co
             else
                 sceneImages.remove(key);
             for (picker_view* view : under)
-                view->setBackground(key, shown);
+                set_stored_background(view, key, shown);
             continue;
         }
         if (text.isEmpty()) {
@@ -188,7 +201,7 @@ QStringList picker_window::load_scene_pictures(const std::function<QByteArray(co
             continue;
         }
         for (picker_view* view : under)
-            view->setBackground(key, picture);
+            set_stored_background(view, key, picture);
     }
     --sceneQuiet;
     return lost;
@@ -284,10 +297,11 @@ void picker_window::set_tab_text(int index, const QString& text)
     if (!view || text.isEmpty())
         return;
     // The page keeps the name cut to what a tab may hold; the tab shows that.
+    const QString before = view->page()->name();
     view->page()->set_name(text);
-    if (tabWidget->tabText(index) == view->page()->name())
+    if (view->page()->name() == before)
         return;
-    tabWidget->setTabText(index, view->page()->name());
+    show_tab_name(view);
     updateSceneData();
 }
 
@@ -350,6 +364,8 @@ void picker_window::streamFrom(QDataStream& in)
         picker_page* page = view->page();
         page->set_name(tab.text);
         page->insert_all(std::move(tab.buttons));
+        // The scene holds the tab as it is; only a file's copy can be behind.
+        page->mark_saved();
         tabWidget->addTab(view, page->name());
         connect_picker(view);
         frame_when_shown(view);

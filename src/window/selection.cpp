@@ -1,5 +1,6 @@
 // Keeping the picker's highlights in step with the host's selection, and
 // sending the picker's own selections to the host.
+#include "model/name_ids.h"
 #include "model/name_list.h"
 #include "model/picker_host.h"
 #include "view/picker_view.h"
@@ -48,8 +49,15 @@ void picker_window::set_selection_names(const QStringList& list)
     the_list().assign(list);
 }
 
-void picker_window::setSelection(const QStringList& names)
+void picker_window::setSelection(const QStringList& names, bool own)
 {
+    // Picks stand while the host only confirms (or partly refuses) what the
+    // picker asked for; a selection made in the host replaces them.
+    if (!own && names != selection()) {
+        for (int i = 0; i < tabWidget->count(); ++i)
+            if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
+                view->page()->drop_picks();
+    }
     set_selection_names(names);
     ++selectionUpdates;
     if (tabWidget->count() == 0) {
@@ -82,10 +90,66 @@ void picker_window::clearAllSelected()
             continue;
         const bool lit = view->any_selected();
         view->page()->clear_selected(true);
+        view->page()->set_picks({});
         if (lit)
             view->refresh();
     }
     set_selection_names(QStringList());
+}
+
+void picker_window::clear_picks()
+{
+    for (int i = 0; i < tabWidget->count(); ++i)
+        if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
+            view->page()->set_picks({});
+}
+
+void picker_window::select_buttons(picker_view* view, const QVector<button_id>& ids, const QStringList& leaveOut)
+{
+    clearAllSelected();
+    picker_page* page = view->page();
+    {
+        selection_batch batch;
+        for (button_id id : ids) {
+            const int row = page->row_of(id);
+            if (row >= 0 && page->at(row).kind == 0)
+                page->select(row, false);
+        }
+        for (const QString& name : leaveOut)
+            the_list().remove(name_ids::intern(name));
+    }
+    for (int i = 0; i < tabWidget->count(); ++i) {
+        picker_view* each = qobject_cast<picker_view*>(tabWidget->widget(i));
+        if (each && each->conform_to_selection())
+            each->refresh();
+    }
+    // A script is no object name: a command button lights here only.
+    for (button_id id : ids) {
+        const int row = page->row_of(id);
+        if (row >= 0 && page->at(row).kind != 0)
+            page->select(row, true);
+    }
+    page->set_picks(ids);
+    view->refresh();
+    postSelection();
+    updateControls();
+}
+
+bool picker_window::take_own_post(const QStringList& asked)
+{
+    const int at = ownPosts.indexOf(asked);
+    if (at < 0)
+        return false;
+    // Posts before it were run or lost: the host runs them in order.
+    ownPosts.erase(ownPosts.begin(), ownPosts.begin() + at + 1);
+    return true;
+}
+
+QStringList picker_window::missing_objects(const buttonAttributes& button)
+{
+    if (button.kind != 0 || button.names.isEmpty())
+        return QStringList();
+    return picker_host::instance().missing_objects(button.names);
 }
 
 bool picker_window::is_object_name(const QString& name)
@@ -116,6 +180,11 @@ bool picker_window::postSelection()
         command += " clear";
     else
         command += " select " + names.join(' ');
+    // Kept until the host runs it, so the selection it brings back keeps
+    // the picks; a host that never runs them must not grow the list.
+    if (ownPosts.size() >= 64)
+        ownPosts.removeFirst();
+    ownPosts.append(names);
     picker_host::instance().run_mel_on_idle(command);
     return true;
 }

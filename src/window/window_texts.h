@@ -14,8 +14,15 @@ const char* const build_time = "19:42:50";
 const char* const bind_tail = "\"bind\" `picker_ListNamespaces`;";
 const char* const rebind_tail = "\"rebind\" `picker_ListNamespaces`;";
 
-const QString close_tab_question =
-    QStringLiteral("Are you sure you want to close the tab \"%1\"?\n\nAll changes will be lost.");
+const QString close_tab_question = QStringLiteral("Do you want to save the changes to the picker \"%1\"?");
+const QString close_tab_no_file = QStringLiteral("It has never been saved to a picker file.");
+const QString close_tab_file = QStringLiteral("Its file \"%1\" does not hold them.");
+// After a tab's name while its picker has changes no file holds.
+const QString modified_mark = QStringLiteral("*");
+const QString tab_without_file = QStringLiteral("Not saved to a picker file");
+const QString tab_modified_tip = QStringLiteral("Changed since it was last saved");
+const QString replace_question = QStringLiteral("\"%1\" already exists.\n\nDo you want to replace it?");
+const QString saved_picker = QStringLiteral("Saved the picker \"%1\" to %2.");
 const QString open_failed =
     QStringLiteral("Could not open the file \"%1\".\n\nPlease check the file permissions and try again.");
 const QString save_failed = QStringLiteral(

@@ -27,12 +27,14 @@ public:
         return out;
     }
     void warn(const QString& text) override { warnings << text; }
+    void inform(const QString& text) override { infos << text; }
     void clear()
     {
         mel.clear();
         python.clear();
         now.clear();
         warnings.clear();
+        infos.clear();
     }
 
     QStringList mel;    // queued for idle time
@@ -40,4 +42,5 @@ public:
     QStringList now;    // run at once
     QStringList absent; // objects the scene lacks
     QStringList warnings;
+    QStringList infos;
 };
