@@ -191,18 +191,6 @@ inline uint byte_mul(uint x, uint a)
     return x | t;
 }
 
-// (x * a + y * b) / 255 for each byte.
-inline uint interpolate_255(uint x, uint a, uint y, uint b)
-{
-    uint t = (x & 0xff00ff) * a + (y & 0xff00ff) * b;
-    t = (t + ((t >> 8) & 0xff00ff) + 0x800080) >> 8;
-    t &= 0xff00ff;
-    x = ((x >> 8) & 0xff00ff) * a + ((y >> 8) & 0xff00ff) * b;
-    x = (x + ((x >> 8) & 0xff00ff) + 0x800080);
-    x &= 0xff00ff00;
-    return x | t;
-}
-
 inline uint over(uint d, uint s)
 {
     const uint a = s >> 24;
@@ -316,61 +304,17 @@ static void over_row(uint* d, const uint* s, int n)
         d[x] = over(d[x], s[x]);
 }
 
-// Qt's Xor mode on an opaque RGB32 picture: it darkens under the source.
-static void xor_opaque_row(uint* d, const uint* s, int n)
-{
-    int x = 0;
-#ifdef __SSE2__
-    const __m128i opaque = _mm_set1_epi32(int(0xff000000u));
-    for (; x + 4 <= n; x += 4) {
-        const __m128i src = four::load(s + x);
-        if (!four::all_zero(src))
-            four::store(d + x, _mm_or_si128(opaque, four::byte_mul(four::load(d + x), four::inverse_alpha(src))));
-    }
-#endif
-    for (; x < n; ++x)
-        d[x] = 0xff000000u | byte_mul(d[x], 255 - (s[x] >> 24));
-}
-
-// The same in Qt's Xor mode: each where the other is not.
-static void xor_row(uint* d, const uint* s, int n)
-{
-    int x = 0;
-#ifdef __SSE2__
-    for (; x + 4 <= n; x += 4) {
-        const __m128i src = four::load(s + x);
-        if (four::all_zero(src))
-            continue; // x xor nothing is x
-        const __m128i dst = four::load(d + x);
-        const __m128i a = four::inverse_alpha(dst), b = four::inverse_alpha(src);
-        // Premultiplied, s * a + d * b stays below 65536 in each lane.
-        const __m128i rb = _mm_add_epi16(_mm_mullo_epi16(four::red_blue(src), a), _mm_mullo_epi16(four::red_blue(dst), b));
-        const __m128i ag =
-            _mm_add_epi16(_mm_mullo_epi16(four::alpha_green(src), a), _mm_mullo_epi16(four::alpha_green(dst), b));
-        four::store(d + x, four::divide_255(rb, ag));
-    }
-#endif
-    for (; x < n; ++x)
-        d[x] = interpolate_255(s[x], 255 - (d[x] >> 24), d[x], 255 - (s[x] >> 24));
-}
-
-void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip, bool exclusive_or)
+void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip)
 {
     const QRect area = QRect(at, from.size()) & clip & to.rect();
     if (area.isEmpty())
         return;
     const int stride = to.bytesPerLine();
-    const bool opaque = to.format() == QImage::Format_RGB32;
     uchar* bits = to.bits();
     for (int y = area.top(); y <= area.bottom(); ++y) {
         uint* d = reinterpret_cast<uint*>(bits + y * stride) + area.left();
         const uint* s = reinterpret_cast<const uint*>(from.constScanLine(y - at.y())) + (area.left() - at.x());
-        if (exclusive_or && opaque)
-            xor_opaque_row(d, s, area.width());
-        else if (exclusive_or)
-            xor_row(d, s, area.width());
-        else
-            over_row(d, s, area.width());
+        over_row(d, s, area.width());
     }
 }
 

@@ -118,7 +118,7 @@ public:
     struct key {
         QSize size;
         quint32 fill = 0;    // the colour
-        quint32 outline = 0; // the pen's colour; 0 with no pen
+        quint32 outline = 0; // the pen's colour, 0 with no pen; a ring's width
         quint8 shape = 0;    // rounded, ellipse, command button, rectangle, or a ring of one
         qint16 selected = 0;
         bool missing = false;
@@ -154,8 +154,6 @@ namespace pixels {
 void copy(QImage& to, const QImage& from, const QRect& clip);
 // A premultiplied colour laid over.
 void fill(QImage& to, const QRect& r, QRgb premultiplied, const QRect& clip);
-// A premultiplied picture laid over with its top left at `at`; with
-// exclusive_or, only where one of the two is (Qt's Xor mode: on an opaque
-// RGB32 picture that darkens it under the picture and stays opaque).
-void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip, bool exclusive_or = false);
+// A premultiplied picture laid over with its top left at `at`.
+void blend(QImage& to, const QImage& from, const QPoint& at, const QRect& clip);
 } // namespace pixels
