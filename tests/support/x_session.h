@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCursor>
 #include <QPoint>
 #include <QProcess>
 #include <QString>
@@ -162,6 +163,10 @@ inline bool run(const QStringList& args)
 
 inline bool move_to(const QPoint& global)
 {
+    // --sync waits for the pointer to move, which it would not do if it is
+    // there already.
+    if (QCursor::pos() == global)
+        return true;
     return run({"mousemove", "--sync", QString::number(global.x()), QString::number(global.y())});
 }
 
