@@ -510,6 +510,19 @@ private slots:
         }
     }
 
+    // Backspace over buttons lit only partly (by a shared object) deletes
+    // nothing and leaves the history alone, however often it is pressed.
+    void backspace_over_partly_lit_buttons_does_nothing()
+    {
+        view->page()->set_state(1, 2);
+        view->page()->set_state(2, 2);
+        view->setFocus();
+        QTest::keyClick(view, Qt::Key_Backspace);
+        QTest::keyClick(view, Qt::Key_Backspace);
+        QCOMPARE(view->buttons().size(), 5);
+        QCOMPARE(view->undoer()->count(), 0);
+    }
+
     void keys_act_on_the_front_picker_only()
     {
         click(view, QPoint(50, 50));

@@ -427,7 +427,9 @@ void picker_view::update_button()
 
 void picker_view::delete_button()
 {
-    if (any_selected())
+    // Buttons lit only partly are not deleted: with nothing else lit there
+    // is nothing to delete, and no empty step goes on the history.
+    if (!page_->selected_rows().isEmpty())
         undo.push(new delete_buttons_cmd(page_));
 }
 
