@@ -2,7 +2,6 @@
 // with real pointer moves, clicks and keys: where keys go, which keys the
 // picker keeps, and the picker's window, as an animator meets them.
 #include "linked_picker.h"
-#include "outliner.h"
 #include "plugin/picker_main.h"
 #include "sandbox_window.h"
 #include "script_editor.h"
@@ -23,7 +22,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QTabWidget>
 #include <QUndoStack>
 #include <QtTest>
 
