@@ -10,6 +10,7 @@
 #include <QDockWidget>
 #include <QFile>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
@@ -140,6 +141,27 @@ void sandbox_window::close_unasked()
 {
     unasked_ = true;
     close();
+}
+
+void sandbox_window::keyPressEvent(QKeyEvent* event)
+{
+    // As in Maya: the menus' shortcuts, and Delete or Backspace delete the
+    // selected objects.
+    const QKeySequence key(int(event->modifiers() & ~Qt::KeypadModifier) | event->key());
+    for (QAction* action : menuBar()->findChildren<QAction*>()) {
+        if (action->isEnabled() && action->shortcuts().contains(key)) {
+            event->accept();
+            action->trigger();
+            return;
+        }
+    }
+    if ((event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace)
+        && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier) {
+        event->accept();
+        run_mel("delete", true);
+        return;
+    }
+    QMainWindow::keyPressEvent(event);
 }
 
 // ----- Scene

@@ -40,6 +40,9 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    // The host's hotkeys: keys that no widget used end here, wherever they
+    // were typed (a floating panel sends on what it leaves).
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     // Marks a call into the host: idle texts wait until it returns.

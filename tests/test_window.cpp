@@ -13,6 +13,10 @@
 #include "window/picker_window.h"
 
 #include <QAction>
+#include <QDockWidget>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMainWindow>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QStandardPaths>
@@ -25,6 +29,18 @@ QByteArray read_file(const QString& path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
+
+// A host main window that notes the keys reaching it.
+struct key_catcher : QMainWindow {
+    QStringList keys;
+    void keyPressEvent(QKeyEvent* e) override
+    {
+        const bool modifier = e->key() == Qt::Key_Control || e->key() == Qt::Key_Shift || e->key() == Qt::Key_Alt;
+        if (!modifier)
+            keys << QKeySequence(int(e->modifiers()) | e->key()).toString();
+        e->accept();
+    }
+};
 
 picker_view* view_at(picker_window& w, int i)
 {
@@ -486,6 +502,52 @@ private slots:
         QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(w.frontPicker() == nullptr);
         QVERIFY(host.mel.isEmpty());
+    }
+
+    // From a floating picker, the keys it has no use for go on to the main
+    // window it belongs to; its own keys never do, even with nothing to act on.
+    void unused_keys_reach_the_main_window_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<bool>("inLabel"); // typed in the toolbox's label field
+        QTest::addColumn<QString>("reached");
+        QTest::newRow("letter") << int(Qt::Key_W) << 0 << false << "W";
+        QTest::newRow("delete") << int(Qt::Key_Delete) << 0 << false << "Del";
+        QTest::newRow("chord") << int(Qt::Key_D) << int(Qt::ControlModifier) << false << "Ctrl+D";
+        QTest::newRow("backspace, nothing lit") << int(Qt::Key_Backspace) << 0 << false << "";
+        QTest::newRow("undo, nothing to undo") << int(Qt::Key_Z) << int(Qt::ControlModifier) << false << "";
+        QTest::newRow("nudge") << int(Qt::Key_Left) << 0 << false << "";
+        QTest::newRow("typed in the label") << int(Qt::Key_W) << 0 << true << "";
+        QTest::newRow("arrow in the label") << int(Qt::Key_Up) << 0 << true << "Up";
+    }
+
+    void unused_keys_reach_the_main_window()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(bool, inLabel);
+        QFETCH(QString, reached);
+        recording_host host;
+        key_catcher main;
+        auto* dock = new QDockWidget(&main);
+        auto* w = new picker_window(dock);
+        dock->setWidget(w);
+        main.addDockWidget(Qt::RightDockWidgetArea, dock);
+        dock->setFloating(true);
+        main.show();
+        dock->show();
+        QApplication::setActiveWindow(dock);
+        picker_view* view = w->frontPicker();
+        view->push_button(button_at(QPoint(20, 20), {"a"}), -1);
+        QWidget* target = view;
+        if (inLabel)
+            target = w->findChild<QLineEdit*>();
+        target->setFocus();
+        QCOMPARE(QApplication::focusWidget(), target);
+        QTest::keyClick(target, Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(main.keys.join(' '), reached);
+        QCOMPARE(view->buttons().size(), 1);
     }
 
     void one_key_triggers_every_action_bound_to_it()

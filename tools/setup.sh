@@ -5,7 +5,7 @@
 # installing them.
 
 packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools zlib1g-dev
-          fonts-dejavu-core python3-dev ${EXTRA_PACKAGES:-})
+          fonts-dejavu-core python3-dev xvfb openbox xdotool ${EXTRA_PACKAGES:-})
 
 missing=()
 for p in "${packages[@]}"; do

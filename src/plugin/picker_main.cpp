@@ -13,6 +13,8 @@
 #include <maya/MSelectionList.h>
 
 #include <QDataStream>
+#include <QDockWidget>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QMainWindow>
@@ -34,6 +36,36 @@ MCallbackId picker_main::sceneOpenedId_ = 0;
 MCallbackId picker_main::beforeSaveId_ = 0;
 
 namespace {
+
+// The picker floats, and nothing of Qt's own dock handling may put it into
+// the main window's dock areas: not a double-click on its title (drawn by
+// Qt or by the system), nor the title's float button, which is hidden.
+// Dragging the title still moves it.
+class float_only : public QObject {
+public:
+    explicit float_only(QDockWidget* dock) : QObject(dock), dock_(dock)
+    {
+        dock->installEventFilter(this);
+        if (QWidget* button = dock->findChild<QWidget*>("qt_dockwidget_floatbutton")) {
+            button->installEventFilter(this);
+            button->hide();
+        }
+    }
+
+    bool eventFilter(QObject* watched, QEvent* e) override
+    {
+        if (watched == dock_)
+            return e->type() == QEvent::MouseButtonDblClick || e->type() == QEvent::NonClientAreaMouseButtonDblClick;
+        // The dock shows its float button again whenever it lays out its title.
+        if (e->type() == QEvent::Show)
+            QMetaObject::invokeMethod(static_cast<QWidget*>(watched), "hide", Qt::QueuedConnection);
+        return e->type() == QEvent::MouseButtonPress || e->type() == QEvent::MouseButtonRelease
+               || e->type() == QEvent::MouseButtonDblClick;
+    }
+
+private:
+    QDockWidget* dock_;
+};
 
 MString to_m(const QString& s)
 {
@@ -212,6 +244,7 @@ void picker_main::create_window()
     dock->setAllowedAreas(Qt::NoDockWidgetArea);
     dock->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
                       QDockWidget::DockWidgetFloatable);
+    new float_only(dock);
     dock->setWindowTitle(texts::command_name);
     dock->setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
     read_settings();

@@ -87,6 +87,8 @@ picker_view::picker_view(picker_window* w)
     connect(page_, SIGNAL(changed(page_notice)), this, SLOT(page_changed(page_notice)));
     init_picker_resources();
     setMouseTracking(true);
+    // Keys go where the animator clicked (or tabbed), never where the pointer rests.
+    setFocusPolicy(Qt::StrongFocus);
     // Every paint covers the whole exposed area, so Qt need not clear it first.
     setAttribute(Qt::WA_OpaquePaintEvent);
     make_menu();
@@ -452,16 +454,7 @@ bool picker_view::execute_shortcut(QKeyEvent* e)
         return false;
     if (e->key() == Qt::Key_Escape && cancel_add_many())
         return true;
-    // Keys edit the buttons under the pointer: with the pointer elsewhere
-    // (say, after a menu closed outside the window) a stray key must not.
-    if (!pointer_over())
-        return false;
     return trigger_bound(actions(), key_of(e));
-}
-
-bool picker_view::pointer_over() const
-{
-    return isVisible() && rect().contains(mapFromGlobal(QCursor::pos()));
 }
 
 void picker_view::signal_changed()

@@ -176,8 +176,6 @@ public:
     // Triggers every enabled action of the view bound to the key; only the
     // window's front picker takes keys.
     bool execute_shortcut(QKeyEvent* e);
-    // Whether the pointer is over the canvas, where keys are meant for it.
-    bool pointer_over() const;
 
     picker_window* window;
     picker_mouse_cmd* mouseCmd = nullptr;

@@ -227,15 +227,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
     menu->exec(e->globalPos(), addOneAction);
     deleteAction->setEnabled(true);
     e->accept();
-    // Focus follows the pointer: a menu closed outside the window must not
-    // leave the canvas taking keys.
-    if (pointer_over()) {
-        setFocus(Qt::MouseFocusReason);
-    } else {
-        clearFocus();
-        if (window)
-            window->clearFocus();
-    }
+    setFocus(Qt::MouseFocusReason);
     adjustCursor(false);
 }
 
@@ -505,6 +497,9 @@ void picker_view::mousePressEvent(QMouseEvent* e)
     pressPoint = e->pos();
     hitButton = 0;
     menuSelectionKept = false;
+    // Any press in the canvas, Alt-drags and "Add Many" included, sends the
+    // keys here.
+    setFocus(Qt::MouseFocusReason);
     adjustCursor(false);
     const int modifiers = int(e->modifiers());
 
@@ -530,8 +525,6 @@ void picker_view::mousePressEvent(QMouseEvent* e)
     const Qt::MouseButtons held = e->buttons();
     const bool ctrlOnly = e->modifiers() == Qt::ControlModifier;
     if (!(e->modifiers() & Qt::AltModifier)) {
-        if (window)
-            window->setFocus(Qt::ActiveWindowFocusReason);
         if (held == Qt::LeftButton) {
             if (overlays.banner()->click(e->pos())) {
                 e->accept();

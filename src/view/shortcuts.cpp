@@ -8,10 +8,10 @@ QKeySequence key_of(const QKeyEvent* e)
     return QKeySequence(int(e->modifiers() & ~Qt::KeypadModifier) | e->key());
 }
 
-bool is_bound(const QList<QAction*>& actions, const QKeySequence& key)
+bool binds(const QList<QAction*>& actions, const QKeySequence& key)
 {
     for (QAction* action : actions)
-        if (action->isEnabled() && action->shortcuts().contains(key))
+        if (action->shortcuts().contains(key))
             return true;
     return false;
 }

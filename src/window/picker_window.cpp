@@ -80,6 +80,7 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
 
     new_tab();
     make_toolbox();
+    keep_keys_on_canvas();
 
     mainLayout = new QVBoxLayout;
     mainLayout->setSpacing(0);
@@ -96,6 +97,10 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     connect(editMenu, SIGNAL(aboutToShow()), this, SLOT(updateEditMenu()));
     connect(pickerMenu, SIGNAL(aboutToShow()), this, SLOT(updatePickerMenu()));
     connect(tabWidget, SIGNAL(tabCloseRequested(int)), this, SLOT(close_one(int)));
+    // Shortcuts act on the state as it is, whether or not a menu was opened.
+    connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(update_actions()));
+    connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(settle_focus()));
+    connect(QApplication::clipboard(), SIGNAL(dataChanged()), this, SLOT(update_paste_actions()));
     // Which tab is current, and the tab order, are part of what the scene keeps.
     connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateSceneData()));
     connect(tabWidget->tabBar(), SIGNAL(tabMoved(int, int)), this, SLOT(updateSceneData()));
@@ -105,6 +110,8 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     parse_picker_config(recent_pickers_path());
     --sceneQuiet;
     adoptScene(encodedSceneData());
+    update_actions();
+    settle_focus();
 }
 
 picker_window::~picker_window()
@@ -208,6 +215,11 @@ void picker_window::connect_picker(picker_view* view)
     connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
     connect(view->page(), &picker_page::modified_changed, this, [this, view] { show_tab_name(view); });
     show_tab_name(view);
+    QUndoStack* stack = view->undoer();
+    connect(stack, SIGNAL(canUndoChanged(bool)), this, SLOT(update_undo_actions()));
+    connect(stack, SIGNAL(canRedoChanged(bool)), this, SLOT(update_undo_actions()));
+    connect(stack, SIGNAL(undoTextChanged(QString)), this, SLOT(update_undo_actions()));
+    connect(stack, SIGNAL(redoTextChanged(QString)), this, SLOT(update_undo_actions()));
     if (noticesHeld) {
         view->page()->hold_notices();
         heldPages.append(view->page());
@@ -408,26 +420,45 @@ void picker_window::updatePickerMenu()
 
 void picker_window::updateEditMenu()
 {
+    update_undo_actions();
+    update_selection_actions();
+    update_paste_actions();
+}
+
+void picker_window::update_actions()
+{
+    updateFileMenu();
+    updatePickerMenu();
+    updateEditMenu();
+}
+
+void picker_window::update_undo_actions()
+{
     picker_view* view = qobject_cast<picker_view*>(tabWidget->currentWidget());
-    if (!view) {
-        // Paste in Place keeps its state here; only the others are reset.
-        undoAction->setText("Can't Undo");
-        redoAction->setText("Can't Redo");
-        undoAction->setEnabled(false);
-        redoAction->setEnabled(false);
-        copyAction->setEnabled(false);
-        cutAction->setEnabled(false);
+    QUndoStack* stack = view ? view->undoer() : nullptr;
+    const bool undo = stack && stack->canUndo();
+    const bool redo = stack && stack->canRedo();
+    undoAction->setEnabled(undo);
+    undoAction->setText(undo ? QString("Undo %1").arg(stack->undoText()) : QString("Can't Undo"));
+    redoAction->setEnabled(redo);
+    redoAction->setText(redo ? QString("Redo %1").arg(stack->redoText()) : QString("Can't Redo"));
+}
+
+void picker_window::update_selection_actions()
+{
+    picker_view* view = qobject_cast<picker_view*>(tabWidget->currentWidget());
+    const bool selected = view && view->page()->any_target();
+    cutAction->setEnabled(selected);
+    copyAction->setEnabled(selected);
+}
+
+void picker_window::update_paste_actions()
+{
+    if (!qobject_cast<picker_view*>(tabWidget->currentWidget())) {
+        // Paste in Place keeps its state here; only Paste is reset.
         pasteAction->setEnabled(false);
         return;
     }
-    QUndoStack* stack = view->undoer();
-    undoAction->setEnabled(stack->canUndo());
-    undoAction->setText(stack->canUndo() ? QString("Undo %1").arg(stack->undoText()) : QString("Can't Undo"));
-    redoAction->setEnabled(stack->canRedo());
-    redoAction->setText(stack->canRedo() ? QString("Redo %1").arg(stack->redoText()) : QString("Can't Redo"));
-    bool selected = view->page()->any_target();
-    cutAction->setEnabled(selected);
-    copyAction->setEnabled(selected);
     const QMimeData* mime = QApplication::clipboard()->mimeData(QClipboard::Clipboard);
     bool payload = mime && mime->hasFormat(picker_format::clipboard_mime);
     pasteAction->setEnabled(payload);
@@ -445,24 +476,34 @@ void picker_window::about_dialog()
 
 bool picker_window::execute_shortcut(QKeyEvent* e)
 {
-    if (actions().isEmpty() || !hasFocus())
+    if (actions().isEmpty() || !(hasFocus() || isAncestorOf(QApplication::focusWidget())))
         return false;
     return trigger_bound(actions(), key_of(e));
 }
 
+picker_view* picker_window::canvas_for_keys() const
+{
+    // The canvas's keys are not for a text field of the window being typed in.
+    QWidget* focus = QApplication::focusWidget();
+    if (focus && focus->testAttribute(Qt::WA_InputMethodEnabled))
+        return nullptr;
+    return frontPicker();
+}
+
+bool picker_window::owns_key(const QKeySequence& key) const
+{
+    picker_view* view = canvas_for_keys();
+    return binds(actions(), key) || (view && binds(view->actions(), key));
+}
+
 bool picker_window::event(QEvent* e)
 {
-    // Keys bound to our actions come to keyPressEvent rather than to Qt's
-    // shortcut map, which would refuse a key that two actions share.
-    if (e->type() == QEvent::ShortcutOverride) {
-        const QKeySequence key = key_of(static_cast<QKeyEvent*>(e));
-        picker_view* view = frontPicker();
-        // The canvas's keys are ours only while the pointer is over it;
-        // elsewhere the host gets them.
-        if (is_bound(actions(), key) || (view && view->pointer_over() && is_bound(view->actions(), key))) {
-            e->accept();
-            return true;
-        }
+    // A key that reaches the window unclaimed by the widget with the focus
+    // (the label field keeps its own) comes to keyPressEvent rather than to
+    // Qt's shortcut map, which would refuse a key that two actions share.
+    if (e->type() == QEvent::ShortcutOverride && owns_key(key_of(static_cast<QKeyEvent*>(e)))) {
+        e->accept();
+        return true;
     }
     return QWidget::event(e);
 }
@@ -470,36 +511,78 @@ bool picker_window::event(QEvent* e)
 void picker_window::keyPressEvent(QKeyEvent* e)
 {
     if (e->key() == 0 || e->key() == Qt::Key_unknown) {
-        QWidget::keyPressEvent(e);
+        pass_key_on(e);
         return;
     }
+    // The selection has many routes and no signal: the actions are brought
+    // up to date before a key of theirs is matched.
+    if (binds(actions(), key_of(e)))
+        update_actions();
     if (execute_shortcut(e)) {
         e->accept();
         return;
     }
-    if (tabWidget->count() == 0) {
-        QWidget::keyPressEvent(e);
+    picker_view* view = canvas_for_keys();
+    if (view && view->execute_shortcut(e)) {
+        e->accept();
         return;
     }
-    picker_view* view = qobject_cast<picker_view*>(tabWidget->currentWidget());
-    if (!view)
-        return;
-    if (view->execute_shortcut(e))
+    // A key of the picker's stays here even with nothing to act on: a
+    // Backspace over an empty selection must not delete the host's objects.
+    if (owns_key(key_of(e)))
         e->accept();
     else
-        QWidget::keyPressEvent(e);
+        pass_key_on(e);
 }
 
-void picker_window::enterEvent(QEvent* e)
+void picker_window::keyReleaseEvent(QKeyEvent* e)
 {
-    QWidget::enterEvent(e);
-    setFocus(Qt::MouseFocusReason);
+    if (owns_key(key_of(e)))
+        e->accept();
+    else
+        pass_key_on(e);
 }
 
-void picker_window::leaveEvent(QEvent* e)
+void picker_window::pass_key_on(QKeyEvent* e)
 {
-    QWidget::leaveEvent(e);
-    clearFocus();
+    // Docked, the parents pass the key on to the host's main window; from a
+    // floating window, where Qt stops, it is sent there: the animator's
+    // hotkeys work over the picker as over any panel of the host.
+    e->ignore();
+    QWidget* top = window();
+    QWidget* host = top->parentWidget() ? top->parentWidget()->window() : nullptr;
+    if (!host)
+        return;
+    QKeyEvent copy(e->type(), e->key(), e->modifiers(), e->nativeScanCode(), e->nativeVirtualKey(),
+                   e->nativeModifiers(), e->text(), e->isAutoRepeat(), ushort(e->count()));
+    QCoreApplication::sendEvent(host, &copy);
+    e->setAccepted(copy.isAccepted());
+}
+
+void picker_window::settle_focus()
+{
+    // The canvas takes the keys unless the animator clicked into the label
+    // field; it never takes them from a widget of the host's.
+    picker_view* view = frontPicker();
+    if (!view || view->hasFocus())
+        return;
+    QWidget* focus = window()->focusWidget();
+    if (focus && focus != window() && (!isAncestorOf(focus) || (focus == labelEdit && focus->isVisible())))
+        return;
+    view->setFocus(Qt::OtherFocusReason);
+}
+
+void picker_window::keep_keys_on_canvas()
+{
+    // Clicking a tab or a toolbox button leaves the keys with the canvas, so
+    // arrows still nudge after a colour is picked; only the label field
+    // takes focus, and only when clicked.
+    tabWidget->tabBar()->setFocusPolicy(Qt::NoFocus);
+    for (QPushButton* button : {colorButton, widthButton, heightButton, labelColorButton})
+        if (button)
+            button->setFocusPolicy(Qt::NoFocus);
+    if (labelEdit)
+        labelEdit->setFocusPolicy(Qt::ClickFocus);
 }
 
 // ----- Toolbox
@@ -587,6 +670,7 @@ void picker_window::toggle_toolbox()
 {
     if (!toolboxShown()) {
         make_toolbox();
+        keep_keys_on_canvas();
         mainLayout->addSpacing(4);
         mainLayout->addLayout(toolboxLayout);
         mainLayout->addSpacing(4);
@@ -689,7 +773,11 @@ void picker_window::set_button_label()
         newLook.label = labelEdit->text();
         toolboxState.label = newLook.label;
     }
-    labelEdit->clearFocus();
+    // Done typing: the keys go back to the canvas, Ctrl+Z first among them.
+    if (view)
+        view->setFocus(Qt::OtherFocusReason);
+    else
+        labelEdit->clearFocus();
 }
 
 void picker_window::updateControls()

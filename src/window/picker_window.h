@@ -283,16 +283,33 @@ public slots:
     void close_tab(int index);
     void clear_tabs();
 
+private slots:
+    // The actions' enabled states and texts follow the front picker's undo
+    // stack and the clipboard as they change; the selection is checked when
+    // a menu opens or a key comes.
+    void update_actions();
+    void update_undo_actions();
+    void update_selection_actions();
+    void update_paste_actions();
+    // Puts the keys on the front canvas when they are nowhere in particular.
+    void settle_focus();
+
 protected:
     bool event(QEvent* e) override;
     bool eventFilter(QObject* watched, QEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
-    void enterEvent(QEvent* e) override;
-    void leaveEvent(QEvent* e) override;
+    void keyReleaseEvent(QKeyEvent* e) override;
 
 private:
     void make_menus();
     void make_toolbox();
+    void keep_keys_on_canvas();
+    // The front picker, when keys may act on it.
+    picker_view* canvas_for_keys() const;
+    // Whether the window or its front canvas binds the key.
+    bool owns_key(const QKeySequence& key) const;
+    // Lets a key the picker does not use go on to the host.
+    void pass_key_on(QKeyEvent* e);
     QAction* add_item(QMenu* menu, const QString& text, const char* slot, QObject* receiver = nullptr);
 
     QTabWidget* tabWidget = nullptr;

@@ -1,0 +1,407 @@
+// The sandbox application under a real X server and window manager, driven
+// with real pointer moves, clicks and keys: where keys go, which keys the
+// picker keeps, and the picker's window, as an animator meets them.
+#include "linked_picker.h"
+#include "plugin/picker_main.h"
+#include "sandbox_window.h"
+#include "script_editor.h"
+#include "view/picker_view.h"
+#include "window/picker_window.h"
+#include "x_session.h"
+
+#include "edit/clipboard.h"
+#include "model/picker_stream.h"
+
+#include <sandbox/host.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QClipboard>
+#include <QDockWidget>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QUndoStack>
+#include <QtTest>
+
+#include <cstdio>
+
+// A loaded machine (a sanitizer build beside other tests) may be slow; a
+// wait only ends early when what it waits for happens.
+constexpr int patience = 20000;
+#define TRY_VERIFY(expr) QTRY_VERIFY_WITH_TIMEOUT(expr, patience)
+#define TRY_COMPARE(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, expected, patience)
+
+namespace {
+
+QPoint global_centre(QWidget* w)
+{
+    return w->mapToGlobal(w->rect().center());
+}
+
+bool has_buttons_on_clipboard()
+{
+    const QMimeData* mime = QApplication::clipboard()->mimeData();
+    return mime && mime->hasFormat(picker_format::clipboard_mime);
+}
+
+} // namespace
+
+class test_gui : public QObject {
+    Q_OBJECT
+
+    sandbox::host& h = sandbox::host::instance();
+    sandbox_window* main_ = nullptr;
+
+    QDockWidget* dock() const { return main_->findChild<QDockWidget*>("QuillmarshPicker"); }
+    picker_window* window() const { return picker_main::picker(); }
+    picker_view* view() const { return picker_main::current_view(); }
+    script_input* mel_input() const { return main_->findChild<script_editor*>()->input(); }
+
+    bool exists(const QString& node)
+    {
+        mel::value v;
+        return h.execute(QString("objExists \"%1\"").arg(node), &v) && v.to_strings() == QStringList{"1"};
+    }
+
+    // The centre of a stretch of the canvas with no button on it, in widget
+    // pixels; null when there is none.
+    QPoint clear_point(const QSize& size = QSize(17, 17)) const
+    {
+        picker_view* v = view();
+        for (int y = size.height(); y < v->height() - 3 * size.height(); y += 6) {
+            for (int x = size.width(); x < v->width() - size.width(); x += 6) {
+                const QRect around(QPoint(x, y) - QPoint(size.width(), size.height()) / 2, size);
+                bool clear = true;
+                for (const buttonRecord& r : v->buttons())
+                    clear = clear && !v->mapToScreen(r.bounds).intersects(around);
+                if (clear)
+                    return QPoint(x, y);
+            }
+        }
+        return QPoint();
+    }
+
+    QPoint empty_spot() const { return view()->mapToGlobal(clear_point()); }
+
+    // The button the tests pick: its object has no other button, so a
+    // click lights it alone.
+    int lone_button() const
+    {
+        const QList<buttonRecord>& list = view()->buttons();
+        for (int i = 0; i < list.size(); ++i)
+            if (list[i].names == QStringList{"probe_ctrl"})
+                return i;
+        return -1;
+    }
+
+    QPoint button_centre(int index) const
+    {
+        return view()->mapToGlobal(view()->mapToScreen(view()->buttons().at(index).bounds).center());
+    }
+
+    // Clicks the button and waits for it to light and the canvas to have the keys.
+    bool pick(int index)
+    {
+        if (!xdo::click_at(button_centre(index)))
+            return false;
+        return QTest::qWaitFor([&] { return view()->buttons().at(index).selected == 1 && picker_has_keys(); },
+                               patience);
+    }
+
+    bool picker_has_keys() const
+    {
+        QWidget* focus = QApplication::focusWidget();
+        return focus && (focus == window() || window()->isAncestorOf(focus));
+    }
+
+    bool focus_editor()
+    {
+        mel_input()->clear();
+        return xdo::click_at(global_centre(mel_input()))
+               && QTest::qWaitFor([&] { return QApplication::focusWidget() == mel_input(); }, patience);
+    }
+
+    // Opens the picker's Edit menu and closes it again, as an animator
+    // looking at it would.
+    bool glance_at_edit_menu()
+    {
+        auto* bar = window()->findChild<QMenuBar*>();
+        QMenu* edit = nullptr;
+        for (QMenu* m : bar->findChildren<QMenu*>())
+            if (m->title() == "&Edit")
+                edit = m;
+        if (!edit || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(edit->menuAction()).center())))
+            return false;
+        if (!QTest::qWaitFor([&] { return edit->isVisible(); }, patience))
+            return false;
+        return xdo::key("Escape") && QTest::qWaitFor([&] { return !edit->isVisible(); }, patience);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        main_ = new sandbox_window(false);
+        main_->move(0, 0);
+        main_->show();
+        QVERIFY(QTest::qWaitForWindowExposed(main_));
+        const QString why = start_linked_picker(h, main_);
+        QVERIFY2(why.isEmpty(), qPrintable(why));
+        main_->open_scene(DEMO_SCENE);
+        main_->run_mel("QuillmarshPicker", false);
+        main_->settle();
+        QVERIFY(dock() && view());
+        // Beside the main window, so that a click on either lands on it.
+        dock()->move(main_->frameGeometry().right() + 40, 40);
+        QVERIFY(QTest::qWaitForWindowExposed(dock()));
+        TRY_VERIFY(!dock()->frameGeometry().intersects(main_->frameGeometry()));
+
+        // At zoom 1, where the tests click it, and clear of the demo's buttons.
+        view()->zoomWindow(1.0f, QPoint(0, 0));
+        TRY_VERIFY(!view()->animating());
+        h.execute("createNode transform -n \"probe_ctrl\"");
+        buttonAttributes probe;
+        probe.pos = clear_point(QSize(80, 40));
+        QVERIFY(!probe.pos.isNull());
+        probe.size = probe.width = 60;
+        probe.height = 24;
+        probe.color = 0x3366cc;
+        probe.labelColor = 0xffffff;
+        probe.label = "probe";
+        probe.names = QStringList{"probe_ctrl"};
+        view()->push_button(probe, -1);
+        QVERIFY(lone_button() >= 0);
+
+        // The window manager has the picker once a click on it lands; until
+        // then a click may meet nothing.
+        bool landed = false;
+        for (int i = 0; i < 10 && !landed; ++i) {
+            QVERIFY(focus_editor());
+            QVERIFY(xdo::click_at(empty_spot()));
+            landed = QTest::qWaitFor([&] { return dock()->isActiveWindow(); }, 2000);
+        }
+        QVERIFY(landed);
+    }
+
+    void cleanupTestCase()
+    {
+        picker_main::cleanup();
+        delete main_;
+    }
+
+    void init()
+    {
+        QVERIFY(dock()->isFloating());
+        h.execute("select -cl");
+        main_->settle();
+        view()->zoomWindow(1.0f, QPoint(0, 0));
+        TRY_VERIFY(!view()->animating());
+    }
+
+    // A click gives the canvas the keys, and they stay there wherever the
+    // pointer goes; the keys the picker binds never reach the host.
+    void a_click_gives_the_picker_the_keys()
+    {
+        QVERIFY(focus_editor());
+        const QPoint spot = empty_spot();
+        QVERIFY(!spot.isNull());
+        QVERIFY(xdo::click_at(spot));
+        TRY_VERIFY(picker_has_keys());
+        // H shows the whole picker: the view it gives, then one away from it.
+        view()->reset_view();
+        TRY_VERIFY(!view()->animating());
+        const double whole = view()->zoom;
+        view()->setZoom(float(whole * 2), view()->rect().center());
+        QVERIFY(xdo::move_to(global_centre(main_)));
+        TRY_VERIFY(!view()->underMouse());
+        QVERIFY(xdo::key("h"));
+        TRY_COMPARE(view()->zoom, whole);
+
+        const int index = lone_button();
+        const QStringList names = view()->buttons().at(index).names;
+        const int buttons = view()->buttons().size();
+        QVERIFY(pick(index));
+        QVERIFY(xdo::move_to(global_centre(main_)));
+        TRY_VERIFY(!view()->underMouse());
+        QVERIFY(xdo::key("BackSpace"));
+        TRY_COMPARE(view()->buttons().size(), buttons - 1);
+        // The host's own Backspace (delete the selected objects) did not run.
+        main_->settle();
+        for (const QString& name : names)
+            QVERIFY2(exists(name), qPrintable(name));
+        QVERIFY(xdo::key("ctrl+z"));
+        TRY_COMPARE(view()->buttons().size(), buttons);
+    }
+
+    // A key the picker has no use for reaches the host's main window, where
+    // the animator's hotkeys are: here Delete deletes the selected objects.
+    void keys_the_picker_leaves_reach_the_host()
+    {
+        QVERIFY(xdo::click_at(empty_spot()));
+        TRY_VERIFY(picker_has_keys());
+        main_->settle(); // the click's own selection reaches the host first
+        h.execute("createNode transform -n \"prop_ctrl\"; select -r prop_ctrl");
+        main_->settle();
+        QVERIFY(exists("prop_ctrl"));
+        QVERIFY(xdo::key("Delete"));
+        TRY_VERIFY(!exists("prop_ctrl"));
+        QVERIFY(picker_has_keys());
+    }
+
+    // Undo, redo, copy, cut and paste follow the state as it is now, not
+    // as it was when the Edit menu was last open.
+    void shortcuts_follow_the_state_data()
+    {
+        QTest::addColumn<QString>("chord");
+        QTest::newRow("undo") << "ctrl+z";
+        QTest::newRow("redo") << "ctrl+shift+z";
+        QTest::newRow("copy") << "ctrl+c";
+        QTest::newRow("cut") << "ctrl+x";
+        QTest::newRow("paste") << "ctrl+v";
+    }
+
+    void shortcuts_follow_the_state()
+    {
+        QFETCH(QString, chord);
+        view()->undoer()->clear();
+        QApplication::clipboard()->setText("not buttons");
+        TRY_VERIFY(!has_buttons_on_clipboard());
+        QVERIFY(glance_at_edit_menu());
+
+        const int index = lone_button();
+        const int buttons = view()->buttons().size();
+        const QPoint pos = view()->buttons().at(index).pos;
+        QVERIFY(pick(index));
+        if (chord == "ctrl+z" || chord == "ctrl+shift+z") {
+            QVERIFY(xdo::key("Right"));
+            TRY_COMPARE(view()->buttons().at(index).pos, pos + QPoint(1, 0));
+            if (chord == "ctrl+shift+z") {
+                view()->undoer()->undo();
+                QCOMPARE(view()->buttons().at(index).pos, pos);
+            }
+            QVERIFY(xdo::key(chord));
+            TRY_COMPARE(view()->buttons().at(index).pos, chord == "ctrl+z" ? pos : pos + QPoint(1, 0));
+        } else if (chord == "ctrl+c") {
+            QVERIFY(xdo::key(chord));
+            TRY_VERIFY(has_buttons_on_clipboard());
+            QCOMPARE(view()->buttons().size(), buttons);
+        } else if (chord == "ctrl+x") {
+            QVERIFY(xdo::key(chord));
+            TRY_VERIFY(has_buttons_on_clipboard());
+            QCOMPARE(view()->buttons().size(), buttons - 1);
+            view()->undoer()->undo();
+        } else {
+            copyButtonsToClipboard(view()->getButtons());
+            TRY_VERIFY(has_buttons_on_clipboard());
+            QVERIFY(xdo::key(chord));
+            TRY_COMPARE(view()->buttons().size(), buttons + 1);
+            view()->undoer()->undo();
+        }
+        QCOMPARE(view()->buttons().size(), buttons);
+    }
+
+    // Return in the label field applies the label and gives the keys back
+    // to the canvas: Ctrl+Z undoes it at once, the pointer still on the field.
+    void undo_right_after_a_label()
+    {
+        auto* label = window()->findChild<QLineEdit*>();
+        QVERIFY(label);
+        const int index = lone_button();
+        const QString before = view()->buttons().at(index).label;
+        QVERIFY(pick(index));
+        QVERIFY(xdo::click_at(global_centre(label)));
+        TRY_COMPARE(QApplication::focusWidget(), label);
+        QVERIFY(xdo::key("ctrl+a"));
+        QVERIFY(xdo::type("Knee"));
+        QVERIFY(xdo::key("Return"));
+        TRY_COMPARE(view()->buttons().at(index).label, QString("Knee"));
+        QVERIFY(xdo::key("ctrl+z"));
+        TRY_COMPARE(view()->buttons().at(index).label, before);
+    }
+
+    // The picker floats: a double-click on its title leaves it floating, the
+    // title offers no float button (only close), and it still drags it.
+    void the_title_never_docks_the_picker()
+    {
+        QDockWidget* d = dock();
+        QVERIFY(focus_editor());
+        const int title = d->widget()->geometry().top();
+        QVERIFY(title > 4);
+        const QPoint grip = d->mapToGlobal(QPoint(d->width() / 3, title / 2));
+        QVERIFY(xdo::double_click_at(grip));
+
+        // Once the canvas has a later click, the double-click was handled.
+        QVERIFY(xdo::click_at(empty_spot()));
+        TRY_VERIFY(picker_has_keys());
+        QVERIFY(d->isFloating());
+        QVERIFY(d->isWindow());
+        int buttons = 0;
+        for (QAbstractButton* b : d->findChildren<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly))
+            buttons += b->isVisible();
+        QCOMPARE(buttons, 1);
+
+        const QPoint was = d->pos();
+        QVERIFY(xdo::drag(grip, grip + QPoint(60, 40)));
+        TRY_COMPARE(d->pos(), was + QPoint(60, 40));
+        QVERIFY(d->isFloating());
+    }
+
+    // Typing into the script editor with the pointer resting on the picker
+    // types into the editor, wherever the picker sits. Last: the picker
+    // stays docked.
+    void keys_stay_in_the_editor_data()
+    {
+        QTest::addColumn<bool>("docked");
+        QTest::newRow("floating") << false;
+        QTest::newRow("docked") << true;
+    }
+
+    void keys_stay_in_the_editor()
+    {
+        QFETCH(bool, docked);
+        if (docked) {
+            dock()->setFloating(false);
+            TRY_VERIFY(!dock()->isWindow() && view()->isVisible());
+            QVERIFY(QTest::qWaitForWindowExposed(main_));
+        }
+        // Lit buttons, for a stray Backspace to delete.
+        h.execute("select -r \"hero:L_*_ctrl\"");
+        main_->settle();
+        TRY_VERIFY(view()->any_selected());
+        const int buttons = view()->buttons().size();
+        const double zoom = view()->zoom;
+        const QPoint shift = view()->shift;
+        QVERIFY(focus_editor());
+
+        QVERIFY(xdo::move_to(global_centre(view())));
+        TRY_VERIFY(view()->underMouse());
+        QVERIFY(xdo::move_to(global_centre(view()) + QPoint(30, 20)));
+        QVERIFY(xdo::type("fh"));
+        QVERIFY(xdo::key("BackSpace"));
+        QVERIFY(xdo::type("z"));
+        TRY_COMPARE(mel_input()->toPlainText(), QString("fz"));
+        QCOMPARE(QApplication::focusWidget(), mel_input());
+        QCOMPARE(view()->buttons().size(), buttons);
+        QCOMPARE(view()->zoom, zoom);
+        QCOMPARE(view()->shift, shift);
+        mel_input()->clear();
+    }
+};
+
+int main(int argc, char* argv[])
+{
+    x_session x;
+    const QString why = x.start();
+    if (!why.isEmpty()) {
+        std::fprintf(stderr, "test_gui: %s\n", qPrintable(why));
+        return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QApplication app(argc, argv);
+    test_gui test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_gui.moc"
