@@ -2,6 +2,7 @@
 // with real pointer moves, clicks and keys: where keys go, which keys the
 // picker keeps, and the picker's window, as an animator meets them.
 #include "linked_picker.h"
+#include "modal_helper.h"
 #include "plugin/picker_main.h"
 #include "sandbox_window.h"
 #include "script_editor.h"
@@ -21,6 +22,8 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QTabWidget>
 #include <QMimeData>
 #include <QUndoStack>
 #include <QtTest>
@@ -346,6 +349,41 @@ private slots:
         QVERIFY(xdo::drag(grip, grip + QPoint(60, 40)));
         TRY_COMPARE(d->pos(), was + QPoint(60, 40));
         QVERIFY(d->isFloating());
+    }
+
+    // Work is not lost to a key: Ctrl+W on a tab with unsaved changes and
+    // Ctrl+Q on a modified scene both ask first, and Escape keeps everything.
+    void nothing_closes_without_asking()
+    {
+        // The picker has a button the scene gained and no file holds.
+        const int tabs = window()->tabs()->count();
+        QVERIFY(view()->page()->modified());
+        auto escape_next = [](QString* text) {
+            modal_helper::with_next([text](QWidget* modal) {
+                if (auto* box = qobject_cast<QMessageBox*>(modal))
+                    *text = box->text();
+                xdo::key("Escape");
+            });
+        };
+        QString asked;
+        QVERIFY(xdo::click_at(empty_spot()));
+        TRY_VERIFY(picker_has_keys());
+        escape_next(&asked);
+        QVERIFY(xdo::key("ctrl+w"));
+        TRY_VERIFY(asked.startsWith("Do you want to save the changes to the picker"));
+        TRY_VERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(window()->tabs()->count(), tabs);
+
+        main_->settle();
+        QVERIFY(h.modified());
+        asked.clear();
+        QVERIFY(focus_editor());
+        escape_next(&asked);
+        QVERIFY(xdo::key("ctrl+q"));
+        TRY_VERIFY(asked.startsWith("Save changes to"));
+        TRY_VERIFY(!QApplication::activeModalWidget());
+        QVERIFY(main_->isVisible());
+        QCOMPARE(window()->tabs()->count(), tabs);
     }
 
     // Typing into the script editor with the pointer resting on the picker
