@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QtTest>
 
 namespace {
@@ -269,6 +270,20 @@ private slots:
         QCOMPARE(own()[0], before[0]);
         QVERIFY(run("select -r rig:hand"));
         QCOMPARE(own()[0], 0);
+
+        // Only the tab shown is searched; another is searched as it is shown.
+        QVERIFY(run("QuillmarshPicker new_tab; select -r rig:hand; QuillmarshPicker add_button 20 20 hand"));
+        h.drain_idle();
+        picker_view* other = view();
+        QVERIFY(other != v);
+        QTabWidget* tabs = picker_main::picker()->tabs();
+        tabs->setCurrentWidget(v);
+        QVERIFY(run("select -r rig:hand; delete; select -r rig:leg"));
+        QCoreApplication::processEvents();
+        QVERIFY(!other->buttons()[0].missing);
+        tabs->setCurrentWidget(other);
+        QCoreApplication::processEvents();
+        QVERIFY(other->buttons()[0].missing);
     }
 
     // The banner is drawn over the buttons with its logo whole and every

@@ -1,5 +1,5 @@
 // Which buttons hold objects the scene lacks: asked of the host for every
-// name of every tab at once, when the host is next idle.
+// name of the tab shown, when the host is next idle.
 #include "model/picker_host.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -21,21 +21,24 @@ void picker_window::check_objects_later()
 void picker_window::check_objects()
 {
     objectCheckPending = false;
-    // Each name once, however many buttons and tabs hold it.
+    // The tab shown alone: each lookup costs the host a name search, so a
+    // scene of many large pickers is not searched on every selection. A
+    // tab is checked again as it is shown.
+    picker_view* view = frontPicker();
+    if (!view)
+        return;
+    // Each name once, however many buttons hold it.
     QSet<QString> seen;
     QStringList names;
-    for (const picker_page* page : pages())
-        for (const buttonRecord& r : page->buttons())
-            if (r.kind == 0)
-                for (const QString& name : r.names)
-                    if (!seen.contains(name)) {
-                        seen.insert(name);
-                        names << name;
-                    }
+    for (const buttonRecord& r : view->page()->buttons())
+        if (r.kind == 0)
+            for (const QString& name : r.names)
+                if (!seen.contains(name)) {
+                    seen.insert(name);
+                    names << name;
+                }
     const QStringList missing = names.isEmpty() ? QStringList() : picker_host::instance().missing_objects(names);
     const QSet<QString> lacking(missing.begin(), missing.end());
-    for (int i = 0; i < tabWidget->count(); ++i)
-        if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
-            if (view->page()->set_missing(lacking))
-                view->refresh();
+    if (view->page()->set_missing(lacking))
+        view->refresh();
 }

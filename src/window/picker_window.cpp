@@ -106,6 +106,8 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     connect(tabWidget->tabBar(), SIGNAL(tabMoved(int, int)), this, SLOT(updateSceneData()));
     // Each tab has targets of its own.
     connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateControls()));
+    // Only the tab shown is checked for missing objects: one shown anew may be behind.
+    connect(tabWidget, &QTabWidget::currentChanged, this, [this] { check_objects_later(); });
 
     parse_picker_config(recent_pickers_path());
     --sceneQuiet;
