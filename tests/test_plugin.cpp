@@ -78,6 +78,15 @@ private slots:
         QTest::newRow("current namespace elsewhere")
             << "namespace -add x; namespace -add y -p \":x\"; namespace -set \":\";"
             << QStringList{"x", "x:y", ":"};
+        // Listed from the root whatever namespace is current, and the
+        // current one's children by their full names.
+        QTest::newRow("current namespace inside a character")
+            << "namespace -add hero; namespace -add face -p \":hero\"; namespace -add prop;"
+               "namespace -set \":hero\";"
+            << QStringList{"hero", "hero:face", "prop", ":"};
+        QTest::newRow("current namespace deeper")
+            << "namespace -add hero; namespace -add face -p \":hero\"; namespace -set \":hero:face\";"
+            << QStringList{"hero", "hero:face", ":"};
     }
 
     void namespace_script_lists_parents_first()
