@@ -85,14 +85,17 @@ private slots:
         QTest::newRow("empty list") << "cmds.select(cl=True)" << "cmds.ls(sl=True)" << "[]";
         QTest::newRow("no result is None") << "" << "cmds.select(cl=True)" << "None";
         QTest::newRow("string result") << "" << "cmds.createNode('joint', n='knee', ss=True)" << "'knee'";
-        QTest::newRow("int result") << "" << "cmds.objExists('hero:arm')" << "1";
+        // Maya's Python answers yes-or-no questions with bool, not MEL's 1 and 0.
+        QTest::newRow("bool result") << "" << "cmds.objExists('hero:arm')" << "True";
+        QTest::newRow("bool result, no") << "" << "cmds.objExists('hero:nothing')" << "False";
+        QTest::newRow("bool by a flag") << "" << "cmds.namespace(exists='hero')" << "True";
         QTest::newRow("float result") << "" << "cmds.getApplicationVersionAsFloat()" << "2022.0";
         QTest::newRow("query") << "cmds.currentUnit(linear='meter')" << "cmds.currentUnit(q=True, linear=True)"
                                << "'meter'";
         QTest::newRow("query by long name, flag first") << "cmds.file(modified=True)"
-                                                        << "cmds.file(modified=True, query=True)" << "1";
+                                                        << "cmds.file(modified=True, query=True)" << "True";
         QTest::newRow("boolean value flag off") << "cmds.file(modified=True); cmds.file(mf=False)"
-                                                << "cmds.file(q=True, mf=True)" << "0";
+                                                << "cmds.file(q=True, mf=True)" << "False";
         QTest::newRow("MEL built-in") << "" << "cmds.match('b+', 'abbbc')" << "'bbb'";
         QTest::newRow("array to a built-in") << "" << "cmds.size(['a', 'b', 'c'])" << "3";
         QTest::newRow("plug-in command") << "cmds.QuillmarshPicker(); cmds.QuillmarshPicker('rename_tab', 'body')"
@@ -311,7 +314,7 @@ cmds.QuillmarshPicker('saveas', r'%1')
         QVERIFY(!h.execute_python("def again():\n    return cmds.python('again()')\nagain()"));
         QVERIFY(!errors().isEmpty());
         // Still usable afterwards.
-        QCOMPARE(repr("", "cmds.objExists('hero:arm')"), QString("1"));
+        QCOMPARE(repr("", "cmds.objExists('hero:arm')"), QString("True"));
     }
 
     void cleanupTestCase() { picker_main::cleanup(); }

@@ -63,9 +63,28 @@ def _arguments(command, args, kwargs):
             out += [flag, _value(v)]
     return out + [_value(a) for a in args]
 
+# Where Maya's Python commands answer True or False rather than MEL's 1 or
+# 0: always (a name), or when one of these flags is given.
+_BOOL_ANSWERS = {
+    'objExists': None,
+    'namespace': ('exists', 'ex'),
+    'namespaceInfo': ('isRootNamespace', 'ir'),
+    'pluginInfo': ('loaded', 'l'),
+    'file': ('modified', 'mf'),
+}
+
+def _answers_bool(name, kwargs):
+    if name not in _BOOL_ANSWERS:
+        return False
+    flags = _BOOL_ANSWERS[name]
+    return flags is None or any(kwargs.get(f) is not None and kwargs.get(f) is not False for f in flags)
+
 def _command(name):
     def command(*args, **kwargs):
-        return _q.call(name, _arguments(name, args, kwargs))
+        result = _q.call(name, _arguments(name, args, kwargs))
+        if type(result) is int and _answers_bool(name, kwargs):
+            return bool(result)
+        return result
     command.__name__ = command.__qualname__ = name
     command.__module__ = 'maya.cmds'
     return command
