@@ -5,6 +5,9 @@
 #include "pkr_file.h"
 #include "model/scene_data.h"
 
+#include <maya/MEventMessage.h>
+#include <maya/MMessage.h>
+
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
@@ -95,6 +98,35 @@ private slots:
         QFETCH(QStringList, expected);
         run(setup);
         QCOMPARE(result("picker_ListNamespaces"), expected);
+    }
+
+    // A selection callback (a script job) that selects through the picker
+    // while the picker is selecting gets an error instead of waiting on it
+    // for ever.
+    void a_selection_callback_calling_back_in_gets_an_error()
+    {
+        characters();
+        QVERIFY(run("QuillmarshPicker"));
+        struct reentry {
+            sandbox::host* host;
+            int calls = 0;
+            bool nested = true;
+        } r{&h};
+        const MCallbackId id = MEventMessage::addEventCallback(
+            "SelectionChanged",
+            [](void* data) {
+                auto* r = static_cast<reentry*>(data);
+                if (r->calls++ == 0)
+                    r->nested = r->host->execute("QuillmarshPicker select hero:leg");
+            },
+            &r);
+        const bool outer = run("QuillmarshPicker select hero:arm");
+        MMessage::removeCallback(id);
+        QVERIFY(outer);
+        QVERIFY(!r.nested);
+        QVERIFY2(h.output_text().contains("a selection callback cannot change it through the picker"),
+                 qPrintable(h.output_text()));
+        QCOMPARE(h.selection(), QStringList{"hero:arm"});
     }
 
     void opening_the_window_restores_what_the_scene_holds()

@@ -398,9 +398,19 @@ void load_script(const QString& name)
 
 // ----- Selection directives
 
+namespace {
+
+// The picker holds the lock while it changes the host's selection; a
+// selection callback (a script job) that calls back in would wait on it
+// for ever.
+const char* const reentered = "the picker is changing the selection already; a selection callback cannot change it through the picker";
+
+} // namespace
+
 MStatus picker_main::clear_selection(const MStringArray& args)
 {
-    mutex_.lock();
+    if (!mutex_.tryLock(0))
+        return script_error("clear", reentered);
     MStatus status = MGlobal::clearSelectionList();
     mutex_.unlock();
     selection_settled(args);
@@ -411,7 +421,8 @@ MStatus picker_main::select_objects(const MStringArray& args)
 {
     if (args.length() == 0)
         return clear_selection(args);
-    mutex_.lock();
+    if (!mutex_.tryLock(0))
+        return script_error("select", reentered);
     MStatus status = MStatus::kFailure;
     QStringList refused;
     unsigned first = 0;
