@@ -3,6 +3,7 @@
 #include "edit/button_commands.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
+#include "model/scene_room.h"
 #include "view/picker_view.h"
 
 #include <QByteArray>
@@ -36,10 +37,7 @@ void handle_paste(picker_view* view, bool inPlace)
     const QByteArray payload = data->data(format);
     QDataStream in(payload);
     const QList<buttonAttributes> buttons = readButtonAttributes(in);
-    qint64 names = 0;
-    for (const buttonAttributes& a : buttons)
-        names += a.names.size();
-    const QString why = view->no_room_for(buttons.size(), names);
+    const QString why = view->no_room_for(buttons.size(), names_in(buttons));
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Paste refused: %1.").arg(why));
         return;

@@ -3,10 +3,23 @@
 // read back as they were written.
 #pragma once
 
+#include "model/button_model.h"
+
+#include <QList>
 #include <QString>
 #include <QVector>
 
 class picker_page;
+
+// Names on these buttons together: what no_room weighs them by.
+template <class Buttons>
+qint64 names_in(const Buttons& buttons)
+{
+    qint64 names = 0;
+    for (const buttonAttributes& a : buttons)
+        names += a.names.size();
+    return names;
+}
 
 // Empty when `page` (one of `pages`) can take `more_buttons` holding
 // `more_names` names within a picker's and the scene's limits and the scene

@@ -432,10 +432,7 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
     int alreadyThere = 0;
     QList<buttonAttributes> copies =
         mirror::mirrored_copies(view->page(), view->page()->lit_rows(), twiceAxis, mirror::patterns(), &alreadyThere);
-    qint64 names = 0;
-    for (const buttonAttributes& a : copies)
-        names += a.names.size();
-    const QString why = view->no_room_for(copies.size(), names);
+    const QString why = view->no_room_for(copies.size(), names_in(copies));
     if (!why.isEmpty())
         return script_error(directive, why);
     if (copies.isEmpty() && alreadyThere == 0)

@@ -429,10 +429,7 @@ void picker_view::mirror_buttons()
                                                                    mirror::default_twice_axis(page_), mirror::patterns());
     if (copies.isEmpty())
         return;
-    qint64 names = 0;
-    for (const buttonAttributes& a : copies)
-        names += a.names.size();
-    const QString why = no_room_for(copies.size(), names);
+    const QString why = no_room_for(copies.size(), names_in(copies));
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Mirror refused: %1.").arg(why));
         return;

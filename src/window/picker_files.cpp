@@ -100,14 +100,6 @@ bool read_picker_file(const QString& path, pkr_contents& contents, QString* why,
     return result == read_open::ok && read_pkr(file, contents, why);
 }
 
-qint64 names_in(const pkr_contents& contents)
-{
-    qint64 names = 0;
-    for (const buttonAttributes& a : contents.buttons)
-        names += a.names.size();
-    return names;
-}
-
 // A tab for a picker that was read; the warning for what it lost, if anything.
 QString add_picker_tab(picker_window* window, const QString& path, const pkr_contents& contents)
 {
@@ -180,7 +172,7 @@ void picker_window::load_pickers(const QStringList& paths)
                 return;
             continue;
         }
-        const QString full = no_room(pages(), nullptr, contents.buttons.size(), 1, names_in(contents));
+        const QString full = no_room(pages(), nullptr, contents.buttons.size(), 1, names_in(contents.buttons));
         if (!full.isEmpty()) {
             const QString native = QDir::toNativeSeparators(paths[i]);
             QMessageBox::critical(this, "Open Failed", QString("\"%1\" was not opened: %2.").arg(native, full));
@@ -213,7 +205,7 @@ bool picker_window::open_for_script(const QStringList& paths, QString* why)
     qint64 buttons = 0, names = 0;
     for (const pkr_contents& contents : all) {
         buttons += contents.buttons.size();
-        names += names_in(contents);
+        names += names_in(contents.buttons);
     }
     const QString full = no_room(pages(), nullptr, buttons, int(all.size()), names);
     if (!full.isEmpty()) {

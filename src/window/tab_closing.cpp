@@ -100,8 +100,7 @@ void picker_window::keep_closed(const picker_view* view)
     for (int i = 0; i < closed.size(); ++i) {
         const closed_tab& t = closed[i];
         buttons += t.buttons.size();
-        for (const buttonAttributes& a : t.buttons)
-            names += a.names.size();
+        names += names_in(t.buttons);
         if (!t.picture.isNull() && !pictures.contains(t.picture)) {
             pictures << t.picture;
             bytes += t.picture.png().size();
@@ -121,10 +120,7 @@ bool picker_window::reopen_closed_tab()
         return false;
     }
     const closed_tab& tab = closed.first();
-    qint64 names = 0;
-    for (const buttonAttributes& a : tab.buttons)
-        names += a.names.size();
-    QString why = no_room(pages(), nullptr, tab.buttons.size(), 1, names);
+    QString why = no_room(pages(), nullptr, tab.buttons.size(), 1, names_in(tab.buttons));
     if (why.isEmpty() && !within_scene_budget(scene_pictures() << tab.picture))
         why = scene_budget_exceeded();
     if (!why.isEmpty()) {
