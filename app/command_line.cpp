@@ -13,7 +13,9 @@ QString usage_text()
            "[--mel-file FILE]...\n"
            "                          [--py TEXT]... [--py-file FILE]...\n"
            "                          [--picker-size WIDTHxHEIGHT] [--picker-zoom ZOOM]\n"
-           "                          [--screenshot FILE.png] [--save-scene FILE.ma] [--quit]\n";
+           "                          [--screenshot FILE.png] [--save-scene FILE.ma] [--quit]\n"
+           "       quillmarsh-sandbox --batch [scene.ma] [--plugin PATH] [--mel TEXT]... [--mel-file FILE]...\n"
+           "                          [--py TEXT]... [--py-file FILE]... [--save-scene FILE.ma]\n";
 }
 
 bool parse_command_line(const QStringList& args, app_options* options, QString* error)
@@ -24,10 +26,14 @@ bool parse_command_line(const QStringList& args, app_options* options, QString* 
             options->quit = true;
             continue;
         }
+        if (arg == "--batch") {
+            options->batch = true;
+            continue;
+        }
         if (value_options.contains(arg)) {
             // An option name where a value belongs is a forgotten value, not
             // a file called "--quit".
-            if (i + 1 >= args.size() || args[i + 1] == "--quit"
+            if (i + 1 >= args.size() || args[i + 1] == "--quit" || args[i + 1] == "--batch"
                 || value_options.contains(args[i + 1])) {
                 *error = QString("%1 needs a value").arg(arg);
                 return false;
@@ -62,6 +68,15 @@ bool parse_command_line(const QStringList& args, app_options* options, QString* 
             return false;
         }
         options->scene = arg;
+    }
+    if (options->batch) {
+        for (const app_step& step : qAsConst(options->steps)) {
+            if (step.what == app_step::screenshot || step.what == app_step::picker_size
+                || step.what == app_step::picker_zoom) {
+                *error = "--screenshot, --picker-size and --picker-zoom need the interface, which --batch has not";
+                return false;
+            }
+        }
     }
     return true;
 }

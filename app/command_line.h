@@ -17,6 +17,8 @@ struct app_options {
     QString plugin; // empty: the module beside the executable
     QVector<app_step> steps;
     bool quit = false;
+    // Like maya -batch: no interface at all, and the run ends when the steps do.
+    bool batch = false;
 };
 
 // Fills *options from the arguments after the program name; false with

@@ -1,5 +1,6 @@
 // quillmarsh-sandbox: a stand-alone host for trying and authoring pickers
 // without Maya, and for scripted runs (tests, screenshots for the docs).
+#include "batch_session.h"
 #include "command_line.h"
 #include "dialog_closer.h"
 #include "picker_steps.h"
@@ -17,9 +18,6 @@ int main(int argc, char* argv[])
     QStringList args;
     for (int i = 1; i < argc; ++i)
         args << QString::fromLocal8Bit(argv[i]);
-    // Qt would take "--plugin PATH" as its own option, so it sees none of ours.
-    int qt_argc = 1;
-    QApplication app(qt_argc, argv);
     if (args.contains("--help") || args.contains("-h")) {
         std::fputs(usage_text().toUtf8().constData(), stdout);
         return 0;
@@ -30,6 +28,14 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "quillmarsh-sandbox: %s\n%s", qUtf8Printable(error), qUtf8Printable(usage_text()));
         return 2;
     }
+    // Qt would take "--plugin PATH" as its own option, so it sees none of ours.
+    int qt_argc = 1;
+    if (options.batch) {
+        // As in Maya's batch mode, any widget made in this process aborts it.
+        QCoreApplication app(qt_argc, argv);
+        return run_batch(options);
+    }
+    QApplication app(qt_argc, argv);
 
     auto& host = sandbox::host::instance();
     sandbox_window window(options.quit);

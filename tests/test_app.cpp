@@ -216,6 +216,40 @@ private slots:
         QVERIFY2(card > 500, qPrintable(QString::number(card)));
     }
 
+    void batch_runs_have_no_interface()
+    {
+        // Like maya -batch: no QApplication (a widget would abort the run),
+        // idle texts wait for flushIdleQueue, and the picker refuses what needs
+        // its window instead of making one.
+        run_result run = launch({"--batch", DEMO_SCENE, "--mel", "evalDeferred \"print \\\"later\\\\n\\\"\"",
+                                 "--mel", "print \"now\\n\"", "--mel", "QuillmarshPicker query_tabs", "--mel",
+                                 "QuillmarshPicker", "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
+                                 "--mel", "QuillmarshPicker select \"hero:L_hand_ctrl\"; print(`ls -sl`)",
+                                 "--save-scene", "@dir/batch.ma"},
+                                SANDBOX_APP);
+        const QString output = run.lines.join('\n') + run.errors;
+        QVERIFY2(in_order(run.lines, {"now", "// Error: QuillmarshPicker - query_tabs: needs Maya's interface...",
+                                      "// Error: QuillmarshPicker: there is no picker window...", "later",
+                                      "hero:L_hand_ctrl"}),
+                 qPrintable(output));
+        QVERIFY2(!output.contains("QWidget"), qPrintable(output));
+        QCOMPARE(run.status, 1);
+        // The scene keeps its pickers through a batch save.
+        auto entries = [](const QString& path) {
+            QFile file(path);
+            QList<QByteArray> found;
+            if (file.open(QIODevice::ReadOnly))
+                for (const QByteArray& line : file.readAll().split('\n'))
+                    if (line.startsWith("fileInfo"))
+                        found << line;
+            return found;
+        };
+        QVERIFY(!entries(DEMO_SCENE).isEmpty());
+        QCOMPARE(entries(dir_.filePath("batch.ma")), entries(DEMO_SCENE));
+
+        QCOMPARE(launch({"--batch", "--screenshot", "@dir/x.png"}).status, 2);
+    }
+
     void module_scripts_open_the_picker()
     {
         // The procedures a studio install puts on Maya's script path, in MEL

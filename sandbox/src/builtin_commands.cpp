@@ -538,6 +538,16 @@ value mel_eval_deferred(host& h, const args_t& args)
     return value();
 }
 
+// What a batch session (mayapy, maya -batch) has to ask for: nothing else
+// runs the texts queued for idle time there.
+value mel_flush_idle_queue(host& h, const args_t& args)
+{
+    if (!args.isEmpty())
+        fail("flushIdleQueue", "It takes no arguments.");
+    h.drain_idle();
+    return value();
+}
+
 struct builtin {
     const char* name;
     value (*run)(host&, const args_t&);
@@ -556,6 +566,7 @@ const builtin builtins[] = {
     {"getApplicationVersionAsFloat", mel_application_version},
     {"python", mel_python},
     {"evalDeferred", mel_eval_deferred},
+    {"flushIdleQueue", mel_flush_idle_queue},
     {"requires", mel_requires},
     {"currentUnit", mel_current_unit},
     {"loadPlugin", mel_load_plugin},

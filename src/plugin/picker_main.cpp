@@ -94,8 +94,8 @@ QByteArray scene_entry(const QString& key)
 } // namespace
 
 const picker_main::directive_entry picker_main::directives[] = {
-    {"clear", &picker_main::clear_selection},
-    {"select", &picker_main::select_objects},
+    {"clear", &picker_main::clear_selection, true},
+    {"select", &picker_main::select_objects, true},
     {"restore", &picker_main::fetch_pickerdata},
     {"fetch_image", &picker_main::fetch_image},
     {"set_background", &picker_main::set_background},
@@ -126,8 +126,8 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"set_button_properties", &picker_main::set_button_properties},
     {"press_button", &picker_main::press_button},
     {"mirror_buttons", &picker_main::mirror_buttons},
-    {"set_mirror_patterns", &picker_main::set_mirror_patterns},
-    {"get_mirror_patterns", &picker_main::get_mirror_patterns},
+    {"set_mirror_patterns", &picker_main::set_mirror_patterns, true},
+    {"get_mirror_patterns", &picker_main::get_mirror_patterns, true},
     {"get_namespaces", &picker_main::get_namespaces},
     {"enable_batch_mode", &picker_main::enable_batch_mode},
     {"disable_batch_mode", &picker_main::disable_batch_mode},
@@ -177,10 +177,14 @@ MStatus picker_main::doIt(const MArgList& args)
         report_error(status, "could not determine the number of parameters");
         return status;
     }
-    if (!window_)
-        create_window();
-
     if (n == 0) {
+        if (!has_interface()) {
+            MGlobal::displayError(to_m(QString("%1: there is no picker window without Maya's interface (batch mode)")
+                                           .arg(texts::command_name)));
+            return MStatus::kFailure;
+        }
+        if (!window_)
+            create_window();
         if (!window_->isVisible())
             window_->showNormal();
         else if (window_->isActiveWindow())
@@ -220,11 +224,25 @@ MStatus picker_main::doIt(const MArgList& args)
     return process_command(directive, list);
 }
 
+bool picker_main::has_interface()
+{
+    // Batch mode, mayapy and a standalone application have no QApplication:
+    // a widget made there aborts Maya.
+    return MGlobal::mayaState() == MGlobal::kInteractive;
+}
+
 MStatus picker_main::process_command(const MString& directive, const MStringArray& args)
 {
-    for (const directive_entry& entry : directives)
-        if (directive == entry.name)
-            return (this->*entry.run)(args);
+    for (const directive_entry& entry : directives) {
+        if (directive != entry.name)
+            continue;
+        if (!entry.headless && !has_interface())
+            return script_error(entry.name, "needs Maya's interface: the pickers live in its window, which batch "
+                                            "mode has not; the scene keeps the pickers it holds");
+        if (!window_ && has_interface())
+            create_window();
+        return (this->*entry.run)(args);
+    }
     MGlobal::displayError(to_m(QString("%1 - unknown directive: %2").arg(texts::command_name, to_q(directive))));
     return MStatus::kFailure;
 }

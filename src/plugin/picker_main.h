@@ -67,6 +67,8 @@ public:
 
 private:
     static void create_window();
+    // Whether widgets may exist in this session.
+    static bool has_interface();
     // Rebuilds the window from picker data; from_scene: the text is what the
     // scene holds, so nothing needs writing back.
     static MStatus restore_window(const MStringArray& args, bool from_scene);
@@ -120,6 +122,7 @@ private:
     struct directive_entry {
         const char* name;
         handler run;
+        bool headless = false; // works without the window
     };
     static const directive_entry directives[];
 };
