@@ -349,13 +349,16 @@ private slots:
         recording_host host;
         picker_window w(nullptr);
         picker_view* view = w.frontPicker();
-        w.setImageData(view);
-        w.removeImageData(QString());
-        QVERIFY2(host.mel.isEmpty() && host.now.isEmpty(), "no key, no command");
+        w.flushSceneData(true);
+        QVERIFY2(host.now.filter("QuillmarshPickerImage_").isEmpty(), "no key, no command");
         give_background(view, "99");
-        host.mel.clear();
-        w.removeImageData("99");
-        QCOMPARE(host.now, QStringList{"fileInfo -remove \"QuillmarshPickerImage_99\"; file -modified 1;"});
+        w.adoptScene(w.encodedSceneData(), {"99"});
+        host.clear();
+        view->setBackground(QString(), png_picture());
+        w.flushSceneData(false);
+        QCOMPARE(host.now.filter("QuillmarshPickerImage_"),
+                 QStringList{"fileInfo -remove \"QuillmarshPickerImage_99\"; file -modified 1;"});
+        host.clear();
         w.request_rebind(true);
         w.request_rebind(false);
         QCOMPARE(host.mel, (QStringList{"QuillmarshPicker \"rebind\" `picker_ListNamespaces`;",

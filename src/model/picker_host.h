@@ -8,6 +8,9 @@
 
 class picker_host {
 public:
+    // The command the picker's own texts call.
+    static constexpr const char* command = "QuillmarshPicker";
+
     virtual ~picker_host();
     virtual void run_mel_on_idle(const QString& text) = 0;
     virtual void run_python_on_idle(const QString& text) = 0;

@@ -80,8 +80,8 @@ QRectF inside_pen(const QRectF& r, const QPen& pen)
 
 } // namespace
 
-picker_view::picker_view(picker_window* w)
-    : QWidget(w), window(w), overlays(this), page_(new picker_page(this))
+picker_view::picker_view(picker_window* w, picker_page* page)
+    : QWidget(w), window(w), overlays(this), page_(page ? page : new picker_page(this))
 {
     connect(page_, &picker_page::touched, this, &picker_view::refresh);
     connect(page_, SIGNAL(changed(page_notice)), this, SLOT(page_changed(page_notice)));

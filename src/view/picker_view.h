@@ -46,7 +46,8 @@ class picker_view : public QWidget {
     Q_OBJECT
 
 public:
-    explicit picker_view(picker_window* window);
+    // Draws the page, which outlives the view; without one it has its own.
+    explicit picker_view(picker_window* window, picker_page* page = nullptr);
     ~picker_view() override;
 
     // ----- Coordinates: widget = picker * zoom + shift; back again truncated

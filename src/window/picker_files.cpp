@@ -104,24 +104,22 @@ bool read_picker_file(const QString& path, pkr_contents& contents, QString* why,
 QString add_picker_tab(picker_window* window, const QString& path, const pkr_contents& contents)
 {
     const pkr_header& header = contents.header;
-    picker_view* view = new picker_view(window);
+    picker_book* book = window->book();
+    picker_page* page = book->append(header.name);
+    picker_view* view = window->view_of(page);
     if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
-        window->place_background(view, header.backgroundKey, header.background);
-    view->page()->set_name(header.name);
-    view->page()->insert_all(QVector<buttonAttributes>(contents.buttons));
+        book->place_background(page, header.backgroundKey, header.background);
+    page->insert_all(QVector<buttonAttributes>(contents.buttons));
     // A tab that lost anything on the way in is not tied to its file, so
     // a save can never overwrite the file with less than it held.
-    const bool key_refused = !header.background.isNull() && view->backgroundKey().isEmpty();
+    const bool key_refused = !header.background.isNull() && page->background_key().isEmpty();
     const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
     if (whole) {
-        view->setPath(path);
-        view->page()->mark_saved();
+        page->set_path(path);
+        page->mark_saved();
     }
-    int index = window->tabs()->addTab(view, view->page()->name());
-    window->connect_picker(view);
-    window->tabs()->setCurrentIndex(index);
+    book->set_current(book->index_of(page));
     window->frame_when_shown(view);
-    window->updateSceneData();
     pickers_to_bind().append(view);
     window->request_rebind(false);
     return whole ? QString() : damage_text(path, contents, key_refused);

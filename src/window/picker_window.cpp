@@ -33,6 +33,8 @@
 #include <QUndoStack>
 #include <QVBoxLayout>
 
+#include <optional>
+
 QDockWidget* picker_window::dock_ = nullptr;
 
 namespace {
@@ -60,9 +62,11 @@ void clear_layout(QLayout* layout)
     }
 }
 
-picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
+picker_window::picker_window(QDockWidget* dock) : QWidget(dock), book_(new picker_book(this))
 {
-    ++sceneQuiet;
+    // Nothing made while building is a change the scene has to hear of.
+    std::optional<picker_book::quiet> building;
+    building.emplace(book_);
     dock_ = dock;
     init_picker_resources();
     buttonRecord::set_selection_list(&selection_list());
@@ -76,6 +80,12 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     tabWidget->setMovable(true);
     tabWidget->setTabsClosable(true);
     tabWidget->setElideMode(Qt::ElideRight);
+    connect(book_, &picker_book::added, this, &picker_window::page_added);
+    connect(book_, &picker_book::removing, this, &picker_window::page_removing);
+    connect(book_, &picker_book::current_changed, this, [this](int index) {
+        if (index >= 0 && tabWidget->currentIndex() != index)
+            tabWidget->setCurrentIndex(index);
+    });
     make_menus();
 
     new_tab();
@@ -102,15 +112,15 @@ picker_window::picker_window(QDockWidget* dock) : QWidget(dock)
     connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(settle_focus()));
     connect(QApplication::clipboard(), SIGNAL(dataChanged()), this, SLOT(update_paste_actions()));
     // Which tab is current, and the tab order, are part of what the scene keeps.
-    connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateSceneData()));
-    connect(tabWidget->tabBar(), SIGNAL(tabMoved(int, int)), this, SLOT(updateSceneData()));
+    connect(tabWidget, &QTabWidget::currentChanged, book_, &picker_book::set_current);
+    connect(tabWidget->tabBar(), &QTabBar::tabMoved, book_, &picker_book::move);
     // Each tab has targets of its own.
     connect(tabWidget, SIGNAL(currentChanged(int)), this, SLOT(updateControls()));
     // Only the tab shown is checked for missing objects: one shown anew may be behind.
     connect(tabWidget, &QTabWidget::currentChanged, this, [this] { check_objects_later(); });
 
     parse_picker_config(recent_pickers_path());
-    --sceneQuiet;
+    building.reset();
     adoptScene(encodedSceneData());
     update_actions();
     settle_focus();
@@ -120,6 +130,7 @@ picker_window::~picker_window()
 {
     // Pages go without touching the scene's image entries: the scene keeps them.
     closing = true;
+    book_->set_closing();
     clear_tabs();
     write_recent();
 }
@@ -214,39 +225,17 @@ picker_view* picker_window::frontPicker() const
 
 void picker_window::connect_picker(picker_view* view)
 {
-    connect(view, SIGNAL(changed()), this, SLOT(updateSceneData()));
     connect(view->page(), &picker_page::modified_changed, this, [this, view] { show_tab_name(view); });
+    connect(view->page(), &picker_page::changed, this, [this, view](const page_notice& notice) {
+        if (notice.fields & (page_field::name | page_field::path))
+            show_tab_name(view);
+    });
     show_tab_name(view);
     QUndoStack* stack = view->undoer();
     connect(stack, SIGNAL(canUndoChanged(bool)), this, SLOT(update_undo_actions()));
     connect(stack, SIGNAL(canRedoChanged(bool)), this, SLOT(update_undo_actions()));
     connect(stack, SIGNAL(undoTextChanged(QString)), this, SLOT(update_undo_actions()));
     connect(stack, SIGNAL(redoTextChanged(QString)), this, SLOT(update_undo_actions()));
-    if (noticesHeld) {
-        view->page()->hold_notices();
-        heldPages.append(view->page());
-    }
-}
-
-void picker_window::hold_notices(bool on)
-{
-    if (on == noticesHeld)
-        return;
-    noticesHeld = on;
-    if (on) {
-        for (int i = 0; i < tabWidget->count(); ++i) {
-            if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i))) {
-                view->page()->hold_notices();
-                heldPages.append(view->page());
-            }
-        }
-        return;
-    }
-    const QList<QPointer<picker_page>> held = std::move(heldPages);
-    heldPages.clear();
-    for (const QPointer<picker_page>& page : held)
-        if (page)
-            page->release_notices();
 }
 
 bool picker_window::new_tab()
@@ -256,42 +245,62 @@ bool picker_window::new_tab()
         picker_host::instance().warn(QString("New tab refused: %1.").arg(why));
         return false;
     }
-    picker_view* view = new picker_view(this);
-    view->page()->set_name("Untitled");
-    view->page()->mark_saved();
-    int index = tabWidget->addTab(view, "Untitled");
-    tabWidget->setCurrentIndex(index);
-    connect_picker(view);
-    updateSceneData();
+    book_->append("Untitled");
+    book_->set_current(book_->count() - 1);
     return true;
 }
 
-void picker_window::reset()
+void picker_window::updateSceneData()
 {
-    // The scene these tabs came from is going away: nothing of it is touched,
-    // and the next scene starts with nothing pending and no selection.
-    ++sceneQuiet;
-    clear_tabs();
-    new_tab();
-    --sceneQuiet;
-    sceneNewer = false;
-    setSelection(QStringList());
-    adoptScene(encodedSceneData());
+    book_->touch();
 }
 
-void picker_window::close_tab(int index)
+picker_view* picker_window::view_of(const picker_page* page) const
+{
+    for (int i = 0; i < tabWidget->count(); ++i)
+        if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i)); view && view->page() == page)
+            return view;
+    return nullptr;
+}
+
+void picker_window::page_added(int index)
+{
+    picker_page* page = book_->page(index);
+    auto* view = new picker_view(this, page);
+    tabWidget->insertTab(index, view, page->name());
+    connect_picker(view);
+}
+
+void picker_window::page_removing(int index)
 {
     picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(index));
     if (!view)
         return;
     // Only tabs closed by the animator or a script are kept: a scene going
     // away or the window closing take theirs with them.
-    if (!closing && !sceneQuiet)
+    if (!closing && !book_->is_quiet())
         keep_closed(view);
     tabWidget->removeTab(index);
     delete view;
-    // The next flush drops the image entries no open tab uses any more.
-    updateSceneData();
+}
+
+void picker_window::reset()
+{
+    // The scene these tabs came from is going away: nothing of it is touched,
+    // and the next scene starts with nothing pending and no selection.
+    {
+        picker_book::quiet going(book_);
+        clear_tabs();
+        new_tab();
+    }
+    book_->keep_newer(false);
+    setSelection(QStringList());
+    adoptScene(encodedSceneData());
+}
+
+void picker_window::close_tab(int index)
+{
+    book_->remove(index);
 }
 
 void picker_window::clear_tabs()

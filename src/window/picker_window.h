@@ -14,9 +14,9 @@
 
 #include <functional>
 
+#include "model/picker_book.h"
 #include "model/picker_page.h"
 #include "model/png_picture.h"
-#include "model/scene_writer.h"
 #include "model/scene_text.h"
 
 class QAction;
@@ -65,13 +65,17 @@ public:
 
     picker_view* frontPicker() const;
     QTabWidget* tabs() const { return tabWidget; }
+    // The pages the tabs show, in tab order, and what the scene holds of them.
+    picker_book* book() const { return book_; }
+    // The tab showing the page; null when none does.
+    picker_view* view_of(const picker_page* page) const;
     void reset();
     void connect_picker(picker_view* view);
     // While held (a script's batch mode), each tab's edits are announced
     // once, when the hold ends: the scene is written and the toolbox
     // brought up to date then. Tabs made meanwhile are held too.
-    void hold_notices(bool on);
-    bool notices_held() const { return noticesHeld; }
+    void hold_notices(bool on) { book_->hold_notices(on); }
+    bool notices_held() const { return book_->notices_held(); }
     void request_rebind(bool rebind);
     void setWidgetShortcut(QAction* action, const QKeySequence& key) const;
 
@@ -129,61 +133,41 @@ public:
     void check_objects_later();
     void check_objects();
 
-    // ----- Scene storage
-    // The window keeps its own record of what the scene holds (the data text
-    // and the image entries it wrote or read), so that a change is written
-    // once, when the host is next idle, and an untouched scene is never
-    // marked modified.
-    // Writes now whatever differs from the scene; without force only when a
-    // change is pending. True when anything was written.
-    bool flushSceneData(bool force);
-    // The scene holds `text` as its picker data and an image entry for each
-    // of `images`; nothing is pending.
-    void adoptScene(const QByteArray& text, const QSet<QString>& images = QSet<QString>());
-    // The keys of the image entries the scene holds, as far as the window knows.
-    const QSet<QString>& sceneImageKeys() const { return sceneImages; }
-    // Gives every tab with a key its picture from the scene's entry for that
-    // key, `entry` returning an entry's text (empty when the scene has
-    // none). Entries are asked for and decoded one at a time, within the
-    // scene's pixel budget. Older data that carried its pictures is checked
-    // against the entries instead. Returns what could not be loaded, one
-    // line a picture; those tabs keep their keys.
-    QStringList load_scene_pictures(const std::function<QByteArray(const QString& entry)>& entry);
-    // The pictures the tabs show (a shared one once a tab), but those of
-    // `except` and of the tabs under `except_key`.
+    // ----- Scene storage, kept by the book (see picker_book.h)
+    bool flushSceneData(bool force) { return book_->flush(force); }
+    void adoptScene(const QByteArray& text, const QSet<QString>& images = QSet<QString>())
+    {
+        book_->adopt(text, images);
+    }
+    const QSet<QString>& sceneImageKeys() const { return book_->scene_image_keys(); }
+    QStringList load_scene_pictures(const std::function<QByteArray(const QString& entry)>& entry)
+    {
+        return book_->load_scene_pictures(entry);
+    }
     QList<png_picture> scene_pictures(const picker_view* except = nullptr,
                                       const QString& except_key = QString()) const;
-    // The window as the scene stores it.
-    QByteArray encodedSceneData() const;
-    // The tabs' pages, in tab order.
-    QVector<const picker_page*> pages() const;
-    bool sceneChangePending() const { return sceneDirty; }
-    // The scene's picker data is of a newer version than this picker reads:
-    // nothing is written to the scene until another scene is loaded.
-    void keepNewerScene() { sceneNewer = true; }
-    void setImageData(picker_view* view);
-    void removeImageData(const QString& key);
-    void setBackgroundImage(const QString& key, const png_picture& picture);
-    // Gives the view a background under a key no other tab uses for another
-    // picture (a key that is not one the picker makes means no background).
-    // False, with nothing changed, when the scene's pictures would exceed
-    // their pixel budget.
+    QByteArray encodedSceneData() const { return book_->encoded(); }
+    QVector<const picker_page*> pages() const { return book_->pages(); }
+    bool sceneChangePending() const { return book_->change_pending(); }
+    void keepNewerScene() { book_->keep_newer(); }
+    void setBackgroundImage(const QString& key, const png_picture& picture)
+    {
+        book_->set_background_image(key, picture);
+    }
     bool place_background(picker_view* view, const QString& key, const png_picture& picture);
     // Renames a tab: its page, which files and the scene keep, and the tab bar.
-    void set_tab_text(int index, const QString& text);
+    void set_tab_text(int index, const QString& text) { book_->rename(index, text); }
     // The tab's name as files, the scene and scripts know it; the tab bar
     // shows it with a mark while its picker has changes no file holds.
     QString tab_name(int index) const;
 
     // ----- Streams: every tab, for the scene
-    void streamTo(QDataStream& out) const;
+    void streamTo(QDataStream& out) const { book_->stream_to(out); }
+    // Replaces the tabs; data of a version this picker does not read is
+    // refused with a warning, and the tabs are kept.
     void streamFrom(QDataStream& in);
-    // What the last streamFrom could not read ("3 of 5 buttons, ..."); empty
-    // when it read everything.
-    const QString& lastStreamDamage() const { return streamDamage; }
-    // The last streamFrom met a version it does not read (newer, or below 1)
-    // and kept the tabs.
-    bool lastStreamTooNew() const { return streamTooNew; }
+    const QString& lastStreamDamage() const { return book_->last_damage(); }
+    bool lastStreamTooNew() const { return book_->last_too_new(); }
 
     // ----- Files
     // Reads "name = path" lines into the recent-pickers entries of the File menu.
@@ -368,18 +352,10 @@ private:
     void show_tab_name(picker_view* view);
     // After a save: the tab is no longer modified, and the host's output says so.
     void saved(picker_view* view, const QString& path);
-    QByteArray sceneText;
-    QSet<QString> sceneImages;
-    // Keeps the pieces of the last scene text for the next write.
-    mutable scene_writer sceneWriter;
-    bool noticesHeld = false;
-    QList<QPointer<picker_page>> heldPages;
-    QString streamDamage;
-    bool sceneDirty = false;
-    bool flushQueued = false;
-    bool sceneNewer = false;
-    bool streamTooNew = false;
-    int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
+    picker_book* book_ = nullptr;
+    // Views for the book's pages as they come and go.
+    void page_added(int index);
+    void page_removing(int index);
     bool buildingToolbox = false;
     int selectionUpdates = 0;
     // What postSelection sent, oldest first, until the host runs it.

@@ -127,22 +127,19 @@ bool picker_window::reopen_closed_tab()
         picker_host::instance().warn(QString("The tab \"%1\" was not reopened: %2.").arg(tab.name, why));
         return false;
     }
-    picker_view* view = new picker_view(this);
+    picker_page* page = book_->append(tab.name);
+    picker_view* view = view_of(page);
     if (!tab.picture.isNull())
-        place_background(view, tab.key, tab.picture);
-    picker_page* page = view->page();
-    page->set_name(tab.name);
+        book_->place_background(page, tab.key, tab.picture);
     page->insert_all(tab.buttons.toVector());
-    view->setPath(tab.path);
+    page->set_path(tab.path);
     if (!tab.modified)
         page->mark_saved();
     closed.removeFirst();
-    connect_picker(view);
-    tabWidget->setCurrentIndex(tabWidget->addTab(view, QString()));
+    book_->set_current(book_->index_of(page));
     show_tab_name(view);
     if (view->conform_to_selection())
         view->refresh();
     frame_when_shown(view);
-    updateSceneData();
     return true;
 }

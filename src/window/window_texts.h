@@ -1,11 +1,13 @@
 // Names and messages of the window, each kept in one place.
 #pragma once
 
+#include "model/picker_host.h"
+
 #include <QLatin1String>
 #include <QString>
 
 namespace texts {
-const char* const command_name = "QuillmarshPicker";
+const char* const command_name = picker_host::command;
 const char* const version = "2.0.1";
 // The About box shows the hour of this release's build as its build number.
 const char* const build_time = "19:42:50";
@@ -43,10 +45,4 @@ const QString image_key_refused =
 const QString tab_unbound = QStringLiteral("The tab is not tied to the file, so Save asks for a new name.");
 const QString save_write_failed =
     QStringLiteral("Could not save the file \"%1\": %2.\n\nThe previous file is unchanged.");
-const QString too_new = QStringLiteral(
-    "The scene file contains data\nin a format (%1) more recent than the version of the picker\n"
-    "installed in this machine can understand.  Please update\nthe picker, and try again.\n");
-const QString unknown_format = QStringLiteral(
-    "The scene file contains picker data in a format (%1) that no version of the picker writes.\n"
-    "It is kept in the scene as it is, and the pickers of this scene are not saved into it.");
 } // namespace texts
