@@ -219,35 +219,64 @@ private slots:
     void batch_runs_have_no_interface()
     {
         // Like maya -batch: no QApplication (a widget would abort the run),
-        // idle texts wait for flushIdleQueue, and the picker refuses what needs
-        // its window instead of making one.
+        // idle texts wait for flushIdleQueue, and the picker works on the
+        // scene's pickers without a window.
         run_result run = launch({"--batch", DEMO_SCENE, "--mel", "evalDeferred \"print \\\"later\\\\n\\\"\"",
-                                 "--mel", "print \"now\\n\"", "--mel", "QuillmarshPicker query_tabs", "--mel",
-                                 "QuillmarshPicker", "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
+                                 "--mel", "print \"now\\n\"", "--mel", "print(`QuillmarshPicker query_tabs`)",
+                                 "--mel", "QuillmarshPicker", "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
                                  "--mel", "QuillmarshPicker select \"hero:L_hand_ctrl\"; print(`ls -sl`)",
-                                 "--save-scene", "@dir/batch.ma"},
+                                 "--mel", "QuillmarshPicker saveas"},
                                 SANDBOX_APP);
         const QString output = run.lines.join('\n') + run.errors;
-        QVERIFY2(in_order(run.lines, {"now", "// Error: QuillmarshPicker - query_tabs: needs Maya's interface...",
-                                      "// Error: QuillmarshPicker: there is no picker window...", "later",
-                                      "hero:L_hand_ctrl"}),
+        QVERIFY2(in_order(run.lines, {"now", "hero", "sidekick", "// Warning: QuillmarshPicker: there is no picker window...",
+                                      "later", "hero:L_hand_ctrl",
+                                      "// Error: QuillmarshPicker - saveas: needs the path to save to..."}),
                  qPrintable(output));
         QVERIFY2(!output.contains("QWidget"), qPrintable(output));
         QCOMPARE(run.status, 1);
-        // The scene keeps its pickers through a batch save.
-        auto entries = [](const QString& path) {
-            QFile file(path);
+        QCOMPARE(launch({"--batch", "--screenshot", "@dir/x.png"}).status, 2);
+    }
+
+    void batch_builds_what_the_interface_builds()
+    {
+        // The demo's build script, run with and without the interface, gives
+        // the same scene data and picker files; a plain scene save keeps them.
+        const QString images = QFileInfo(DEMO_SCENE).absolutePath() + "/images";
+        auto build = [&](const QString& tag, bool batch) {
+            QStringList args;
+            if (batch)
+                args << "--batch";
+            args << "--mel-file" << QFileInfo(DEMO_SCENE).absolutePath() + "/build_demo.mel" << "--mel"
+                 << QString("quillmarshBuildDemo(\"%1\")").arg(images);
+            for (const char* tab : {"hero", "sidekick"})
+                args << "--mel" << QString("QuillmarshPicker set_tab %1; QuillmarshPicker saveas \"@dir/%2_%1.pkr\"")
+                                       .arg(tab, tag);
+            args << "--mel" << QString("file -rename \"@dir/%1.ma\"; file -save").arg(tag);
+            if (!batch)
+                args << "--quit";
+            return launch(args, SANDBOX_APP);
+        };
+        for (const bool batch : {false, true}) {
+            const run_result run = build(batch ? "batch" : "shown", batch);
+            QVERIFY2(run.status == 0, qPrintable(run.lines.join('\n') + run.errors));
+        }
+        auto bytes = [&](const QString& name) {
+            QFile file(dir_.filePath(name));
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        auto entries = [&](const QString& name) {
             QList<QByteArray> found;
-            if (file.open(QIODevice::ReadOnly))
-                for (const QByteArray& line : file.readAll().split('\n'))
-                    if (line.startsWith("fileInfo"))
-                        found << line;
+            for (const QByteArray& line : bytes(name).split('\n'))
+                if (line.startsWith("fileInfo"))
+                    found << line;
             return found;
         };
-        QVERIFY(!entries(DEMO_SCENE).isEmpty());
-        QCOMPARE(entries(dir_.filePath("batch.ma")), entries(DEMO_SCENE));
-
-        QCOMPARE(launch({"--batch", "--screenshot", "@dir/x.png"}).status, 2);
+        QCOMPARE(entries("batch.ma").size(), 3); // the data and two pictures
+        QCOMPARE(entries("batch.ma"), entries("shown.ma"));
+        for (const char* tab : {"hero", "sidekick"}) {
+            QVERIFY(!bytes(QString("batch_%1.pkr").arg(tab)).isEmpty());
+            QCOMPARE(bytes(QString("batch_%1.pkr").arg(tab)), bytes(QString("shown_%1.pkr").arg(tab)));
+        }
     }
 
     void module_scripts_open_the_picker()

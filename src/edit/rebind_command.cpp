@@ -3,6 +3,8 @@
 #include "model/namespaces.h"
 #include "view/picker_view.h"
 
+#include <algorithm>
+
 rebind_namespace_cmd::rebind_namespace_cmd(picker_page* page, const QStringList& from, const QStringList& to)
     : page(page)
 {
@@ -68,5 +70,31 @@ bool rebind_view(picker_view* view, const QStringList& from, const QStringList& 
         return false;
     }
     view->undoer()->push(command);
+    return true;
+}
+
+bool namespace_move(const picker_page& page, const QStringList& chosen, QStringList* from, QStringList* to,
+                    QString* why)
+{
+    if (chosen.isEmpty()) {
+        if (why)
+            *why = "needs the namespace to move to";
+        return false;
+    }
+    if (!is_valid_namespace(chosen[0])) {
+        if (why)
+            *why = QString("\"%1\" is not a namespace").arg(chosen[0]);
+        return false;
+    }
+    QStringList current = page.namespaces();
+    std::sort(current.begin(), current.end(), compare_name);
+    current.removeAll(QString());
+    if (current.isEmpty())
+        current << ":";
+    for (const QString& old : current) {
+        if (bare_namespace(old).contains(':'))
+            continue;
+        add_namespace_pair(*from, *to, old, chosen[0]);
+    }
     return true;
 }

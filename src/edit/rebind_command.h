@@ -35,3 +35,9 @@ private:
 // Pushes a rebind of the view's buttons on its undo stack when it changes
 // anything; true when it did.
 bool rebind_view(picker_view* view, const QStringList& from, const QStringList& to);
+
+// The pairs that move every namespace of the page (or its root names) into
+// chosen[0]; a nested namespace moves with its parent (rig:sub becomes
+// hero:sub). False, with the reason, when no namespace was chosen.
+bool namespace_move(const picker_page& page, const QStringList& chosen, QStringList* from, QStringList* to,
+                    QString* why);

@@ -1,5 +1,7 @@
 #include "model/button_model.h"
 
+#include "model/picker_host.h"
+
 namespace {
 
 name_list* installed_list = nullptr;
@@ -110,4 +112,14 @@ bool buttonRecord::unselect(bool quiet)
     }
     selected = 0;
     return passed;
+}
+
+void run_button_script(const buttonAttributes& a)
+{
+    if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
+        return;
+    if (a.language == 0)
+        picker_host::instance().run_mel_on_idle(a.names[0]);
+    else if (a.language == 1)
+        picker_host::instance().run_python_on_idle(a.names[0]);
 }

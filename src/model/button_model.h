@@ -143,3 +143,7 @@ public:
 private:
     const name_id_list& make_name_ids() const;
 };
+
+// Runs a command button's script in its language when the host is next
+// idle; anything else runs nothing.
+void run_button_script(const buttonAttributes& a);

@@ -5,6 +5,7 @@
 #include "model/picker_book.h"
 
 #include "model/limits.h"
+#include "model/name_list.h"
 #include "model/picker_file.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
@@ -154,6 +155,34 @@ int picker_book::find(const QString& name) const
         if (pages_[i]->name() == name)
             found = i;
     return found;
+}
+
+void picker_book::reset()
+{
+    {
+        quiet going(this);
+        clear();
+        append("Untitled");
+        set_current(0);
+    }
+    newer_ = false;
+    adopt(encoded());
+}
+
+QVector<picker_page*> picker_book::take_selection(const QStringList& names, bool own)
+{
+    name_list& list = name_list::picker();
+    // Picks stand while the host only confirms (or partly refuses) what the
+    // picker asked for; a selection made in the host replaces them.
+    if (!own && names != list.names())
+        for (picker_page* page : qAsConst(pages_))
+            page->drop_picks();
+    list.assign(names);
+    QVector<picker_page*> changed;
+    for (picker_page* page : qAsConst(pages_))
+        if (page->conform_to_selection())
+            changed.append(page);
+    return changed;
 }
 
 void picker_book::page_changed(const page_notice& notice)

@@ -54,6 +54,16 @@ public:
     bool rename(int index, const QString& name);
     // The last page of the name, or -1.
     int find(const QString& name) const;
+    // For the next scene: one empty page, nothing of the last scene touched
+    // or pending.
+    void reset();
+
+    // ----- The host's selection
+    // Takes the host's selection in: the pages light their buttons by it.
+    // Unless it is the outcome of the picker's own request (`own`), a change
+    // of it makes the lit buttons the targets of edits again. Returns the
+    // pages whose lit buttons changed.
+    QVector<picker_page*> take_selection(const QStringList& names, bool own);
 
     // ----- Scene storage
     // A change the scene keeps: written when the host is next idle.

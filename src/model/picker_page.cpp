@@ -6,6 +6,8 @@
 #include "model/namespaces.h"
 #include "model/picker_stream.h"
 
+#include <QGuiApplication>
+
 #include <algorithm>
 #include <vector>
 
@@ -158,7 +160,9 @@ void picker_page::lay_out(buttonRecord& r)
 {
     // Kept within what a reader accepts, so that what is written reads back.
     clamp_geometry(r);
-    if (r.label.isEmpty()) {
+    // Without a QGuiApplication (Maya's batch mode, mayapy) there are no
+    // fonts to measure with: a label takes no room beyond the set size.
+    if (r.label.isEmpty() || !qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
         // No text: a plain box of the set size.
         r.labelPixmap = label_picture();
         QRect box(0, 0, r.width, r.height);

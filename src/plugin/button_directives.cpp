@@ -110,20 +110,19 @@ struct reader {
 // The addressed button. Point form when the count is exactly pointCount,
 // else name form, which needs the mode, the name and `further` values.
 struct target {
-    picker_view* view = nullptr;
+    picker_page* page = nullptr;
     int index = -1;
     unsigned next = 0; // first argument after the address
-    picker_page* page() const { return view->page(); }
-    const buttonRecord& button() const { return view->buttons().at(index); }
+    const buttonRecord& button() const { return page->at(index); }
 };
 
-// The first button whose bounds hold the point, in picker coordinates, so a
-// script finds the same button whatever the view's zoom and pan.
-int find_at(const picker_view* view, const QPoint& at)
+// The first button that meets the test, or -1.
+template <class Meets>
+int find_first(const picker_page* page, Meets meets)
 {
-    const QList<buttonRecord>& buttons = view->buttons();
+    const QList<buttonRecord>& buttons = page->buttons();
     for (int i = 0; i < buttons.size(); ++i)
-        if (buttons[i].bounds.contains(at))
+        if (meets(buttons[i]))
             return i;
     return -1;
 }
@@ -136,14 +135,17 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
         const QPoint at = in.point(1);
         if (!in.ok())
             return in.status;
-        t.index = find_at(t.view, at);
+        // In picker coordinates, so a script finds the same button whatever
+        // a view's zoom and pan.
+        t.index = find_first(t.page, [&](const buttonRecord& r) { return r.bounds.contains(at); });
         t.next = 3;
     } else {
         if (args.length() < 2 + further)
             return wrong_count(directive);
         const QString name = text_at(args, 1);
-        t.index = text_at(args, 0) == "label" ? t.view->find_button_index_from_label(name)
-                                              : t.view->find_button_index_from_object(name);
+        t.index = text_at(args, 0) == "label"
+                      ? find_first(t.page, [&](const buttonRecord& r) { return r.label == name; })
+                      : find_first(t.page, [&](const buttonRecord& r) { return r.names.contains(name); });
         t.next = 2;
     }
     if (t.index < 0)
@@ -157,8 +159,8 @@ template <class Act>
 MStatus with_target(const char* directive, const MStringArray& args, unsigned pointCount, unsigned further,
                     Act act)
 {
-    target t{picker_main::current_view()};
-    if (!t.view)
+    target t{picker_main::current_page()};
+    if (!t.page)
         return MStatus::kSuccess;
     MStatus status = find_target(directive, args, pointCount, further, t);
     if (!status)
@@ -180,7 +182,7 @@ MStatus picker_main::move_button(const MStringArray& args)
         const QPoint to = in.point(t.next);
         if (!in.ok())
             return in.status;
-        t.page()->move(t.index, to);
+        t.page->move(t.index, to);
         return MStatus::kSuccess;
     });
 }
@@ -193,7 +195,7 @@ MStatus picker_main::resize_button(const MStringArray& args)
         const int h = in.integer(t.next + 1, "height");
         if (!in.ok())
             return in.status;
-        t.page()->resize(t.index, w, h);
+        t.page->resize(t.index, w, h);
         return MStatus::kSuccess;
     });
 }
@@ -203,24 +205,24 @@ MStatus picker_main::resize_button(const MStringArray& args)
 MStatus picker_main::rename_button(const MStringArray& args)
 {
     return with_target("rename_button", args, 4, 1, [&](const target& t) {
-        t.page()->set_label(t.index, text_at(args, t.next));
+        t.page->set_label(t.index, text_at(args, t.next));
     });
 }
 
 MStatus picker_main::update_button(const MStringArray& args)
 {
     return with_target("update_button", args, 4, 1, [&](const target& t) {
-        picker_page::hold hold(t.page());
-        t.page()->set_names(t.index, QStringList{text_at(args, t.next)});
+        picker_page::hold hold(t.page);
+        t.page->set_names(t.index, QStringList{text_at(args, t.next)});
         // Lit only when the host has the new object selected.
-        t.page()->conform_to_selection();
+        t.page->conform_to_selection();
     });
 }
 
 MStatus picker_main::delete_button(const MStringArray& args)
 {
     return with_target("delete_button", args, 3, 0, [&](const target& t) {
-        t.page()->remove(t.index);
+        t.page->remove(t.index);
     });
 }
 
@@ -293,9 +295,9 @@ MStatus picker_main::set_button_properties(const MStringArray& args)
             a.color = color;
         if (given(9))
             a.labelColor = labelColor;
-        picker_page::hold hold(t.page());
-        t.page()->set_attributes(t.index, a);
-        t.page()->conform_to_selection();
+        picker_page::hold hold(t.page);
+        t.page->set_attributes(t.index, a);
+        t.page->conform_to_selection();
         return MStatus::kSuccess;
     });
 }
@@ -303,8 +305,8 @@ MStatus picker_main::set_button_properties(const MStringArray& args)
 MStatus picker_main::color_directive(const MStringArray& args, bool label)
 {
     const char* directive = label ? "color_button_text" : "color_button";
-    target t{current_view()};
-    if (!t.view)
+    target t{current_page()};
+    if (!t.page)
         return MStatus::kSuccess;
     const unsigned count = args.length();
     if (count < 3 || count > 6)
@@ -327,9 +329,9 @@ MStatus picker_main::color_directive(const MStringArray& args, bool label)
     if (!in.ok())
         return in.status;
     if (label)
-        t.page()->set_label_color(t.index, rgb);
+        t.page->set_label_color(t.index, rgb);
     else
-        t.page()->set_color(t.index, rgb);
+        t.page->set_color(t.index, rgb);
     return MStatus::kSuccess;
 }
 
@@ -351,8 +353,8 @@ namespace {
 // needs nothing selected.
 MStatus add_one(const char* directive, const MStringArray& args, int kind, int language, QStringList names)
 {
-    picker_view* view = picker_main::current_view();
-    if (!view)
+    picker_page* page = picker_main::current_page();
+    if (!page)
         return MStatus::kSuccess;
     if (args.length() < 2)
         return wrong_count(directive);
@@ -371,14 +373,14 @@ MStatus add_one(const char* directive, const MStringArray& args, int kind, int l
     }
     QString why = too_many_names(names.size());
     if (why.isEmpty())
-        why = view->no_room_for(1, std::max(1, int(names.size())));
+        why = no_room(picker_main::book()->pages(), page, 1, 0, std::max(1, int(names.size())));
     if (!why.isEmpty())
         return script_error(directive, why);
     button_look look;
     look.label = text_at(args, 2);
-    picker_page::hold hold(view->page());
-    view->page()->insert(new_button(at, look, kind, language, names));
-    view->page()->conform_to_selection();
+    picker_page::hold hold(page);
+    page->insert(new_button(at, look, kind, language, names));
+    page->conform_to_selection();
     return MStatus::kSuccess;
 }
 } // namespace
@@ -397,9 +399,21 @@ MStatus picker_main::add_cmd_button(const MStringArray& args)
 // the host is next idle.
 MStatus picker_main::press_button(const MStringArray& args)
 {
-    if (current_view() && args.length() != 2 && args.length() != 3)
+    if (current_page() && args.length() != 2 && args.length() != 3)
         return wrong_count("press_button");
-    return with_target("press_button", args, 3, 0, [&](const target& t) { t.view->press_button(t.index); });
+    return with_target("press_button", args, 3, 0, [&](const target& t) -> MStatus {
+        if (picker_view* view = view_of(t.page)) {
+            view->press_button(t.index);
+            return MStatus::kSuccess;
+        }
+        // Without a window nothing waits for idle time: the button acts now.
+        const buttonRecord& r = t.button();
+        if (r.kind == 1) {
+            run_button_script(r);
+            return MStatus::kSuccess;
+        }
+        return select_objects(QStringListToMStringArray(r.names));
+    });
 }
 
 // mirror_buttons [x [colour [label colour]]]: the fully selected buttons
@@ -407,13 +421,13 @@ MStatus picker_main::press_button(const MStringArray& args)
 MStatus picker_main::mirror_buttons(const MStringArray& args)
 {
     const char* directive = "mirror_buttons";
-    picker_view* view = current_view();
-    if (!view)
+    picker_page* page = current_page();
+    if (!page)
         return MStatus::kSuccess;
     if (args.length() > 3)
         return wrong_count(directive);
     reader in{directive, args};
-    int twiceAxis = mirror::default_twice_axis(view->page());
+    int twiceAxis = mirror::default_twice_axis(page);
     if (!text_at(args, 0).isEmpty()) {
         const double x = in.number(0, "x");
         if (in.ok() && std::fabs(x) > limits::max_coordinate)
@@ -431,8 +445,8 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
         return in.status;
     int alreadyThere = 0;
     QList<buttonAttributes> copies =
-        mirror::mirrored_copies(view->page(), view->page()->lit_rows(), twiceAxis, mirror::patterns(), &alreadyThere);
-    const QString why = view->no_room_for(copies.size(), names_in(copies));
+        mirror::mirrored_copies(page, page->lit_rows(), twiceAxis, mirror::patterns(), &alreadyThere);
+    const QString why = no_room(book()->pages(), page, copies.size(), 0, names_in(copies));
     if (!why.isEmpty())
         return script_error(directive, why);
     if (copies.isEmpty() && alreadyThere == 0)
@@ -450,7 +464,7 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
             return script_error(directive, QString("a copy would land at x = %1, beyond the picture's limits")
                                                .arg(a.pos.x()));
     }
-    view->undoer()->push(new mirror_buttons_cmd(view->page(), copies));
+    push_step(page, new mirror_buttons_cmd(page, copies));
     QStringList missing;
     const QStringList report = mirror::missing_report(copies, &missing);
     if (!report.isEmpty())

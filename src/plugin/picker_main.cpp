@@ -1,9 +1,16 @@
 #include "plugin/picker_main.h"
 
+#include "edit/rebind_command.h"
+#include "model/button_model.h"
+#include "model/name_list.h"
+#include "model/namespaces.h"
+#include "model/picker_book.h"
+#include "model/picker_host.h"
 #include "model/scene_data.h"
 #include "model/scene_room.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
+#include "window/picker_files.h"
 #include "window/picker_window.h"
 #include "window/window_texts.h"
 
@@ -13,6 +20,7 @@
 #include <maya/MSelectionList.h>
 
 #include <QDataStream>
+#include <QDir>
 #include <QDockWidget>
 #include <QEvent>
 #include <QGuiApplication>
@@ -22,9 +30,13 @@
 #include <QScreen>
 #include <QSettings>
 #include <QTabWidget>
+#include <QUndoStack>
+
+#include <algorithm>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
 QPointer<QDockWidget> picker_main::window_;
+QPointer<picker_book> picker_main::headless_;
 QMutex picker_main::mutex_;
 MString picker_main::name_(texts::command_name);
 MString picker_main::path_;
@@ -94,8 +106,8 @@ QByteArray scene_entry(const QString& key)
 } // namespace
 
 const picker_main::directive_entry picker_main::directives[] = {
-    {"clear", &picker_main::clear_selection, true},
-    {"select", &picker_main::select_objects, true},
+    {"clear", &picker_main::clear_selection},
+    {"select", &picker_main::select_objects},
     {"restore", &picker_main::fetch_pickerdata},
     {"fetch_image", &picker_main::fetch_image},
     {"set_background", &picker_main::set_background},
@@ -126,8 +138,8 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"set_button_properties", &picker_main::set_button_properties},
     {"press_button", &picker_main::press_button},
     {"mirror_buttons", &picker_main::mirror_buttons},
-    {"set_mirror_patterns", &picker_main::set_mirror_patterns, true},
-    {"get_mirror_patterns", &picker_main::get_mirror_patterns, true},
+    {"set_mirror_patterns", &picker_main::set_mirror_patterns},
+    {"get_mirror_patterns", &picker_main::get_mirror_patterns},
     {"get_namespaces", &picker_main::get_namespaces},
     {"enable_batch_mode", &picker_main::enable_batch_mode},
     {"disable_batch_mode", &picker_main::disable_batch_mode},
@@ -167,6 +179,50 @@ picker_view* picker_main::current_view()
     return qobject_cast<picker_view*>(w->tabs()->currentWidget());
 }
 
+picker_book* picker_main::existing_book()
+{
+    if (picker_window* w = picker())
+        return w->book();
+    return headless_;
+}
+
+picker_book* picker_main::book()
+{
+    if (picker_book* b = existing_book())
+        return b;
+    if (has_interface())
+        return nullptr;
+    // Without an interface the pages are kept here, lit by the same
+    // selection list the window would install.
+    headless_ = new picker_book;
+    buttonRecord::set_selection_list(&name_list::picker());
+    restore_from_scene();
+    return headless_;
+}
+
+picker_page* picker_main::current_page()
+{
+    picker_book* b = book();
+    return b ? b->current_page() : nullptr;
+}
+
+picker_view* picker_main::view_of(const picker_page* page)
+{
+    picker_window* w = picker();
+    return w && page ? w->view_of(page) : nullptr;
+}
+
+void picker_main::push_step(picker_page* page, QUndoCommand* step)
+{
+    // A tab's edits are undone in it; without a window there is no one to undo.
+    if (picker_view* view = view_of(page)) {
+        view->undoer()->push(step);
+        return;
+    }
+    step->redo();
+    delete step;
+}
+
 // ----- The command
 
 MStatus picker_main::doIt(const MArgList& args)
@@ -179,9 +235,12 @@ MStatus picker_main::doIt(const MArgList& args)
     }
     if (n == 0) {
         if (!has_interface()) {
-            MGlobal::displayError(to_m(QString("%1: there is no picker window without Maya's interface (batch mode)")
-                                           .arg(texts::command_name)));
-            return MStatus::kFailure;
+            // A build script that opens the window first still runs in batch.
+            MGlobal::displayWarning(to_m(QString("%1: there is no picker window without Maya's interface (batch "
+                                                 "mode); its directives work on the scene's pickers all the same")
+                                             .arg(texts::command_name)));
+            book();
+            return MStatus::kSuccess;
         }
         if (!window_)
             create_window();
@@ -236,9 +295,6 @@ MStatus picker_main::process_command(const MString& directive, const MStringArra
     for (const directive_entry& entry : directives) {
         if (directive != entry.name)
             continue;
-        if (!entry.headless && !has_interface())
-            return script_error(entry.name, "needs Maya's interface: the pickers live in its window, which batch "
-                                            "mode has not; the scene keeps the pickers it holds");
         if (!window_ && has_interface())
             create_window();
         return (this->*entry.run)(args);
@@ -274,10 +330,14 @@ void picker_main::create_window()
 
 void picker_main::cleanup()
 {
+    // A change still waiting for idle time goes into the scene first.
+    if (headless_) {
+        headless_->flush(false);
+        delete headless_.data();
+    }
     if (!window_)
         return;
     write_settings();
-    // A change still waiting for idle time goes into the scene first.
     if (picker_window* w = picker())
         w->flushSceneData(false);
     delete window_.data();
@@ -328,7 +388,8 @@ void picker_main::selectionChangedFn(void*)
 
 void picker_main::sync_selection(bool own)
 {
-    if (!window_)
+    picker_book* b = existing_book();
+    if (!b)
         return;
     if (!mutex_.tryLock(0))
         return; // the picker itself is changing the selection
@@ -342,6 +403,8 @@ void picker_main::sync_selection(bool own)
     }
     if (picker_window* w = picker())
         w->setSelection(names, own);
+    else
+        b->take_selection(names, own);
     mutex_.unlock();
 }
 
@@ -373,10 +436,18 @@ void picker_main::quitApplicationFn(void*)
 
 void picker_main::deleteAllFn(void*)
 {
-    if (picker_window* w = picker()) {
-        w->reset();
+    if (existing_book()) {
+        reset_pickers();
         selectionChangedFn(nullptr);
     }
+}
+
+void picker_main::reset_pickers()
+{
+    if (picker_window* w = picker())
+        w->reset();
+    else if (picker_book* b = existing_book())
+        b->reset();
 }
 
 void picker_main::sceneOpenedFn(void*)
@@ -389,13 +460,13 @@ void picker_main::sceneOpenedFn(void*)
 
 void picker_main::beforeSaveFn(void*)
 {
-    if (picker_window* w = picker())
-        w->flushSceneData(true);
+    if (picker_book* b = existing_book())
+        b->flush(true);
 }
 
 void picker_main::restore_from_scene()
 {
-    if (!picker())
+    if (!existing_book())
         return;
     MStringArray data;
     MString query = to_m(QString("fileInfo -q \"%1\"").arg(scene_keys::picker_data));
@@ -479,12 +550,12 @@ MStatus picker_main::fetch_pickerdata(const MStringArray& args)
 
 MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
 {
-    picker_window* w = picker();
-    if (!w)
+    picker_book* b = book();
+    if (!b)
         return MStatus::kSuccess;
     if (args.length() != 1 || args[0].length() == 0) {
         // A scene without picker data: the query returned nothing.
-        w->reset();
+        reset_pickers();
         selectionChangedFn(nullptr);
         return MStatus::kSuccess;
     }
@@ -494,49 +565,56 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
         // The damaged data stays in the scene until the picker is changed.
         MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged and could not be read.")
                                          .arg(texts::command_name)));
-        w->reset();
+        reset_pickers();
         selectionChangedFn(nullptr);
         return MStatus::kFailure;
     }
     // The entries the scene held before: a script's restore replaces the
     // tabs of this same scene.
-    const QSet<QString> held_images = w->sceneImageKeys();
+    const QSet<QString> held_images = b->scene_image_keys();
+    bool read = false;
     {
         QDataStream in(bytes);
-        w->streamFrom(in);
+        read = b->stream_from(in);
     }
     bytes.clear();
-    if (!w->lastStreamDamage().isEmpty())
+    // Said in the script output: this may run while a scene is still opening.
+    if (!read && !b->last_refusal().isEmpty())
+        MGlobal::displayWarning(to_m(QString("%1 - %2").arg(texts::command_name, b->last_refusal().simplified())));
+    if (read)
+        if (picker_window* w = picker())
+            w->frame_all_when_shown();
+    if (!b->last_damage().isEmpty())
         MGlobal::displayWarning(to_m(QString("%1 - the picker data of this scene is damaged: %2 were read.")
-                                         .arg(texts::command_name, w->lastStreamDamage())));
-    if (w->lastStreamTooNew()) {
+                                         .arg(texts::command_name, b->last_damage())));
+    if (b->last_too_new()) {
         if (from_scene) {
-            w->adoptScene(text, held_images);
-            w->keepNewerScene();
+            b->adopt(text, held_images);
+            b->keep_newer();
         }
         selectionChangedFn(nullptr);
         return MStatus::kSuccess;
     }
     if (from_scene) {
-        w->adoptScene(text);
+        b->adopt(text);
     } else {
         // Data handed in by a script: the scene gets it unless it holds it.
-        w->adoptScene(scene_entry(scene_keys::picker_data), held_images);
+        b->adopt(scene_entry(scene_keys::picker_data), held_images);
     }
     // Every tab's picture, each from its own entry, before anything else
     // can run: a script that goes on right after the restore sees them.
-    for (const QString& lost : w->load_scene_pictures(scene_entry))
+    for (const QString& lost : b->load_scene_pictures(scene_entry))
         MGlobal::displayWarning(to_m(QString("%1 - %2.").arg(texts::command_name, lost)));
     if (!from_scene)
-        w->updateSceneData();
+        b->touch();
     selectionChangedFn(nullptr);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::fetch_image(const MStringArray& args)
 {
-    picker_window* w = picker();
-    if (!w || args.length() != 2 || args[0].length() == 0)
+    picker_book* b = book();
+    if (!b || args.length() != 2 || args[0].length() == 0)
         return MStatus::kSuccess;
     QByteArray text(args[1].asChar(), int(args[1].length()));
     if (QByteArray::fromBase64(text).isEmpty())
@@ -544,16 +622,16 @@ MStatus picker_main::fetch_image(const MStringArray& args)
     const QString key = to_q(args[0]);
     const png_picture picture = decode_image(text);
     // The tabs under the key give their picture up for this one.
-    if (!within_scene_budget(w->scene_pictures(nullptr, key) << picture))
+    if (!within_scene_budget(b->scene_pictures(nullptr, key) << picture))
         return script_error("fetch_image", scene_budget_exceeded());
-    w->setBackgroundImage(key, picture);
+    b->set_background_image(key, picture);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::set_background(const MStringArray& args)
 {
-    picker_view* view = current_view();
-    if (!view)
+    picker_page* page = current_page();
+    if (!page)
         return MStatus::kSuccess;
     if (args.length() != 1)
         return script_error("set_background", "needs one image file");
@@ -561,7 +639,7 @@ MStatus picker_main::set_background(const MStringArray& args)
     const png_picture picture = load_image_file(to_q(args[0]), &why);
     if (picture.isNull()) // the picker keeps the background it has
         return script_error("set_background", why);
-    if (!picker()->place_background(view, QString::number(picture.key()), picture))
+    if (!book()->place_background(page, QString::number(picture.key()), picture))
         return script_error("set_background",
                             QString("\"%1\" was not set: %2").arg(to_q(args[0]), scene_budget_exceeded()));
     return MStatus::kSuccess;
@@ -569,10 +647,8 @@ MStatus picker_main::set_background(const MStringArray& args)
 
 MStatus picker_main::clear_background(const MStringArray&)
 {
-    picker_view* view = current_view();
-    if (!view)
-        return MStatus::kSuccess;
-    view->setBackground(QString(), png_picture());
+    if (picker_page* page = current_page())
+        page->set_background(QString(), png_picture());
     return MStatus::kSuccess;
 }
 
@@ -582,8 +658,8 @@ MStatus picker_main::clear_background(const MStringArray&)
 // failure is an error rather than a message box.
 MStatus picker_main::save_to(const char* directive, const MStringArray& args)
 {
-    picker_window* w = picker();
-    if (!w)
+    picker_page* page = current_page();
+    if (!page)
         return MStatus::kSuccess;
     if (args.length() > 1)
         return script_error(directive, "takes at most one path");
@@ -591,8 +667,11 @@ MStatus picker_main::save_to(const char* directive, const MStringArray& args)
     if (path.isEmpty())
         return script_error(directive, "the path is empty");
     QString why;
-    if (!w->save_front_to(path, &why))
+    if (!write_picker(*page, path, &why, nullptr))
         return script_error(directive, QString("could not save \"%1\": %2").arg(path, why));
+    page->set_path(path);
+    page->mark_saved();
+    picker_host::instance().inform(texts::saved_picker.arg(page->name(), QDir::toNativeSeparators(path)));
     return MStatus::kSuccess;
 }
 
@@ -600,6 +679,8 @@ MStatus picker_main::save(const MStringArray& args)
 {
     if (args.length() > 0)
         return save_to("save", args);
+    if (!has_interface())
+        return script_error("save", "needs the path to save to: there is no dialog to ask for one in batch mode");
     if (picker_window* w = picker())
         w->save_current();
     return MStatus::kSuccess;
@@ -609,6 +690,8 @@ MStatus picker_main::saveas(const MStringArray& args)
 {
     if (args.length() > 0)
         return save_to("saveas", args);
+    if (!has_interface())
+        return script_error("saveas", "needs the path to save to: there is no dialog to ask for one in batch mode");
     if (picker_window* w = picker())
         w->saveas_current();
     return MStatus::kSuccess;
@@ -616,71 +699,82 @@ MStatus picker_main::saveas(const MStringArray& args)
 
 MStatus picker_main::new_tab(const MStringArray&)
 {
-    picker_window* w = picker();
-    if (w && !w->new_tab())
-        return script_error("new_tab", no_room(w->pages(), nullptr, 0, 1));
+    picker_book* b = book();
+    if (!b)
+        return MStatus::kSuccess;
+    const QString why = no_room(b->pages(), nullptr, 0, 1);
+    if (!why.isEmpty())
+        return script_error("new_tab", why);
+    b->set_current(b->index_of(b->append("Untitled")));
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::close_current_tab(const MStringArray&)
 {
-    picker_window* w = picker();
-    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0)
-        w->close_tab(w->tabs()->currentIndex());
+    if (picker_book* b = book())
+        b->remove(b->current());
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::clear_tabs(const MStringArray&)
 {
-    if (picker_window* w = picker())
-        w->clear_tabs();
+    if (picker_book* b = book())
+        b->clear();
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::rename_tab(const MStringArray& args)
 {
-    picker_window* w = picker();
-    if (w && w->tabs()->count() > 0 && w->tabs()->currentIndex() >= 0 && args.length() > 0)
-        w->set_tab_text(w->tabs()->currentIndex(), to_q(args[0]));
+    picker_book* b = book();
+    if (b && args.length() > 0)
+        b->rename(b->current(), to_q(args[0]));
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::query_tabs(const MStringArray&)
 {
     clearResult();
-    if (picker_window* w = picker())
-        for (int i = 0; i < w->tabs()->count(); ++i)
-            appendToResult(to_m(w->tab_name(i)));
+    if (picker_book* b = book())
+        for (int i = 0; i < b->count(); ++i)
+            appendToResult(to_m(b->page(i)->name()));
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::set_tab(const MStringArray& args)
 {
-    picker_window* w = picker();
-    if (!w || w->tabs()->count() == 0)
+    picker_book* b = book();
+    if (!b || b->count() == 0)
         return MStatus::kSuccess;
     if (args.length() != 1)
         return script_error("set_tab", "needs one tab name");
     // When several tabs share the name, the last of them is made current.
     const QString name = to_q(args[0]);
-    int found = -1;
-    for (int i = 0; i < w->tabs()->count(); ++i)
-        if (w->tab_name(i) == name)
-            found = i;
+    const int found = b->find(name);
     if (found < 0)
         return script_error("set_tab", QString("no tab is named \"%1\"").arg(name));
-    w->tabs()->setCurrentIndex(found);
+    b->set_current(found);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::open(const MStringArray& args)
 {
-    picker_window* w = picker();
-    if (!w || args.length() == 0)
+    picker_book* b = book();
+    if (!b || args.length() == 0)
         return MStatus::kSuccess;
     QString why;
-    if (!w->open_for_script(MStringArrayToQStringList(args), &why))
+    if (picker_window* w = picker()) {
+        if (!w->open_for_script(MStringArrayToQStringList(args), &why))
+            return script_error("open", why);
+        return MStatus::kSuccess;
+    }
+    // No chooser to bind them with: a script binds them with update_namespace.
+    QList<opened_picker> opened;
+    if (!open_into_book(*b, MStringArrayToQStringList(args), &why, &opened))
         return script_error("open", why);
+    for (const opened_picker& each : opened)
+        if (!each.warning.isEmpty())
+            MGlobal::displayWarning(to_m(QString("%1 - open: %2").arg(texts::command_name, each.warning.simplified())));
+    selectionChangedFn(nullptr);
     return MStatus::kSuccess;
 }
 
@@ -688,22 +782,22 @@ MStatus picker_main::open(const MStringArray& args)
 
 MStatus picker_main::enable_batch_mode(const MStringArray&)
 {
-    if (picker_window* w = picker())
-        w->hold_notices(true);
+    if (picker_book* b = book())
+        b->hold_notices(true);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::disable_batch_mode(const MStringArray&)
 {
-    if (picker_window* w = picker())
-        w->hold_notices(false);
+    if (picker_book* b = book())
+        b->hold_notices(false);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::flush(const MStringArray&)
 {
-    if (picker_window* w = picker())
-        w->flushSceneData(true);
+    if (picker_book* b = book())
+        b->flush(true);
     return MStatus::kSuccess;
 }
 
@@ -711,6 +805,22 @@ MStatus picker_main::flush(const MStringArray&)
 
 MStatus picker_main::bind_picker(const MStringArray& args)
 {
+    if (!has_interface()) {
+        // No chooser to ask with: a picker the scene cannot drive is named.
+        picker_page* page = current_page();
+        if (!page)
+            return MStatus::kSuccess;
+        const QStringList scene = MStringArrayToQStringList(args);
+        QStringList missing;
+        for (const QString& ns : page->namespaces())
+            if (!ns.isEmpty() && !scene.contains(ns) && !missing.contains(ns))
+                missing << ns;
+        if (!missing.isEmpty())
+            MGlobal::displayWarning(to_m(QString("%1 - bind: the picker \"%2\" names namespaces the scene lacks "
+                                                 "(%3); move it with update_namespace")
+                                             .arg(texts::command_name, page->name(), missing.join(", "))));
+        return MStatus::kSuccess;
+    }
     // Each opened picker queued a bind of its own: this one is for the
     // oldest still waiting, whichever tab is in front now.
     picker_window* w = picker();
@@ -723,6 +833,9 @@ MStatus picker_main::bind_picker(const MStringArray& args)
 
 MStatus picker_main::rebind_picker(const MStringArray& args)
 {
+    if (!has_interface())
+        return script_error("rebind", "asks which namespaces to bind in a dialog, which batch mode cannot show; "
+                                      "use update_namespace");
     picker_window* w = picker();
     if (picker_view* view = w ? w->frontPicker() : nullptr) {
         QStringList names = MStringArrayToQStringList(args);
@@ -733,20 +846,31 @@ MStatus picker_main::rebind_picker(const MStringArray& args)
 
 MStatus picker_main::update_namespace(const MStringArray& args)
 {
+    picker_page* page = current_page();
+    if (!page)
+        return MStatus::kSuccess;
     QString why;
-    picker_view* view = current_view();
-    if (view && !view->update_namespace(MStringArrayToQStringList(args), &why))
+    QStringList from, to;
+    if (!namespace_move(*page, MStringArrayToQStringList(args), &from, &to, &why))
         return script_error("update_namespace", why);
+    if (from.isEmpty())
+        return MStatus::kSuccess;
+    auto* step = new rebind_namespace_cmd(page, from, to);
+    if (!step->changes()) {
+        delete step;
+        return MStatus::kSuccess;
+    }
+    push_step(page, step);
     return MStatus::kSuccess;
 }
 
 MStatus picker_main::get_namespaces(const MStringArray&)
 {
-    picker_view* view = current_view();
-    if (!view)
+    picker_page* page = current_page();
+    if (!page)
         return MStatus::kSuccess;
-    QStringList names;
-    view->collectCurrentNamespace(names);
+    QStringList names = page->namespaces();
+    std::sort(names.begin(), names.end(), compare_name);
     names.removeAll(QString());
     if (names.isEmpty())
         names << ":";

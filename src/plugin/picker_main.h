@@ -15,6 +15,9 @@
 #include <QPointer>
 #include <QString>
 
+class QUndoCommand;
+class picker_book;
+class picker_page;
 class picker_window;
 class picker_view;
 
@@ -34,6 +37,8 @@ public:
     MStatus process_command(const MString& directive, const MStringArray& args);
 
     static QPointer<QDockWidget> window_;
+    // The pages scripts work on where Maya has no interface.
+    static QPointer<picker_book> headless_;
     static QMutex mutex_;
     static MString name_;
     static MString path_;
@@ -62,6 +67,17 @@ public:
     // The window inside the dock, and its current tab; null when missing.
     static picker_window* picker();
     static picker_view* current_view();
+    // The pages scripts work on: the window's, or without an interface the
+    // headless ones, made and read from the scene on first use. Null only
+    // in an interactive session before the window exists.
+    static picker_book* book();
+    static picker_book* existing_book();
+    static picker_page* current_page();
+    static picker_view* view_of(const picker_page* page);
+    // An edit of the page: undoable in its tab; without one, just done.
+    static void push_step(picker_page* page, QUndoCommand* step);
+    // Empty pickers for the next scene.
+    static void reset_pickers();
     // The host's active selection, one name or component per item.
     static MStatus host_selection(QStringList& names);
 
@@ -122,7 +138,6 @@ private:
     struct directive_entry {
         const char* name;
         handler run;
-        bool headless = false; // works without the window
     };
     static const directive_entry directives[];
 };

@@ -41,28 +41,9 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
 
 bool picker_view::update_namespace(const QStringList& chosen, QString* why)
 {
-    if (chosen.isEmpty()) {
-        if (why)
-            *why = "needs the namespace to move to";
-        return false;
-    }
-    if (!is_valid_namespace(chosen[0])) {
-        if (why)
-            *why = QString("\"%1\" is not a namespace").arg(chosen[0]);
-        return false;
-    }
-    QStringList current;
-    collectCurrentNamespace(current);
-    current.removeAll(QString());
-    if (current.isEmpty())
-        current << ":";
     QStringList from, to;
-    for (const QString& old : current) {
-        // A nested namespace moves with its parent: rig:sub becomes hero:sub.
-        if (bare_namespace(old).contains(':'))
-            continue;
-        add_namespace_pair(from, to, old, chosen[0]);
-    }
+    if (!namespace_move(*page_, chosen, &from, &to, why))
+        return false;
     rebind_view(this, from, to);
     return true;
 }

@@ -307,12 +307,7 @@ void picker_view::press_button(int index)
 
 void picker_view::run_command(const buttonAttributes& a)
 {
-    if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
-        return;
-    if (a.language == 0)
-        picker_host::instance().run_mel_on_idle(a.names[0]);
-    else if (a.language == 1)
-        picker_host::instance().run_python_on_idle(a.names[0]);
+    run_button_script(a);
 }
 
 void picker_view::nudge_buttons(int dx, int dy)

@@ -6,6 +6,7 @@
 #include "model/scene_data.h"
 #include "model/scene_room.h"
 #include "view/picker_view.h"
+#include "window/picker_files.h"
 #include "window/picker_window.h"
 #include "window/window_texts.h"
 
@@ -100,17 +101,16 @@ bool read_picker_file(const QString& path, pkr_contents& contents, QString* why,
     return result == read_open::ok && read_pkr(file, contents, why);
 }
 
-// A tab for a picker that was read; the warning for what it lost, if anything.
-QString add_picker_tab(picker_window* window, const QString& path, const pkr_contents& contents)
+} // namespace
+
+opened_picker add_picker_page(picker_book& book, const QString& path, const pkr_contents& contents)
 {
     const pkr_header& header = contents.header;
-    picker_book* book = window->book();
-    picker_page* page = book->append(header.name);
-    picker_view* view = window->view_of(page);
+    picker_page* page = book.append(header.name);
     if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
-        book->place_background(page, header.backgroundKey, header.background);
+        book.place_background(page, header.backgroundKey, header.background);
     page->insert_all(QVector<buttonAttributes>(contents.buttons));
-    // A tab that lost anything on the way in is not tied to its file, so
+    // A page that lost anything on the way in is not tied to its file, so
     // a save can never overwrite the file with less than it held.
     const bool key_refused = !header.background.isNull() && page->background_key().isEmpty();
     const bool whole = !contents.damaged && !contents.image_refused && !key_refused;
@@ -118,24 +118,58 @@ QString add_picker_tab(picker_window* window, const QString& path, const pkr_con
         page->set_path(path);
         page->mark_saved();
     }
-    book->set_current(book->index_of(page));
-    window->frame_when_shown(view);
-    pickers_to_bind().append(view);
-    window->request_rebind(false);
-    return whole ? QString() : damage_text(path, contents, key_refused);
+    book.set_current(book.index_of(page));
+    return {page, whole ? QString() : damage_text(path, contents, key_refused)};
 }
 
-// The picker of the view as a file.
-bool write_picker(const picker_view* view, const QString& path, QString* why, bool* refused)
+bool open_into_book(picker_book& book, const QStringList& paths, QString* why, QList<opened_picker>* opened)
+{
+    // Every file is read before any page is made, so a bad path opens nothing.
+    QList<pkr_contents> all;
+    for (const QString& path : paths) {
+        all.append(pkr_contents());
+        QString reason;
+        bool was_opened = false;
+        if (!read_picker_file(path, all.last(), &reason, &was_opened)) {
+            const QString native = QDir::toNativeSeparators(path);
+            *why = was_opened ? QString("\"%1\" is not a picker file: %2").arg(native, reason)
+                              : QString("cannot open \"%1\": %2").arg(native, reason);
+            return false;
+        }
+    }
+    // All of them or none.
+    qint64 buttons = 0, names = 0;
+    for (const pkr_contents& contents : all) {
+        buttons += contents.buttons.size();
+        names += names_in(contents.buttons);
+    }
+    const QString full = no_room(book.pages(), nullptr, buttons, int(all.size()), names);
+    if (!full.isEmpty()) {
+        *why = full;
+        return false;
+    }
+    QList<png_picture> pictures = book.scene_pictures();
+    for (const pkr_contents& contents : all)
+        pictures << contents.header.background;
+    if (!within_scene_budget(pictures)) {
+        *why = QString("the pickers were not opened: %1").arg(scene_budget_exceeded());
+        return false;
+    }
+    for (int i = 0; i < paths.size(); ++i)
+        opened->append(add_picker_page(book, paths[i], all[i]));
+    return true;
+}
+
+bool write_picker(const picker_page& page, const QString& path, QString* why, bool* refused)
 {
     pkr_header header;
-    header.name = view->page()->name();
+    header.name = page.name();
     // A key whose picture the scene lost names nothing in a file.
-    if (!view->background().isNull()) {
-        header.backgroundKey = view->backgroundKey();
-        header.background = view->background();
+    if (!page.background().isNull()) {
+        header.backgroundKey = page.background_key();
+        header.background = page.background();
     }
-    const QByteArray bytes = write_pkr(header, view->page()->attributes());
+    const QByteArray bytes = write_pkr(header, page.attributes());
     // A file the picker would refuse to open is not written.
     if (bytes.size() > limits::max_file_bytes) {
         if (why)
@@ -147,6 +181,20 @@ bool write_picker(const picker_view* view, const QString& path, QString* why, bo
     // Written in full beside the old file and moved over it only when
     // complete, so a failed save never destroys what was there.
     return write_file_safely(path, bytes, why, refused);
+}
+
+namespace {
+
+// A tab for a picker that was read, waiting for its namespaces to be bound;
+// the warning for what it lost, if anything.
+QString add_picker_tab(picker_window* window, const QString& path, const pkr_contents& contents)
+{
+    const opened_picker opened = add_picker_page(*window->book(), path, contents);
+    picker_view* view = window->view_of(opened.page);
+    window->frame_when_shown(view);
+    pickers_to_bind().append(view);
+    window->request_rebind(false);
+    return opened.warning;
 }
 
 } // namespace
@@ -186,42 +234,17 @@ void picker_window::load_pickers(const QStringList& paths)
 
 bool picker_window::open_for_script(const QStringList& paths, QString* why)
 {
-    // Every file is read before any tab is made, so a bad path opens nothing.
-    QList<pkr_contents> all;
-    for (const QString& path : paths) {
-        all.append(pkr_contents());
-        QString reason;
-        bool opened = false;
-        if (!read_picker_file(path, all.last(), &reason, &opened)) {
-            const QString native = QDir::toNativeSeparators(path);
-            *why = opened ? QString("\"%1\" is not a picker file: %2").arg(native, reason)
-                          : QString("cannot open \"%1\": %2").arg(native, reason);
-            return false;
-        }
-    }
-    // All of them or none.
-    qint64 buttons = 0, names = 0;
-    for (const pkr_contents& contents : all) {
-        buttons += contents.buttons.size();
-        names += names_in(contents.buttons);
-    }
-    const QString full = no_room(pages(), nullptr, buttons, int(all.size()), names);
-    if (!full.isEmpty()) {
-        *why = full;
+    QList<opened_picker> opened;
+    if (!open_into_book(*book_, paths, why, &opened))
         return false;
-    }
-    QList<png_picture> pictures = scene_pictures();
-    for (const pkr_contents& contents : all)
-        pictures << contents.header.background;
-    if (!within_scene_budget(pictures)) {
-        *why = QString("the pickers were not opened: %1").arg(scene_budget_exceeded());
-        return false;
-    }
     // A file that opened with losses still says so as the menu's Open does.
-    for (int i = 0; i < paths.size(); ++i) {
-        const QString warning = add_picker_tab(this, paths[i], all[i]);
-        if (!warning.isEmpty())
-            QMessageBox::warning(this, texts::damaged_title, warning, QMessageBox::Ok);
+    for (const opened_picker& each : opened) {
+        picker_view* view = view_of(each.page);
+        frame_when_shown(view);
+        pickers_to_bind().append(view);
+        request_rebind(false);
+        if (!each.warning.isEmpty())
+            QMessageBox::warning(this, texts::damaged_title, each.warning, QMessageBox::Ok);
     }
     return true;
 }
@@ -294,7 +317,7 @@ bool picker_window::save_front_to(const QString& path, QString* why)
     picker_view* view = frontPicker();
     if (!view)
         return true;
-    if (!write_picker(view, path, why, nullptr))
+    if (!write_picker(*view->page(), path, why, nullptr))
         return false;
     view->setPath(path);
     saved(view, path);
@@ -305,7 +328,7 @@ bool picker_window::do_save(picker_view* view, const QString& path)
 {
     QString why;
     bool refused = false;
-    if (!write_picker(view, path, &why, &refused)) {
+    if (!write_picker(*view->page(), path, &why, &refused)) {
         QMessageBox::critical(this, "Save Failed",
                               refused ? texts::save_failed.arg(path) : texts::save_write_failed.arg(path, why),
                               QMessageBox::Ok);

@@ -288,14 +288,8 @@ void picker_window::reset()
 {
     // The scene these tabs came from is going away: nothing of it is touched,
     // and the next scene starts with nothing pending and no selection.
-    {
-        picker_book::quiet going(book_);
-        clear_tabs();
-        new_tab();
-    }
-    book_->keep_newer(false);
+    book_->reset();
     setSelection(QStringList());
-    adoptScene(encodedSceneData());
 }
 
 void picker_window::close_tab(int index)

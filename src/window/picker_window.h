@@ -202,6 +202,7 @@ public:
     // once when it is showing): a restored or opened picker starts in full
     // view.
     void frame_when_shown(picker_view* view);
+    void frame_all_when_shown();
     // Frames the picture and all buttons.
     static void frame_all(picker_view* view);
 

@@ -52,6 +52,11 @@ void picker_window::streamFrom(QDataStream& in)
             QMessageBox::warning(nullptr, "Warning", book_->last_refusal(), QMessageBox::Ok);
         return;
     }
+    frame_all_when_shown();
+}
+
+void picker_window::frame_all_when_shown()
+{
     for (int i = 0; i < tabWidget->count(); ++i)
         if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
             frame_when_shown(view);

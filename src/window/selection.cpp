@@ -51,14 +51,7 @@ void picker_window::set_selection_names(const QStringList& list)
 
 void picker_window::setSelection(const QStringList& names, bool own)
 {
-    // Picks stand while the host only confirms (or partly refuses) what the
-    // picker asked for; a selection made in the host replaces them.
-    if (!own && names != selection()) {
-        for (int i = 0; i < tabWidget->count(); ++i)
-            if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
-                view->page()->drop_picks();
-    }
-    set_selection_names(names);
+    const QVector<picker_page*> changed = book_->take_selection(names, own);
     ++selectionUpdates;
     if (tabWidget->count() == 0) {
         addOneAction->setEnabled(false);
@@ -66,11 +59,9 @@ void picker_window::setSelection(const QStringList& names, bool own)
         updateAction->setEnabled(false);
         return;
     }
-    for (int i = 0; i < tabWidget->count(); ++i) {
-        picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i));
-        if (view && view->conform_to_selection())
+    for (picker_page* page : changed)
+        if (picker_view* view = view_of(page))
             view->refresh();
-    }
     // The toolbox follows a selection made in the host as it does one made here.
     updateControls();
     // Objects come and go with selections (a new node is selected, a
