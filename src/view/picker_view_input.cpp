@@ -8,6 +8,7 @@
 #include "edit/property_commands.h"
 #include "model/picker_host.h"
 #include "model/scene_room.h"
+#include "model/undo_chunk.h"
 #include "view/gestures.h"
 #include "window/command_dialog.h"
 #include "window/picker_window.h"
@@ -309,10 +310,12 @@ void picker_view::run_command(const buttonAttributes& a)
 {
     if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
         return;
+    // The script is one step on the host's undo queue, however many
+    // commands it runs.
     if (a.language == 0)
-        picker_host::instance().run_mel_on_idle(a.names[0]);
+        picker_host::instance().run_mel_on_idle(mel_in_undo_chunk(a.names[0]));
     else if (a.language == 1)
-        picker_host::instance().run_python_on_idle(a.names[0]);
+        picker_host::instance().run_python_on_idle(python_in_undo_chunk(a.names[0]));
 }
 
 void picker_view::nudge_buttons(int dx, int dy)
