@@ -883,7 +883,8 @@ private slots:
                              << QStringList{"undoInfo -openChunk; catch(eval(\"select -r rig:hand\")); undoInfo -closeChunk;"};
         QTest::newRow("python") << "label py" << QPoint(140, 20)
                                 << QStringList{"__import__('maya.cmds').cmds.undoInfo(openChunk=True)\ntry:\n"
-                                               "    exec('print(\\'pressed\\')')\nfinally:\n"
+                                               "    exec(compile('print(\\'pressed\\')', '<maya console>', 'exec'))\n"
+                                               "finally:\n"
                                                "    __import__('maya.cmds').cmds.undoInfo(closeChunk=True)\n"};
     }
 

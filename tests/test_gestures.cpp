@@ -239,10 +239,10 @@ private slots:
 
         press(view, QPoint(50, 150));
         release(view, QPoint(52, 152));
-        QCOMPARE(host->mel, QStringList{"print \"pressed\";"});
+        QCOMPARE(host->mel, QStringList{mel_in_undo_chunk("print \"pressed\";")});
         QCOMPARE(int(view->buttons()[3].selected), 0);
         click(view, QPoint(100, 150));
-        QCOMPARE(host->python, QStringList{"print('py')"});
+        QCOMPARE(host->python, QStringList{python_in_undo_chunk("print('py')")});
         QCOMPARE(host->mel.size(), 1);
     }
 

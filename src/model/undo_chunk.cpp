@@ -46,11 +46,12 @@ QString mel_in_undo_chunk(const QString& script)
     return QString("undoInfo -openChunk; catch(eval(%1)); undoInfo -closeChunk;").arg(mel_literal(script));
 }
 
+// Compiled under the console's name, so errors say where as they did.
 QString python_in_undo_chunk(const QString& script)
 {
     return QString("__import__('maya.cmds').cmds.undoInfo(openChunk=True)\n"
                    "try:\n"
-                   "    exec(%1)\n"
+                   "    exec(compile(%1, '<maya console>', 'exec'))\n"
                    "finally:\n"
                    "    __import__('maya.cmds').cmds.undoInfo(closeChunk=True)\n")
         .arg(python_literal(script));
