@@ -878,8 +878,14 @@ private slots:
         QTest::addColumn<QStringList>("queued");
         QTest::newRow("selection by label") << "label arm" << QPoint(10, 20)
                                             << QStringList{"QuillmarshPicker select rig:arm"};
-        QTest::newRow("mel") << "label go" << QPoint(100, 20) << QStringList{"select -r rig:hand"};
-        QTest::newRow("python") << "label py" << QPoint(140, 20) << QStringList{"print('pressed')"};
+        // A script runs as one undo chunk.
+        QTest::newRow("mel") << "label go" << QPoint(100, 20)
+                             << QStringList{"undoInfo -openChunk; catch(eval(\"select -r rig:hand\")); undoInfo -closeChunk;"};
+        QTest::newRow("python") << "label py" << QPoint(140, 20)
+                                << QStringList{"__import__('maya.cmds').cmds.undoInfo(openChunk=True)\ntry:\n"
+                                               "    exec(compile('print(\\'pressed\\')', '<maya console>', 'exec'))\n"
+                                               "finally:\n"
+                                               "    __import__('maya.cmds').cmds.undoInfo(closeChunk=True)\n"};
     }
 
     void press_button_does_what_a_click_does()

@@ -1,6 +1,7 @@
 // Pointer, wheel and key input on a view inside its window, driven by
 // synthesized events at picker coordinates.
 #include "modal_helper.h"
+#include "model/undo_chunk.h"
 #include "pkr_file.h"
 #include "pointer.h"
 #include "recording_host.h"
@@ -238,10 +239,10 @@ private slots:
 
         press(view, QPoint(50, 150));
         release(view, QPoint(52, 152));
-        QCOMPARE(host->mel, QStringList{"print \"pressed\";"});
+        QCOMPARE(host->mel, QStringList{mel_in_undo_chunk("print \"pressed\";")});
         QCOMPARE(int(view->buttons()[3].selected), 0);
         click(view, QPoint(100, 150));
-        QCOMPARE(host->python, QStringList{"print('py')"});
+        QCOMPARE(host->python, QStringList{python_in_undo_chunk("print('py')")});
         QCOMPARE(host->mel.size(), 1);
     }
 
@@ -345,7 +346,7 @@ private slots:
         press(view, at);
         QCOMPARE(int(view->buttons()[0].selected), int(inside));
         release(view, at);
-        QCOMPARE(host->mel.contains("print \"edge\";"), inside);
+        QCOMPARE(host->mel.contains(mel_in_undo_chunk("print \"edge\";")), inside);
     }
 
     void alt_drags_zoom_and_middle_pans()

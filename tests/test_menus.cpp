@@ -1,6 +1,7 @@
 // The window's menus, files, recent pickers, toolbox and colour menu.
 #include "edit/clipboard.h"
 #include "modal_helper.h"
+#include "model/undo_chunk.h"
 #include "pkr_file.h"
 #include "model/picker_stream.h"
 #include "recording_host.h"
@@ -489,7 +490,7 @@ private slots:
             modal_helper::answer(dialog, "Cancel");
         });
         QVERIFY(!picker_editCmdDialog::do_dialog(view, &a));
-        QCOMPARE(host->python, QStringList{"print 2;"});
+        QCOMPARE(host->python, QStringList{python_in_undo_chunk("print 2;")});
         QCOMPARE(a.names, QStringList{"print 2;"});
         QCOMPARE(a.language, 1);
 

@@ -5,8 +5,6 @@
 #include "pkr_file.h"
 #include "model/scene_data.h"
 
-#include <maya/MEventMessage.h>
-#include <maya/MMessage.h>
 
 #include <QDockWidget>
 #include <QLabel>
@@ -100,33 +98,129 @@ private slots:
         QCOMPARE(result("picker_ListNamespaces"), expected);
     }
 
-    // A selection callback (a script job) that selects through the picker
-    // while the picker is selecting gets an error instead of waiting on it
-    // for ever.
+    // A selection script job that selects through the picker while the
+    // picker is selecting gets an error instead of waiting on it for ever.
     void a_selection_callback_calling_back_in_gets_an_error()
     {
         characters();
         QVERIFY(run("QuillmarshPicker"));
-        struct reentry {
-            sandbox::host* host;
-            int calls = 0;
-            bool nested = true;
-        } r{&h};
-        const MCallbackId id = MEventMessage::addEventCallback(
-            "SelectionChanged",
-            [](void* data) {
-                auto* r = static_cast<reentry*>(data);
-                if (r->calls++ == 0)
-                    r->nested = r->host->execute("QuillmarshPicker select hero:leg");
-            },
-            &r);
+        QVERIFY(run("global int $calls = 0; global int $nested = 1;"
+                    "scriptJob -event \"SelectionChanged\" "
+                    "\"global int $calls; global int $nested; if ($calls++ == 0) "
+                    "$nested = !catch(`QuillmarshPicker select hero:leg`);\""));
         const bool outer = run("QuillmarshPicker select hero:arm");
-        MMessage::removeCallback(id);
         QVERIFY(outer);
-        QVERIFY(!r.nested);
+        QCOMPARE(result("global int $nested; $nested"), QStringList{"0"});
         QVERIFY2(h.output_text().contains("a selection callback cannot change it through the picker"),
                  qPrintable(h.output_text()));
         QCOMPARE(h.selection(), QStringList{"hero:arm"});
+    }
+
+    // What the buttons of the front tab show lit, by their first name.
+    QStringList lit()
+    {
+        QStringList out;
+        for (const buttonRecord& r : view()->buttons())
+            if (r.selected)
+                out << r.names.value(0);
+        return out;
+    }
+
+    // The picker's select and clear are one step each on Maya's undo queue;
+    // undo and redo bring the host's selection back and the buttons follow.
+    void picker_selections_are_undo_steps()
+    {
+        characters();
+        open_pickers({{button_at(QPoint(20, 20), {"hero:arm"}), button_at(QPoint(60, 20), {"hero:leg"})}});
+        run("select -r hero:head; flushUndo");
+
+        QVERIFY(run("QuillmarshPicker select hero:arm"));
+        QCOMPARE(h.undo_steps(), 1);
+        QCOMPARE(h.undo_name(), QString("QuillmarshPicker select hero:arm"));
+        QCOMPARE(lit(), QStringList{"hero:arm"});
+        // Directives that change only the picker are no steps.
+        QVERIFY(run("QuillmarshPicker query_tabs; QuillmarshPicker rename_tab renamed"));
+        h.drain_idle();
+        QCOMPARE(h.undo_steps(), 1);
+        run("undo");
+        QCOMPARE(h.selection(), QStringList{"hero:head"});
+        QCOMPARE(lit(), QStringList());
+        run("redo");
+        QCOMPARE(h.selection(), QStringList{"hero:arm"});
+        QCOMPARE(lit(), QStringList{"hero:arm"});
+
+        QVERIFY(run("QuillmarshPicker clear"));
+        QCOMPARE(h.undo_steps(), 2);
+        run("undo");
+        QCOMPARE(lit(), QStringList{"hero:arm"});
+
+        // A click reaches the host as one queued text: one step, and undo
+        // takes back that click and nothing before it.
+        click(view(), view()->mapToScreen(QPoint(65, 25)));
+        QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker select hero:leg"});
+        h.drain_idle();
+        QCOMPARE(h.selection(), QStringList{"hero:leg"});
+        QCOMPARE(h.undo_steps(), 2);
+        run("undo");
+        h.drain_idle();
+        QCOMPARE(h.selection(), QStringList{"hero:arm"});
+        QCOMPARE(lit(), QStringList{"hero:arm"});
+        QCOMPARE(h.undo_steps(), 1);
+    }
+
+    // A command button's script is one step, however many commands it runs
+    // and whether or not it fails.
+    void a_command_button_script_is_one_undo_step_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QString>("failing");
+        QTest::newRow("mel") << "mel"
+                             << "createNode transform -n a1; createNode transform -n a2; select -r a1 a2;"
+                             << "createNode transform -n a1; error \"stop\"; createNode transform -n a2;";
+        QTest::newRow("python")
+            << "python"
+            << "from maya import cmds\nfor n in ('a1', 'a2'):\n    cmds.createNode('transform', n=n)\n"
+               "cmds.select('a1', 'a2')"
+            << "from maya import cmds\ncmds.createNode('transform', n='a1')\nraise RuntimeError('stop')";
+    }
+
+    void a_command_button_script_is_one_undo_step()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, script);
+        QFETCH(QString, failing);
+        characters();
+        run("QuillmarshPicker; QuillmarshPicker clear_tabs; QuillmarshPicker new_tab");
+        auto quoted = [](QString text) {
+            return '"' + text.replace('\\', "\\\\").replace('"', "\\\"").replace('\n', "\\n") + '"';
+        };
+        QVERIFY2(run(QString("QuillmarshPicker add_cmd_button 20 20 go %1 %2;"
+                             "QuillmarshPicker add_cmd_button 60 20 bad %1 %3")
+                         .arg(language, quoted(script), quoted(failing))),
+                 qPrintable(h.output_text()));
+        run("select -r hero:head; flushUndo");
+        QVERIFY(run("QuillmarshPicker press_button label go"));
+        h.drain_idle();
+        QCOMPARE(h.selection(), (QStringList{"a1", "a2"}));
+        QCOMPARE(h.undo_steps(), 1);
+        run("undo");
+        QVERIFY(!h.node_exists("a1") && !h.node_exists("a2"));
+        QCOMPARE(h.selection(), QStringList{"hero:head"});
+
+        // A failing script closes its chunk: the next command is a step of
+        // its own.
+        run("flushUndo");
+        QVERIFY(run("QuillmarshPicker press_button label bad"));
+        h.drain_idle();
+        QVERIFY(h.output_text().contains("stop"));
+        QVERIFY(h.node_exists("a1") && !h.node_exists("a2"));
+        run("select -r hero:arm");
+        QCOMPARE(h.undo_steps(), 2);
+        run("undo");
+        QVERIFY(h.node_exists("a1"));
+        run("undo");
+        QVERIFY(!h.node_exists("a1"));
     }
 
     void opening_the_window_restores_what_the_scene_holds()

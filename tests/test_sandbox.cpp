@@ -547,6 +547,189 @@ private slots:
         QCOMPARE(strings(run(script)), result);
     }
 
+    // ----- The undo queue
+
+    void undo_and_redo_take_back_scene_commands()
+    {
+        build_characters();
+        run("flushUndo");
+        static QString name = "SelectionChanged";
+        const std::uintptr_t id = h.add_callback("SelectionChanged", record_event, &name);
+
+        run("select -r hero:body; select -add root_ctrl");
+        // Queries and file info are no steps.
+        run("ls -sl; objExists root_ctrl; namespaceInfo -lon; fileInfo \"k\" \"v\"; fileInfo -q \"k\";"
+            "print \"x\"; undoInfo -q -un");
+        QCOMPARE(run("undoInfo -q").to_int(), 2);
+        QCOMPARE(run("undoInfo -q -un").to_string(), QString("select -add root_ctrl"));
+        events_seen.clear();
+        run("undo");
+        h.remove_callback(id);
+        QCOMPARE(h.selection(), QStringList{"hero:body"});
+        QCOMPARE(events_seen, QStringList{"SelectionChanged"});
+        QVERIFY(log_contains("// Undo: select -add root_ctrl //"));
+        QCOMPARE(run("undoInfo -q -rn").to_string(), QString("select -add root_ctrl"));
+        run("redo");
+        QCOMPARE(h.selection(), (QStringList{"hero:body", "root_ctrl"}));
+        QVERIFY(log_contains("// Redo: select -add root_ctrl //"));
+
+        // Nodes come and go with their selection; the file info stays.
+        run("createNode transform -n extra; fileInfo \"after\" \"1\"; delete hero:body");
+        QVERIFY(!h.node_exists("hero:body"));
+        run("undo");
+        QVERIFY(h.node_exists("hero:body"));
+        QCOMPARE(h.selection(), QStringList{"extra"});
+        run("undo");
+        QVERIFY(!h.node_exists("extra"));
+        QCOMPARE(h.selection(), (QStringList{"hero:body", "root_ctrl"}));
+        QString info;
+        QVERIFY(h.file_info("after", &info));
+        run("redo");
+        QVERIFY(h.node_exists("extra"));
+
+        // A new step ends what could be redone.
+        run("select -cl");
+        QCOMPARE(run("undoInfo -q -rqe").to_int(), 1);
+        run("redo");
+        QVERIFY(log_contains("// Warning: There are no more commands to redo."));
+        for (int i = 0; i < 4; ++i)
+            run("undo");
+        QCOMPARE(run("undoInfo -q").to_int(), 0);
+        QCOMPARE(h.selection(), QStringList());
+        run("undo");
+        QVERIFY(log_contains("// Warning: There are no more commands to undo."));
+        QCOMPARE(h.undo_steps(), 0);
+
+        // A new scene cannot be undone into the old one.
+        run("select -r root_ctrl; file -f -new");
+        QCOMPARE(h.undo_steps(), 0);
+    }
+
+    void undo_chunks_and_settings()
+    {
+        build_characters();
+        run("flushUndo");
+        run("undoInfo -openChunk; createNode transform -n c1; createNode transform -n c2;"
+            "select -r c1 c2; undoInfo -closeChunk");
+        QCOMPARE(run("undoInfo -q").to_int(), 1);
+        QCOMPARE(run("undoInfo -q -un").to_string(), QString("createNode transform -n c1"));
+        run("undo");
+        QVERIFY(!h.node_exists("c1") && !h.node_exists("c2"));
+
+        // Named, nested, and left open: an open chunk is closed by undo.
+        run("undoInfo -ock -cn \"build\"; undoInfo -ock; select -r root_ctrl; undoInfo -cck;"
+            "createNode transform -n n1; undoInfo -cck");
+        QCOMPARE(h.undo_name(), QString("build"));
+        run("undoInfo -openChunk; select -r hero:body; createNode transform -n left_open");
+        QCOMPARE(run("undoInfo -q").to_int(), 1);
+        run("undo");
+        QVERIFY(!h.node_exists("left_open"));
+        QCOMPARE(h.selection(), QStringList{"n1"});
+        run("undoInfo -closeChunk");
+        QVERIFY(log_contains("// Warning: undoInfo: there is no open chunk to close."));
+        run("undoInfo -openChunk; undoInfo -closeChunk");
+        QCOMPARE(run("undoInfo -q").to_int(), 1);
+
+        // Python opens and closes chunks the same way.
+        QVERIFY(h.execute_python("from maya import cmds\ncmds.undoInfo(openChunk=True, chunkName='py')\n"
+                                 "cmds.select('root_ctrl')\ncmds.select('hero:body', add=True)\n"
+                                 "cmds.undoInfo(closeChunk=True)"));
+        mel::value name;
+        QVERIFY(h.execute_python("cmds.undoInfo(q=True, undoName=True)", &name));
+        QCOMPARE(name.to_string(), QString("py"));
+
+        // Maya's default queue of 50, shortened and turned off.
+        QCOMPARE(run("undoInfo -q -length").to_int(), 50);
+        QCOMPARE(run("undoInfo -q -infinity").to_int(), 0);
+        QCOMPARE(run("undoInfo -q -state").to_int(), 1);
+        run("undoInfo -length 2; select -r root_ctrl; select -r hero:body; select -cl");
+        QCOMPARE(run("undoInfo -q").to_int(), 2);
+        QVERIFY(h.execute_python("cmds.undoInfo(state=False)"));
+        QCOMPARE(run("undoInfo -q -st").to_int(), 0);
+        QCOMPARE(run("undoInfo -q").to_int(), 0);
+        run("select -r root_ctrl");
+        QCOMPARE(run("undoInfo -q").to_int(), 0);
+        run("undoInfo -state on; select -r hero:body");
+        QCOMPARE(run("undoInfo -q").to_int(), 1);
+        run("undoInfo -q -un -rn", false);
+        run("undoInfo -un", false);
+    }
+
+    void plugin_commands_on_the_undo_queue()
+    {
+        QString name, error;
+        QVERIFY2(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error), qPrintable(error));
+        build_characters();
+        run("select -r root_ctrl; flushUndo");
+
+        // Kept after doIt, then undone and redone on the same instance.
+        run("quillEcho undoable_select hero:body");
+        QCOMPARE(h.undo_name(), QString("quillEcho undoable_select hero:body"));
+        QCOMPARE(strings(run("quillEcho lifecycle")), QStringList());
+        run("undo");
+        QCOMPARE(h.selection(), QStringList{"root_ctrl"});
+        run("redo");
+        QCOMPARE(h.selection(), QStringList{"hero:body"});
+        QCOMPARE(strings(run("quillEcho lifecycle")), (QStringList{"undoIt hero:body", "redoIt hero:body"}));
+
+        // A command that is not undoable is no step, even when it selects:
+        // undo takes back the step before it.
+        run("quillEcho select hero:L_arm_ctrl");
+        QCOMPARE(h.undo_steps(), 1);
+        run("undo");
+        QCOMPARE(h.selection(), QStringList{"root_ctrl"});
+
+        // What doIt runs with undo enabled is in the command's step; with
+        // undo disabled it is in no step.
+        run("quillEcho undoable_run \"createNode transform -n made; select -r made\"");
+        QCOMPARE(strings(run("quillEcho lifecycle")), (QStringList{"undoIt hero:body", "deleted hero:body"}));
+        QCOMPARE(h.undo_steps(), 1);
+        run("quillEcho run \"createNode transform -n unrecorded\"");
+        QCOMPARE(h.undo_steps(), 1);
+        run("undo");
+        QVERIFY(!h.node_exists("made"));
+        QCOMPARE(strings(run("quillEcho lifecycle")),
+                 QStringList{"undoIt createNode transform -n made; select -r made"});
+        run("redo");
+        QVERIFY(h.node_exists("made"));
+        QCOMPARE(h.selection(), QStringList{"made"});
+
+        // selectCommand selects as the select command does: undoably, in a
+        // step named after the command that called it.
+        run("quillEcho select_command hero:body");
+        QCOMPARE(h.undo_name(), QString("quillEcho select_command hero:body"));
+        run("undo");
+        QCOMPARE(h.selection(), QStringList{"made"});
+
+        // Instances go when the queue drops them.
+        run("quillEcho undoable_select root_ctrl; flushUndo");
+        QCOMPARE(strings(run("quillEcho lifecycle")),
+                 (QStringList{"redoIt createNode transform -n made; select -r made",
+                              "deleted createNode transform -n made; select -r made", "deleted root_ctrl"}));
+    }
+
+    void script_jobs_run_when_the_event_fires()
+    {
+        build_characters();
+        const int callbacks = h.callback_count("SelectionChanged");
+        const int job = run("scriptJob -event \"SelectionChanged\" \"global string $seen[]; $seen = `ls -sl`;\"").to_int();
+        QVERIFY(job > 0);
+        QCOMPARE(run("scriptJob -exists " + QString::number(job)).to_int(), 1);
+        // At once, before select returns.
+        QCOMPARE(strings(run("global string $seen[]; select -r root_ctrl; $seen")), QStringList{"root_ctrl"});
+        run("undo");
+        QCOMPARE(strings(run("global string $seen[]; $seen")), QStringList());
+        run("scriptJob -kill " + QString::number(job));
+        run("select -r hero:body");
+        QCOMPARE(strings(run("global string $seen[]; $seen")), QStringList());
+        run("scriptJob -kill " + QString::number(job), false);
+        run("scriptJob -event \"NoSuchEvent\" \"print 1\"", false);
+        run("scriptJob -e \"SelectionChanged\" \"print 1\"");
+        QCOMPARE(h.callback_count("SelectionChanged"), callbacks + 1);
+        h.reset();
+        QCOMPARE(h.callback_count("SelectionChanged"), callbacks);
+    }
+
     void execute_command_from_the_api()
     {
         build_characters();

@@ -79,18 +79,21 @@ MStatus MGlobal::executePythonCommandOnIdle(const MString& command, bool display
     return MStatus::kSuccess;
 }
 
-MStatus MGlobal::executeCommand(const MString& command, bool displayEnabled, bool)
+// Without undoEnabled nothing the text runs goes on the undo queue.
+MStatus MGlobal::executeCommand(const MString& command, bool displayEnabled, bool undoEnabled)
 {
-    return host::instance().execute(to_qstring(command), nullptr, displayEnabled)
-               ? MStatus::kSuccess
-               : MStatus::kFailure;
+    host& h = host::instance();
+    sandbox::undo_queue::suppress unrecorded(h.data().undo, !undoEnabled);
+    return h.execute(to_qstring(command), nullptr, displayEnabled) ? MStatus::kSuccess : MStatus::kFailure;
 }
 
 MStatus MGlobal::executeCommand(const MString& command, MStringArray& result, bool displayEnabled,
-                                bool)
+                                bool undoEnabled)
 {
+    host& h = host::instance();
+    sandbox::undo_queue::suppress unrecorded(h.data().undo, !undoEnabled);
     mel::value value;
-    bool ok = host::instance().execute(to_qstring(command), &value, displayEnabled);
+    bool ok = h.execute(to_qstring(command), &value, displayEnabled);
     result = sandbox::to_mstringarray(value.is_none() ? QStringList() : value.to_strings());
     return ok ? MStatus::kSuccess : MStatus::kFailure;
 }
@@ -134,6 +137,24 @@ MStatus MGlobal::setActiveSelectionList(const MSelectionList& src, ListAdjustmen
 MStatus MGlobal::clearSelectionList()
 {
     host::instance().clear_selection();
+    return MStatus::kSuccess;
+}
+
+// As the select command: one undoable change while the queue records.
+MStatus MGlobal::selectCommand(const MSelectionList& src, ListAdjustment how)
+{
+    host& h = host::instance();
+    QStringList items;
+    for (const QString& item : MSandboxAccess::items(src))
+        items.append(item);
+    static const char* const flags[] = {"-r", "-tgl", "-add", "-d", "-af"};
+    QVector<mel::value> args{mel::value::from_string(flags[unsigned(how) < 5 ? how : kReplaceList])};
+    for (const QString& item : items)
+        args.append(mel::value::from_string(item));
+    sandbox::record_scene_change(h, sandbox::command_text("select", args), [&] {
+        h.set_selection(items, to_adjustment(how));
+        return mel::value();
+    });
     return MStatus::kSuccess;
 }
 
@@ -311,6 +332,18 @@ MPxCommand::~MPxCommand() = default;
 MStatus MPxCommand::doIt(const MArgList&)
 {
     return MStatus::kSuccess;
+}
+
+// Only called for a command that says it is undoable: one that does not
+// say how to undo fails.
+MStatus MPxCommand::undoIt()
+{
+    return MStatus::kFailure;
+}
+
+MStatus MPxCommand::redoIt()
+{
+    return MStatus::kFailure;
 }
 
 bool MPxCommand::isUndoable() const

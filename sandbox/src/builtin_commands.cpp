@@ -191,6 +191,8 @@ void collect_namespaces(const host& h, const QString& parent, bool recurse, QStr
 
 int builtin_flag_takes_value(const QString& command, const QString& flag)
 {
+    if (undo_flag_takes_value(command, flag) >= 0)
+        return undo_flag_takes_value(command, flag);
     const command_syntax* syntax = find_syntax(command);
     const flag_rule* rule = syntax ? find_flag(*syntax, flag) : nullptr;
     if (!rule)
@@ -574,12 +576,30 @@ const builtin builtins[] = {
     {"unloadPlugin", mel_unload_plugin},
 };
 
+// The built-ins that change the scene: each call is a step on the undo queue.
+const char* const undoable_builtins[] = {"createNode", "delete", "select"};
+
+bool is_undoable(const char* name)
+{
+    for (const char* undoable : undoable_builtins)
+        if (qstrcmp(name, undoable) == 0)
+            return true;
+    return false;
+}
+
 } // namespace
 
 void install_builtin_commands(host& h, mel::interpreter& interp)
 {
     for (const builtin& command : builtins) {
         auto run = command.run;
+        if (is_undoable(command.name)) {
+            const QString name = command.name;
+            interp.register_command(name, [&h, run, name](mel::interpreter&, const args_t& args) {
+                return record_scene_change(h, command_text(name, args), [&] { return run(h, args); });
+            });
+            continue;
+        }
         interp.register_command(command.name,
                                 [&h, run](mel::interpreter&, const args_t& args) { return run(h, args); });
     }

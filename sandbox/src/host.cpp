@@ -16,6 +16,7 @@ host::host() : d(new impl)
     d->interp.on_error = [this](const QString& t) { log(log_kind::error, t); };
     d->interp.on_warning = [this](const QString& t) { log(log_kind::warning, t); };
     install_builtin_commands(*this, d->interp);
+    install_undo_commands(*this, d->interp);
 }
 
 host::~host() = default;
@@ -32,6 +33,8 @@ void host::reset()
     d->faults.clear();
     d->log.clear();
     d->batch = false;
+    d->undo.reset();
+    kill_script_jobs(*this);
 }
 
 // ----- MEL and Python
@@ -304,6 +307,23 @@ QString host::scene_name() const
 void host::set_scene_name(const QString& path)
 {
     d->scene.file_name = path;
+}
+
+// ----- Undo queue
+
+int host::undo_steps() const
+{
+    return d->undo.size();
+}
+
+QString host::undo_name() const
+{
+    return d->undo.undo_name();
+}
+
+void host::flush_undo()
+{
+    d->undo.flush();
 }
 
 // ----- Application state

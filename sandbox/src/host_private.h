@@ -6,6 +6,7 @@
 #include "idle_queue.h"
 #include "scene_state.h"
 #include "script_log.h"
+#include "undo_queue.h"
 
 #include <sandbox/host.h>
 
@@ -55,6 +56,18 @@ struct plugin_registry {
     plugin_record* find(const QString& name) const;
 };
 
+// MEL script jobs: scripts run when an event fires.
+struct script_job {
+    int number;
+    QString script;
+    std::uintptr_t callback;
+};
+
+struct script_jobs {
+    std::vector<std::unique_ptr<script_job>> jobs;
+    int next = 1;
+};
+
 // The host's jobs, each in its own part; host.cpp wires them together.
 struct host::impl {
     mel::interpreter interp;
@@ -64,6 +77,8 @@ struct host::impl {
     scene_state scene;
     plugin_registry plugins;
     fault_injector faults;
+    undo_queue undo;
+    script_jobs jobs;
 
     bool batch = false;
     QPointer<QWidget> main_window;
@@ -103,6 +118,15 @@ int builtin_flag_takes_value(const QString& command, const QString& flag);
 // The embedded Python interpreter behind host::execute_python.
 bool run_python(host& h, const QString& text, const QString& file, mel::value* result);
 bool python_running();
+// The undo queue's commands (undo, redo, undoInfo, flushUndo) and scriptJob.
+void install_undo_commands(host& h, mel::interpreter& interp);
+int undo_flag_takes_value(const QString& command, const QString& flag);
+void kill_script_jobs(host& h);
+// Runs a command that changes the scene; while the queue records, what it
+// changed becomes one undoable change named `name`.
+mel::value record_scene_change(host& h, const QString& name, const std::function<mel::value()>& run);
+// A command and its arguments as the undo queue names it ("select -r a").
+QString command_text(const QString& name, const QVector<mel::value>& args);
 // Runs a plug-in command from MEL.
 mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::value>& args);
 } // namespace sandbox

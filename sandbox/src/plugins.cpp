@@ -104,6 +104,35 @@ bool start_plugin(host& h, const QString& name, const QString& path, void* handl
     return false;
 }
 
+// An undoable plug-in command kept on the undo queue; deleted when the
+// queue drops it.
+class plugin_step : public undo_action {
+public:
+    plugin_step(MPxCommand* command, const QString& name) : command_(command), name_(name) {}
+    ~plugin_step() override { delete command_; }
+    void undo(host& h) override { call(h, &MPxCommand::undoIt, "undoIt"); }
+    void redo(host& h) override { call(h, &MPxCommand::redoIt, "redoIt"); }
+
+private:
+    void call(host& h, MStatus (MPxCommand::*fn)(), const char* what)
+    {
+        QString why;
+        try {
+            if ((command_->*fn)())
+                return;
+            why = "failed";
+        } catch (const std::exception& e) {
+            why = QString("threw: %1").arg(QString::fromUtf8(e.what()));
+        } catch (...) {
+            why = "threw an unknown exception";
+        }
+        h.log(log_kind::error, QString("%1: %2 %3.").arg(name_, what, why));
+    }
+
+    MPxCommand* command_;
+    QString name_;
+};
+
 } // namespace
 
 plugin_record* plugin_registry::find(const QString& name) const
@@ -168,6 +197,8 @@ bool host::unload_plugin(const QString& name, QString* error)
         plugin_record* record = it->get();
         if (record->name != name && record->path != name)
             continue;
+        // The queue may hold commands whose code goes with the module.
+        d->undo.flush();
         auto uninit = reinterpret_cast<entry_fn>(record->uninit);
         MStatus status;
         try {
@@ -232,17 +263,27 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
     const int errors_before = d.log.errors_reported();
     MStatus status = MStatus::kFailure;
     QString thrown;
+    // What the command runs with undo enabled joins its step.
+    const QString text = command_text(name, args);
+    d.undo.open_command(text);
+    MPxCommand* command = nullptr;
     try {
-        MPxCommand* command = static_cast<MPxCommand*>(creator());
+        command = static_cast<MPxCommand*>(creator());
         if (command) {
             status = command->doIt(list);
-            delete command;
+            // Maya keeps an undoable command that succeeded for undo and redo.
+            if (status && command->isUndoable() && d.undo.recording()) {
+                d.undo.add(text, std::make_unique<plugin_step>(command, name));
+                command = nullptr;
+            }
         }
     } catch (const std::exception& e) {
         thrown = QString::fromUtf8(e.what());
     } catch (...) {
         thrown = "unknown exception";
     }
+    delete command;
+    d.undo.close_command();
     command_result result = d.plugins.results.takeLast();
     if (!thrown.isEmpty())
         throw mel::command_failed{QString("%1: the command threw an exception: %2").arg(name, thrown)};

@@ -33,6 +33,7 @@ void host::new_scene()
     fire(scene_events::before_new);
     fire("deleteAll");
     d->scene.reset();
+    d->undo.flush(); // a new scene cannot be undone into the old one
     fire("NewSceneOpened");
     fire(scene_events::after_new);
 }
@@ -50,6 +51,7 @@ bool host::open_scene(const QString& path, QString* error)
     fire("deleteAll");
     scene_state& scene = d->scene;
     scene.reset();
+    d->undo.flush(); // as for a new scene
     // A scene file is MEL: its commands build the scene.
     scene.loading = true;
     bool ok = d->interp.eval(text);

@@ -1,6 +1,7 @@
 #include "model/button_model.h"
 
 #include "model/picker_host.h"
+#include "model/undo_chunk.h"
 
 namespace {
 
@@ -118,8 +119,10 @@ void run_button_script(const buttonAttributes& a)
 {
     if (a.kind != 1 || a.names.isEmpty() || a.names[0].isEmpty())
         return;
+    // The script is one step on the host's undo queue, however many
+    // commands it runs.
     if (a.language == 0)
-        picker_host::instance().run_mel_on_idle(a.names[0]);
+        picker_host::instance().run_mel_on_idle(mel_in_undo_chunk(a.names[0]));
     else if (a.language == 1)
-        picker_host::instance().run_python_on_idle(a.names[0]);
+        picker_host::instance().run_python_on_idle(python_in_undo_chunk(a.names[0]));
 }

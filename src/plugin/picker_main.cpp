@@ -89,6 +89,12 @@ QString to_q(const MString& s)
     return MQtUtil::toQString(s);
 }
 
+void selection_query_failed(const MStatus& status)
+{
+    MGlobal::displayError(to_m(QString("%1- could not get the current selection: %2")
+                                   .arg(texts::command_name, to_q(status.errorString()))));
+}
+
 const char* const settings_organisation = "Quillmarsh";
 const char* const settings_application = "picker";
 
@@ -396,8 +402,7 @@ void picker_main::sync_selection(bool own)
     QStringList names;
     MStatus status = host_selection(names);
     if (!status) {
-        MGlobal::displayError(to_m(QString("%1- could not get the current selection: %2")
-                                       .arg(texts::command_name, to_q(status.errorString()))));
+        selection_query_failed(status);
         mutex_.unlock();
         return;
     }
@@ -496,11 +501,35 @@ const char* const reentered = "the picker is changing the selection already; a s
 
 } // namespace
 
+bool picker_main::remember_selection(MSelectionList& list)
+{
+    const MStatus status = MGlobal::getActiveSelectionList(list);
+    if (!status)
+        selection_query_failed(status);
+    return status;
+}
+
+// A select or clear is one step on Maya's undo queue: undo puts back the
+// selection it replaced, redo makes its own again. The window follows
+// through the selection callback, as for any other change.
+MStatus picker_main::undoIt()
+{
+    return MGlobal::setActiveSelectionList(before_, MGlobal::kReplaceList);
+}
+
+MStatus picker_main::redoIt()
+{
+    return MGlobal::setActiveSelectionList(after_, MGlobal::kReplaceList);
+}
+
 MStatus picker_main::clear_selection(const MStringArray& args)
 {
     if (!mutex_.tryLock(0))
         return script_error("clear", reentered);
+    // Without the selection before it, the step could not be undone.
+    const bool remembered = remember_selection(before_);
     MStatus status = MGlobal::clearSelectionList();
+    undoable_ = remembered && status && remember_selection(after_);
     mutex_.unlock();
     selection_settled(args);
     return status;
@@ -512,6 +541,7 @@ MStatus picker_main::select_objects(const MStringArray& args)
         return clear_selection(args);
     if (!mutex_.tryLock(0))
         return script_error("select", reentered);
+    const bool remembered = remember_selection(before_);
     MStatus status = MStatus::kFailure;
     QStringList refused;
     unsigned first = 0;
@@ -527,6 +557,7 @@ MStatus picker_main::select_objects(const MStringArray& args)
         if (!status)
             refused << to_q(args[i]);
     }
+    undoable_ = remembered && remember_selection(after_);
     mutex_.unlock();
     selection_settled(args);
     if (refused.isEmpty())

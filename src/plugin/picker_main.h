@@ -6,6 +6,7 @@
 #include <maya/MArgList.h>
 #include <maya/MMessage.h>
 #include <maya/MPxCommand.h>
+#include <maya/MSelectionList.h>
 #include <maya/MStatus.h>
 #include <maya/MString.h>
 #include <maya/MStringArray.h>
@@ -32,7 +33,11 @@ class picker_main : public MPxCommand {
 public:
     static void* creator();
     MStatus doIt(const MArgList& args) override;
-    bool isUndoable() const override { return false; }
+    // Only select and clear are undo steps: they change the scene's
+    // selection. The rest changes the picker, which has its own undo.
+    bool isUndoable() const override { return undoable_; }
+    MStatus undoIt() override;
+    MStatus redoIt() override;
 
     MStatus process_command(const MString& directive, const MStringArray& args);
 
@@ -88,6 +93,13 @@ private:
     // Rebuilds the window from picker data; from_scene: the text is what the
     // scene holds, so nothing needs writing back.
     static MStatus restore_window(const MStringArray& args, bool from_scene);
+
+    // The host's selection before a select or clear, and after it.
+    bool undoable_ = false;
+    MSelectionList before_;
+    MSelectionList after_;
+    // Keeps the host's selection in *list; reports a failure.
+    static bool remember_selection(MSelectionList& list);
 
     MStatus select_objects(const MStringArray& args);
     MStatus clear_selection(const MStringArray& args);

@@ -19,6 +19,7 @@ namespace {
 MCallbackId selection_id = 0;
 MCallbackId opened_id = 0;
 std::vector<std::string> events;
+std::vector<std::string> lifecycle; // what happened to undoable instances
 
 void on_selection_changed(void*)
 {
@@ -33,6 +34,25 @@ void on_scene_opened(void*)
 class echo_cmd : public MPxCommand {
 public:
     static void* creator() { return new echo_cmd; }
+    ~echo_cmd() override
+    {
+        if (undoable_)
+            lifecycle.push_back("deleted " + label_);
+    }
+    bool isUndoable() const override { return undoable_; }
+
+    // "undoable_select" puts back the selection it replaced; "undoable_run"
+    // leaves its undo to what it ran with undo enabled.
+    MStatus undoIt() override
+    {
+        lifecycle.push_back("undoIt " + label_);
+        return selects_ ? MGlobal::setActiveSelectionList(before_) : MStatus();
+    }
+    MStatus redoIt() override
+    {
+        lifecycle.push_back("redoIt " + label_);
+        return selects_ ? MGlobal::setActiveSelectionList(after_) : MStatus();
+    }
 
     MStatus doIt(const MArgList& args) override
     {
@@ -111,6 +131,34 @@ public:
             setResult(result);
             return status;
         }
+        if (directive == "undoable_select" || directive == "undoable_run") {
+            undoable_ = true;
+            label_ = args.asString(1).asChar();
+            if (directive == "undoable_run")
+                return MGlobal::executeCommand(args.asString(1), false, true);
+            selects_ = true;
+            MGlobal::getActiveSelectionList(before_);
+            MSelectionList list;
+            for (unsigned i = 1; i < n; ++i)
+                list.add(args.asString(i));
+            status = MGlobal::setActiveSelectionList(list);
+            MGlobal::getActiveSelectionList(after_);
+            return status;
+        }
+        if (directive == "select_command") {
+            MSelectionList list;
+            for (unsigned i = 1; i < n; ++i)
+                list.add(args.asString(i));
+            return MGlobal::selectCommand(list, MGlobal::kReplaceList);
+        }
+        if (directive == "lifecycle") {
+            MStringArray out;
+            for (const std::string& e : lifecycle)
+                out.append(MString(e.c_str()));
+            setResult(out);
+            lifecycle.clear();
+            return MStatus::kSuccess;
+        }
         if (directive == "idle") {
             return MGlobal::executeCommandOnIdle(args.asString(1));
         }
@@ -125,6 +173,13 @@ public:
         MGlobal::displayError(MString("quillEcho - unknown directive: ") + directive);
         return MStatus::kFailure;
     }
+
+private:
+    bool undoable_ = false;
+    bool selects_ = false;
+    std::string label_;
+    MSelectionList before_;
+    MSelectionList after_;
 };
 
 } // namespace
@@ -158,5 +213,6 @@ MStatus uninitializePlugin(MObject obj)
     MMessage::removeCallback(selection_id);
     MMessage::removeCallback(opened_id);
     events.clear();
+    lifecycle.clear();
     return MStatus::kSuccess;
 }

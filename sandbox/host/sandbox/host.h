@@ -66,7 +66,8 @@ public:
     host& operator=(const host&) = delete;
 
     // Back to a fresh session: new empty scene without firing events, no
-    // queued texts, no faults, an empty log, not batch. Plug-ins stay loaded.
+    // queued texts, no faults, an empty log, not batch, an empty undo queue
+    // and no script jobs. Plug-ins stay loaded.
     void reset();
 
     // ----- MEL
@@ -159,6 +160,12 @@ public:
     QString scene_text() const;
     // "quitApplication".
     void quit();
+
+    // ----- Undo queue: what the undo command would take back. MEL's undo,
+    // redo, undoInfo and flushUndo drive it.
+    int undo_steps() const;
+    QString undo_name() const;
+    void flush_undo();
 
     // ----- Plug-ins
     bool load_plugin(const QString& path, QString* name, QString* error);

@@ -30,6 +30,7 @@ public:
     static MStatus clearSelectionList();
     // The default adjustment adds to the list, as in Maya: always pass one.
     static MStatus selectByName(const MString& name, ListAdjustment = kAddToList);
+    static MStatus selectCommand(const MSelectionList& src, ListAdjustment = kReplaceList);
 };
 
 OPENMAYA_NAMESPACE_CLOSE

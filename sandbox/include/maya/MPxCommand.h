@@ -12,6 +12,8 @@ public:
     MPxCommand();
     virtual ~MPxCommand();
     virtual MStatus doIt(const MArgList& args);
+    virtual MStatus undoIt();
+    virtual MStatus redoIt();
     virtual bool isUndoable() const;
     static void clearResult();
     static void setResult(const MString&);
