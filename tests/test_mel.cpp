@@ -503,6 +503,7 @@ private slots:
         QTest::newRow("float array") << value::from_floats({0.5, 3}) << 0 << 0.0 << "0.5 3" << QStringList{"0.5", "3"};
         QTest::newRow("empty array") << value::from_strings({}) << 0 << 0.0 << "" << QStringList();
         QTest::newRow("none") << value() << 0 << 0.0 << "" << QStringList();
+        QTest::newRow("a boolean is MEL's int") << value::from_bool(true) << 1 << 1.0 << "1" << QStringList{"1"};
     }
 
     void value_conversions()
@@ -516,6 +517,7 @@ private slots:
         QCOMPARE(v.to_float(), as_float);
         QCOMPARE(v.result_text(), as_string);
         QCOMPARE(v.to_strings(), as_strings);
+        QCOMPARE(v.is_bool(), QByteArray(QTest::currentDataTag()).startsWith("a boolean"));
     }
 
     void session_state()
