@@ -385,6 +385,25 @@ private slots:
         QCOMPARE(strings(run(script)), received);
     }
 
+    // A procedure that loads a plug-in was read before its command existed,
+    // so it reaches the command only through eval or evalDeferred, as in Maya.
+    void a_procedure_reaches_a_command_it_loads_only_through_eval()
+    {
+        const QString load = QString("loadPlugin \"%1\";").arg(ECHO_PLUGIN_PATH);
+        run("global proc direct() { " + load + " print(`quillEcho single direct`); }\n"
+            "global proc indirect() { " + load + " print(eval(\"quillEcho single now\"));"
+            " evalDeferred \"print(`quillEcho single later`)\"; }");
+        run("direct()", false);
+        QVERIFY(log_contains("Cannot find procedure \"quillEcho\"."));
+        QVERIFY(h.plugins().contains("quillEcho"));
+        QVERIFY(!log_contains("direct"));
+        h.clear_output();
+        run("indirect()");
+        h.drain_idle();
+        QVERIFY2(h.output_text().contains("now") && h.output_text().contains("later"), qPrintable(h.output_text()));
+        QCOMPARE(h.error_count(), 0);
+    }
+
     void plugin_loads_runs_and_unloads()
     {
         QString name, error;
