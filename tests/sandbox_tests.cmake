@@ -49,6 +49,8 @@ quill_test(test_scene SOURCES test_scene.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plug
 # Python in the host: maya.cmds and Python command buttons of the real plug-in.
 quill_test(test_python SOURCES test_python.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+target_compile_definitions(test_python PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
+add_dependencies(test_python quillEcho)
 # Scenes of large pictures: each in its entry, all within one pixel budget.
 quill_test(test_scene_pictures SOURCES test_scene_pictures.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)

@@ -294,6 +294,22 @@ private slots:
         QCOMPARE(run.status, 0);
     }
 
+    void module_scripts_read_before_the_plugin_loads()
+    {
+        // Maya reads the module's procedures from its script path before the
+        // plug-in is loaded, and binds their names then. The copy starts with
+        // no plug-in; loadPlugin finds the bare name in the working folder,
+        // where Maya would search its plug-in path.
+        QVERIFY(QFile::link(PICKER_PLUGIN_PATH, dir_.filePath("QuillmarshPicker")));
+        run_result run = launch({"--mel-file", MODULE_SCRIPTS "/QuillmarshPicker_open.mel", "--mel",
+                                 "print(`pluginInfo -q -loaded QuillmarshPicker`)", "--mel", "QuillmarshPicker_open",
+                                 "--mel", "print(`pluginInfo -q -loaded QuillmarshPicker`)", "--mel",
+                                 "QuillmarshPicker_open; print(size(`QuillmarshPicker query_tabs`))", "--quit"});
+        QFile::remove(dir_.filePath("QuillmarshPicker"));
+        QVERIFY2(in_order(run.lines, {"0", "1", "1"}), qPrintable(run.lines.join('\n') + run.errors));
+        QCOMPARE(run.status, 0);
+    }
+
     // The picker's window narrowed and its view zoomed, for pictures of the
     // demo: the lit hand fills far more of a zoomed picture; bad values
     // are errors.

@@ -356,6 +356,68 @@ private slots:
         QCOMPARE(h.error_count(), 0);
     }
 
+    // Numbers reach the directives as MEL numbers, as quoted text, through
+    // function syntax and from Python; each way gives the same results.
+    void numbers_come_as_numbers_or_as_text()
+    {
+        const QList<QStringList> steps = {
+            {"add_button", "120", "40", "hand"},
+            {"move_button", "label", "hand", "130.75", "45"},
+            {"resize_button", "label", "hand", "24", "16"},
+            {"color_button", "label", "hand", "10", "200", "30"},
+            {"color_button_text", "x", "130", "45", "1", "2", "3"},
+            {"get_button_bounds", "x", "130", "45"},
+            {"get_button_properties", "x", "130", "45"},
+            {"rename_button", "x", "130", "45", "grip"},
+            {"update_button", "x", "130", "45", "rig:arm"},
+            {"query_button", "x", "130", "45"},
+            {"set_button_properties", "label", "grip", "", "150", "60.5", "0", "", "12", "30", "8", "", ""},
+            {"add_cmd_button", "200", "100.5", "go", "mel", "select -cl"},
+            {"press_button", "x", "200", "100"},
+            {"delete_button", "x", "150", "60"},
+        };
+        const auto number = [](const QString& t) {
+            bool ok = false;
+            t.toDouble(&ok);
+            return ok;
+        };
+        const auto quoted = [](QString t, QChar q) { return q + t.replace('\\', "\\\\").replace(q, QString("\\") + q) + q; };
+        QVERIFY(h.execute_python("import maya.cmds as cmds"));
+        enum form { text, command, function, python };
+        QStringList first;
+        for (form f : {text, command, function, python}) {
+            arm_and_leg();
+            run("select -r rig:hand");
+            QStringList got;
+            for (const QStringList& step : steps) {
+                QStringList args;
+                for (const QString& t : step)
+                    args << (f != text && number(t) ? t : quoted(t, f == python ? '\'' : '"'));
+                mel::value v;
+                bool ok = false;
+                if (f == python)
+                    ok = h.execute_python("cmds.QuillmarshPicker(" + args.join(", ") + ")", &v);
+                else if (f == function)
+                    ok = h.execute("QuillmarshPicker(" + args.join(", ") + ")", &v);
+                else
+                    ok = h.execute("QuillmarshPicker " + args.join(' '), &v);
+                QVERIFY2(ok, qPrintable(QString("form %1, %2: %3").arg(f).arg(step.join(' '), h.output_text())));
+                got << step[0] + ": " + v.to_strings().join(' ');
+            }
+            got << describe(view());
+            if (f == text)
+                first = got;
+            else
+                QCOMPARE(got, first);
+        }
+        QVERIFY2(first.contains("get_button_properties: 130 45 0 0 24 24 16 #0ac81e #010203"), qPrintable(first.join('\n')));
+
+        // Python's booleans are the channels 1 and 0.
+        QVERIFY(h.execute_python("cmds.QuillmarshPicker('color_button', 'label', 'go', True, False, True)"));
+        QCOMPARE(result("QuillmarshPicker get_button_properties label go").value(7), QString("#010001"));
+        QCOMPARE(h.error_count(), 0);
+    }
+
     void add_needs_a_selection_but_a_command_button_needs_nothing()
     {
         // Nothing selected in the host: no selection button, and that is no
@@ -507,8 +569,8 @@ private slots:
             << "QuillmarshPicker set_background \"/nonexistent/picture.png\"" << "set_background: ";
         QTest::newRow("save to no path") << "QuillmarshPicker save \"\"" << "save: the path is empty";
         QTest::newRow("directive case matters") << "QuillmarshPicker Select" << "unknown directive: Select";
-        QTest::newRow("array among arguments") << "string $n[] = {\"a\"}; QuillmarshPicker select $n rig:arm"
-                                               << "could not parse the command: (kFailure) ";
+        QTest::newRow("array among arguments") << "string $n[] = {\"a\"}; QuillmarshPicker select rig:arm $n"
+                                               << "select: argument 3 is neither a string nor a number";
         const QString count = "wrong number of arguments";
         QTest::newRow("colour, nothing given") << "QuillmarshPicker color_button label" << "color_button: " + count;
         QTest::newRow("press, a point of words") << "QuillmarshPicker press_button label arm now"

@@ -480,6 +480,72 @@ private slots:
         QCOMPARE(s.out, output);
     }
 
+    // A procedure's calls are bound when the procedure is read, as in Maya:
+    // a name unknown then never resolves from that procedure, even once a
+    // command of that name exists; top-level statements and eval look names
+    // up when they run. "plug" registers the command "later".
+    void names_bind_when_a_procedure_is_parsed_data()
+    {
+        QTest::addColumn<QStringList>("texts"); // evaluated in turn
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("error"); // the last one; empty for none
+
+        const QString later = "line 1: Cannot find procedure \"later\".";
+        QTest::newRow("a command made inside the procedure")
+            << QStringList{"global proc p() { plug; later; }", "p();"} << "" << later;
+        QTest::newRow("a command made before the call, after the parse")
+            << QStringList{"global proc p() { print \"in \"; later; }", "plug;", "p();"} << "in " << later;
+        QTest::newRow("function syntax and a back quote too")
+            << QStringList{"global proc p() { plug; print(`later`); }", "global proc q() { later(); }", "p();",
+                           "q();"}
+            << "" << later;
+        QTest::newRow("caught, the call is still unbound")
+            << QStringList{"global proc p() { plug; print(catch(later())); }", "p();"} << "1" << later;
+        QTest::newRow("eval looks up when it runs")
+            << QStringList{"global proc p() { plug; eval(\"later\"); eval \"later\"; }", "p();"} << "laterlater"
+            << "";
+        QTest::newRow("known when parsed") << QStringList{"plug;", "global proc p() { later; }", "p();"} << "later"
+                                           << "";
+        QTest::newRow("top level, also in blocks, looks up when it runs")
+            << QStringList{"plug; later; if (1) { plug; later; }"} << "laterlater" << "";
+        QTest::newRow("a procedure of a later text")
+            << QStringList{"global proc a() { b(); }", "global proc b() { print \"b\"; }", "a();"} << ""
+            << "line 1: Cannot find procedure \"b\".";
+        QTest::newRow("procedures of the same text, wherever they stand")
+            << QStringList{"global proc a() { b(); c; }\nglobal proc b() { print \"b\"; }\n"
+                           "proc c() { print \"c\"; }\na();"}
+            << "bc" << "";
+        QTest::newRow("recursion")
+            << QStringList{"global proc int fact(int $n) { if ($n < 2) return 1; return $n * fact($n - 1); }",
+                           "print(fact(5));"}
+            << "120" << "";
+        QTest::newRow("a procedure redefined after binding runs its new body")
+            << QStringList{"global proc b() { print \"old\"; }", "global proc a() { b(); }",
+                           "global proc b() { print \"new\"; }", "a();"}
+            << "new" << "";
+        QTest::newRow("built-ins and catch bind")
+            << QStringList{"global proc p() { print(size(\"abc\") + catch(size(\"\"))); }", "p();"} << "3" << "";
+    }
+
+    void names_bind_when_a_procedure_is_parsed()
+    {
+        QFETCH(QStringList, texts);
+        QFETCH(QString, output);
+        QFETCH(QString, error);
+        session s;
+        s.mel.register_command("plug", [](mel::interpreter& in, const QVector<mel::value>&) {
+            in.register_command("later", [](mel::interpreter& again, const QVector<mel::value>&) {
+                again.eval("print \"later\";");
+                return mel::value::from_string("later");
+            });
+            return mel::value();
+        });
+        for (const QString& text : texts)
+            s.mel.eval(text);
+        QCOMPARE(s.out, output);
+        QCOMPARE(s.errors.value(s.errors.size() - 1), error);
+    }
+
     void value_conversions_data()
     {
         QTest::addColumn<mel::value>("v");
@@ -503,6 +569,7 @@ private slots:
         QTest::newRow("float array") << value::from_floats({0.5, 3}) << 0 << 0.0 << "0.5 3" << QStringList{"0.5", "3"};
         QTest::newRow("empty array") << value::from_strings({}) << 0 << 0.0 << "" << QStringList();
         QTest::newRow("none") << value() << 0 << 0.0 << "" << QStringList();
+        QTest::newRow("a boolean is MEL's int") << value::from_bool(true) << 1 << 1.0 << "1" << QStringList{"1"};
     }
 
     void value_conversions()
@@ -516,6 +583,7 @@ private slots:
         QCOMPARE(v.to_float(), as_float);
         QCOMPARE(v.result_text(), as_string);
         QCOMPARE(v.to_strings(), as_strings);
+        QCOMPARE(v.is_bool(), QByteArray(QTest::currentDataTag()).startsWith("a boolean"));
     }
 
     void session_state()

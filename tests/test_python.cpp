@@ -115,6 +115,23 @@ private slots:
         QCOMPARE(errors(), QStringList());
     }
 
+    // Python values reach a plug-in command with their types: what each
+    // getter makes of each argument, "string|int|double|bool|array".
+    void plugin_commands_take_python_types()
+    {
+        QString name, error;
+        QVERIFY2(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error), qPrintable(error));
+        const QString got = repr("", "cmds.quillEcho('probe', 120, 40.5, 'hand', '7', True, False, ['a', 'b'], "
+                                     "('c',), [], 2**40)");
+        QVERIFY2(h.unload_plugin(name, &error), qPrintable(error));
+        QCOMPARE(got, QString("['-|120|120|-|-', '-|-|40.5|-|-', 'hand|-|-|-|-', '7|7|7|-|-', '-|1|1|true|-', "
+                              "'-|0|0|false|-', '-|-|-|-|2', '-|-|-|-|1', '-|-|-|-|0', '-|-|1099511627776|-|-']"));
+        // Built-in commands still take Python's booleans as MEL's 1 and 0.
+        QCOMPARE(repr("", "cmds.size([True, False])"), QString("2"));
+        QCOMPARE(repr("", "cmds.match('1', True)"), QString("'1'"));
+        QCOMPARE(errors(), QStringList());
+    }
+
     void failed_commands_raise_runtime_error_data()
     {
         QTest::addColumn<QString>("call");

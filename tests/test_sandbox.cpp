@@ -315,7 +315,7 @@ private slots:
         QTest::addColumn<QString>("script");
         QTest::addColumn<QStringList>("received");
         QTest::newRow("plain") << "quillEcho echo a hero:b.vtx[1] -3 2.5"
-                               << QStringList{"s:a", "s:hero:b.vtx[1]", "s:-3", "s:2.5"};
+                               << QStringList{"s:a", "s:hero:b.vtx[1]", "n:-3", "n:2.5"};
         QTest::newRow("quoted") << "quillEcho \"echo\" \"two words\" \"\""
                                 << QStringList{"s:two words", "s:"};
         QTest::newRow("array variable") << "string $a[] = {\"x\", \"y z\"}; quillEcho echo $a"
@@ -326,7 +326,7 @@ private slots:
         QTest::newRow("array among strings") << "string $a[] = {\"p\"}; quillEcho echo first $a last"
                                              << QStringList{"s:first", "a1:p", "s:last"};
         QTest::newRow("function syntax") << "quillEcho(\"echo\", \"f\", 7)"
-                                         << QStringList{"s:f", "s:7"};
+                                         << QStringList{"s:f", "n:7"};
         QTest::newRow("nested call") << "quillEcho echo `quillEcho run \"ls -sl\"`"
                                      << QStringList{"a1:root_ctrl"};
         QTest::newRow("empty arrays around an empty string") << "string $none[]; quillEcho echo $none \"\" $none"
@@ -342,6 +342,66 @@ private slots:
         build_characters();
         run("select root_ctrl");
         QCOMPARE(strings(run(script)), received);
+    }
+
+    // A plug-in command receives each argument with its MEL type, and each
+    // getter reads only what it can read without losing anything:
+    // "string|int|double|bool|array", "-" where the getter fails.
+    void plugin_commands_take_typed_values_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QStringList>("received");
+        const QString integer120 = "-|120|120|-|-";
+        QTest::newRow("command syntax numbers and words")
+            << "quillEcho probe 120 1.5 word 2.0 -7 3e9"
+            << QStringList{integer120, "-|-|1.5|-|-", "word|-|-|-|-", "-|2|2|-|-", "-|-7|-7|-|-",
+                           "-|-|3000000000|-|-"};
+        QTest::newRow("quoted numbers are strings that read as numbers")
+            << "quillEcho probe \"120\" \"1.5\" \"1e3\" \"-0\" \"\""
+            << QStringList{"120|120|120|-|-", "1.5|-|1.5|-|-", "1e3|1000|1000|-|-", "-0|0|-0|false|-", "|-|-|-|-"};
+        QTest::newRow("strings that are not wholly numbers")
+            << "quillEcho probe 12abc \" 5\" \"0x10\" inf nan . 1e \"99999999999\""
+            << QStringList{"12abc|-|-|-|-", " 5|-|-|-|-", "0x10|-|-|-|-", "inf|-|-|-|-", "nan|-|-|-|-",
+                           ".|-|-|-|-", "1e|-|-|-|-", "99999999999|-|99999999999|-|-"};
+        QTest::newRow("MEL truth values are ints")
+            << "quillEcho probe (true) (off) 1 0 2"
+            << QStringList{"-|1|1|true|-", "-|0|0|false|-", "-|1|1|true|-", "-|0|0|false|-", "-|2|2|-|-"};
+        QTest::newRow("function syntax keeps variables' types")
+            << "int $i = 120; float $f = 40.5; string $s = \"120\"; string $a[] = {\"x\", \"y\"}; int $n[] = {4};"
+               "quillEcho(\"probe\", $i, $f, $s, $a, $n, $i + 0.5)"
+            << QStringList{integer120, "-|-|40.5|-|-", "120|120|120|-|-", "-|-|-|-|2", "-|-|-|-|1",
+                           "-|-|120.5|-|-"};
+        QTest::newRow("command syntax variables")
+            << "int $i = 120; float $f = 2; string $empty[]; quillEcho probe $i $f $empty"
+            << QStringList{integer120, "-|2|2|-|-", "-|-|-|-|0"};
+    }
+
+    void plugin_commands_take_typed_values()
+    {
+        QFETCH(QString, script);
+        QFETCH(QStringList, received);
+        QString name, error;
+        QVERIFY2(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error), qPrintable(error));
+        QCOMPARE(strings(run(script)), received);
+    }
+
+    // A procedure that loads a plug-in was read before its command existed,
+    // so it reaches the command only through eval or evalDeferred, as in Maya.
+    void a_procedure_reaches_a_command_it_loads_only_through_eval()
+    {
+        const QString load = QString("loadPlugin \"%1\";").arg(ECHO_PLUGIN_PATH);
+        run("global proc direct() { " + load + " print(`quillEcho single direct`); }\n"
+            "global proc indirect() { " + load + " print(eval(\"quillEcho single now\"));"
+            " evalDeferred \"print(`quillEcho single later`)\"; }");
+        run("direct()", false);
+        QVERIFY(log_contains("Cannot find procedure \"quillEcho\"."));
+        QVERIFY(h.plugins().contains("quillEcho"));
+        QVERIFY(!log_contains("direct"));
+        h.clear_output();
+        run("indirect()");
+        h.drain_idle();
+        QVERIFY2(h.output_text().contains("now") && h.output_text().contains("later"), qPrintable(h.output_text()));
+        QCOMPARE(h.error_count(), 0);
     }
 
     void plugin_loads_runs_and_unloads()
@@ -458,9 +518,32 @@ private slots:
         QCOMPARE(QString(text.asChar()), QString("hero:arm"));
         QVERIFY(!args.get(index, array));
         QVERIFY(!args.get(2, text));
+        QCOMPARE(index, 1u);
         MStatus status;
         args.asString(5, &status);
         QCOMPARE(status, MStatus(MStatus::kFailure));
+
+        // Added strings read as numbers only when they are wholly one; a
+        // failed getter says so and gives the type's zero.
+        args.addArg("12");
+        args.addArg("0.25");
+        QCOMPARE(args.asInt(2, &status), 12);
+        QVERIFY(status);
+        QCOMPARE(args.asDouble(3, &status), 0.25);
+        QVERIFY(status);
+        QCOMPARE(args.asInt(3, &status), 0);
+        QCOMPARE(status, MStatus(MStatus::kFailure));
+        QCOMPARE(args.asBool(2, &status), false);
+        QCOMPARE(status, MStatus(MStatus::kFailure));
+        QCOMPARE(args.asDouble(1, &status), 0.0);
+        QCOMPARE(status, MStatus(MStatus::kFailure));
+        bool flag = true;
+        int integer = 7;
+        double number = 7;
+        QVERIFY(!args.get(4, flag) && !args.get(4, integer) && !args.get(4, number));
+        QVERIFY(flag && integer == 7 && number == 7);
+        MArgList copy(args);
+        QCOMPARE(QString(copy.asString(3).asChar()), QString("0.25"));
     }
 
     void strings_are_utf8_inside()

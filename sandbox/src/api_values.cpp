@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -305,37 +306,167 @@ unsigned int MArgList::length(MStatus* ReturnStatus) const
         *ReturnStatus = MStatus::kSuccess;
     return unsigned(cargs_of(api_data_).size());
 }
-MString MArgList::asString(unsigned int index, MStatus* ret) const
+namespace {
+
+using arg_t = MSandboxAccess::arg;
+
+// A string that is wholly one decimal number ("12", "-0.5", "1e3"), as a
+// number argument could have been written; "12abc", " 12", "0x10" and
+// "inf" are not.
+bool numeric_text(const std::string& s, double* out)
 {
-    MString out;
-    MStatus status = get(index, out);
+    std::size_t k = 0;
+    if (k < s.size() && (s[k] == '+' || s[k] == '-'))
+        ++k;
+    std::size_t digits = 0;
+    while (k < s.size() && s[k] >= '0' && s[k] <= '9')
+        ++k, ++digits;
+    if (k < s.size() && s[k] == '.') {
+        ++k;
+        while (k < s.size() && s[k] >= '0' && s[k] <= '9')
+            ++k, ++digits;
+    }
+    if (digits == 0)
+        return false;
+    if (k < s.size() && (s[k] == 'e' || s[k] == 'E')) {
+        ++k;
+        if (k < s.size() && (s[k] == '+' || s[k] == '-'))
+            ++k;
+        std::size_t exponent = 0;
+        while (k < s.size() && s[k] >= '0' && s[k] <= '9')
+            ++k, ++exponent;
+        if (exponent == 0)
+            return false;
+    }
+    if (k != s.size())
+        return false;
+    bool ok = false;
+    const double v = QByteArray::fromStdString(s).toDouble(&ok); // the C locale, whatever the user's
+    if (!ok || !std::isfinite(v))
+        return false;
+    *out = v;
+    return true;
+}
+
+// A plain value read as a number: numbers and booleans as they are, a string
+// only when it is wholly a number.
+bool number_of(const arg_t& a, double* out)
+{
+    switch (a.kind) {
+    case arg_t::integer: *out = a.i; return true;
+    case arg_t::number: *out = a.d; return true;
+    case arg_t::boolean: *out = a.b ? 1.0 : 0.0; return true;
+    case arg_t::string: return numeric_text(a.text, out);
+    case arg_t::string_array: break;
+    }
+    return false;
+}
+
+// An int only when nothing is lost: 2.0 reads as 2, 2.5 does not read.
+bool int_of(const arg_t& a, int* out)
+{
+    if (a.kind == arg_t::integer) {
+        *out = a.i;
+        return true;
+    }
+    double v = 0.0;
+    if (!number_of(a, &v) || !std::isfinite(v) || v != std::trunc(v) || v < -2147483648.0 || v > 2147483647.0)
+        return false;
+    *out = int(v);
+    return true;
+}
+
+const arg_t* arg_at(const void* data, unsigned index)
+{
+    const auto& list = cargs_of(data);
+    return index < list.size() ? &list[index] : nullptr;
+}
+
+template <class T>
+T value_or_default(const MArgList& list, unsigned index, MStatus* ret)
+{
+    T out{};
+    const MStatus status = list.get(index, out);
     if (ret)
         *ret = status;
-    return out;
+    return status ? out : T{};
+}
+
+} // namespace
+
+bool MArgList::asBool(unsigned int index, MStatus* ret) const
+{
+    return value_or_default<bool>(*this, index, ret);
+}
+int MArgList::asInt(unsigned int index, MStatus* ret) const
+{
+    return value_or_default<int>(*this, index, ret);
+}
+double MArgList::asDouble(unsigned int index, MStatus* ret) const
+{
+    return value_or_default<double>(*this, index, ret);
+}
+MString MArgList::asString(unsigned int index, MStatus* ret) const
+{
+    return value_or_default<MString>(*this, index, ret);
+}
+MStatus MArgList::get(unsigned int index, bool& ret) const
+{
+    const arg_t* a = arg_at(api_data_, index);
+    if (a && a->kind == arg_t::boolean) {
+        ret = a->b;
+        return MStatus::kSuccess;
+    }
+    // MEL has no booleans: its true and on are the int 1.
+    int v = 0;
+    if (!a || !int_of(*a, &v) || (v != 0 && v != 1))
+        return MStatus::kFailure;
+    ret = v == 1;
+    return MStatus::kSuccess;
+}
+MStatus MArgList::get(unsigned int index, int& ret) const
+{
+    const arg_t* a = arg_at(api_data_, index);
+    int v = 0;
+    if (!a || !int_of(*a, &v))
+        return MStatus::kFailure;
+    ret = v;
+    return MStatus::kSuccess;
+}
+MStatus MArgList::get(unsigned int index, double& ret) const
+{
+    const arg_t* a = arg_at(api_data_, index);
+    double v = 0.0;
+    if (!a || !number_of(*a, &v))
+        return MStatus::kFailure;
+    ret = v;
+    return MStatus::kSuccess;
 }
 MStatus MArgList::get(unsigned int index, MString& ret) const
 {
-    const auto& list = cargs_of(api_data_);
-    if (index >= list.size() || list[index].is_array)
+    const arg_t* a = arg_at(api_data_, index);
+    if (!a || a->kind != arg_t::string)
         return MStatus::kFailure;
-    ret = MString(list[index].text.c_str());
+    ret = MString(a->text.c_str(), int(a->text.size()));
     return MStatus::kSuccess;
 }
 MStatus MArgList::get(unsigned int& index, MStringArray& ret) const
 {
-    const auto& list = cargs_of(api_data_);
-    if (index >= list.size() || !list[index].is_array)
+    const arg_t* a = arg_at(api_data_, index);
+    if (!a || a->kind != arg_t::string_array)
         return MStatus::kFailure;
     MStringArray out;
-    for (const std::string& item : list[index].items)
-        out.append(MString(item.c_str()));
+    for (const std::string& item : a->items)
+        out.append(MString(item.c_str(), int(item.size())));
     ret = out;
     ++index; // Maya moves the index past the argument it consumed
     return MStatus::kSuccess;
 }
 MStatus MArgList::addArg(const MString& arg)
 {
-    args_of(api_data_).push_back({false, arg.asChar(), {}});
+    arg_t a;
+    a.text = std::string(arg.asChar(), arg.length());
+    args_of(api_data_).push_back(std::move(a));
     return MStatus::kSuccess;
 }
 

@@ -89,9 +89,13 @@ struct host::impl {
 
 OPENMAYA_MAJOR_NAMESPACE_OPEN
 struct MSandboxAccess {
+    // One argument of a command: exactly one of the payloads, by kind.
     struct arg {
-        bool is_array;
+        enum kind_t { string, integer, number, boolean, string_array } kind = string;
         std::string text;
+        int i = 0;
+        double d = 0.0;
+        bool b = false;
         std::vector<std::string> items;
     };
     static std::vector<arg>& args(MArgList& list);

@@ -248,15 +248,36 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
 
     MArgList list;
     auto& raw = MSandboxAccess::args(list);
-    for (const mel::value& arg : args) {
-        if (arg.is_array()) {
-            MSandboxAccess::arg a{true, {}, {}};
-            for (const QString& s : arg.to_strings())
+    for (const mel::value& v : args) {
+        // Each argument keeps its MEL type; a number is never turned into text.
+        MSandboxAccess::arg a;
+        switch (v.type()) {
+        case mel::value::integer:
+            if (v.is_bool()) {
+                a.kind = MSandboxAccess::arg::boolean;
+                a.b = v.to_int() != 0;
+            } else {
+                a.kind = MSandboxAccess::arg::integer;
+                a.i = v.to_int();
+            }
+            break;
+        case mel::value::number:
+            a.kind = MSandboxAccess::arg::number;
+            a.d = v.to_float();
+            break;
+        case mel::value::int_array:
+        case mel::value::float_array:
+        case mel::value::string_array:
+            a.kind = MSandboxAccess::arg::string_array;
+            for (const QString& s : v.to_strings())
                 a.items.push_back(s.toStdString());
-            raw.push_back(std::move(a));
-        } else {
-            raw.push_back({false, arg.to_string().toStdString(), {}});
+            break;
+        case mel::value::none:
+        case mel::value::string:
+            a.text = v.to_string().toStdString();
+            break;
         }
+        raw.push_back(std::move(a));
     }
 
     d.plugins.results.append(command_result());

@@ -77,7 +77,7 @@ QString str_of(PyObject* o)
 mel::value to_mel(PyObject* o)
 {
     if (PyBool_Check(o))
-        return mel::value::from_int(o == Py_True ? 1 : 0);
+        return mel::value::from_bool(o == Py_True);
     if (PyLong_Check(o)) {
         int overflow = 0;
         long long v = PyLong_AsLongLongAndOverflow(o, &overflow);

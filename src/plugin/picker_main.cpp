@@ -263,28 +263,13 @@ MStatus picker_main::doIt(const MArgList& args)
         report_error(status, "could not parse the command");
         return status;
     }
+    // Numbers arrive as numbers; the directives read them as text.
     MStringArray list;
-    if (n >= 2) {
-        bool taken = false;
-        if (n == 2) {
-            // A single MEL string[] after the directive is taken element by element.
-            unsigned index = 1;
-            taken = args.get(index, list) == MStatus::kSuccess;
-        }
-        if (!taken) {
-            list.clear();
-            for (unsigned i = 1; i < n; ++i) {
-                MString item;
-                status = args.get(i, item);
-                if (!status)
-                    break;
-                list.append(item);
-            }
-        }
-    }
-    if (!status) {
-        report_error(status, "could not parse the command");
-        return status;
+    if (const unsigned bad = directive_arguments(args, list)) {
+        MGlobal::displayError(to_m(QString("%1 - %2: argument %3 is neither a string nor a number")
+                                       .arg(texts::command_name, to_q(directive))
+                                       .arg(bad)));
+        return MStatus::kFailure;
     }
     return process_command(directive, list);
 }

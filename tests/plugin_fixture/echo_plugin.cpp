@@ -11,6 +11,7 @@
 #include <maya/MString.h>
 #include <maya/MStringArray.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,13 @@ void on_selection_changed(void*)
 void on_scene_opened(void*)
 {
     events.push_back("SceneOpened");
+}
+
+std::string format(double v)
+{
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.17g", v);
+    return buffer;
 }
 
 class echo_cmd : public MPxCommand {
@@ -69,12 +77,18 @@ public:
             return status;
 
         if (directive == "echo") {
-            // One result per argument: "s:text" for a string, "a<count>:items" for an array.
+            // One result per argument: "s:text" for a string, "n:value" for a
+            // number or boolean, "a<count>:items" for an array.
             clearResult();
             for (unsigned i = 1; i < n; ++i) {
                 MString text;
                 if (args.get(i, text)) {
                     appendToResult(MString("s:") + text);
+                    continue;
+                }
+                double number = 0.0;
+                if (args.get(i, number)) {
+                    appendToResult(MString("n:") + format(number).c_str());
                     continue;
                 }
                 MStringArray items;
@@ -90,6 +104,28 @@ public:
                     joined += items[k];
                 }
                 appendToResult(joined);
+            }
+            return MStatus::kSuccess;
+        }
+        if (directive == "probe") {
+            // What each getter makes of each argument, "-" where it fails:
+            // "string|int|double|bool|array".
+            clearResult();
+            for (unsigned i = 1; i < n; ++i) {
+                MString text;
+                int integer = 0;
+                double number = 0.0;
+                bool flag = false;
+                MStringArray items;
+                unsigned index = i;
+                std::string row = args.get(i, text) ? text.asChar() : "-";
+                row += "|" + (args.get(i, integer) ? std::to_string(integer) : "-");
+                row += "|" + (args.get(i, number) ? format(number) : "-");
+                row += "|" + (args.get(i, flag) ? std::string(flag ? "true" : "false") : "-");
+                row += "|" + (args.get(index, items) ? std::to_string(items.length()) : "-");
+                if (index != (row.back() == '-' ? i : i + 1))
+                    return MStatus::kFailure; // only a taken array moves the index
+                appendToResult(MString(row.c_str()));
             }
             return MStatus::kSuccess;
         }

@@ -18,6 +18,9 @@ public:
 
     value() = default;
     static value from_int(int v);
+    // MEL has no booleans; this is the int 0 or 1 that remembers it came as a
+    // boolean (from Python), so a plug-in command can receive it as one.
+    static value from_bool(bool v);
     static value from_float(double v);
     static value from_string(const QString& v);
     static value from_strings(const QStringList& v);
@@ -27,6 +30,7 @@ public:
     kind type() const { return kind_; }
     bool is_none() const { return kind_ == none; }
     bool is_array() const { return kind_ >= int_array; }
+    bool is_bool() const { return boolean_; }
 
     // MEL's conversions: numbers print as MEL prints them, strings parse
     // leniently ("12abc" -> 12, "abc" -> 0), a scalar read as an array is a
@@ -47,6 +51,7 @@ public:
 private:
     kind kind_ = none;
     int int_ = 0;
+    bool boolean_ = false;
     double float_ = 0.0;
     QString string_;
     QStringList strings_;

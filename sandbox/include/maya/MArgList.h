@@ -6,7 +6,10 @@
 
 OPENMAYA_MAJOR_NAMESPACE_OPEN
 
-// An argument is either one string or one string array (a MEL string[] value).
+// An argument is one value: a string, an int, a double, a boolean or a string
+// array (a MEL string[] value, a Python list of strings). The getters convert
+// only where no text or precision is lost: a string never reads as a number
+// unless it is one, a number never reads as a string.
 class OPENMAYA_EXPORT MArgList {
 public:
     MArgList();
@@ -14,7 +17,13 @@ public:
     ~MArgList();
     MArgList& operator=(const MArgList&);
     unsigned int length(MStatus* ReturnStatus = NULL) const;
+    bool asBool(unsigned int index, MStatus* ret = NULL) const;
+    int asInt(unsigned int index, MStatus* ret = NULL) const;
+    double asDouble(unsigned int index, MStatus* ret = NULL) const;
     MString asString(unsigned int index, MStatus* ret = NULL) const;
+    MStatus get(unsigned int index, bool& ret) const;
+    MStatus get(unsigned int index, int& ret) const;
+    MStatus get(unsigned int index, double& ret) const;
     MStatus get(unsigned int index, MString& ret) const;
     MStatus get(unsigned int& index, MStringArray& ret) const;
     MStatus addArg(const MString& arg);

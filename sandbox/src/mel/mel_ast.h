@@ -83,6 +83,10 @@ struct call_expr : expr {
     explicit call_expr(int l) : expr(call, l) {}
     QString name;
     std::vector<expr_ptr> args;
+    // False for a call in a procedure whose name was unknown when the
+    // procedure was parsed: Maya binds names then, so such a call never
+    // finds a command or procedure that appears later.
+    bool bound = true;
 };
 
 struct cast_expr : expr {

@@ -1,6 +1,8 @@
 #include "mel_parser.h"
 #include "mel_text.h"
 
+#include <QSet>
+
 namespace mel::ast {
 
 const char* op_text(op o)
@@ -67,7 +69,7 @@ class parser {
 public:
     parser(const QString& source, std::uintptr_t stack_floor) : lex_(source), stack_floor_(stack_floor) {}
 
-    std::shared_ptr<const program> run()
+    std::shared_ptr<const program> run(const name_filter& known)
     {
         auto prog = std::make_shared<program>();
         advance();
@@ -80,6 +82,15 @@ public:
             } else {
                 prog->statements.push_back(statement());
             }
+        }
+        if (known) {
+            // Procedures of this text count wherever they stand in it, so
+            // forward and recursive calls bind.
+            QSet<QString> here;
+            for (const auto& def : prog->procs)
+                here.insert(def->name);
+            for (call_expr* c : proc_calls_)
+                c->bound = here.contains(c->name) || known(c->name);
         }
         return prog;
     }
@@ -459,6 +470,7 @@ private:
     {
         auto c = make<call_expr>(name.line);
         c->name = name.text;
+        note_call(c.get());
         int pos = name.end;
         int line = name.end_line;
         bool function_form = false;
@@ -777,6 +789,7 @@ private:
             unexpected(t);
         auto c = make<call_expr>(t.line);
         c->name = w;
+        note_call(c.get());
         advance();
         advance();
         if (!is(punct::rparen))
@@ -785,8 +798,15 @@ private:
         return c;
     }
 
+    void note_call(call_expr* c)
+    {
+        if (in_proc_)
+            proc_calls_.push_back(c);
+    }
+
     lexer lex_;
     const std::uintptr_t stack_floor_;
+    std::vector<call_expr*> proc_calls_; // the calls inside procedures, bound at the end
     token cur_;
     int depth_ = 0;
     int loops_ = 0;
@@ -797,9 +817,9 @@ private:
 
 } // namespace
 
-std::shared_ptr<const ast::program> parse(const QString& source, std::uintptr_t stack_floor)
+std::shared_ptr<const ast::program> parse(const QString& source, std::uintptr_t stack_floor, const name_filter& known)
 {
-    return parser(source, stack_floor).run();
+    return parser(source, stack_floor).run(known);
 }
 
 } // namespace mel::detail

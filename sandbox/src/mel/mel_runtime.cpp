@@ -225,7 +225,12 @@ value runtime::run(const QString& source)
 {
     std::shared_ptr<const program> prog;
     try {
-        prog = parse(source, stack_floor);
+        // A procedure's calls bind to what exists now, as Maya binds them
+        // when it reads the procedure; top-level calls look up when they run.
+        prog = parse(source, stack_floor, [this](const QString& name) {
+            return procs.contains(name) || commands.contains(name) || builtins.contains(name)
+                || name == QLatin1String("catch") || name == QLatin1String("catchQuiet");
+        });
     } catch (const syntax_error& e) {
         report_error(QStringLiteral("line ") + QString::number(e.line) + QStringLiteral(": Syntax error: ")
                      + e.message);
@@ -861,6 +866,8 @@ proc_entry runtime::find_proc(const QString& name, const frame& f) const
 
 value runtime::call(const call_expr& c, frame& f)
 {
+    if (!c.bound)
+        fail(c.line, QStringLiteral("Cannot find procedure \"%1\".").arg(c.name));
     const proc_entry p = find_proc(c.name, f);
     if (p.def)
         return call_proc(p, c, f);

@@ -13,6 +13,13 @@ value value::from_int(int v)
     return r;
 }
 
+value value::from_bool(bool v)
+{
+    value r = from_int(v ? 1 : 0);
+    r.boolean_ = true;
+    return r;
+}
+
 value value::from_float(double v)
 {
     value r;

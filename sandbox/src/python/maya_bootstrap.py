@@ -34,8 +34,8 @@ sys.argv = ['']
 _BOOT = '<quillmarsh>'
 
 def _value(v):
-    if isinstance(v, bool):
-        return int(v)
+    # Booleans pass as they are: MEL reads them as 1 and 0, a plug-in
+    # command receives a boolean.
     if isinstance(v, (int, float, str, list, tuple)):
         return v
     return str(v)
