@@ -44,12 +44,12 @@ picker_window::selection_batch::~selection_batch()
     the_list().end_batch();
 }
 
-void picker_window::set_selection_names(const QStringList& list)
+void picker_window::set_selection_names(const QStringList& list, const QStringList& full_paths)
 {
-    the_list().assign(list);
+    the_list().assign(list, full_paths);
 }
 
-void picker_window::setSelection(const QStringList& names, bool own)
+void picker_window::setSelection(const QStringList& names, bool own, const QStringList& full_paths)
 {
     // Picks stand while the host only confirms (or partly refuses) what the
     // picker asked for; a selection made in the host replaces them.
@@ -58,7 +58,7 @@ void picker_window::setSelection(const QStringList& names, bool own)
             if (picker_view* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
                 view->page()->drop_picks();
     }
-    set_selection_names(names);
+    set_selection_names(names, full_paths);
     ++selectionUpdates;
     if (tabWidget->count() == 0) {
         addOneAction->setEnabled(false);
