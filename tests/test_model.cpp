@@ -2,6 +2,7 @@
 // and the set's exact, ordered, duplicate-free behaviour.
 #include "model/button_model.h"
 #include "model/name_list.h"
+#include "model/object_names.h"
 #include "model/picker_page.h"
 
 #include <QtTest>
@@ -123,6 +124,41 @@ private slots:
         QCOMPARE(list.names(), expected);
         QCOMPARE(r.nameFlags, flags_from(after));
         QCOMPARE(int(r.selected), selected);
+    }
+
+
+    // A host name stands for its object in every form that names that
+    // object alone, and in no other.
+    void host_names_stand_for_their_paths()
+    {
+        QCOMPARE(same_object_names("ctl", "|a|b|ctl"), (QStringList{"ctl", "b|ctl", "a|b|ctl", "|a|b|ctl"}));
+        QCOMPARE(same_object_names("b|ctl", "|a|b|ctl"), (QStringList{"b|ctl", "a|b|ctl", "|a|b|ctl"}));
+        QCOMPARE(same_object_names("hero:body.vtx[0:3]", "|hero:grp|hero:body.vtx[0:3]"),
+                 (QStringList{"hero:body.vtx[0:3]", "hero:grp|hero:body.vtx[0:3]", "|hero:grp|hero:body.vtx[0:3]"}));
+        QCOMPARE(same_object_names("ctl", "|ctl"), (QStringList{"ctl", "|ctl"}));
+        // Anchored already, or a full path of something else (a shape's
+        // component for its transform's, a longer leaf): only itself.
+        QCOMPARE(same_object_names("|ctl", "|ctl"), QStringList{"|ctl"});
+        QCOMPARE(same_object_names("ball.vtx[0]", "|ball|ballShape.vtx[0]"), QStringList{"ball.vtx[0]"});
+        QCOMPARE(same_object_names("ctl", "|a|my_ctl"), QStringList{"ctl"});
+        QCOMPARE(same_object_names("ctl", ""), QStringList{"ctl"});
+
+        name_list list;
+        list.assign({"ctl", "x"}, {"|grp|ctl", "|x"});
+        for (const char* name : {"ctl", "grp|ctl", "|grp|ctl", "x", "|x"})
+            QVERIFY2(list.contains(name_ids::intern(name)), name);
+        QVERIFY(!list.contains(name_ids::intern("other|ctl")));
+        QCOMPARE(list.names(), (QStringList{"ctl", "x"}));
+        // Adding another name of a listed object adds nothing; dropping one
+        // drops the object with all its names.
+        QVERIFY(!list.add(name_ids::intern("|grp|ctl")));
+        QVERIFY(list.remove(name_ids::intern("grp|ctl")));
+        QCOMPARE(list.names(), QStringList{"x"});
+        QVERIFY(!list.contains(name_ids::intern("|grp|ctl")));
+        // A new list forgets the old one's paths.
+        list.assign({"ctl"});
+        QVERIFY(!list.contains(name_ids::intern("|x")));
+        QVERIFY(!list.contains(name_ids::intern("grp|ctl")));
     }
 
 

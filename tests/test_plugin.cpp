@@ -449,6 +449,96 @@ private slots:
         QCOMPARE(kept, text);
     }
 
+    // The demo character referenced twice: each tab of the demo's picker,
+    // moved to one copy, selects and lights that copy only.
+    void referenced_copies_each_have_their_picker()
+    {
+        const QString demo = QString("%1/examples/demo/demo.ma").arg(SOURCE_DIR);
+        const QString pkr = QString("%1/examples/pickers/hero.pkr").arg(SOURCE_DIR);
+        QVERIFY(run(QString("file -r -ns hero \"%1\"; file -r -ns hero \"%1\"").arg(demo)));
+        QCOMPARE(h.reference_namespaces(), (QStringList{"hero", "hero1"}));
+        const QString scene = dir.filePath("two_heroes.ma");
+        QString error;
+        QVERIFY2(h.save_scene(scene, &error), qPrintable(error));
+        run("QuillmarshPicker");
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        h.drain_idle();
+        // The demo's own pickers stay in the demo's file.
+        QVERIFY(!result("QuillmarshPicker query_tabs").contains("sidekick"));
+        QVERIFY(h.node_exists("hero1:hero:head_ctrl"));
+
+        run("QuillmarshPicker clear_tabs");
+        for (const char* copy : {"hero", "hero1"}) {
+            QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(pkr)));
+            h.drain_idle();
+            QVERIFY(run(QString("QuillmarshPicker rename_tab %1; QuillmarshPicker update_namespace \"%1:hero\"")
+                            .arg(copy)));
+        }
+        QCOMPARE(h.error_count(), 0);
+        auto head = [](int t) -> const buttonRecord& {
+            for (const buttonRecord& r : tab(t)->buttons())
+                if (r.names.value(0).endsWith(":head_ctrl"))
+                    return r;
+            return tab(t)->buttons().first();
+        };
+        QCOMPARE(head(0).names, QStringList{"hero:hero:head_ctrl"});
+        QCOMPARE(head(1).names, QStringList{"hero1:hero:head_ctrl"});
+
+        run("select -r \"hero1:hero:head_ctrl\"");
+        QCOMPARE(int(head(0).selected), 0);
+        QCOMPARE(int(head(1).selected), 1);
+
+        for (int t = 0; t < 2; ++t) {
+            run(QString("QuillmarshPicker set_tab %1").arg(t ? "hero1" : "hero"));
+            const QPoint at = head(t).pos;
+            QVERIFY(run(QString("QuillmarshPicker press_button x %1 %2").arg(at.x()).arg(at.y())));
+            h.drain_idle();
+            QCOMPARE(h.selection(), QStringList{t ? "hero1:hero:head_ctrl" : "hero:hero:head_ctrl"});
+            QCOMPARE(int(head(t).selected), 1);
+            QCOMPARE(int(head(1 - t).selected), 0);
+        }
+    }
+
+    // Two `ctl` in two groups: a button lights for its own, whichever
+    // path it was bound by and however the host names the selection.
+    void buttons_bound_by_path_light_for_their_object()
+    {
+        run("createNode transform -n grp1; createNode transform -n grp2;"
+            "createNode transform -n ctl -p grp1; createNode transform -n ctl -p grp2; select -cl");
+        open_pickers({{button_at(QPoint(20, 20), {"grp1|ctl"}), button_at(QPoint(60, 20), {"|grp2|ctl"}),
+                       button_at(QPoint(100, 20), {"ctl"})}});
+        auto lit = [] {
+            QString out;
+            for (const buttonRecord& r : view()->buttons())
+                out += QString::number(r.selected);
+            return out;
+        };
+        run("select -r \"grp1|ctl\"");
+        QCOMPARE(lit(), QString("100"));
+        run("select -r \"|grp2|ctl\"");
+        QCOMPARE(lit(), QString("010"));
+        // A click selects exactly the button's object.
+        QVERIFY(run("QuillmarshPicker press_button x 20 20"));
+        h.drain_idle();
+        QCOMPARE(h.selection(true), QStringList{"|grp1|ctl"});
+        QCOMPARE(lit(), QString("100"));
+
+        // With grp1 gone the host calls the other one plain `ctl`: the
+        // buttons bound by its path and by its name light, grp1's does not.
+        run("delete grp1; select -r \"grp2|ctl\"");
+        QCOMPARE(h.selection(), QStringList{"ctl"});
+        QCOMPARE(lit(), QString("011"));
+        // Dropping it from the picker drops it from the host.
+        QVERIFY(run("QuillmarshPicker press_button x 60 20"));
+        h.drain_idle();
+        QCOMPARE(h.selection(), QStringList{"ctl"});
+        QCOMPARE(lit(), QString("011"));
+        click(view(), view()->mapToScreen(QPoint(60, 20)), Qt::ShiftModifier);
+        h.drain_idle();
+        QCOMPARE(lit(), QString("000"));
+        QCOMPARE(h.selection(), QStringList{});
+    }
+
     void fetch_image_sets_matching_backgrounds()
     {
         run("QuillmarshPicker; QuillmarshPicker clear_tabs");

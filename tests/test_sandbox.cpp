@@ -600,6 +600,195 @@ private slots:
         QVERIFY(h.selection().isEmpty());
     }
 
+    // Two `ctl` under different groups: names are paths, shortest unique
+    // when reported, full with -l; a short name that means both means none.
+    void hierarchy_paths_and_ambiguity()
+    {
+        run("createNode transform -n grp1; createNode transform -n grp2;"
+            "createNode transform -n ctl -p grp1; select -cl");
+        // Unique so far: the short name is the path the host reports.
+        QCOMPARE(strings(run("ls")), (QStringList{"grp1", "grp2", "ctl"}));
+        QCOMPARE(strings(run("createNode transform -n ctl -p \"|grp2\"")), QStringList{"grp2|ctl"});
+        QCOMPARE(strings(run("ls")), (QStringList{"grp1", "grp2", "grp1|ctl", "grp2|ctl"}));
+        QCOMPARE(strings(run("ls -l")), (QStringList{"|grp1", "|grp2", "|grp1|ctl", "|grp2|ctl"}));
+        // Siblings never share a name.
+        QCOMPARE(strings(run("createNode transform -n ctl -p grp1")), QStringList{"ctl1"});
+        run("delete ctl1");
+
+        run("select ctl", false);
+        QVERIFY(log_contains("select: More than one object matches name: ctl"));
+        QVERIFY(h.selection().isEmpty());
+        run("createNode transform -n x -p ctl", false);
+        QVERIFY(log_contains("createNode: More than one object matches name: ctl"));
+        run("createNode transform -n x -p nowhere", false);
+        QVERIFY(log_contains("createNode: No object matches name: nowhere"));
+        QCOMPARE(MGlobal::selectByName("ctl", MGlobal::kReplaceList), MStatus(MStatus::kFailure));
+        MSelectionList list;
+        QVERIFY(!list.add("ctl"));
+
+        // Every form of a name selects the same node.
+        for (const char* name : {"grp1|ctl", "|grp1|ctl", ":grp1|:ctl"}) {
+            run(QString("select -r \"%1\"").arg(name));
+            QCOMPARE(h.selection(), QStringList{"grp1|ctl"});
+            QCOMPARE(h.selection(true), QStringList{"|grp1|ctl"});
+        }
+        QCOMPARE(strings(run("ls -sl")), QStringList{"grp1|ctl"});
+        QCOMPARE(strings(run("ls -sl -l")), QStringList{"|grp1|ctl"});
+        QVERIFY(MGlobal::selectByName("|grp2|ctl", MGlobal::kAddToList));
+        QCOMPARE(h.selection(), (QStringList{"grp1|ctl", "grp2|ctl"}));
+        run("select -d \"grp2|ctl\"");
+        QVERIFY(list.add("|grp1|ctl"));
+        MStringArray got;
+        list.getSelectionStrings(got);
+        QCOMPARE(QString(got[0].asChar()), QString("grp1|ctl"));
+
+        // Patterns match leaf names, or paths part by part.
+        QCOMPARE(strings(run("ls \"*tl\"")), (QStringList{"grp1|ctl", "grp2|ctl"}));
+        QCOMPARE(strings(run("ls \"grp2|*\"")), QStringList{"grp2|ctl"});
+        QCOMPARE(strings(run("ls \"|*\"")), (QStringList{"grp1", "grp2"}));
+        QCOMPARE(strings(run("objExists ctl")), QStringList{"1"});
+
+        // Selection names follow the scene: deleting the other ctl makes
+        // the short name unique again, in lists made before too.
+        run("delete grp2");
+        QCOMPARE(strings(run("ls")), (QStringList{"grp1", "ctl"}));
+        QCOMPARE(h.selection(), QStringList{"ctl"});
+        list.getSelectionStrings(got);
+        QCOMPARE(got.length(), 1u);
+        QCOMPARE(QString(got[0].asChar()), QString("ctl"));
+
+        // A new node makes it ambiguous again; the selection says so.
+        run("createNode transform -n ctl -ss");
+        QCOMPARE(h.selection(), QStringList{"grp1|ctl"});
+        QCOMPARE(strings(run("ls -type transform \"|ctl\"")), QStringList{"|ctl"});
+
+        // Namespaces belong to each part.
+        run("namespace -add hero; createNode transform -n \"hero:grp\";"
+            "createNode transform -n \"hero:ctl\" -p \"hero:grp\";"
+            "createNode mesh -n \"hero:bodyShape\" -p \"hero:grp\";"
+            "select -r \"hero:grp|hero:ctl\" \"hero:bodyShape.vtx[0:3]\"");
+        QCOMPARE(h.selection(), (QStringList{"hero:ctl", "hero:bodyShape.vtx[0:3]"}));
+        QCOMPARE(h.selection(true), (QStringList{"|hero:grp|hero:ctl", "|hero:grp|hero:bodyShape.vtx[0:3]"}));
+        QCOMPARE(strings(run("ls \"hero:*\"")), (QStringList{"hero:grp", "hero:ctl", "hero:bodyShape"}));
+        QCOMPARE(strings(run("namespaceInfo -ls \"hero\"")), (QStringList{"hero:grp", "hero:ctl", "hero:bodyShape"}));
+
+        // Deleting a node deletes what is below it, and its components.
+        run("delete \"hero:grp\"");
+        QCOMPARE(strings(run("ls \"hero:*\"")), QStringList{});
+        QVERIFY(h.selection().isEmpty());
+    }
+
+    void parent_command()
+    {
+        run("createNode transform -n a; createNode transform -n b; createNode transform -n c -p b;"
+            "createNode transform -n c");
+        QCOMPARE(strings(run("ls -l")), (QStringList{"|a", "|b", "|b|c", "|c"}));
+        QCOMPARE(strings(run("parent b a")), QStringList{"b"});
+        QCOMPARE(strings(run("ls -l")), (QStringList{"|a", "|a|b", "|a|b|c", "|c"}));
+        // A name taken among the new siblings is numbered.
+        QCOMPARE(strings(run("parent \"|c\" \"a|b\"")), QStringList{"c1"});
+        QCOMPARE(strings(run("ls -l c1")), QStringList{"|a|b|c1"});
+        QCOMPARE(strings(run("parent -w c1")), QStringList{"c1"});
+        QCOMPARE(strings(run("ls -l c1")), QStringList{"|c1"});
+
+        run("parent a \"b|c\"", false);
+        QVERIFY(log_contains("parent: Cannot parent a under itself or one of its descendants."));
+        run("parent a a", false);
+        run("parent ghost a", false);
+        QVERIFY(log_contains("parent: No object matches name: ghost"));
+        run("createNode transform -n c -p c1; parent a c", false);
+        QVERIFY(log_contains("parent: More than one object matches name: c"));
+        run("createNode script -n s; parent s a", false);
+        QCOMPARE(strings(run("ls -l")), (QStringList{"|a", "|a|b", "|a|b|c", "|c1", "|c1|c", "s"}));
+        // The host's own call, for the plug-in's tests.
+        QString error;
+        QVERIFY(!h.parent_node("b", "a", &error));
+        QVERIFY(h.parent_node("b", QString(), &error));
+        QCOMPARE(h.nodes(true), (QStringList{"|a", "|b", "|b|c", "|c1", "|c1|c", "s"}));
+    }
+
+    void transform_attributes()
+    {
+        run("createNode transform -n grp; createNode transform -n ctl -p grp; createNode script -n s");
+        run("setAttr ctl.tx 2.5; setAttr \"grp|ctl.rotateY\" 90; setAttr ctl.s 1 2 3; setAttr ctl.v 0");
+        QCOMPARE(strings(run("getAttr \"|grp|ctl.translateX\"")), QStringList{"2.5"});
+        QCOMPARE(strings(run("getAttr ctl.ry")), QStringList{"90"});
+        QCOMPARE(strings(run("getAttr ctl.scale")), (QStringList{"1", "2", "3"}));
+        QCOMPARE(strings(run("getAttr ctl.visibility")), QStringList{"0"});
+        QCOMPARE(strings(run("getAttr grp.sx")), QStringList{"1"});
+        run("setAttr ctl.foo 1", false);
+        QVERIFY(log_contains("setAttr: No object matches name: ctl.foo"));
+        run("getAttr s.tx", false);
+        QVERIFY(log_contains("getAttr: No object matches name: s.tx"));
+        run("setAttr ghost.tx 1", false);
+        run("setAttr ctl.t 1", false);
+        run("setAttr ctl.tx abc", false);
+        QCOMPARE(strings(run("getAttr ctl.tx")), QStringList{"2.5"});
+
+        // Values away from their defaults go into the file, after the node.
+        QTemporaryDir dir;
+        const QString path = dir.filePath("attrs.ma");
+        QString error;
+        run("setAttr ctl.ry 0");
+        QVERIFY2(h.save_scene(path, &error), qPrintable(error));
+        const QString text = h.scene_text();
+        QVERIFY2(text.contains("createNode transform -n \"ctl\" -p \"|grp\";\n"
+                               "\tsetAttr \".tx\" 2.5;\n\tsetAttr \".sy\" 2;\n\tsetAttr \".sz\" 3;\n"
+                               "\tsetAttr \".v\" 0;\n"),
+                 qPrintable(text));
+        QVERIFY(!text.contains(".ry"));
+        h.new_scene();
+        QVERIFY2(h.open_scene(path, &error), qPrintable(error));
+        QCOMPARE(strings(run("getAttr ctl.t")), (QStringList{"2.5", "0", "0"}));
+        QCOMPARE(h.scene_text(), text);
+    }
+
+    // A referenced file's nodes come in under a namespace, twice under two;
+    // the scene's file keeps only the reference, and its own file info.
+    void references()
+    {
+        QTemporaryDir dir;
+        const QString rig = dir.filePath("rig.ma");
+        QString error;
+        run("namespace -add face; createNode transform -n rig; createNode transform -n ctl -p rig;"
+            "createNode transform -n \"face:jaw\" -p \"rig|ctl\"; setAttr ctl.tx 1;"
+            "fileInfo \"from\" \"rig\"");
+        QVERIFY2(h.save_scene(rig, &error), qPrintable(error));
+        h.new_scene();
+
+        run("fileInfo \"from\" \"scene\"");
+        QCOMPARE(strings(run("file -r -ns hero \"" + rig + "\"")), QStringList{rig});
+        run("file -reference -namespace hero \"" + rig + "\"; select -cl");
+        QCOMPARE(h.reference_namespaces(), (QStringList{"hero", "hero1"}));
+        QCOMPARE(h.nodes(true), (QStringList{"|hero:rig", "|hero:rig|hero:ctl", "|hero:rig|hero:ctl|hero:face:jaw",
+                                             "|hero1:rig", "|hero1:rig|hero1:ctl",
+                                             "|hero1:rig|hero1:ctl|hero1:face:jaw"}));
+        QCOMPARE(h.all_namespaces(), (QStringList{"UI", "shared", "hero", "hero:face", "hero1", "hero1:face"}));
+        QCOMPARE(strings(run("fileInfo -q from")), QStringList{"scene"});
+        QCOMPARE(strings(run("getAttr hero1:ctl.tx")), QStringList{"1"});
+        run("delete hero:ctl", false);
+        QVERIFY(h.node_exists("hero:ctl"));
+
+        // Own nodes and changed values of referenced ones are kept.
+        run("setAttr hero1:ctl.tx 5; createNode transform -n mine -p \"hero:rig\"");
+        const QString scene = dir.filePath("scene.ma");
+        QVERIFY2(h.save_scene(scene, &error), qPrintable(error));
+        const QString text = h.scene_text();
+        QVERIFY2(text.contains("file -r -ns \"hero\" \"" + rig + "\";\nfile -r -ns \"hero1\" \"" + rig + "\";\n"),
+                 qPrintable(text));
+        QVERIFY2(!text.contains("createNode transform -n \"hero:") && !text.contains("namespace -add \"hero"),
+                 qPrintable(text));
+        h.new_scene();
+        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
+        QCOMPARE(h.scene_text(), text);
+        QCOMPARE(strings(run("getAttr hero1:ctl.tx")), QStringList{"5"});
+        QCOMPARE(strings(run("getAttr hero:ctl.tx")), QStringList{"1"});
+        QCOMPARE(strings(run("ls -l mine")), QStringList{"|hero:rig|mine"});
+        QCOMPARE(strings(run("fileInfo -q from")), QStringList{"scene"});
+        run("file -r -ns x \"" + dir.filePath("none.ma") + "\"", false);
+        QVERIFY(!h.namespace_exists("x"));
+    }
+
     void scene_commands_data()
     {
         QTest::addColumn<QString>("script");

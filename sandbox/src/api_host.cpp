@@ -42,6 +42,13 @@ sandbox::adjustment to_adjustment(MGlobal::ListAdjustment how)
     return sandbox::adjustment::add;
 }
 
+// Lists hold full paths, as Maya's hold DAG paths; they are named by the
+// shortest unique path when read, which the scene may have changed since.
+QString shown(const QString& item)
+{
+    return host::instance().match(item).value(0, item);
+}
+
 sandbox::command_result* current_result()
 {
     auto& results = host::instance().data().plugins.results;
@@ -120,7 +127,7 @@ MStatus MGlobal::getActiveSelectionList(MSelectionList& dest, bool)
         return MStatus::kFailure;
     auto& items = MSandboxAccess::items(dest);
     items.clear();
-    for (const QString& item : h.selection())
+    for (const QString& item : h.selection(true))
         items.push_back(item);
     return MStatus::kSuccess;
 }
@@ -163,7 +170,7 @@ MStatus MGlobal::selectByName(const MString& name, ListAdjustment how)
     host& h = host::instance();
     if (h.take_fault(sandbox::fault::select_by_name))
         return MStatus::kFailure;
-    QStringList matches = h.match(to_qstring(name));
+    QStringList matches = h.match(to_qstring(name), nullptr, true);
     if (matches.isEmpty())
         return MStatus::kFailure;
     h.set_selection(matches, to_adjustment(how));
@@ -208,11 +215,11 @@ MStatus MSelectionList::add(const MString& matchString, const bool searchChildNa
 {
     host& h = host::instance();
     QString pattern = to_qstring(matchString);
-    QStringList matches = h.match(pattern);
-    if (matches.isEmpty() && searchChildNamespacesToo && !pattern.contains(':')) {
+    QStringList matches = h.match(pattern, nullptr, true);
+    if (matches.isEmpty() && searchChildNamespacesToo && !pattern.contains(':') && !pattern.contains('|')) {
         // Also look for the name in every namespace.
         for (const QString& ns : h.all_namespaces())
-            matches += h.match(ns + ':' + pattern);
+            matches += h.match(ns + ':' + pattern, nullptr, true);
     }
     if (matches.isEmpty())
         return MStatus::kInvalidParameter;
@@ -226,7 +233,7 @@ MStatus MSelectionList::getSelectionStrings(MStringArray& array) const
 {
     array.clear();
     for (const QString& item : citems_of(api_data_))
-        array.append(to_mstring(item));
+        array.append(to_mstring(shown(item)));
     return MStatus::kSuccess;
 }
 
@@ -262,7 +269,7 @@ MStatus MItSelectionList::getStrings(MStringArray& array)
     if (index_ >= items.size())
         return MStatus::kFailure;
     array.clear();
-    array.append(to_mstring(items[index_]));
+    array.append(to_mstring(shown(items[index_])));
     return MStatus::kSuccess;
 }
 

@@ -3,6 +3,7 @@
 #include "host_private.h"
 
 #include <QFileInfo>
+#include <QSet>
 
 #include <initializer_list>
 
@@ -65,6 +66,13 @@ constexpr command_syntax syntax_table[] = {
       {"skipSelect", "ss", false, false},
       {"shared", "s", false, false}}},
     {"delete", false, {}},
+    {"parent", false,
+     {{"world", "w", false, false},
+      {"relative", "r", false, false},
+      {"absolute", "a", false, false}}},
+    {"setAttr", false,
+     {{"type", "typ", true, false}}},
+    {"getAttr", false, {}},
     {"namespace", true,
      {{"addNamespace", "add", true, false},
       {"parent", "p", true, false},
@@ -106,7 +114,9 @@ constexpr command_syntax syntax_table[] = {
       {"modified", "mf", true, false},
       {"prompt", "pmt", true, false},
       {"options", "op", true, false},
-      {"ignoreVersion", "iv", false, false}}},
+      {"ignoreVersion", "iv", false, false},
+      {"reference", "r", false, false},
+      {"namespace", "ns", true, false}}},
     {"evalDeferred", false,
      {{"lowestPriority", "lp", false, false},
       {"lowPriority", "low", false, false},
@@ -213,7 +223,8 @@ value mel_create_node(host& h, const args_t& args)
     if (a.positional.size() != 1)
         fail("createNode", "Exactly one node type is required.");
     QString error;
-    QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error);
+    const QString parent = a.has("parent") ? a.value("parent").to_string() : QString();
+    QString name = h.create_node(a.positional[0].to_string(), a.value("name").to_string(), &error, parent);
     if (name.isEmpty())
         fail("createNode", error);
     if (!h.data().scene.loading && !a.has("skipSelect"))
@@ -221,20 +232,63 @@ value mel_create_node(host& h, const args_t& args)
     return value::from_string(name);
 }
 
+// Each name must mean one node; checked before anything moves.
+QStringList long_names_of(host& h, const char* command, const QStringList& names)
+{
+    QStringList out;
+    for (const QString& name : names) {
+        QString error;
+        const QString full = h.long_name(name, &error);
+        if (full.isEmpty())
+            fail(command, error);
+        out.append(full);
+    }
+    return out;
+}
+
+value mel_parent(host& h, const args_t& args)
+{
+    parsed_args a = parse("parent", args);
+    QStringList names = a.names();
+    if (names.isEmpty())
+        names = h.selection(true);
+    const bool world = a.has("world");
+    if (names.size() < (world ? 1 : 2))
+        fail("parent", "Not enough objects or values.");
+    long_names_of(h, "parent", names);
+    const QString parent = world ? QString() : names.takeLast();
+    QStringList out;
+    for (const QString& child : names) {
+        QString error, now;
+        if (!h.parent_node(child, parent, &error, &now))
+            fail("parent", error);
+        out.append(now);
+    }
+    return value::from_strings(out);
+}
+
 value mel_delete(host& h, const args_t& args)
 {
     parsed_args a = parse("delete", args);
     QStringList targets;
     for (const QString& name : a.names()) {
-        QStringList found = h.match(name);
+        QString error;
+        QStringList found = h.match(name, &error, true);
         if (found.isEmpty())
-            fail("delete", QString("No object matches name: %1").arg(name));
+            fail("delete", error.isEmpty() ? QString("No object matches name: %1").arg(name) : error);
         targets += found;
     }
-    if (targets.isEmpty())
-        targets = h.selection();
-    for (const QString& t : targets)
-        h.delete_node(t.section('.', 0, 0));
+    if (a.names().isEmpty())
+        targets = h.selection(true);
+    for (const QString& t : targets) {
+        const QString node = t.section('.', 0, 0);
+        // Gone already with an ancestor deleted before it.
+        if (!h.node_exists(node))
+            continue;
+        QString error;
+        if (!h.delete_node(node, &error))
+            fail("delete", error);
+    }
     return value();
 }
 
@@ -242,27 +296,33 @@ value mel_obj_exists(host& h, const args_t& args)
 {
     if (args.size() != 1)
         fail("objExists", "Exactly one object name is required.");
-    return value::from_int(h.match(args[0].to_string()).isEmpty() ? 0 : 1);
+    return value::from_int(h.list(args[0].to_string()).isEmpty() ? 0 : 1);
 }
 
 value mel_ls(host& h, const args_t& args)
 {
     parsed_args a = parse("ls", args);
+    const bool long_names = a.has("long");
+    // Full paths while choosing: they name each node once.
     QStringList out;
-    QStringList pool = a.has("selection") ? h.selection() : h.nodes();
+    const QStringList pool = a.has("selection") ? h.selection(true) : h.nodes(true);
     QStringList patterns = a.names();
     bool recursive = a.has("recursive") && a.value("recursive").to_int() != 0;
     if (patterns.isEmpty()) {
         out = pool;
     } else {
+        const QSet<QString> in(pool.begin(), pool.end());
+        QSet<QString> seen;
         for (const QString& p : patterns) {
-            QStringList found = h.match(p);
-            if (recursive && !p.contains(':'))
+            QStringList found = h.list(p, true);
+            if (recursive && !p.contains(':') && !p.contains('|'))
                 for (const QString& ns : h.all_namespaces())
-                    found += h.match(ns + ':' + p);
+                    found += h.list(ns + ':' + p, true);
             for (const QString& f : found)
-                if (pool.contains(f) && !out.contains(f))
+                if (in.contains(f) && !seen.contains(f)) {
+                    seen.insert(f);
                     out.append(f);
+                }
         }
     }
     if (a.has("type")) {
@@ -273,7 +333,51 @@ value mel_ls(host& h, const args_t& args)
                 typed.append(item);
         out = typed;
     }
+    if (!long_names)
+        for (QString& item : out)
+            item = h.match(item).value(0, item);
     return value::from_strings(out);
+}
+
+// ----- Attributes
+
+value mel_set_attr(host& h, const args_t& args)
+{
+    parsed_args a = parse("setAttr", args);
+    if (a.positional.size() < 2)
+        fail("setAttr", "An attribute and a value are required.");
+    QVector<double> values;
+    for (int i = 1; i < a.positional.size(); ++i) {
+        const value& v = a.positional[i];
+        if (v.is_array())
+            fail("setAttr", "Values must be numbers.");
+        bool ok = false;
+        values.append(v.to_string().toDouble(&ok));
+        if (!ok)
+            fail("setAttr", QString("\"%1\" is not a number.").arg(v.to_string()));
+    }
+    QString error;
+    if (!h.set_attribute(a.positional[0].to_string(), values, &error))
+        fail("setAttr", error);
+    return value();
+}
+
+value mel_get_attr(host& h, const args_t& args)
+{
+    parsed_args a = parse("getAttr", args);
+    if (a.positional.size() != 1)
+        fail("getAttr", "Exactly one attribute is required.");
+    const QString plug = a.positional[0].to_string();
+    QVector<double> values;
+    QString error;
+    if (!h.get_attribute(plug, &values, &error))
+        fail("getAttr", error);
+    if (values.size() == 1) {
+        if (plug.section('.', -1) == "v" || plug.section('.', -1) == "visibility")
+            return value::from_int(values[0] != 0 ? 1 : 0);
+        return value::from_float(values[0]);
+    }
+    return value::from_floats(values);
 }
 
 // ----- Namespaces
@@ -330,8 +434,10 @@ value mel_namespace_info(host& h, const args_t& args)
         collect_namespaces(h, target, a.has("recurse"), &out);
         if (a.has("listNamespace")) {
             for (const QString& node : h.nodes()) {
-                int colon = node.lastIndexOf(':');
-                QString owner = colon < 0 ? QString() : node.left(colon);
+                // A path's namespace is its last part's.
+                const QString leaf = node.section('|', -1);
+                int colon = leaf.lastIndexOf(':');
+                QString owner = colon < 0 ? QString() : leaf.left(colon);
                 if (owner == target || (a.has("recurse") && owner.startsWith(target + ':')) ||
                     (a.has("recurse") && target.isEmpty()))
                     out.append(node);
@@ -359,9 +465,10 @@ value mel_select(host& h, const args_t& args)
     } else {
         // Maya checks every name before it changes anything.
         for (const QString& name : a.names()) {
-            QStringList found = h.match(name);
+            QString error;
+            QStringList found = h.match(name, &error, true);
             if (found.isEmpty())
-                fail("select", QString("No object matches name: %1").arg(name));
+                fail("select", error.isEmpty() ? QString("No object matches name: %1").arg(name) : error);
             items += found;
         }
     }
@@ -383,6 +490,9 @@ value mel_select(host& h, const args_t& args)
 value mel_file_info(host& h, const args_t& args)
 {
     parsed_args a = parse("fileInfo", args);
+    // A referenced file's file info stays in that file.
+    if (h.data().scene.reading_reference())
+        return value();
     if (a.has("remove")) {
         h.remove_file_info(a.value("remove").to_string());
         return value();
@@ -428,6 +538,18 @@ value mel_file(host& h, const args_t& args)
     bool force = a.has("force");
     if ((a.has("new") || a.has("open")) && !force && h.modified())
         fail("file", "Unsaved changes.");
+    if (a.has("reference")) {
+        if (a.positional.size() != 1)
+            fail("file", "-reference needs one file name.");
+        QString used;
+        const QString path = a.positional[0].to_string();
+        const QString ns = a.has("namespace") ? a.value("namespace").to_string() : QString();
+        if (!h.reference_file(path, ns, &used, &error))
+            fail("file", error);
+        if (!h.data().scene.loading)
+            h.set_modified(true);
+        return value::from_string(path);
+    }
     if (a.has("new")) {
         h.new_scene();
         return value::from_string(QString());
@@ -452,6 +574,8 @@ value mel_current_unit(host& h, const args_t& args)
 {
     parsed_args a = parse("currentUnit", args);
     scene_units& units = h.data().scene.units;
+    if (h.data().scene.reading_reference())
+        return value(); // the scene's units are the scene's
     if (a.query) {
         if (a.has("angle"))
             return value::from_string(units.angle == "degree" ? "deg" : units.angle);
@@ -558,6 +682,9 @@ struct builtin {
 const builtin builtins[] = {
     {"createNode", mel_create_node},
     {"delete", mel_delete},
+    {"parent", mel_parent},
+    {"setAttr", mel_set_attr},
+    {"getAttr", mel_get_attr},
     {"objExists", mel_obj_exists},
     {"namespace", mel_namespace},
     {"namespaceInfo", mel_namespace_info},

@@ -172,15 +172,20 @@ int host::callback_count(const QString& event) const
 
 // ----- Scene: nodes
 
-QString host::create_node(const QString& type, const QString& name, QString* error)
+QString host::create_node(const QString& type, const QString& name, QString* error, const QString& parent)
 {
-    return d->scene.create_node(type, name, error);
+    return d->scene.create_node(type, name, parent, error);
 }
 
-bool host::delete_node(const QString& name)
+bool host::parent_node(const QString& child, const QString& parent, QString* error, QString* now)
+{
+    return d->scene.parent_node(child, parent, error, now);
+}
+
+bool host::delete_node(const QString& name, QString* error)
 {
     bool selection_changed = false;
-    if (!d->scene.delete_node(name, &selection_changed))
+    if (!d->scene.delete_node(name, &selection_changed, error))
         return false;
     if (selection_changed)
         fire("SelectionChanged");
@@ -197,9 +202,32 @@ QString host::node_type(const QString& name) const
     return d->scene.node_type(name);
 }
 
-QStringList host::nodes() const
+QStringList host::nodes(bool long_names) const
 {
-    return d->scene.nodes();
+    return d->scene.nodes(long_names);
+}
+
+QString host::long_name(const QString& name, QString* error) const
+{
+    return d->scene.long_name(name, error);
+}
+
+bool host::set_attribute(const QString& plug, const QVector<double>& values, QString* error)
+{
+    return d->scene.set_attribute(plug, values, error);
+}
+
+bool host::get_attribute(const QString& plug, QVector<double>* values, QString* error) const
+{
+    return d->scene.get_attribute(plug, values, error);
+}
+
+QStringList host::reference_namespaces() const
+{
+    QStringList out;
+    for (const scene_state::reference& r : d->scene.references())
+        out.append(r.ns);
+    return out;
 }
 
 // ----- Scene: namespaces
@@ -246,14 +274,19 @@ QString host::resolve_namespace(const QString& name) const
 
 // ----- Scene: selection
 
-QStringList host::selection() const
+QStringList host::selection(bool long_names) const
 {
-    return d->scene.selection();
+    return d->scene.selection(long_names);
 }
 
-QStringList host::match(const QString& pattern) const
+QStringList host::match(const QString& pattern, QString* error, bool long_names) const
 {
-    return d->scene.match(pattern);
+    return d->scene.match(pattern, error, long_names);
+}
+
+QStringList host::list(const QString& pattern, bool long_names) const
+{
+    return d->scene.list(pattern, long_names);
 }
 
 void host::set_selection(const QStringList& items, adjustment how)

@@ -80,8 +80,12 @@ QString host::scene_text() const
       << scene.units.time << ";\n";
     for (const auto& entry : scene.file_info_table())
         s << "fileInfo " << mel_quote(entry.first) << " " << mel_quote(entry.second) << ";\n";
+    // The referenced files first: the scene's own nodes may sit below theirs.
+    for (const scene_state::reference& r : scene.references())
+        if (r.parent < 0)
+            s << "file -r -ns " << mel_quote(r.ns) << " " << mel_quote(r.path) << ";\n";
     for (const QString& ns : scene.namespaces()) {
-        if (scene_state::is_permanent_namespace(ns))
+        if (scene_state::is_permanent_namespace(ns) || scene.is_referenced_namespace(ns))
             continue;
         int colon = ns.lastIndexOf(':');
         if (colon < 0)
@@ -90,10 +94,56 @@ QString host::scene_text() const
             s << "namespace -add " << mel_quote(ns.mid(colon + 1)) << " -parent "
               << mel_quote(':' + ns.left(colon)) << ";\n";
     }
-    for (const QString& node : scene.nodes())
-        s << "createNode " << scene.node_type(node) << " -n " << mel_quote(node) << ";\n";
+    s << scene.node_text();
     s << "// End of " << name << "\n";
     return out;
+}
+
+bool host::reference_file(const QString& path, const QString& ns, QString* used, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QString("Could not open file \"%1\": %2").arg(path, file.errorString());
+        return false;
+    }
+    const QString text = QString::fromUtf8(file.readAll());
+    scene_state& scene = d->scene;
+    // A namespace already there gets a number, as Maya gives it.
+    QString wanted = ns.startsWith(':') ? ns.mid(1) : ns;
+    if (wanted.isEmpty())
+        wanted = QFileInfo(path).completeBaseName();
+    const QString outer = scene.reference_namespace();
+    auto full = [&outer](const QString& name) { return outer.isEmpty() ? name : outer + ':' + name; };
+    QString name = wanted;
+    if (scene.namespace_exists(full(name))) {
+        QString base = wanted;
+        while (!base.isEmpty() && base.back().isDigit())
+            base.chop(1);
+        for (int n = 1; scene.namespace_exists(full(name = base + QString::number(n))); ++n) {
+        }
+    }
+    QString made;
+    // Made from the root (a nested reference's from its file's namespace),
+    // whatever namespace is current.
+    const QString current = scene.current_namespace();
+    scene.set_current_namespace(":");
+    if (!scene.add_namespace(name, QString(), &made, error)) {
+        scene.set_current_namespace(':' + current);
+        return false;
+    }
+    const int previous = scene.begin_reference(made, path);
+    const bool was_loading = scene.loading;
+    scene.loading = true;
+    const bool ok = d->interp.eval(text);
+    scene.loading = was_loading;
+    scene.end_reference(previous);
+    scene.set_current_namespace(':' + current);
+    if (used)
+        *used = made;
+    if (!ok && error)
+        *error = QString("Errors while reading \"%1\".").arg(path);
+    return ok;
 }
 
 bool host::save_scene(const QString& path, QString* error)

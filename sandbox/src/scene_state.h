@@ -6,6 +6,7 @@
 #include <sandbox/host.h>
 
 #include <QHash>
+#include <QMap>
 
 namespace sandbox {
 
@@ -22,14 +23,59 @@ public:
     // unmodified and untitled.
     void reset();
 
-    // ----- Nodes (full names without the leading ':')
-    QString create_node(const QString& type, const QString& name, QString* error);
-    // False when there is no such node. Drops the node and its components
-    // from the selection; *selection_changed says whether that changed it.
-    bool delete_node(const QString& name, bool* selection_changed);
+    // ----- Nodes. Names are DAG paths: '|'-separated parts, each with its
+    // namespaces ("hero:grp|hero:ctl"); a leading '|' anchors at the world.
+    // A part of a name that could mean more than one node is refused.
+    //
+    // Creates a node under `parent` (a name; empty: the world). Returns the
+    // shortest unique path of the new node, or an empty string with *error.
+    QString create_node(const QString& type, const QString& name, const QString& parent, QString* error);
+    // False with *error when a name does not name exactly one node, the
+    // child is no DAG node, or the new parent is the child or below it.
+    bool parent_node(const QString& child, const QString& parent, QString* error, QString* now = nullptr);
+    // False when there is no such node. Drops the node, the nodes below it,
+    // and their components from the selection; *selection_changed says
+    // whether that changed it.
+    bool delete_node(const QString& name, bool* selection_changed, QString* error = nullptr);
     bool node_exists(const QString& name) const;
     QString node_type(const QString& name) const;
-    const QStringList& nodes() const { return node_order_; }
+    // Every node in creation order, by shortest unique path or full path.
+    QStringList nodes(bool long_names = false) const;
+    // The node a name stands for: its full path (non-DAG nodes: their name),
+    // or an empty string with "No object matches name: ..." or "More than
+    // one object matches name: ..." in *error.
+    QString long_name(const QString& name, QString* error = nullptr) const;
+    QString short_name(const QString& name) const;
+    static bool is_dag_type(const QString& type);
+
+    // ----- Attributes: numeric attributes of transforms, by "node.attr".
+    bool set_attribute(const QString& plug, const QVector<double>& values, QString* error);
+    bool get_attribute(const QString& plug, QVector<double>* values, QString* error) const;
+    // The attribute's long name and its number of values; empty when the
+    // node's type has no such attribute.
+    static QString attribute_long_name(const QString& type, const QString& attr, int* count = nullptr);
+
+    // ----- References: a file's nodes loaded under a namespace, kept out
+    // of the scene's own file and read again whenever the scene is opened.
+    struct reference {
+        QString ns;      // full namespace
+        QString path;    // as given
+        int parent = -1; // the reference whose file referenced this one
+    };
+    const QVector<reference>& references() const { return references_; }
+    // While a referenced file is read: the namespace its names go under and
+    // its index, or -1 when the scene's own names are being made.
+    // begin_reference returns what end_reference takes back.
+    int begin_reference(const QString& ns, const QString& path);
+    void end_reference(int previous);
+    // The namespace the names of the file being read go under.
+    QString reference_namespace() const;
+    bool reading_reference() const { return reading_ >= 0; }
+    // Whether a node or namespace came from a referenced file.
+    bool is_referenced_namespace(const QString& ns) const;
+    // The node's file text: parents before children, then attribute
+    // values; referenced nodes give only their changed values.
+    QString node_text() const;
 
     // ----- Namespaces ("" is the root)
     bool add_namespace(const QString& name, const QString& parent, QString* full, QString* error);
@@ -44,8 +90,14 @@ public:
     static bool is_permanent_namespace(const QString& name);
 
     // ----- Selection
-    const QStringList& selection() const { return selection_; }
-    QStringList match(const QString& pattern) const;
+    // Items by shortest unique path (or full path), worked out when asked:
+    // a change to the scene can make a name ambiguous that was not.
+    QStringList selection(bool long_names = false) const;
+    // What a name or pattern stands for, by shortest unique path: a name
+    // matching more than one node gives nothing and an error.
+    QStringList match(const QString& pattern, QString* error = nullptr, bool long_names = false) const;
+    // Every node a name or pattern matches, ambiguous or not, as `ls` lists.
+    QStringList list(const QString& pattern, bool long_names) const;
     // True when the active list changed.
     bool set_selection(const QStringList& items, adjustment how);
 
@@ -62,11 +114,38 @@ public:
     bool loading = false; // reading a scene file: nodes are not selected
 
 private:
-    QStringList node_order_;
-    QHash<QString, QString> node_types_;
+    struct node {
+        QString name;  // the last part of its path
+        QString type;
+        int parent = 0; // 0: the world (and every non-DAG node)
+        int reference = -1;
+        QMap<QString, double> values; // attributes away from their defaults, by long name
+    };
+    struct selected {
+        int node;
+        QString rest; // ".vtx[0:3]" of a component, else empty
+        bool operator==(const selected& o) const { return node == o.node && rest == o.rest; }
+    };
+    QVector<int> find(const QString& path, bool wildcards) const;
+    int find_one(const QString& name, QString* error) const;
+    QString path_of(int id, bool long_name) const;
+    QString item_text(const selected& item, bool long_names) const;
+    bool is_below(int id, int ancestor) const;
+    QString free_name(const QString& wanted, int parent, bool dag) const;
+    QString in_reference(const QString& name) const;
+    bool parse_item(const QString& item, selected* out) const;
+
+    // Ids count up, so the map's order is the order of creation. Plain
+    // values throughout: a copy of the state is a snapshot of the scene.
+    QMap<int, node> nodes_;
+    QHash<QString, QVector<int>> by_name_;
+    int next_id_ = 1;
+    int last_created_ = 0;
+    QVector<reference> references_;
+    int reading_ = -1;
     QStringList namespaces_; // full names, creation order; the permanent ones first
     QString current_namespace_;
-    QStringList selection_;
+    QVector<selected> selection_;
     QVector<QPair<QString, QString>> file_info_;
 };
 

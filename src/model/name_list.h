@@ -19,6 +19,7 @@ public:
 
     bool contains(int id) const { return id >= 0 && size_t(id) < member_.size() && member_[size_t(id)] != 0; }
     bool isEmpty() const { return live_ == 0; }
+    // An alias (see assign) is in already: adding it adds nothing.
     bool add(int id)
     {
         if (size_t(id) >= member_.size())
@@ -32,8 +33,12 @@ public:
         return true;
     }
     bool remove(int id);
-    // Replaces the whole list; repeated names are kept once.
-    void assign(const QStringList& names);
+    // Replaces the whole list; repeated names are kept once. Each name's
+    // other names for the same object (the host's full path and the paths
+    // between, see same_object_names) are contained too without being
+    // listed, so a button bound by any of them lights; dropping one drops
+    // the name it stands for.
+    void assign(const QStringList& names, const QStringList& full_paths = QStringList());
     const QStringList& names();
 
     // While a batch is open, dropped names leave the order in one pass at
@@ -43,6 +48,10 @@ public:
 
 private:
     void compact();
+    void drop_aliases();
+
+    // member_ marks: 1 listed, 2 while compacting, 4 an alias.
+    static constexpr quint8 alias_mark = 4;
 
     std::vector<quint8> member_;
     // Inside a batch this may still hold dropped ids, and ids taken again
@@ -53,4 +62,6 @@ private:
     bool loose_ = false;
     QStringList names_;
     bool current_ = true;
+    std::vector<int> alias_ids_;
+    std::vector<int> alias_owner_; // beside alias_ids_; only host selections with paths have any
 };

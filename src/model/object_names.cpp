@@ -44,3 +44,26 @@ QString map_script_words(const QString& script, const std::function<QString(cons
     }
     return out;
 }
+
+QStringList same_object_names(const QString& shortest, const QString& full)
+{
+    const int end = node_end(shortest);
+    const QString rest = shortest.mid(end);
+    const QString node = shortest.left(end);
+    if (node.startsWith('|') || !full.endsWith(shortest) || !full.startsWith('|') ||
+        node_end(full) != full.size() - rest.size())
+        return {shortest};
+    const QString full_node = full.left(full.size() - rest.size());
+    // The full path must end with the shortest at a part boundary.
+    if (full_node.size() > node.size() && full_node[full_node.size() - node.size() - 1] != '|')
+        return {shortest};
+    QStringList out{shortest};
+    // Each '|' before the shortest's first part starts one longer tail.
+    // (A negative start would search from the end: stop at the first '|'.)
+    for (int at = full_node.size() - node.size() - 1; at > 0;) {
+        at = full_node.lastIndexOf('|', at - 1);
+        out.append(full_node.mid(at + 1) + rest);
+    }
+    out.append(full);
+    return out;
+}

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -15,3 +16,11 @@ int node_end(const QString& name);
 // Rewrites every name-like word of a script (a run of name characters,
 // ':', '|' and '.'), keeping everything between the words as it is.
 QString map_script_words(const QString& script, const std::function<QString(const QString&)>& map);
+
+// Every name that means the same object as `shortest` (the shortest unique
+// path the host reports) given its full path: the full path's trailing
+// parts at least as long as the shortest one, and the full path itself.
+// Any longer tail of a unique path is unique too, and a shorter one is not,
+// so these are exactly the names that select this object and no other.
+// Without a full path that ends with `shortest`, just `shortest`.
+QStringList same_object_names(const QString& shortest, const QString& full);

@@ -169,7 +169,8 @@ void picker_book::reset()
     adopt(encoded());
 }
 
-QVector<picker_page*> picker_book::take_selection(const QStringList& names, bool own)
+QVector<picker_page*> picker_book::take_selection(const QStringList& names, bool own,
+                                                  const QStringList& full_paths)
 {
     name_list& list = name_list::picker();
     // Picks stand while the host only confirms (or partly refuses) what the
@@ -177,7 +178,7 @@ QVector<picker_page*> picker_book::take_selection(const QStringList& names, bool
     if (!own && names != list.names())
         for (picker_page* page : qAsConst(pages_))
             page->drop_picks();
-    list.assign(names);
+    list.assign(names, full_paths);
     QVector<picker_page*> changed;
     for (picker_page* page : qAsConst(pages_))
         if (page->conform_to_selection())

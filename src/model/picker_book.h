@@ -61,9 +61,12 @@ public:
     // ----- The host's selection
     // Takes the host's selection in: the pages light their buttons by it.
     // Unless it is the outcome of the picker's own request (`own`), a change
-    // of it makes the lit buttons the targets of edits again. Returns the
+    // of it makes the lit buttons the targets of edits again. full_paths:
+    // the host's full path of each name, when it gave them, so that buttons
+    // bound by a longer path to the same object light too. Returns the
     // pages whose lit buttons changed.
-    QVector<picker_page*> take_selection(const QStringList& names, bool own);
+    QVector<picker_page*> take_selection(const QStringList& names, bool own,
+                                         const QStringList& full_paths = QStringList());
 
     // ----- Scene storage
     // A change the scene keeps: written when the host is next idle.

@@ -391,10 +391,15 @@ void picker_main::sync_selection(bool own)
         mutex_.unlock();
         return;
     }
+    // Full paths light buttons bound by a longer path than the host's
+    // shortest unique one; one query for the whole selection.
+    MStringArray full;
+    if (!names.isEmpty() && !MGlobal::executeCommand("ls -sl -l", full, false, false))
+        full.clear();
     if (picker_window* w = picker())
-        w->setSelection(names, own);
+        w->setSelection(names, own, MStringArrayToQStringList(full));
     else
-        b->take_selection(names, own);
+        b->take_selection(names, own, MStringArrayToQStringList(full));
     mutex_.unlock();
 }
 

@@ -91,7 +91,9 @@ public:
     // Takes the host's selection in. Unless it is the outcome of the
     // picker's own request (`own`), a change of it makes the lit buttons
     // the targets of edits again, in every tab.
-    void setSelection(const QStringList& names, bool own = false);
+    // full_paths: the host's full path of each name, when it gave them, so
+    // that buttons bound by a longer path to the same object light too.
+    void setSelection(const QStringList& names, bool own = false, const QStringList& full_paths = QStringList());
     // Whether a selection directive asked for these names because the
     // picker posted them; each post is recognised once.
     bool take_own_post(const QStringList& asked);
@@ -110,7 +112,7 @@ public:
     // its order; none for a command button.
     static QStringList missing_objects(const buttonAttributes& button);
     // Replaces the name list (what the picker sends the host) as it stands.
-    static void set_selection_names(const QStringList& names);
+    static void set_selection_names(const QStringList& names, const QStringList& full_paths = QStringList());
     // The list itself, which buttons add their names to as they are selected.
     static name_list& selection_list();
     // While one lives, names dropped from the list leave it in one pass at

@@ -44,14 +44,14 @@ picker_window::selection_batch::~selection_batch()
     the_list().end_batch();
 }
 
-void picker_window::set_selection_names(const QStringList& list)
+void picker_window::set_selection_names(const QStringList& list, const QStringList& full_paths)
 {
-    the_list().assign(list);
+    the_list().assign(list, full_paths);
 }
 
-void picker_window::setSelection(const QStringList& names, bool own)
+void picker_window::setSelection(const QStringList& names, bool own, const QStringList& full_paths)
 {
-    const QVector<picker_page*> changed = book_->take_selection(names, own);
+    const QVector<picker_page*> changed = book_->take_selection(names, own, full_paths);
     ++selectionUpdates;
     if (tabWidget->count() == 0) {
         addOneAction->setEnabled(false);

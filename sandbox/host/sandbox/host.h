@@ -112,14 +112,34 @@ public:
     void fire(const QString& event);
     int callback_count(const QString& event) const;
 
-    // ----- Scene: nodes
-    // Creates a node; a taken or empty name gets Maya's numbered name.
-    // Returns the name given, or an empty string with *error set.
-    QString create_node(const QString& type, const QString& name, QString* error);
-    bool delete_node(const QString& name);
+    // ----- Scene: nodes. Names are DAG paths ("grp1|ctl", "|grp1|ctl",
+    // "hero:rig|hero:ctl"); a name that could mean two nodes means none.
+    // Creates a node, under `parent` when given (DAG nodes only); a name
+    // taken among its siblings or empty gets Maya's numbered name. Returns
+    // its shortest unique path, or an empty string with *error set.
+    QString create_node(const QString& type, const QString& name, QString* error,
+                        const QString& parent = QString());
+    // Moves a DAG node under another (an empty parent: the world).
+    // *now: the child's shortest unique path afterwards.
+    bool parent_node(const QString& child, const QString& parent, QString* error, QString* now = nullptr);
+    // Deletes the node and every node below it.
+    bool delete_node(const QString& name, QString* error = nullptr);
     bool node_exists(const QString& name) const;
     QString node_type(const QString& name) const;
-    QStringList nodes() const;
+    // Every node in creation order, by shortest unique path (what `ls`
+    // prints) or by full path ("|grp1|ctl"; non-DAG nodes by their name).
+    QStringList nodes(bool long_names = false) const;
+    // The full path of the one node a name stands for; empty with *error.
+    QString long_name(const QString& name, QString* error = nullptr) const;
+    // Numeric attributes of transforms by "node.attribute" (short or long
+    // attribute names; translate/rotate/scale take three values).
+    bool set_attribute(const QString& plug, const QVector<double>& values, QString* error);
+    bool get_attribute(const QString& plug, QVector<double>* values, QString* error) const;
+    // Loads a scene file's nodes under a namespace (`ns`, or the file's
+    // base name; a taken one is numbered); *used says which it got.
+    bool reference_file(const QString& path, const QString& ns, QString* used, QString* error);
+    // The namespaces of the references, in the order they were loaded.
+    QStringList reference_namespaces() const;
 
     // ----- Scene: namespaces (full names without the leading ':'; "" is root)
     bool add_namespace(const QString& name, const QString& parent, QString* full, QString* error);
@@ -133,10 +153,16 @@ public:
     QString resolve_namespace(const QString& name) const;
 
     // ----- Scene: selection
-    QStringList selection() const;
-    // Items that a name or pattern stands for: exact node names, '*'/'?'
-    // patterns (which never cross a ':'), or components of existing nodes.
-    QStringList match(const QString& pattern) const;
+    // Shortest unique paths (or full paths), worked out when asked.
+    QStringList selection(bool long_names = false) const;
+    // Items that a name or pattern stands for: a node's name or path
+    // (exactly one node: an ambiguous name gives nothing and an error),
+    // '*'/'?' patterns matched part by part against paths (they never cross
+    // a ':'), or components of existing nodes.
+    QStringList match(const QString& pattern, QString* error = nullptr, bool long_names = false) const;
+    // Every node a name or pattern matches, as `ls` lists them: an
+    // ambiguous name gives each node it could mean.
+    QStringList list(const QString& pattern, bool long_names = false) const;
     // Changes the active list; fires "SelectionChanged" once when it changed.
     void set_selection(const QStringList& items, adjustment how);
     void clear_selection();
