@@ -859,12 +859,21 @@ private slots:
         run("redo");
         QVERIFY(h.node_exists("extra"));
 
+        // Parenting and attributes are steps too.
+        run("parent extra hero:body; setAttr extra.tx 5");
+        run("undo");
+        QCOMPARE(run("getAttr extra.tx").to_string(), QString("0"));
+        run("undo");
+        QCOMPARE(run("ls -l extra").to_string(), QString("|extra"));
+        run("redo; redo");
+        QCOMPARE(run("getAttr extra.tx").to_string(), QString("5"));
+
         // A new step ends what could be redone.
         run("select -cl");
         QCOMPARE(run("undoInfo -q -rqe").to_int(), 1);
         run("redo");
         QVERIFY(log_contains("// Warning: There are no more commands to redo."));
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 6; ++i)
             run("undo");
         QCOMPARE(run("undoInfo -q").to_int(), 0);
         QCOMPARE(h.selection(), QStringList());

@@ -704,7 +704,7 @@ const builtin builtins[] = {
 };
 
 // The built-ins that change the scene: each call is a step on the undo queue.
-const char* const undoable_builtins[] = {"createNode", "delete", "select"};
+const char* const undoable_builtins[] = {"createNode", "delete", "parent", "select", "setAttr"};
 
 bool is_undoable(const char* name)
 {
