@@ -15,6 +15,12 @@ target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmars
     MODULE_SCRIPTS="${CMAKE_SOURCE_DIR}/module/scripts")
 add_dependencies(test_app quillmarsh-sandbox quillEcho QuillmarshPicker)
 
+if(CMAKE_READELF)
+    add_test(NAME plugin_exports_only_its_entry_points
+             COMMAND ${CMAKE_COMMAND} -DREADELF=${CMAKE_READELF} -DMODULE=$<TARGET_FILE:QuillmarshPicker>
+             -P ${CMAKE_CURRENT_SOURCE_DIR}/check_plugin_symbols.cmake)
+endif()
+
 # The plug-in's code linked in, loaded through its entry points.
 quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
