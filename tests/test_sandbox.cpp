@@ -3,7 +3,9 @@
 
 #include <maya/MArgList.h>
 #include <maya/MEventMessage.h>
+#include <maya/MFnPlugin.h>
 #include <maya/MGlobal.h>
+#include <maya/MPxCommand.h>
 #include <maya/MMessage.h>
 #include <maya/MSelectionList.h>
 #include <maya/MStringArray.h>
@@ -36,6 +38,44 @@ bool log_contains(const QString& text)
 {
     return host::instance().output_text().contains(text);
 }
+
+// A plug-in linked into the test that leaves everything it adds behind: a
+// callback from its initializePlugin, one from its command, one from its
+// callback, and its command.
+namespace leaky {
+
+int calls = 0;
+
+void on_event(void*)
+{
+    if (calls++ == 0)
+        MEventMessage::addEventCallback("deleteAll", on_event, nullptr);
+}
+
+struct command : MPxCommand {
+    static void* create() { return new command; }
+    MStatus doIt(const MArgList&) override
+    {
+        MStatus status;
+        MEventMessage::addEventCallback("SelectionChanged", on_event, nullptr, &status);
+        return status;
+    }
+};
+
+MStatus initialize(MObject obj)
+{
+    MFnPlugin plugin(obj);
+    MStatus status;
+    MEventMessage::addEventCallback("SceneOpened", on_event, nullptr, &status);
+    return status ? plugin.registerCommand("leakyCommand", command::create) : status;
+}
+
+MStatus uninitialize(MObject)
+{
+    return MStatus::kSuccess;
+}
+
+} // namespace leaky
 
 } // namespace
 
@@ -414,6 +454,15 @@ private slots:
             h.inject_fault(which, after);
             QVERIFY(!h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
             QCOMPARE(error, QString("initializePlugin function failed (quillEcho)"));
+            // The fixture gives up without undoing what it did: the host
+            // says what it removed.
+            QCOMPARE(log_contains("// Error: plug-in quillEcho left 1 command registered after its "
+                                  "initializePlugin failed (quillEcho); the host removed it."),
+                     which == sandbox::fault::add_event_callback);
+            QCOMPARE(log_contains("// Error: plug-in quillEcho left 1 callback installed after its "
+                                  "initializePlugin failed (SelectionChanged); the host removed it."),
+                     after == 1);
+            h.clear_output();
             QVERIFY(!h.interpreter().has_command("quillEcho"));
             QCOMPARE(h.callback_count("SelectionChanged"), 0);
             QCOMPARE(h.callback_count("SceneOpened"), 0);
@@ -439,9 +488,51 @@ private slots:
         // the host never calls into an unloaded module.
         h.inject_fault(sandbox::fault::remove_callback);
         QVERIFY(h.unload_plugin("quillEcho", &error));
-        QVERIFY(log_contains("A callback left installed by quillEcho was removed."));
+        QVERIFY2(log_contains("// Error: plug-in quillEcho left 1 callback installed at unload "
+                              "(SelectionChanged); the host removed it."), qPrintable(h.output_text()));
         QCOMPARE(h.callback_count("SelectionChanged"), 0);
         run("select root_ctrl");
+    }
+
+    // What a plug-in leaves installed at unload is an error and is removed,
+    // so the host never calls into a module that is gone; what the host's
+    // own code (here the test) installed stays.
+    void leftovers_at_unload_are_reported_and_removed()
+    {
+        QString name, error;
+        QString own = "test";
+        const MCallbackId test_id = MEventMessage::addEventCallback("SceneOpened", record_event, &own);
+        QVERIFY(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
+        run("quillEcho leak");
+        QVERIFY(h.unload_plugin("quillEcho", &error));
+        QVERIFY2(log_contains("// Error: plug-in quillEcho left 3 callbacks installed at unload "
+                              "(SelectionChanged, SceneOpened, SceneOpened); the host removed them."),
+                 qPrintable(h.output_text()));
+        QVERIFY(log_contains("// Error: plug-in quillEcho left 1 command registered at unload (quillEcho); "
+                             "the host removed it."));
+        QVERIFY(!h.interpreter().has_command("quillEcho"));
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        QCOMPARE(h.callback_count("SceneOpened"), 1);
+        h.fire("SceneOpened");
+        QCOMPARE(events_seen, QStringList{"test"});
+
+        // Linked code has no module to tell it apart: what runs inside the
+        // plug-in's initializePlugin, command or callback is the plug-in's.
+        h.clear_output();
+        events_seen.clear();
+        QVERIFY(h.load_linked_plugin("leaky", "leaky.so", reinterpret_cast<void*>(&leaky::initialize),
+                                     reinterpret_cast<void*>(&leaky::uninitialize), &error));
+        run("leakyCommand");
+        h.fire("SceneOpened");
+        QCOMPARE(events_seen, QStringList{"test"});
+        QVERIFY(h.unload_plugin("leaky", &error));
+        QVERIFY2(log_contains("// Error: plug-in leaky left 3 callbacks installed at unload "
+                              "(SceneOpened, SelectionChanged, deleteAll); the host removed them."),
+                 qPrintable(h.output_text()));
+        QVERIFY(log_contains("// Error: plug-in leaky left 1 command registered at unload (leakyCommand)"));
+        QCOMPARE(h.callback_count("SceneOpened"), 1);
+        QCOMPARE(h.callback_count("deleteAll"), 0);
+        QVERIFY(MMessage::removeCallback(test_id));
     }
 
     void argument_lists_keep_strings_and_arrays_apart()

@@ -149,7 +149,12 @@ bool host::is_known_event(const QString& event) const
 
 std::uintptr_t host::add_callback(const QString& event, void (*fn)(void*), void* data)
 {
-    return d->events.add(event, fn, data);
+    // A module's function is its own wherever it is added from; code linked
+    // into the process belongs to the plug-in whose code is running.
+    QString owner = d->plugins.module_of(reinterpret_cast<const void*>(fn));
+    if (owner.isEmpty() && !d->plugins.running.isEmpty())
+        owner = d->plugins.running.last();
+    return d->events.add(event, fn, data, owner);
 }
 
 bool host::remove_callback(std::uintptr_t id)
@@ -159,7 +164,10 @@ bool host::remove_callback(std::uintptr_t id)
 
 void host::fire(const QString& event)
 {
-    d->events.fire(event);
+    d->events.fire(event, [this](const callback_record& c) {
+        plugin_scope scope(d->plugins, c.owner);
+        c.fn(c.data);
+    });
 }
 
 int host::callback_count(const QString& event) const
