@@ -454,19 +454,46 @@ private slots:
         QVERIFY(controls >= 6);
     }
 
+    // Counts of every event the plug-in listens to.
+    QList<int> callback_counts() const
+    {
+        QList<int> counts;
+        for (const char* event : {"SelectionChanged", "quitApplication", "deleteAll", "NewSceneOpened",
+                                  "SceneOpened", sandbox::scene_events::before_save})
+            counts << h.callback_count(event);
+        return counts;
+    }
+
+    // A failed removal is reported, the other callbacks and the command go
+    // all the same, and the plug-in stays loaded (as Maya keeps it) until a
+    // second unload removes what is left. A command that cannot be deregistered does not
+    // keep the callbacks installed either.
     void unloading_reports_each_failed_removal()
     {
         run("QuillmarshPicker");
+        const QList<int> none = {0, 0, 0, 0, 0, 0};
         h.inject_fault(sandbox::fault::remove_callback, 1);
         QString error;
-        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(!h.unload_plugin("QuillmarshPicker", &error));
         QVERIFY(!picker_main::window_);
-        const QString out = h.output_text();
+        QString out = h.output_text();
         QVERIFY(out.contains("// Error: QuillmarshPicker - could not remove the quitApplicaiton callback: (kFailure) "));
         QCOMPARE(out.count("could not remove"), 1);
-        QCOMPARE(h.callback_count("SelectionChanged"), 0);
-        QCOMPARE(h.callback_count("SceneOpened"), 0);
+        QCOMPARE(callback_counts(), (QList<int>{0, 1, 0, 0, 0, 0}));
+        QVERIFY(h.plugins().contains("QuillmarshPicker"));
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QCOMPARE(callback_counts(), none);
         QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+
+        load();
+        h.clear_output();
+        h.inject_fault(sandbox::fault::deregister_command);
+        QVERIFY(!h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(h.output_text().contains("// Error: QuillmarshPicker - could not deregister the plugin: (kFailure) "));
+        QCOMPARE(callback_counts(), none);
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+        QVERIFY2(!h.output_text().contains("left"), qPrintable(h.output_text()));
     }
 
     void registration_failures_are_reported_data()
@@ -478,10 +505,16 @@ private slots:
                                  << "could not initialize the plugin";
         QTest::newRow("selection") << int(sandbox::fault::add_event_callback) << 0
                                    << "could not install SelectionChanged callback";
+        QTest::newRow("third") << int(sandbox::fault::add_event_callback) << 2
+                               << "could not install the deleteAll callback";
         QTest::newRow("new scene") << int(sandbox::fault::add_event_callback) << 3
                                    << "could not install the NewSceneOpened callback";
+        QTest::newRow("before save") << int(sandbox::fault::add_event_callback) << 5
+                                     << "could not install the BeforeSave callback";
     }
 
+    // A failed initialisation says what failed and undoes the rest itself:
+    // the host finds nothing of it left behind, and it loads again.
     void registration_failures_are_reported()
     {
         QFETCH(int, which);
@@ -489,11 +522,18 @@ private slots:
         QFETCH(QString, message);
         QString error;
         QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        const QList<int> before = callback_counts();
         h.clear_output();
         h.inject_fault(sandbox::fault(which), after);
         QVERIFY(!load_linked_picker(h, &error));
         QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - " + message + ": (kFailure) "),
                  qPrintable(h.output_text()));
+        QVERIFY2(!h.output_text().contains("left"), qPrintable(h.output_text()));
+        QCOMPARE(h.error_count(), 1);
+        QCOMPARE(callback_counts(), before);
+        QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+        load();
+        QCOMPARE(callback_counts(), (QList<int>{1, 1, 1, 1, 1, 1}));
     }
 };
 

@@ -324,6 +324,8 @@ MStatus MFnPlugin::deregisterCommand(const MString& commandName)
     host& h = host::instance();
     sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
     QString name = sandbox::to_qstring(commandName);
+    if (h.take_fault(sandbox::fault::deregister_command))
+        return MStatus::kFailure;
     auto& d = h.data();
     auto found = d.plugins.commands.find(name);
     if (!record || found == d.plugins.commands.end() || found->owner != record)
