@@ -6,8 +6,9 @@ target_link_libraries(quillEcho PRIVATE maya_sandbox)
 quill_warnings(quillEcho)
 
 quill_test(test_sandbox SOURCES test_sandbox.cpp LIBS maya_sandbox_host)
-target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
-add_dependencies(test_sandbox quillEcho)
+target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"
+    PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>")
+add_dependencies(test_sandbox quillEcho QuillmarshPicker)
 
 quill_test(test_app SOURCES test_app.cpp LIBS maya_sandbox_host)
 target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"

@@ -14,9 +14,12 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QMainWindow>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <dlfcn.h>
 
 using sandbox::host;
 
@@ -76,6 +79,15 @@ MStatus uninitialize(MObject)
 }
 
 } // namespace leaky
+
+// Whether the module at `path` is mapped into the process.
+bool mapped(const QString& path)
+{
+    QFile maps("/proc/self/maps");
+    if (!maps.open(QIODevice::ReadOnly | QIODevice::Text))
+        return true;
+    return QString::fromLocal8Bit(maps.readAll()).contains(QFileInfo(path).canonicalFilePath());
+}
 
 } // namespace
 
@@ -533,6 +545,42 @@ private slots:
         QCOMPARE(h.callback_count("SceneOpened"), 1);
         QCOMPARE(h.callback_count("deleteAll"), 0);
         QVERIFY(MMessage::removeCallback(test_id));
+    }
+
+    // Unloading the picker takes its module out of the process, with its
+    // resources and statics; loading it again starts afresh.
+    void the_picker_module_goes_at_unload_and_comes_back_fresh()
+    {
+        QMainWindow main;
+        h.set_main_window(&main);
+        const QString path = PICKER_PLUGIN_PATH;
+        QString name, error;
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY2(h.load_plugin(path, &name, &error), qPrintable(error));
+            QVERIFY(mapped(path));
+            h.drain_idle(); // the namespace script, from the module's resources
+            QCOMPARE(strings(run("picker_ListNamespaces")), QStringList{":"});
+            run("QuillmarshPicker");
+            QCOMPARE(strings(run("QuillmarshPicker query_tabs")), QStringList{"Untitled"});
+            run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab left; QuillmarshPicker add_button 10 10 x");
+            QCOMPARE(strings(run("QuillmarshPicker query_tabs")), (QStringList{"Untitled", "left"}));
+            QVERIFY(QFile::exists(":/scripts/picker_ListNamespaces.mel"));
+
+            QVERIFY2(h.unload_plugin("QuillmarshPicker", &error), qPrintable(error));
+            // Nothing queued in Qt may call into the module now.
+            QCoreApplication::sendPostedEvents();
+            QCoreApplication::processEvents();
+            QVERIFY(!mapped(path));
+            void* still = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_NOLOAD);
+            QVERIFY(!still);
+            QVERIFY(!QFile::exists(":/scripts/picker_ListNamespaces.mel"));
+            QVERIFY(!QFile::exists(":/resources/QuillmarshLogo.png"));
+            QVERIFY2(h.error_count() == 0, qPrintable(h.output_text()));
+            QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+            h.reset(); // a new scene: the next load finds none of this one's tabs
+            h.set_main_window(&main);
+        }
+        h.set_main_window(nullptr);
     }
 
     void argument_lists_keep_strings_and_arrays_apart()
