@@ -15,6 +15,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QMainWindow>
+#include <QMessageBox>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -547,6 +548,25 @@ private slots:
         QVERIFY(MMessage::removeCallback(test_id));
     }
 
+    // A dialog waiting for the user inside a callback is an error; outside
+    // one it is the plug-in's own business.
+    void a_dialog_inside_a_callback_is_an_error()
+    {
+        auto ask = [](void*) {
+            QMessageBox box(QMessageBox::Warning, "Asks", "Sure?", QMessageBox::Ok);
+            QTimer::singleShot(0, &box, &QDialog::accept);
+            box.exec();
+        };
+        const MCallbackId id = MEventMessage::addEventCallback("SceneOpened", ask, nullptr);
+        h.fire("SceneOpened");
+        QVERIFY(MMessage::removeCallback(id));
+        QVERIFY2(log_contains("// Error: a modal dialog (\"Asks\") opened inside a SceneOpened callback"),
+                 qPrintable(h.output_text()));
+        h.clear_output();
+        ask(nullptr);
+        QCOMPARE(h.error_count(), 0);
+    }
+
     // Unloading the picker takes its module out of the process, with its
     // resources and statics; loading it again starts afresh.
     void the_picker_module_goes_at_unload_and_comes_back_fresh()
@@ -567,9 +587,10 @@ private slots:
             QVERIFY(QFile::exists(":/scripts/picker_ListNamespaces.mel"));
 
             QVERIFY2(h.unload_plugin("QuillmarshPicker", &error), qPrintable(error));
-            // Nothing queued in Qt may call into the module now.
-            QCoreApplication::sendPostedEvents();
-            QCoreApplication::processEvents();
+            // Nothing queued in Qt may call into the module now: not a
+            // timer the window started, nor what it deletes later.
+            QTest::qWait(10);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QVERIFY(!mapped(path));
             void* still = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_NOLOAD);
             QVERIFY(!still);

@@ -15,6 +15,12 @@ bool event_bus::is_known(const QString& event)
     return known_events.contains(event);
 }
 
+QString event_bus::display_name(const QString& event)
+{
+    const QString scene = "scene:";
+    return event.startsWith(scene) ? "k" + event.mid(scene.size()) : event;
+}
+
 std::uintptr_t event_bus::add(const QString& event, void (*fn)(void*), void* data, const QString& owner)
 {
     if (!(is_known(event) || event.startsWith("scene:")) || !fn)

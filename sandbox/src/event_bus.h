@@ -20,6 +20,8 @@ struct callback_record {
 class event_bus {
 public:
     static bool is_known(const QString& event);
+    // How the script output names an event: scene messages by their message.
+    static QString display_name(const QString& event);
     // 0 for an unknown event or no function. Scene messages ("scene:...")
     // are taken although no event callback can ask for them.
     std::uintptr_t add(const QString& event, void (*fn)(void*), void* data, const QString& owner);

@@ -86,6 +86,10 @@ struct host::impl {
 
     bool batch = false;
     QPointer<QWidget> main_window;
+    // The events whose callbacks are running, innermost last, and what
+    // watches for a dialog opened inside one of them.
+    QStringList firing;
+    QPointer<QObject> dialog_watch;
 };
 
 // Reaches the private data behind the API objects.

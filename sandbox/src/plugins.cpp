@@ -22,13 +22,6 @@ const char* const uninit_symbol =
     "_Z18uninitializePluginN8Autodesk4Maya16OpenMaya202200007MObjectE";
 using entry_fn = MStatus (*)(MObject);
 
-// How the script output names an event: scene messages by their message.
-QString event_name(const QString& event)
-{
-    const QString scene = "scene:";
-    return event.startsWith(scene) ? "k" + event.mid(scene.size()) : event;
-}
-
 // Removes what a plug-in still has installed after its entry point has
 // returned, and says so as an error: Maya would go on calling into a module
 // that is gone, or running a command whose code is gone.
@@ -40,7 +33,7 @@ void drop_leftovers(host& h, plugin_record* record, const QString& when)
     for (const callback_record& c : d.events.records()) {
         if (c.owner == record->name) {
             stale.append(c.id);
-            events.append(event_name(c.event));
+            events.append(event_bus::display_name(c.event));
         }
     }
     for (std::uintptr_t id : stale)

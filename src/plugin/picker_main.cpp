@@ -22,6 +22,7 @@
 #include <QScreen>
 #include <QSettings>
 #include <QTabWidget>
+#include <QTimer>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
 QPointer<QDockWidget> picker_main::window_;
@@ -495,6 +496,12 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
         if (from_scene) {
             w->adoptScene(text, held_images);
             w->keepNewerScene();
+            // The scene's own data is read inside the SceneOpened callback,
+            // while Maya is still opening the file: the warning box waits
+            // until the host is idle.
+            QTimer::singleShot(0, w, [w] { w->show_stream_notice(); });
+        } else {
+            w->show_stream_notice();
         }
         selectionChangedFn(nullptr);
         return MStatus::kSuccess;

@@ -184,6 +184,10 @@ public:
     // The last streamFrom met a version it does not read (newer, or below 1)
     // and kept the tabs.
     bool lastStreamTooNew() const { return streamTooNew; }
+    // Shows the warning about the data the last streamFrom could not read,
+    // once. streamFrom leaves it to the caller, which knows when a dialog
+    // may open: never inside a host callback.
+    void show_stream_notice();
 
     // ----- Files
     // Reads "name = path" lines into the recent-pickers entries of the File menu.
@@ -379,6 +383,7 @@ private:
     bool flushQueued = false;
     bool sceneNewer = false;
     bool streamTooNew = false;
+    QString streamNotice;
     int sceneQuiet = 0; // while rebuilding from the scene: nothing to write back
     bool buildingToolbox = false;
     int selectionUpdates = 0;

@@ -19,6 +19,7 @@
 #include <QtEndian>
 
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -336,6 +337,13 @@ bool picker_window::eventFilter(QObject* watched, QEvent* e)
     return QWidget::eventFilter(watched, e);
 }
 
+void picker_window::show_stream_notice()
+{
+    const QString text = std::exchange(streamNotice, QString());
+    if (!text.isEmpty())
+        QMessageBox::warning(nullptr, "Warning", text, QMessageBox::Ok);
+}
+
 void picker_window::streamFrom(QDataStream& in)
 {
     streamDamage.clear();
@@ -346,7 +354,7 @@ void picker_window::streamFrom(QDataStream& in)
         if (contents.too_new || contents.unknown) {
             streamTooNew = true;
             const QString& text = contents.too_new ? texts::too_new : texts::unknown_format;
-            QMessageBox::warning(nullptr, "Warning", text.arg(contents.version), QMessageBox::Ok);
+            streamNotice = text.arg(contents.version);
         }
         return;
     }
