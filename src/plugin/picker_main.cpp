@@ -22,7 +22,6 @@
 #include <QScreen>
 #include <QSettings>
 #include <QTabWidget>
-#include <QTimer>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
 QPointer<QDockWidget> picker_main::window_;
@@ -498,8 +497,9 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
             w->keepNewerScene();
             // The scene's own data is read inside the SceneOpened callback,
             // while Maya is still opening the file: the warning box waits
-            // until the host is idle.
-            QTimer::singleShot(0, w, [w] { w->show_stream_notice(); });
+            // for the event loop. Posted to the window, it goes with it when
+            // the plug-in unloads first.
+            QMetaObject::invokeMethod(w, [w] { w->show_stream_notice(); }, Qt::QueuedConnection);
         } else {
             w->show_stream_notice();
         }
