@@ -6,14 +6,21 @@ target_link_libraries(quillEcho PRIVATE maya_sandbox)
 quill_warnings(quillEcho)
 
 quill_test(test_sandbox SOURCES test_sandbox.cpp LIBS maya_sandbox_host)
-target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>")
-add_dependencies(test_sandbox quillEcho)
+target_compile_definitions(test_sandbox PRIVATE ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"
+    PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>")
+add_dependencies(test_sandbox quillEcho QuillmarshPicker)
 
 quill_test(test_app SOURCES test_app.cpp LIBS maya_sandbox_host)
 target_compile_definitions(test_app PRIVATE SANDBOX_APP="$<TARGET_FILE:quillmarsh-sandbox>" ECHO_PLUGIN_PATH="$<TARGET_FILE:quillEcho>"
     PICKER_PLUGIN_PATH="$<TARGET_FILE:QuillmarshPicker>" DEMO_SCENE="${CMAKE_SOURCE_DIR}/examples/demo/demo.ma"
     MODULE_SCRIPTS="${CMAKE_SOURCE_DIR}/module/scripts")
 add_dependencies(test_app quillmarsh-sandbox quillEcho QuillmarshPicker)
+
+if(CMAKE_READELF)
+    add_test(NAME plugin_exports_only_its_entry_points
+             COMMAND ${CMAKE_COMMAND} -DREADELF=${CMAKE_READELF} -DMODULE=$<TARGET_FILE:QuillmarshPicker>
+             -P ${CMAKE_CURRENT_SOURCE_DIR}/check_plugin_symbols.cmake)
+endif()
 
 # The plug-in's code linked in, loaded through its entry points.
 quill_test(test_plugin SOURCES test_plugin.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp

@@ -353,6 +353,26 @@ private slots:
         QCOMPARE(result("QuillmarshPicker query_tabs"), tabs);
     }
 
+    // Pickers whose namespaces the scene lacks are restored as they are:
+    // nothing asks for a binding while the scene opens.
+    void a_scene_whose_pickers_need_binding_opens_quietly()
+    {
+        characters();
+        open_pickers({{button_at(QPoint(5, 5), {"hero:arm"})}});
+        QString data;
+        QVERIFY(h.file_info("QuillmarshPickerData", &data));
+        h.reset();
+        h.set_file_info("QuillmarshPickerData", data);
+        const QString scene = dir.filePath("unbound.ma");
+        QVERIFY(h.save_scene(scene, nullptr));
+        h.clear_output();
+        run(QString("file -f -open \"%1\"").arg(scene));
+        h.drain_idle();
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"picker0"});
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY2(h.error_count() == 0, qPrintable(h.output_text()));
+    }
+
     void demo_scene_is_what_its_script_builds()
     {
         // What a scene's pickers hold, background keys aside.
@@ -436,11 +456,21 @@ private slots:
         h.set_file_info("QuillmarshPickerData", text);
         const QString scene = dir.filePath("unknown.ma");
         QVERIFY(h.save_scene(scene, nullptr));
-        // Said in the script output: no dialog opens while the scene loads.
+        // The data is read inside the SceneOpened callback, while Maya may
+        // still be opening the file: the box waits until that is over.
+        modal_helper::last_text().clear();
+        bool opening = true, during = false;
+        modal_helper::with_next([&](QWidget* modal) {
+            during = opening;
+            modal_helper::answer(modal, "OK");
+        });
         h.clear_output();
         run(QString("file -f -open \"%1\"").arg(scene));
+        opening = false;
         h.drain_idle();
-        QVERIFY2(h.output_text().contains("// Warning: QuillmarshPicker - " + warning), qPrintable(h.output_text()));
+        QTRY_VERIFY2(modal_helper::last_text().startsWith(warning), qPrintable(modal_helper::last_text()));
+        QVERIFY(!during);
+        QVERIFY2(h.error_count() == 0, qPrintable(h.output_text()));
         QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"}); // the emptied scene's
         run("QuillmarshPicker new_tab");
         h.drain_idle();
@@ -639,19 +669,46 @@ private slots:
         QVERIFY(controls >= 6);
     }
 
+    // Counts of every event the plug-in listens to.
+    QList<int> callback_counts() const
+    {
+        QList<int> counts;
+        for (const char* event : {"SelectionChanged", "quitApplication", "deleteAll", "NewSceneOpened",
+                                  "SceneOpened", sandbox::scene_events::before_save})
+            counts << h.callback_count(event);
+        return counts;
+    }
+
+    // A failed removal is reported, the other callbacks and the command go
+    // all the same, and the plug-in stays loaded (as Maya keeps it) until a
+    // second unload removes what is left. A command that cannot be deregistered does not
+    // keep the callbacks installed either.
     void unloading_reports_each_failed_removal()
     {
         run("QuillmarshPicker");
+        const QList<int> none = {0, 0, 0, 0, 0, 0};
         h.inject_fault(sandbox::fault::remove_callback, 1);
         QString error;
-        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(!h.unload_plugin("QuillmarshPicker", &error));
         QVERIFY(!picker_main::window_);
-        const QString out = h.output_text();
+        QString out = h.output_text();
         QVERIFY(out.contains("// Error: QuillmarshPicker - could not remove the quitApplicaiton callback: (kFailure) "));
         QCOMPARE(out.count("could not remove"), 1);
-        QCOMPARE(h.callback_count("SelectionChanged"), 0);
-        QCOMPARE(h.callback_count("SceneOpened"), 0);
+        QCOMPARE(callback_counts(), (QList<int>{0, 1, 0, 0, 0, 0}));
+        QVERIFY(h.plugins().contains("QuillmarshPicker"));
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QCOMPARE(callback_counts(), none);
         QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+
+        load();
+        h.clear_output();
+        h.inject_fault(sandbox::fault::deregister_command);
+        QVERIFY(!h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(h.output_text().contains("// Error: QuillmarshPicker - could not deregister the plugin: (kFailure) "));
+        QCOMPARE(callback_counts(), none);
+        QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+        QVERIFY2(!h.output_text().contains("left"), qPrintable(h.output_text()));
     }
 
     void registration_failures_are_reported_data()
@@ -663,10 +720,16 @@ private slots:
                                  << "could not initialize the plugin";
         QTest::newRow("selection") << int(sandbox::fault::add_event_callback) << 0
                                    << "could not install SelectionChanged callback";
+        QTest::newRow("third") << int(sandbox::fault::add_event_callback) << 2
+                               << "could not install the deleteAll callback";
         QTest::newRow("new scene") << int(sandbox::fault::add_event_callback) << 3
                                    << "could not install the NewSceneOpened callback";
+        QTest::newRow("before save") << int(sandbox::fault::add_event_callback) << 5
+                                     << "could not install the BeforeSave callback";
     }
 
+    // A failed initialisation says what failed and undoes the rest itself:
+    // the host finds nothing of it left behind, and it loads again.
     void registration_failures_are_reported()
     {
         QFETCH(int, which);
@@ -674,11 +737,18 @@ private slots:
         QFETCH(QString, message);
         QString error;
         QVERIFY(h.unload_plugin("QuillmarshPicker", &error));
+        const QList<int> before = callback_counts();
         h.clear_output();
         h.inject_fault(sandbox::fault(which), after);
         QVERIFY(!load_linked_picker(h, &error));
         QVERIFY2(h.output_text().contains("// Error: QuillmarshPicker - " + message + ": (kFailure) "),
                  qPrintable(h.output_text()));
+        QVERIFY2(!h.output_text().contains("left"), qPrintable(h.output_text()));
+        QCOMPARE(h.error_count(), 1);
+        QCOMPARE(callback_counts(), before);
+        QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+        load();
+        QCOMPARE(callback_counts(), (QList<int>{1, 1, 1, 1, 1, 1}));
     }
 };
 

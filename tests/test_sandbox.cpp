@@ -3,7 +3,9 @@
 
 #include <maya/MArgList.h>
 #include <maya/MEventMessage.h>
+#include <maya/MFnPlugin.h>
 #include <maya/MGlobal.h>
+#include <maya/MPxCommand.h>
 #include <maya/MMessage.h>
 #include <maya/MSelectionList.h>
 #include <maya/MStringArray.h>
@@ -12,9 +14,13 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QMainWindow>
+#include <QMessageBox>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <dlfcn.h>
 
 using sandbox::host;
 
@@ -35,6 +41,53 @@ QStringList strings(const mel::value& v)
 bool log_contains(const QString& text)
 {
     return host::instance().output_text().contains(text);
+}
+
+// A plug-in linked into the test that leaves everything it adds behind: a
+// callback from its initializePlugin, one from its command, one from its
+// callback, and its command.
+namespace leaky {
+
+int calls = 0;
+
+void on_event(void*)
+{
+    if (calls++ == 0)
+        MEventMessage::addEventCallback("deleteAll", on_event, nullptr);
+}
+
+struct command : MPxCommand {
+    static void* create() { return new command; }
+    MStatus doIt(const MArgList&) override
+    {
+        MStatus status;
+        MEventMessage::addEventCallback("SelectionChanged", on_event, nullptr, &status);
+        return status;
+    }
+};
+
+MStatus initialize(MObject obj)
+{
+    MFnPlugin plugin(obj);
+    MStatus status;
+    MEventMessage::addEventCallback("SceneOpened", on_event, nullptr, &status);
+    return status ? plugin.registerCommand("leakyCommand", command::create) : status;
+}
+
+MStatus uninitialize(MObject)
+{
+    return MStatus::kSuccess;
+}
+
+} // namespace leaky
+
+// Whether the module at `path` is mapped into the process.
+bool mapped(const QString& path)
+{
+    QFile maps("/proc/self/maps");
+    if (!maps.open(QIODevice::ReadOnly | QIODevice::Text))
+        return true;
+    return QString::fromLocal8Bit(maps.readAll()).contains(QFileInfo(path).canonicalFilePath());
 }
 
 } // namespace
@@ -474,6 +527,15 @@ private slots:
             h.inject_fault(which, after);
             QVERIFY(!h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
             QCOMPARE(error, QString("initializePlugin function failed (quillEcho)"));
+            // The fixture gives up without undoing what it did: the host
+            // says what it removed.
+            QCOMPARE(log_contains("// Error: plug-in quillEcho left 1 command registered after its "
+                                  "initializePlugin failed (quillEcho); the host removed it."),
+                     which == sandbox::fault::add_event_callback);
+            QCOMPARE(log_contains("// Error: plug-in quillEcho left 1 callback installed after its "
+                                  "initializePlugin failed (SelectionChanged); the host removed it."),
+                     after == 1);
+            h.clear_output();
             QVERIFY(!h.interpreter().has_command("quillEcho"));
             QCOMPARE(h.callback_count("SelectionChanged"), 0);
             QCOMPARE(h.callback_count("SceneOpened"), 0);
@@ -499,9 +561,107 @@ private slots:
         // the host never calls into an unloaded module.
         h.inject_fault(sandbox::fault::remove_callback);
         QVERIFY(h.unload_plugin("quillEcho", &error));
-        QVERIFY(log_contains("A callback left installed by quillEcho was removed."));
+        QVERIFY2(log_contains("// Error: plug-in quillEcho left 1 callback installed at unload "
+                              "(SelectionChanged); the host removed it."), qPrintable(h.output_text()));
         QCOMPARE(h.callback_count("SelectionChanged"), 0);
         run("select root_ctrl");
+    }
+
+    // What a plug-in leaves installed at unload is an error and is removed,
+    // so the host never calls into a module that is gone; what the host's
+    // own code (here the test) installed stays.
+    void leftovers_at_unload_are_reported_and_removed()
+    {
+        QString name, error;
+        QString own = "test";
+        const MCallbackId test_id = MEventMessage::addEventCallback("SceneOpened", record_event, &own);
+        QVERIFY(h.load_plugin(ECHO_PLUGIN_PATH, &name, &error));
+        run("quillEcho leak");
+        QVERIFY(h.unload_plugin("quillEcho", &error));
+        QVERIFY2(log_contains("// Error: plug-in quillEcho left 3 callbacks installed at unload "
+                              "(SelectionChanged, SceneOpened, SceneOpened); the host removed them."),
+                 qPrintable(h.output_text()));
+        QVERIFY(log_contains("// Error: plug-in quillEcho left 1 command registered at unload (quillEcho); "
+                             "the host removed it."));
+        QVERIFY(!h.interpreter().has_command("quillEcho"));
+        QCOMPARE(h.callback_count("SelectionChanged"), 0);
+        QCOMPARE(h.callback_count("SceneOpened"), 1);
+        h.fire("SceneOpened");
+        QCOMPARE(events_seen, QStringList{"test"});
+
+        // Linked code has no module to tell it apart: what runs inside the
+        // plug-in's initializePlugin, command or callback is the plug-in's.
+        h.clear_output();
+        events_seen.clear();
+        QVERIFY(h.load_linked_plugin("leaky", "leaky.so", reinterpret_cast<void*>(&leaky::initialize),
+                                     reinterpret_cast<void*>(&leaky::uninitialize), &error));
+        run("leakyCommand");
+        h.fire("SceneOpened");
+        QCOMPARE(events_seen, QStringList{"test"});
+        QVERIFY(h.unload_plugin("leaky", &error));
+        QVERIFY2(log_contains("// Error: plug-in leaky left 3 callbacks installed at unload "
+                              "(SceneOpened, SelectionChanged, deleteAll); the host removed them."),
+                 qPrintable(h.output_text()));
+        QVERIFY(log_contains("// Error: plug-in leaky left 1 command registered at unload (leakyCommand)"));
+        QCOMPARE(h.callback_count("SceneOpened"), 1);
+        QCOMPARE(h.callback_count("deleteAll"), 0);
+        QVERIFY(MMessage::removeCallback(test_id));
+    }
+
+    // A dialog waiting for the user inside a callback is an error; outside
+    // one it is the plug-in's own business.
+    void a_dialog_inside_a_callback_is_an_error()
+    {
+        auto ask = [](void*) {
+            QMessageBox box(QMessageBox::Warning, "Asks", "Sure?", QMessageBox::Ok);
+            QTimer::singleShot(0, &box, &QDialog::accept);
+            box.exec();
+        };
+        const MCallbackId id = MEventMessage::addEventCallback("SceneOpened", ask, nullptr);
+        h.fire("SceneOpened");
+        QVERIFY(MMessage::removeCallback(id));
+        QVERIFY2(log_contains("// Error: a modal dialog (\"Asks\") opened inside a SceneOpened callback"),
+                 qPrintable(h.output_text()));
+        h.clear_output();
+        ask(nullptr);
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    // Unloading the picker takes its module out of the process, with its
+    // resources and statics; loading it again starts afresh.
+    void the_picker_module_goes_at_unload_and_comes_back_fresh()
+    {
+        QMainWindow main;
+        h.set_main_window(&main);
+        const QString path = PICKER_PLUGIN_PATH;
+        QString name, error;
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY2(h.load_plugin(path, &name, &error), qPrintable(error));
+            QVERIFY(mapped(path));
+            h.drain_idle(); // the namespace script, from the module's resources
+            QCOMPARE(strings(run("picker_ListNamespaces")), QStringList{":"});
+            run("QuillmarshPicker");
+            QCOMPARE(strings(run("QuillmarshPicker query_tabs")), QStringList{"Untitled"});
+            run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab left; QuillmarshPicker add_button 10 10 x");
+            QCOMPARE(strings(run("QuillmarshPicker query_tabs")), (QStringList{"Untitled", "left"}));
+            QVERIFY(QFile::exists(":/scripts/picker_ListNamespaces.mel"));
+
+            QVERIFY2(h.unload_plugin("QuillmarshPicker", &error), qPrintable(error));
+            // Nothing queued in Qt may call into the module now: not a
+            // timer the window started, nor what it deletes later.
+            QTest::qWait(10);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY(!mapped(path));
+            void* still = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_NOLOAD);
+            QVERIFY(!still);
+            QVERIFY(!QFile::exists(":/scripts/picker_ListNamespaces.mel"));
+            QVERIFY(!QFile::exists(":/resources/QuillmarshLogo.png"));
+            QVERIFY2(h.error_count() == 0, qPrintable(h.output_text()));
+            QVERIFY(!h.interpreter().has_command("QuillmarshPicker"));
+            h.reset(); // a new scene: the next load finds none of this one's tabs
+            h.set_main_window(&main);
+        }
+        h.set_main_window(nullptr);
     }
 
     void argument_lists_keep_strings_and_arrays_apart()

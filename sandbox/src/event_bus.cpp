@@ -15,12 +15,18 @@ bool event_bus::is_known(const QString& event)
     return known_events.contains(event);
 }
 
-std::uintptr_t event_bus::add(const QString& event, void (*fn)(void*), void* data)
+QString event_bus::display_name(const QString& event)
+{
+    const QString scene = "scene:";
+    return event.startsWith(scene) ? "k" + event.mid(scene.size()) : event;
+}
+
+std::uintptr_t event_bus::add(const QString& event, void (*fn)(void*), void* data, const QString& owner)
 {
     if (!(is_known(event) || event.startsWith("scene:")) || !fn)
         return 0;
     std::uintptr_t id = next_id_++;
-    callbacks_.append({id, event, fn, data});
+    callbacks_.append({id, event, fn, data, owner});
     return id;
 }
 
@@ -35,7 +41,7 @@ bool event_bus::remove(std::uintptr_t id)
     return false;
 }
 
-void event_bus::fire(const QString& event)
+void event_bus::fire(const QString& event, const std::function<void(const callback_record&)>& call)
 {
     // A callback may add or remove callbacks: walk a snapshot of the ids and
     // skip the ones gone by the time their turn comes.
@@ -46,9 +52,8 @@ void event_bus::fire(const QString& event)
     for (std::uintptr_t id : ids) {
         for (const callback_record& c : callbacks_) {
             if (c.id == id) {
-                auto fn = c.fn;
-                void* data = c.data;
-                fn(data);
+                const callback_record copy = c; // the callback may change the list
+                call(copy);
                 break;
             }
         }

@@ -2,7 +2,37 @@
 // job, and the events a change causes are fired here.
 #include "host_private.h"
 
+#include <QApplication>
+#include <QEvent>
+
 namespace sandbox {
+
+namespace {
+
+// Maya runs callbacks in the middle of its own work (a file half loaded, a
+// selection changing): a dialog that waits for the user there is an error.
+class dialog_watch : public QObject {
+public:
+    dialog_watch(host& h, QObject* parent) : QObject(parent), host_(h) {}
+
+    bool eventFilter(QObject* watched, QEvent* e) override
+    {
+        if (e->type() != QEvent::Show || !watched->isWidgetType())
+            return false;
+        auto* w = static_cast<QWidget*>(watched);
+        const QStringList& firing = host_.data().firing;
+        if (w->isWindow() && w->isModal() && !firing.isEmpty())
+            host_.log(log_kind::error, QString("a modal dialog (\"%1\") opened inside a %2 callback, where Maya "
+                                               "may be in the middle of loading a file.")
+                                           .arg(w->windowTitle(), firing.last()));
+        return false;
+    }
+
+private:
+    host& host_;
+};
+
+} // namespace
 
 host& host::instance()
 {
@@ -152,7 +182,12 @@ bool host::is_known_event(const QString& event) const
 
 std::uintptr_t host::add_callback(const QString& event, void (*fn)(void*), void* data)
 {
-    return d->events.add(event, fn, data);
+    // A module's function is its own wherever it is added from; code linked
+    // into the process belongs to the plug-in whose code is running.
+    QString owner = d->plugins.module_of(reinterpret_cast<const void*>(fn));
+    if (owner.isEmpty() && !d->plugins.running.isEmpty())
+        owner = d->plugins.running.last();
+    return d->events.add(event, fn, data, owner);
 }
 
 bool host::remove_callback(std::uintptr_t id)
@@ -162,7 +197,16 @@ bool host::remove_callback(std::uintptr_t id)
 
 void host::fire(const QString& event)
 {
-    d->events.fire(event);
+    if (!d->dialog_watch && qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        d->dialog_watch = new dialog_watch(*this, QCoreApplication::instance());
+        QCoreApplication::instance()->installEventFilter(d->dialog_watch);
+    }
+    d->firing.append(event_bus::display_name(event));
+    d->events.fire(event, [this](const callback_record& c) {
+        plugin_scope scope(d->plugins, c.owner);
+        c.fn(c.data);
+    });
+    d->firing.removeLast();
 }
 
 int host::callback_count(const QString& event) const

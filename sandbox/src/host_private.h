@@ -30,6 +30,7 @@ struct plugin_record {
     QString name;
     QString path;
     void* handle = nullptr; // null for a plug-in linked into the process
+    const void* base = nullptr; // where the module is mapped; null when linked
     void* init = nullptr;
     void* uninit = nullptr;
     QStringList commands;
@@ -54,6 +55,24 @@ struct plugin_registry {
     QVector<command_result> results; // one for each plug-in command running, innermost last
 
     plugin_record* find(const QString& name) const;
+    // The loaded module that holds the code at `address`; empty when none does.
+    QString module_of(const void* address) const;
+    // Whose code is running: the plug-in of each entry point, command and
+    // callback on the way in, innermost last ("" for the host's own).
+    QStringList running;
+};
+
+// Marks a plug-in's code as running for as long as it lives, so that what
+// the code adds to the host is put down to that plug-in.
+class plugin_scope {
+public:
+    plugin_scope(plugin_registry& plugins, const QString& name) : plugins_(plugins) { plugins_.running.append(name); }
+    ~plugin_scope() { plugins_.running.removeLast(); }
+    plugin_scope(const plugin_scope&) = delete;
+    plugin_scope& operator=(const plugin_scope&) = delete;
+
+private:
+    plugin_registry& plugins_;
 };
 
 // MEL script jobs: scripts run when an event fires.
@@ -82,6 +101,10 @@ struct host::impl {
 
     bool batch = false;
     QPointer<QWidget> main_window;
+    // The events whose callbacks are running, innermost last, and what
+    // watches for a dialog opened inside one of them.
+    QStringList firing;
+    QPointer<QObject> dialog_watch;
 };
 
 // Reaches the private data behind the API objects.

@@ -22,39 +22,55 @@ const char* const uninit_symbol =
     "_Z18uninitializePluginN8Autodesk4Maya16OpenMaya202200007MObjectE";
 using entry_fn = MStatus (*)(MObject);
 
-bool address_in(void* handle, const void* address)
-{
-    Dl_info info;
-    if (!dladdr(address, &info) || !info.dli_fname)
-        return false;
-    // Compare the module that holds the address with the one behind handle.
-    void* owner = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-    if (!owner)
-        return false;
-    dlclose(owner);
-    return owner == handle;
-}
-
-// Drops what a plug-in left behind so that nothing points into an unloaded module.
-void drop_registrations(host& h, plugin_record* record)
+// Removes what a plug-in still has installed after its entry point has
+// returned, and says so as an error: Maya would go on calling into a module
+// that is gone, or running a command whose code is gone.
+void drop_leftovers(host& h, plugin_record* record, const QString& when)
 {
     auto& d = h.data();
-    for (const QString& name : record->commands) {
+    QVector<std::uintptr_t> stale;
+    QStringList events;
+    for (const callback_record& c : d.events.records()) {
+        if (c.owner == record->name) {
+            stale.append(c.id);
+            events.append(event_bus::display_name(c.event));
+        }
+    }
+    for (std::uintptr_t id : stale)
+        h.remove_callback(id);
+    if (!stale.isEmpty())
+        h.log(log_kind::error, QString("plug-in %1 left %2 callback%3 installed %4 (%5); the host removed %6.")
+                                   .arg(record->name)
+                                   .arg(stale.size())
+                                   .arg(stale.size() == 1 ? "" : "s", when, events.join(", "),
+                                        stale.size() == 1 ? "it" : "them"));
+    const QStringList commands = record->commands;
+    for (const QString& name : commands) {
         d.plugins.commands.remove(name);
         d.interp.unregister_command(name);
     }
     record->commands.clear();
-    if (!record->handle)
-        return; // linked code never goes away
-    QVector<std::uintptr_t> stale;
-    for (const callback_record& c : d.events.records())
-        if (address_in(record->handle, reinterpret_cast<const void*>(c.fn)))
-            stale.append(c.id);
-    for (std::uintptr_t id : stale) {
-        h.remove_callback(id);
-        h.log(log_kind::warning,
-              QString("A callback left installed by %1 was removed.").arg(record->name));
+    if (!commands.isEmpty())
+        h.log(log_kind::error, QString("plug-in %1 left %2 command%3 registered %4 (%5); the host removed %6.")
+                                   .arg(record->name)
+                                   .arg(commands.size())
+                                   .arg(commands.size() == 1 ? "" : "s", when, commands.join(", "),
+                                        commands.size() == 1 ? "it" : "them"));
+}
+
+// Runs an entry point of the plug-in as its own code; a thrown exception is
+// reported and counts as a failure.
+MStatus run_entry(host& h, plugin_record* record, void* entry, const char* what)
+{
+    plugin_scope scope(h.data().plugins, record->name);
+    try {
+        return reinterpret_cast<entry_fn>(entry)(MSandboxAccess::plugin_object(record));
+    } catch (const std::exception& e) {
+        h.log(log_kind::error, QString("%1 of %2 threw: %3").arg(what, record->name, e.what()));
+    } catch (...) {
+        h.log(log_kind::error, QString("%1 of %2 threw an exception").arg(what, record->name));
     }
+    return MStatus::kFailure;
 }
 
 // Makes the record and runs initializePlugin; a failing plug-in leaves
@@ -69,27 +85,17 @@ bool start_plugin(host& h, const QString& name, const QString& path, void* handl
     record->handle = handle;
     record->init = init;
     record->uninit = uninit;
+    if (handle) {
+        Dl_info info;
+        if (dladdr(init, &info))
+            record->base = info.dli_fbase;
+    }
     plugin_record* raw = record.get();
     d.plugins.loaded.push_back(std::move(record));
-    const std::uintptr_t first_callback = d.events.next_id();
 
-    MStatus status;
-    try {
-        status = reinterpret_cast<entry_fn>(init)(MSandboxAccess::plugin_object(raw));
-    } catch (const std::exception& e) {
-        h.log(log_kind::error, QString("initializePlugin of %1 threw: %2").arg(name, e.what()));
-        status = MStatus::kFailure;
-    }
-    if (status)
+    if (run_entry(h, raw, init, "initializePlugin"))
         return true;
-    drop_registrations(h, raw);
-    // Callbacks the failed initialisation installed go with it.
-    QVector<std::uintptr_t> installed;
-    for (const callback_record& c : d.events.records())
-        if (c.id >= first_callback)
-            installed.append(c.id);
-    for (std::uintptr_t id : installed)
-        h.remove_callback(id);
+    drop_leftovers(h, raw, "after its initializePlugin failed");
     auto& loaded = d.plugins.loaded;
     for (auto it = loaded.begin(); it != loaded.end(); ++it) {
         if (it->get() == raw) {
@@ -141,6 +147,17 @@ plugin_record* plugin_registry::find(const QString& name) const
         if (p->name == name)
             return p.get();
     return nullptr;
+}
+
+QString plugin_registry::module_of(const void* address) const
+{
+    Dl_info info;
+    if (!address || !dladdr(address, &info))
+        return QString();
+    for (const auto& p : loaded)
+        if (p->base && p->base == info.dli_fbase)
+            return p->name;
+    return QString();
 }
 
 bool host::load_plugin(const QString& path, QString* name, QString* error)
@@ -199,20 +216,12 @@ bool host::unload_plugin(const QString& name, QString* error)
             continue;
         // The queue may hold commands whose code goes with the module.
         d->undo.flush();
-        auto uninit = reinterpret_cast<entry_fn>(record->uninit);
-        MStatus status;
-        try {
-            status = uninit(MSandboxAccess::plugin_object(record));
-        } catch (const std::exception& e) {
-            log(log_kind::error, QString("uninitializePlugin of %1 threw: %2").arg(name, e.what()));
-            status = MStatus::kFailure;
-        }
-        if (!status) {
+        if (!run_entry(*this, record, record->uninit, "uninitializePlugin")) {
             if (error)
                 *error = QString("uninitializePlugin function failed (%1)").arg(record->name);
             return false;
         }
-        drop_registrations(*this, record);
+        drop_leftovers(*this, record, "at unload");
         void* handle = record->handle;
         loaded.erase(it);
         if (handle)
@@ -289,6 +298,7 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
     d.undo.open_command(text);
     MPxCommand* command = nullptr;
     try {
+        plugin_scope scope(d.plugins, found->owner->name);
         command = static_cast<MPxCommand*>(creator());
         if (command) {
             status = command->doIt(list);
@@ -369,6 +379,8 @@ MStatus MFnPlugin::deregisterCommand(const MString& commandName)
     host& h = host::instance();
     sandbox::plugin_record* record = MSandboxAccess::plugin(object_);
     QString name = sandbox::to_qstring(commandName);
+    if (h.take_fault(sandbox::fault::deregister_command))
+        return MStatus::kFailure;
     auto& d = h.data();
     auto found = d.plugins.commands.find(name);
     if (!record || found == d.plugins.commands.end() || found->owner != record)

@@ -599,9 +599,21 @@ MStatus picker_main::restore_window(const MStringArray& args, bool from_scene)
         read = b->stream_from(in);
     }
     bytes.clear();
-    // Said in the script output: this may run while a scene is still opening.
-    if (!read && !b->last_refusal().isEmpty())
-        MGlobal::displayWarning(to_m(QString("%1 - %2").arg(texts::command_name, b->last_refusal().simplified())));
+    if (!read && !b->last_refusal().isEmpty()) {
+        const QString refusal = b->last_refusal();
+        if (picker_window* w = picker()) {
+            // The scene's own data is read inside the SceneOpened callback,
+            // while Maya is still opening the file: the warning box waits
+            // for the event loop. Posted to the window, it goes with it when
+            // the plug-in unloads first.
+            if (from_scene)
+                QMetaObject::invokeMethod(w, [w, refusal] { w->show_stream_notice(refusal); }, Qt::QueuedConnection);
+            else
+                w->show_stream_notice(refusal);
+        } else {
+            MGlobal::displayWarning(to_m(QString("%1 - %2").arg(texts::command_name, refusal.simplified())));
+        }
+    }
     if (read)
         if (picker_window* w = picker())
             w->frame_all_when_shown();

@@ -170,6 +170,9 @@ public:
     void streamFrom(QDataStream& in);
     const QString& lastStreamDamage() const { return book_->last_damage(); }
     bool lastStreamTooNew() const { return book_->last_too_new(); }
+    // Shows the warning about data a restore could not read. Never from
+    // inside a host callback, where Maya may still be opening a file.
+    void show_stream_notice(const QString& text);
 
     // ----- Files
     // Reads "name = path" lines into the recent-pickers entries of the File menu.

@@ -45,11 +45,16 @@ bool picker_window::eventFilter(QObject* watched, QEvent* e)
     return QWidget::eventFilter(watched, e);
 }
 
+void picker_window::show_stream_notice(const QString& text)
+{
+    if (!text.isEmpty())
+        QMessageBox::warning(nullptr, "Warning", text, QMessageBox::Ok);
+}
+
 void picker_window::streamFrom(QDataStream& in)
 {
     if (!book_->stream_from(in)) {
-        if (!book_->last_refusal().isEmpty())
-            QMessageBox::warning(nullptr, "Warning", book_->last_refusal(), QMessageBox::Ok);
+        show_stream_notice(book_->last_refusal());
         return;
     }
     frame_all_when_shown();

@@ -21,6 +21,8 @@ MCallbackId selection_id = 0;
 MCallbackId opened_id = 0;
 std::vector<std::string> events;
 std::vector<std::string> lifecycle; // what happened to undoable instances
+// Set by "leak": unloading then leaves the command and every callback behind.
+bool leak_at_unload = false;
 
 void on_selection_changed(void*)
 {
@@ -198,6 +200,12 @@ public:
         if (directive == "idle") {
             return MGlobal::executeCommandOnIdle(args.asString(1));
         }
+        if (directive == "leak") {
+            // A callback added from a command, never removed.
+            MEventMessage::addEventCallback("SceneOpened", on_scene_opened, nullptr, &status);
+            leak_at_unload = true;
+            return status;
+        }
         if (directive == "events") {
             MStringArray out;
             for (const std::string& e : events)
@@ -242,6 +250,11 @@ MStatus initializePlugin(MObject obj)
 
 MStatus uninitializePlugin(MObject obj)
 {
+    if (leak_at_unload) {
+        leak_at_unload = false;
+        events.clear();
+        return MStatus::kSuccess;
+    }
     MFnPlugin plugin(obj);
     MStatus status = plugin.deregisterCommand("quillEcho");
     if (!status)

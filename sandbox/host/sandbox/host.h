@@ -52,6 +52,7 @@ enum class adjustment { replace, toggle, add, remove, add_to_head };
 // Host calls that a test can make fail.
 enum class fault {
     register_command,
+    deregister_command,
     add_event_callback,
     remove_callback,
     get_active_selection_list,
