@@ -26,6 +26,19 @@ QString owner(const QString& full)
     return colon < 0 ? QString() : full.left(colon);
 }
 
+// A node is listed under the namespace of its own name, the last part of
+// its path (grp|hero:ctl is hero's), and shown without it.
+QString node_owner(const QString& path)
+{
+    return owner(path.section('|', -1));
+}
+
+QString node_label(const QString& path)
+{
+    const int bar = path.lastIndexOf('|');
+    return path.left(bar + 1) + leaf(path.mid(bar + 1));
+}
+
 } // namespace
 
 outliner::outliner(QWidget* parent) : QTreeWidget(parent)
@@ -66,7 +79,7 @@ void outliner::refresh()
         clear();
         QSet<QString> occupied; // namespaces with a node somewhere below
         for (const QString& node : nodes)
-            for (QString ns = owner(node); !ns.isEmpty(); ns = owner(ns))
+            for (QString ns = node_owner(node); !ns.isEmpty(); ns = owner(ns))
                 occupied.insert(ns);
 
         // Namespaces come in creation order, so a parent is built before its children.
@@ -83,9 +96,9 @@ void outliner::refresh()
             branches.insert(ns, item);
         }
         for (int i = 0; i < nodes.size(); ++i) {
-            QTreeWidgetItem* parent = branches.value(owner(nodes[i]));
+            QTreeWidgetItem* parent = branches.value(node_owner(nodes[i]));
             auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(this);
-            item->setText(0, leaf(nodes[i]));
+            item->setText(0, node_label(nodes[i]));
             item->setText(1, types[i]);
             item->setToolTip(0, nodes[i]);
             item->setData(0, name_role, nodes[i]);

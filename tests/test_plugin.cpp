@@ -66,6 +66,8 @@ private slots:
         h.set_main_window(&main);
         // A fresh scene, as the window would see one.
         picker_main::deleteAllFn(nullptr);
+        // Side patterns are kept between sessions; a test sees the defaults.
+        QVERIFY(h.execute("QuillmarshPicker set_mirror_patterns"));
     }
 
     void namespace_script_lists_parents_first_data()

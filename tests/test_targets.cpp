@@ -254,13 +254,18 @@ private slots:
         h.clear_output();
         click_button("toe");
         QVERIFY2(h.output_text().contains(
-                     "// Error: QuillmarshPicker - select: not in the scene: hero:L_toe_tip, hero:L_toe_end"),
+                     "// Warning: QuillmarshPicker - select: not in the scene: hero:L_toe_tip, hero:L_toe_end"),
                  qPrintable(h.output_text()));
         QVERIFY(!h.output_text().contains("command failed"));
         QCOMPARE(h.selection(), QStringList{full("toe")});
         QCOMPARE(int(button("toe").selected), 2);
         trigger("Delete Button");
         QVERIFY(!labels().contains("toe"));
+        // What was selected is one undo step all the same.
+        run("undo");
+        QCOMPARE(h.selection(), QStringList());
+        run("redo");
+        QCOMPARE(h.selection(), QStringList{full("toe")});
 
         // None of them there: the host keeps its selection, and says why.
         run("QuillmarshPicker update_button label knee hero:gone");

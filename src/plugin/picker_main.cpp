@@ -552,14 +552,19 @@ MStatus picker_main::select_objects(const MStringArray& args)
     selection_settled(args);
     if (refused.isEmpty())
         return status;
-    // What the scene has is selected all the same; the rest is named, so a
-    // button bound to objects that are gone says which.
+    // The rest is named, so a button bound to objects that are gone says which.
     refused.removeDuplicates();
     const int shown = 10;
     QString list = refused.mid(0, shown).join(", ");
     if (refused.size() > shown)
         list += QString(" and %1 more").arg(refused.size() - shown);
-    return script_error("select", QString("not in the scene: %1").arg(list));
+    const QString message = QString("not in the scene: %1").arg(list);
+    if (first == args.length())
+        return script_error("select", message); // nothing selected, nothing changed
+    // What the scene has is selected all the same, as one undo step: a
+    // failed command would leave a change on Maya's undo queue's blind side.
+    MGlobal::displayWarning(to_m(QString("%1 - select: %2").arg(texts::command_name, message)));
+    return MStatus::kSuccess;
 }
 
 // ----- Scene data directives
