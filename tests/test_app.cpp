@@ -221,16 +221,21 @@ private slots:
         // Like maya -batch: no QApplication (a widget would abort the run),
         // idle texts wait for flushIdleQueue, and the picker works on the
         // scene's pickers without a window.
+        const QString pickers = QFileInfo(DEMO_SCENE).absolutePath() + "/../pickers";
         run_result run = launch({"--batch", DEMO_SCENE, "--mel", "evalDeferred \"print \\\"later\\\\n\\\"\"",
                                  "--mel", "print \"now\\n\"", "--mel", "print(`QuillmarshPicker query_tabs`)",
                                  "--mel", "QuillmarshPicker", "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
                                  "--mel", "QuillmarshPicker select \"hero:L_hand_ctrl\"; print(`ls -sl`)",
-                                 "--mel", "QuillmarshPicker saveas"},
+                                 "--mel", "QuillmarshPicker saveas", "--mel",
+                                 "QuillmarshPicker open \"" + pickers + "/hero.pkr\"; "
+                                 "QuillmarshPicker update_namespace props; print(`QuillmarshPicker get_namespaces`); "
+                                 "print(`QuillmarshPicker query_tabs`)"},
                                 SANDBOX_APP);
         const QString output = run.lines.join('\n') + run.errors;
         QVERIFY2(in_order(run.lines, {"now", "hero", "sidekick", "// Warning: QuillmarshPicker: there is no picker window...",
                                       "later", "hero:L_hand_ctrl",
-                                      "// Error: QuillmarshPicker - saveas: needs the path to save to..."}),
+                                      "// Error: QuillmarshPicker - saveas: needs the path to save to...", "props",
+                                      "hero", "sidekick", "hero"}),
                  qPrintable(output));
         QVERIFY2(!output.contains("QWidget"), qPrintable(output));
         QCOMPARE(run.status, 1);
