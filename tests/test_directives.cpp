@@ -313,7 +313,7 @@ private slots:
         const QString props = "QuillmarshPicker get_button_properties object rig:leg";
         QTest::newRow("move by name") << "QuillmarshPicker move_button object rig:leg 100.9 -5.7" << props
                                       << QStringList{"100", "-5", "0", "0", "10", "10", "10", "#b22222", "#000000"};
-        QTest::newRow("resize by point") << "QuillmarshPicker resize_button label 60 20 4 6" << props
+        QTest::newRow("resize by point") << "QuillmarshPicker resize_button x 60 20 4 6" << props
                                          << QStringList{"60", "20", "0", "0", "4", "4", "6", "#b22222", "#000000"};
         QTest::newRow("color rgb by point") << "QuillmarshPicker color_button x 60 20 1 2 3" << props
                                             << QStringList{"60", "20", "0", "0", "10", "10", "10", "#010203", "#000000"};
@@ -451,15 +451,22 @@ private slots:
         run("QuillmarshPicker restore junk; QuillmarshPicker bind; QuillmarshPicker update_namespace");
         QVERIFY(picker_main::window_);
 
-        // Without a tab a directive is a silent success.
+        // Without a tab, what needs one fails and says so: a build script
+        // that forgot its tab learns it at the first line, and nothing is
+        // written.
         run("QuillmarshPicker clear_tabs");
-        h.clear_output();
-        for (const QString& d : all_directives) {
-            if (d == "restore" || d == "clear" || d == "select" || d == "fetch_image" || d == "set_mirror_patterns")
-                continue;
-            QVERIFY2(run("QuillmarshPicker " + d + " label arm 1 2 3"), qPrintable(d));
+        const QString file = QDir::temp().filePath("no_tab_here.pkr");
+        QFile::remove(file);
+        for (const QString& line : {QString("add_button 1 2 hand"), QString("set_background /no/such.png"),
+                                    "saveas " + file, QString("move_button label arm 1 2"),
+                                    QString("query_buttons"), QString("current_tab")}) {
+            h.clear_output();
+            QVERIFY2(!run("QuillmarshPicker " + line), qPrintable(line));
+            QVERIFY2(h.output_text().contains("there is no tab to act on"), qPrintable(h.output_text()));
         }
-        QCOMPARE(h.error_count(), 0);
+        QVERIFY(!QFile::exists(file));
+        // What needs no tab still works.
+        QVERIFY(run("QuillmarshPicker query_tabs; QuillmarshPicker new_tab"));
     }
 
     void batch_mode_holds_back_the_scene_write()
@@ -573,16 +580,22 @@ private slots:
                                                << "select: argument 3 is neither a string nor a number";
         const QString count = "wrong number of arguments";
         QTest::newRow("colour, nothing given") << "QuillmarshPicker color_button label" << "color_button: " + count;
-        QTest::newRow("press, a point of words") << "QuillmarshPicker press_button label arm now"
+        QTest::newRow("press, a point of words") << "QuillmarshPicker press_button at arm now"
                                                  << "press_button: x must be a number, not \"arm\"";
+        // "label" always names a button: five arguments are not a point.
+        QTest::newRow("label with a point's count") << "QuillmarshPicker move_button label arm 5 5 9"
+                                                    << "move_button: " + count;
+        QTest::newRow("one too many") << "select -r rig:arm; QuillmarshPicker add_button 1 2 hand 4"
+                                      << "add_button: takes at most 3 arguments, got 4";
         QTest::newRow("mirror, one too many") << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green"
-                                              << "mirror_buttons: " + count;
+                                              << "mirror_buttons: takes at most 3 arguments, got 4";
         QTest::newRow("rebind to nothing") << "QuillmarshPicker update_namespace"
                                            << "update_namespace: needs the namespace to move to";
         QTest::newRow("rebind to MEL") << "QuillmarshPicker update_namespace \"hero\\\";print(1);\\\"\""
                                        << "update_namespace: \"hero\";print(1);\"\" is not a namespace";
         const QString none = "Couldn't find any matching buttons!";
-        QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x" << none;
+        QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x"
+                                            << "rename_button: " + none + " (label \"Arm\")";
         QTest::newRow("mirror with nothing selected") << "QuillmarshPicker mirror_buttons" << none;
     }
 
@@ -639,8 +652,8 @@ private slots:
     void opened_pickers_are_bound_in_turn()
     {
         // Two pickers made for hero, opened together where only sidekick
-        // exists: each is asked about in turn, not the front one twice, and
-        // afterwards a click selects the sidekick's controls.
+        // exists: File > Open asks about each in turn, not the front one
+        // twice, and afterwards a click selects the sidekick's controls.
         QTemporaryDir dir;
         const QStringList paths{dir.filePath("body.pkr"), dir.filePath("face.pkr")};
         write_pkr_file(paths[0], "body", {button_at({30, 30}, {"hero:arm", "hero:leg"})});
@@ -649,14 +662,16 @@ private slots:
         nodes("sidekick", {"arm", "leg", "jaw"});
         h.drain_idle();
         QStringList offered;
-        no_dialogs answer([&offered](QWidget* dialog) {
-            auto* combo = dialog->findChild<QComboBox*>();
-            offered << combo->currentText(); // absent: kept unless the user says otherwise
-            combo->setCurrentText("sidekick");
-            modal_helper::answer(dialog, "OK");
-        });
-        QVERIFY(run(QString("QuillmarshPicker open \"%1\" \"%2\"").arg(paths[0], paths[1])));
-        h.drain_idle();
+        {
+            no_dialogs answer([&offered](QWidget* dialog) {
+                auto* combo = dialog->findChild<QComboBox*>();
+                offered << combo->currentText(); // absent: kept unless the user says otherwise
+                combo->setCurrentText("sidekick");
+                modal_helper::answer(dialog, "OK");
+            });
+            window()->load_pickers(paths);
+            h.drain_idle();
+        }
         QCOMPARE(offered, (QStringList{"hero", "hero"}));
         QCOMPARE(window()->tabs()->count(), 3);
         QCOMPARE(tab(2)->buttons()[0].names, QStringList{"sidekick:jaw"});
@@ -666,6 +681,20 @@ private slots:
         h.drain_idle();
         QCOMPARE(h.selection(), (QStringList{"sidekick:arm", "sidekick:leg"}));
         QCOMPARE(int(view()->buttons()[0].selected), 1);
+
+        // A script opens with no dialog at all: it names the namespace, or
+        // hears which the scene lacks.
+        no_dialogs none;
+        h.clear_output();
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\" namespace sidekick").arg(paths[0])));
+        QCOMPARE(view()->buttons()[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(paths[1])));
+        h.drain_idle();
+        QVERIFY2(h.output_text().contains("open: the picker \"face\" names namespaces the scene lacks (hero)"),
+                 qPrintable(h.output_text()));
+        QCOMPARE(view()->buttons()[0].names, QStringList{"hero:jaw"});
+        QVERIFY(!run(QString("QuillmarshPicker open \"%1\" namespace").arg(paths[1])));
+        QCOMPARE(none.seen, 0);
     }
 
     // ----- Namespaces

@@ -53,7 +53,8 @@ class test_docs : public QObject, host_fixture {
     // The start every example is documented to have.
     void fixture()
     {
-        QString mel = "file -f -new; namespace -add hero;";
+        // Side patterns are kept between sessions; every example starts from the defaults.
+        QString mel = "file -f -new; namespace -add hero; QuillmarshPicker set_mirror_patterns;";
         for (const char* name : {"head_ctrl", "L_hand_ctrl", "R_hand_ctrl", "L_foot_ctrl", "R_foot_ctrl"})
             mel += QString("createNode transform -n \"hero:%1\" -ss;").arg(name);
         mel += "QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; select -cl;";

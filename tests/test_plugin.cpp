@@ -311,7 +311,7 @@ private slots:
         h.drain_idle();
         h.set_modified(false);
         run(QString("QuillmarshPicker open \"%1\"").arg(path));
-        QCOMPARE(h.idle_texts(), (QStringList{"QuillmarshPicker flush", "QuillmarshPicker \"bind\" `picker_ListNamespaces`;"}));
+        QCOMPARE(h.idle_texts(), QStringList{"QuillmarshPicker flush"}); // a script's open binds without asking
         QVERIFY(!h.modified());
         h.drain_idle();
         QVERIFY(h.file_info("QuillmarshPickerImage_4242", nullptr));

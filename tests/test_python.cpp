@@ -142,7 +142,7 @@ private slots:
         QTest::newRow("MEL built-in") << "cmds.error('stop here')" << "stop here";
         QTest::newRow("plug-in directive")
             << "cmds.QuillmarshPicker('color_button', 'label', 'nobody', 'red')"
-            << "Couldn't find any matching buttons!";
+            << "QuillmarshPicker - color_button: Couldn't find any matching buttons! (label \"nobody\")";
         QTest::newRow("loadPlugin") << "cmds.loadPlugin('/nonexistent/x.so')"
                                     << "loadPlugin: Plug-in file \"/nonexistent/x.so\" not found.";
         QTest::newRow("maya.mel") << "maya.mel.eval('undefinedProc')"

@@ -15,6 +15,10 @@
 #include <maya/MQtUtil.h>
 
 #include <QColor>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 
 #include <cmath>
 #include <cstdlib>
@@ -127,10 +131,21 @@ int find_first(const picker_page* page, Meets meets)
     return -1;
 }
 
+// Not found: the directive and the address are named, so a build script's
+// log says which line missed which button.
+MStatus not_found_at(const char* directive, const QString& address)
+{
+    return script_error(directive, QString("%1 (%2)").arg(not_found, address));
+}
+
 MStatus find_target(const char* directive, const MStringArray& args, unsigned pointCount, unsigned further,
                     target& t)
 {
-    if (args.length() == pointCount) {
+    // "label" and "object" always name a button; any other first word takes
+    // the point form when the count is the point form's.
+    const QString mode = text_at(args, 0);
+    const bool named = mode == "label" || mode == "object";
+    if (!named && args.length() == pointCount) {
         reader in{directive, args};
         const QPoint at = in.point(1);
         if (!in.ok())
@@ -139,17 +154,19 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
         // a view's zoom and pan.
         t.index = find_first(t.page, [&](const buttonRecord& r) { return r.bounds.contains(at); });
         t.next = 3;
-    } else {
-        if (args.length() < 2 + further)
-            return wrong_count(directive);
-        const QString name = text_at(args, 1);
-        t.index = text_at(args, 0) == "label"
-                      ? find_first(t.page, [&](const buttonRecord& r) { return r.label == name; })
-                      : find_first(t.page, [&](const buttonRecord& r) { return r.names.contains(name); });
-        t.next = 2;
+        if (t.index < 0)
+            return not_found_at(directive, QString("at %1, %2").arg(at.x()).arg(at.y()));
+        return MStatus::kSuccess;
     }
+    if (args.length() != 2 + further)
+        return wrong_count(directive);
+    const QString name = text_at(args, 1);
+    const bool by_label = mode == "label";
+    t.index = by_label ? find_first(t.page, [&](const buttonRecord& r) { return r.label == name; })
+                       : find_first(t.page, [&](const buttonRecord& r) { return r.names.contains(name); });
+    t.next = 2;
     if (t.index < 0)
-        return fail(not_found);
+        return not_found_at(directive, QString("%1 \"%2\"").arg(by_label ? "label" : "object", name));
     return MStatus::kSuccess;
 }
 
@@ -489,5 +506,90 @@ MStatus picker_main::get_mirror_patterns(const MStringArray&)
 {
     MPxCommand::clearResult();
     MPxCommand::appendToResult(QStringListToMStringArray(mirror::patterns()));
+    return MStatus::kSuccess;
+}
+
+// ----- Whole pickers
+
+// Every button of the current tab, as one JSON text a script parses.
+MStatus picker_main::query_buttons(const MStringArray&)
+{
+    QJsonArray list;
+    for (const buttonRecord& r : current_page()->buttons()) {
+        QJsonObject b;
+        b["label"] = r.label;
+        b["kind"] = r.kind == 1 ? "command" : "select";
+        b["names"] = QJsonArray::fromStringList(r.names);
+        b["x"] = r.pos.x();
+        b["y"] = r.pos.y();
+        b["width"] = r.width;
+        b["height"] = r.height;
+        b["bounds"] = QJsonArray{r.bounds.left(), r.bounds.top(), r.bounds.width(), r.bounds.height()};
+        b["color"] = QColor(QRgb(r.color)).name();
+        b["labelColor"] = QColor(QRgb(r.labelColor)).name();
+        if (r.kind == 1)
+            b["language"] = r.language == 1 ? "python" : "mel";
+        list.append(b);
+    }
+    MPxCommand::setResult(MQtUtil::toMString(QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact))));
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::get_background(const MStringArray&)
+{
+    const picker_page* page = current_page();
+    MPxCommand::clearResult();
+    MStringArray result;
+    if (!page->background_key().isEmpty()) {
+        const QSize size = page->background().size();
+        for (const QString& v : {page->background_key(), QString::number(size.width()), QString::number(size.height())})
+            result.append(MQtUtil::toMString(v));
+    }
+    MPxCommand::setResult(result);
+    return MStatus::kSuccess;
+}
+
+MStatus picker_main::current_tab(const MStringArray&)
+{
+    MPxCommand::setResult(MQtUtil::toMString(current_page()->name()));
+    return MStatus::kSuccess;
+}
+
+namespace {
+
+// The words of a script that name an object the way a rig's controls are
+// named: with a namespace, or as a name the picker binds elsewhere. Other
+// words (keywords, variables, flags) are never taken for objects.
+QStringList script_objects(const QString& script, const QSet<QString>& bound)
+{
+    static const QRegularExpression word("[A-Za-z_][A-Za-z0-9_]*(?::[A-Za-z_][A-Za-z0-9_]*)+|[A-Za-z_][A-Za-z0-9_]*");
+    QStringList found;
+    for (auto it = word.globalMatch(script); it.hasNext();) {
+        const QString w = it.next().captured();
+        if ((w.contains(':') || bound.contains(w)) && !found.contains(w))
+            found << w;
+    }
+    return found;
+}
+
+} // namespace
+
+// Every object a button of the current tab needs that the scene lacks:
+// selection buttons' objects, and the object names in command scripts.
+MStatus picker_main::check_bindings(const MStringArray&)
+{
+    const picker_page* page = current_page();
+    QSet<QString> bound;
+    for (const buttonRecord& r : page->buttons())
+        if (r.kind == 0)
+            for (const QString& name : r.names)
+                bound.insert(name);
+    MStringArray result;
+    for (const buttonRecord& r : page->buttons()) {
+        const QStringList names = r.kind == 0 ? r.names : script_objects(r.names.value(0), bound);
+        for (const QString& missing : picker_host::instance().missing_objects(names))
+            result.append(MQtUtil::toMString(QString("button \"%1\": missing %2").arg(r.label, missing)));
+    }
+    MPxCommand::setResult(result);
     return MStatus::kSuccess;
 }

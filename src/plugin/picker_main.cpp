@@ -111,46 +111,58 @@ QByteArray scene_entry(const QString& key)
 
 } // namespace
 
+namespace {
+// Whether a directive needs a tab to act on, and how many arguments it takes
+// at most (those that address a button check their own counts).
+constexpr bool tab = true;
+constexpr bool any_tab = false;
+constexpr int any = -1;
+} // namespace
+
 const picker_main::directive_entry picker_main::directives[] = {
-    {"clear", &picker_main::clear_selection},
-    {"select", &picker_main::select_objects},
-    {"restore", &picker_main::fetch_pickerdata},
-    {"fetch_image", &picker_main::fetch_image},
-    {"set_background", &picker_main::set_background},
-    {"clear_background", &picker_main::clear_background},
-    {"bind", &picker_main::bind_picker},
-    {"rebind", &picker_main::rebind_picker},
-    {"update_namespace", &picker_main::update_namespace},
-    {"save", &picker_main::save},
-    {"saveas", &picker_main::saveas},
-    {"new_tab", &picker_main::new_tab},
-    {"close_tab", &picker_main::close_current_tab},
-    {"clear_tabs", &picker_main::clear_tabs},
-    {"rename_tab", &picker_main::rename_tab},
-    {"query_tabs", &picker_main::query_tabs},
-    {"set_tab", &picker_main::set_tab},
-    {"add_button", &picker_main::add_button},
-    {"add_cmd_button", &picker_main::add_cmd_button},
-    {"move_button", &picker_main::move_button},
-    {"rename_button", &picker_main::rename_button},
-    {"update_button", &picker_main::update_button},
-    {"delete_button", &picker_main::delete_button},
-    {"query_button", &picker_main::query_button},
-    {"get_button_bounds", &picker_main::get_button_bounds},
-    {"resize_button", &picker_main::resize_button},
-    {"color_button", &picker_main::color_button},
-    {"color_button_text", &picker_main::color_button_text},
-    {"get_button_properties", &picker_main::get_button_properties},
-    {"set_button_properties", &picker_main::set_button_properties},
-    {"press_button", &picker_main::press_button},
-    {"mirror_buttons", &picker_main::mirror_buttons},
-    {"set_mirror_patterns", &picker_main::set_mirror_patterns},
-    {"get_mirror_patterns", &picker_main::get_mirror_patterns},
-    {"get_namespaces", &picker_main::get_namespaces},
-    {"enable_batch_mode", &picker_main::enable_batch_mode},
-    {"disable_batch_mode", &picker_main::disable_batch_mode},
-    {"flush", &picker_main::flush},
-    {"open", &picker_main::open},
+    {"clear", &picker_main::clear_selection, any_tab, 0},
+    {"select", &picker_main::select_objects, any_tab, any},
+    {"restore", &picker_main::fetch_pickerdata, any_tab, 1},
+    {"fetch_image", &picker_main::fetch_image, any_tab, 2},
+    {"set_background", &picker_main::set_background, tab, 1},
+    {"clear_background", &picker_main::clear_background, tab, 0},
+    {"bind", &picker_main::bind_picker, any_tab, any},
+    {"rebind", &picker_main::rebind_picker, any_tab, any},
+    {"update_namespace", &picker_main::update_namespace, tab, 2},
+    {"save", &picker_main::save, tab, 1},
+    {"saveas", &picker_main::saveas, tab, 1},
+    {"new_tab", &picker_main::new_tab, any_tab, 0},
+    {"close_tab", &picker_main::close_current_tab, tab, 0},
+    {"clear_tabs", &picker_main::clear_tabs, any_tab, 0},
+    {"rename_tab", &picker_main::rename_tab, tab, 1},
+    {"query_tabs", &picker_main::query_tabs, any_tab, 0},
+    {"set_tab", &picker_main::set_tab, any_tab, 1},
+    {"add_button", &picker_main::add_button, tab, 3},
+    {"add_cmd_button", &picker_main::add_cmd_button, tab, 5},
+    {"move_button", &picker_main::move_button, tab, any},
+    {"rename_button", &picker_main::rename_button, tab, any},
+    {"update_button", &picker_main::update_button, tab, any},
+    {"delete_button", &picker_main::delete_button, tab, any},
+    {"query_button", &picker_main::query_button, tab, any},
+    {"get_button_bounds", &picker_main::get_button_bounds, tab, any},
+    {"resize_button", &picker_main::resize_button, tab, any},
+    {"color_button", &picker_main::color_button, tab, any},
+    {"color_button_text", &picker_main::color_button_text, tab, any},
+    {"get_button_properties", &picker_main::get_button_properties, tab, any},
+    {"set_button_properties", &picker_main::set_button_properties, tab, any},
+    {"press_button", &picker_main::press_button, tab, any},
+    {"mirror_buttons", &picker_main::mirror_buttons, tab, 3},
+    {"set_mirror_patterns", &picker_main::set_mirror_patterns, any_tab, any},
+    {"get_mirror_patterns", &picker_main::get_mirror_patterns, any_tab, 0},
+    {"get_namespaces", &picker_main::get_namespaces, tab, 0},
+    {"enable_batch_mode", &picker_main::enable_batch_mode, any_tab, 0},
+    {"disable_batch_mode", &picker_main::disable_batch_mode, any_tab, 0},
+    {"flush", &picker_main::flush, any_tab, 0},
+    {"open", &picker_main::open, any_tab, any},
+    {"query_buttons", &picker_main::query_buttons, tab, 0},
+    {"get_background", &picker_main::get_background, tab, 0},
+    {"current_tab", &picker_main::current_tab, tab, 0},
+    {"check_bindings", &picker_main::check_bindings, tab, 0},
 };
 
 MStatus script_error(const char* directive, const QString& message)
@@ -288,6 +300,15 @@ MStatus picker_main::process_command(const MString& directive, const MStringArra
             continue;
         if (!window_ && has_interface())
             create_window();
+        if (entry.max_args >= 0 && int(args.length()) > entry.max_args)
+            return script_error(entry.name, entry.max_args == 0
+                                                ? QString("takes no arguments, got %1").arg(args.length())
+                                                : QString("takes at most %1 argument%2, got %3")
+                                                      .arg(entry.max_args)
+                                                      .arg(entry.max_args > 1 ? "s" : "")
+                                                      .arg(args.length()));
+        if (entry.needs_tab && !current_page())
+            return script_error(entry.name, "there is no tab to act on: make one with new_tab or open a picker");
         return (this->*entry.run)(args);
     }
     MGlobal::displayError(to_m(QString("%1 - unknown directive: %2").arg(texts::command_name, to_q(directive))));
@@ -794,24 +815,54 @@ MStatus picker_main::set_tab(const MStringArray& args)
     return MStatus::kSuccess;
 }
 
-MStatus picker_main::open(const MStringArray& args)
+// open PATH... [namespace NS]: never a dialog. With NS each picker's main
+// namespace moves to NS; without, a picker naming namespaces the scene
+// lacks is named in a warning, for update_namespace to move.
+MStatus picker_main::open(const MStringArray& given)
 {
     picker_book* b = book();
-    if (!b || args.length() == 0)
-        return MStatus::kSuccess;
-    QString why;
-    if (picker_window* w = picker()) {
-        if (!w->open_for_script(MStringArrayToQStringList(args), &why))
-            return script_error("open", why);
-        return MStatus::kSuccess;
+    QStringList paths = MStringArrayToQStringList(given);
+    QString target;
+    const int at = paths.indexOf("namespace");
+    if (at >= 0) {
+        if (at != paths.size() - 2)
+            return script_error("open", "namespace takes one namespace, after the files");
+        target = paths.takeLast();
+        paths.removeLast();
+        if (!is_valid_namespace(target))
+            return script_error("open", QString("\"%1\" is not a namespace").arg(target));
     }
-    // No chooser to bind them with: a script binds them with update_namespace.
+    if (paths.isEmpty())
+        return script_error("open", "needs a picker file");
+    QString why;
     QList<opened_picker> opened;
-    if (!open_into_book(*b, MStringArrayToQStringList(args), &why, &opened))
+    if (!open_into_book(*b, paths, &why, &opened))
         return script_error("open", why);
-    for (const opened_picker& each : opened)
+    MStringArray scene_list;
+    MGlobal::executeCommand("picker_ListNamespaces", scene_list, false, false);
+    const QStringList scene = MStringArrayToQStringList(scene_list);
+    for (const opened_picker& each : opened) {
+        // What the file lost is said in the script output, naming the file.
         if (!each.warning.isEmpty())
             MGlobal::displayWarning(to_m(QString("%1 - open: %2").arg(texts::command_name, each.warning.simplified())));
+        if (!target.isEmpty()) {
+            QStringList from, to;
+            if (namespace_move(*each.page, {target}, &from, &to, &why) && !from.isEmpty())
+                rebind_namespace_cmd(each.page, from, to).redo(); // part of opening: no undo step
+            continue;
+        }
+        QStringList missing;
+        for (const QString& ns : each.page->namespaces())
+            if (!ns.isEmpty() && !scene.contains(ns) && !missing.contains(ns))
+                missing << ns;
+        if (!missing.isEmpty())
+            MGlobal::displayWarning(to_m(QString("%1 - open: the picker \"%2\" names namespaces the scene lacks "
+                                                 "(%3); move it with update_namespace")
+                                             .arg(texts::command_name, each.page->name(), missing.join(", "))));
+    }
+    if (picker_window* w = picker())
+        for (const opened_picker& each : opened)
+            w->frame_when_shown(w->view_of(each.page));
     selectionChangedFn(nullptr);
     return MStatus::kSuccess;
 }

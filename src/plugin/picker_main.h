@@ -145,11 +145,17 @@ private:
     MStatus mirror_buttons(const MStringArray& args);
     MStatus set_mirror_patterns(const MStringArray& args);
     MStatus get_mirror_patterns(const MStringArray& args);
+    MStatus query_buttons(const MStringArray& args);
+    MStatus get_background(const MStringArray& args);
+    MStatus current_tab(const MStringArray& args);
+    MStatus check_bindings(const MStringArray& args);
 
     using handler = MStatus (picker_main::*)(const MStringArray&);
     struct directive_entry {
         const char* name;
         handler run;
+        bool needs_tab;
+        int max_args; // -1: any number
     };
     static const directive_entry directives[];
 };
