@@ -467,6 +467,13 @@ private slots:
         QVERIFY(!QFile::exists(file));
         // What needs no tab still works.
         QVERIFY(run("QuillmarshPicker query_tabs; QuillmarshPicker new_tab"));
+
+        // An object the scene lacks is named, not passed over.
+        run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm");
+        h.clear_output();
+        QVERIFY(run("QuillmarshPicker update_button label arm rig:gone"));
+        QVERIFY2(h.output_text().contains("// Warning: QuillmarshPicker - update_button: not in the scene: rig:gone"),
+                 qPrintable(h.output_text()));
     }
 
     void batch_mode_holds_back_the_scene_write()

@@ -229,10 +229,16 @@ MStatus picker_main::rename_button(const MStringArray& args)
 MStatus picker_main::update_button(const MStringArray& args)
 {
     return with_target("update_button", args, 4, 1, [&](const target& t) {
-        picker_page::hold hold(t.page);
-        t.page->set_names(t.index, QStringList{text_at(args, t.next)});
-        // Lit only when the host has the new object selected.
-        t.page->conform_to_selection();
+        const QString name = text_at(args, t.next);
+        {
+            picker_page::hold hold(t.page);
+            t.page->set_names(t.index, QStringList{name});
+            // Lit only when the host has the new object selected.
+            t.page->conform_to_selection();
+        }
+        // Bound all the same (the rig may come later), but named.
+        if (t.button().kind == 0 && !picker_host::instance().missing_objects({name}).isEmpty())
+            picker_host::instance().warn(QString("%1 - update_button: not in the scene: %2").arg(texts::command_name, name));
     });
 }
 
