@@ -31,7 +31,7 @@ Point = Tuple[Number, Number]
 # A name Qt knows ("navy"), "#rrggbb", or (red, green, blue) from 0 to 255.
 Color = Union[str, Tuple[int, int, int]]
 Objects = Union[str, Sequence[str]]
-Path = Union[str, "os.PathLike[str]"]
+Path = Union[str, os.PathLike]
 
 __all__ = [
     "PickerError", "show",
