@@ -1,7 +1,7 @@
 """Every Python text the project ships must run on Maya 2022's Python 3.7:
 the module's scripts, the sandbox's bootstrap, and the python blocks of the
-directive reference and the README (all run by the tests on a newer Python,
-which accepts more)."""
+directive reference, the Python module's page and the README (all run by
+the tests on a newer Python, which accepts more)."""
 import ast
 import pathlib
 import re
@@ -23,7 +23,7 @@ def check(text, where):
 
 for path in sorted(root.glob("module/**/*.py")) + sorted(root.glob("sandbox/**/*.py")):
     check(path.read_text(encoding="utf-8"), str(path.relative_to(root)))
-for doc in ["docs/directives.md", "README.md"]:
+for doc in ["docs/directives.md", "docs/python.md", "README.md"]:
     text = (root / doc).read_text(encoding="utf-8")
     for n, block in enumerate(re.findall(r"```python\n(.*?)```", text, re.S), 1):
         check(block, f"{doc} python block {n}")

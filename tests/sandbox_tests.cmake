@@ -65,3 +65,7 @@ quill_test(test_scene_pictures SOURCES test_scene_pictures.cpp ${CMAKE_SOURCE_DI
 # framing, and the toolbox in a narrow panel.
 quill_test(test_looks SOURCES test_looks.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
+# The Python module of the studio install, over the real plug-in.
+quill_test(test_python_api SOURCES test_python_api.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
+target_compile_definitions(test_python_api PRIVATE MODULE_SCRIPTS="${CMAKE_SOURCE_DIR}/module/scripts")

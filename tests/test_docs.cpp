@@ -1,6 +1,7 @@
-// The directive reference runs: every MEL and Python example in
-// docs/directives.md is run against the stand-in host with the plug-in
-// loaded, and what it shows as a result or an error must be what it gives.
+// The directive reference and the Python module's page run: every MEL and
+// Python example in docs/directives.md and docs/python.md is run against the
+// stand-in host with the plug-in loaded, and what it shows as a result or an
+// error must be what it gives.
 #include "host_fixture.h"
 
 #include <QFile>
@@ -45,10 +46,16 @@ QString mel_string(const QString& text)
     return '"' + s + '"';
 }
 
+// The module's sections that use directives still being added; they run
+// once the plug-in knows query_buttons.
+const QStringList waiting_sections = {"Tabs", "Listing buttons", "Namespaces and files", "Pictures"};
+
 } // namespace
 
 class test_docs : public QObject, host_fixture {
     Q_OBJECT
+
+    bool waiting_ = false; // the plug-in lacks the newest directives
 
     // The start every example is documented to have.
     void fixture()
@@ -64,7 +71,7 @@ class test_docs : public QObject, host_fixture {
     }
 
     // Runs one statement group; its result as the example shows it.
-    bool run_example(const QString& language, const QStringList& lines, QString* shown)
+    bool run_example(const QString& language, const QStringList& lines, QString* shown, const QString& preamble)
     {
         mel::value v;
         if (language == "mel") {
@@ -77,7 +84,7 @@ class test_docs : public QObject, host_fixture {
         // the expression whose repr is shown.
         QStringList statements = lines;
         const QString last = statements.isEmpty() ? QString() : statements.takeLast();
-        statements.prepend("import maya.cmds as cmds");
+        statements.prepend(preamble);
         if (!h.execute("python " + mel_string(statements.join('\n'))))
             return false;
         const bool ok = last.trimmed().isEmpty() || h.execute("python " + mel_string("repr(" + last + ")"), &v);
@@ -92,28 +99,43 @@ private slots:
         const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
         QVERIFY2(failed.isEmpty(), qPrintable(failed));
         QVERIFY(h.execute("QuillmarshPicker"));
+        QVERIFY(h.execute_python("import sys\nsys.path.insert(0, '" SOURCE_DIR "/module/scripts')"));
         h.drain_idle();
+        waiting_ = !h.execute("QuillmarshPicker query_buttons") && h.output_text().contains("unknown directive");
+        h.clear_output();
     }
 
     void every_example_runs_as_shown_data()
     {
         QTest::addColumn<QString>("language");
         QTest::addColumn<QStringList>("lines");
-        QFile file(SOURCE_DIR "/docs/directives.md");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QList<example> all = examples_in(QString::fromUtf8(file.readAll()));
-        QVERIFY(all.size() >= 30);
-        QHash<QString, int> seen;
-        for (const example& e : all) {
-            const QString row = e.heading + " (" + e.language + ")";
-            const int n = ++seen[row];
-            QTest::newRow(qPrintable(n > 1 ? row + " " + QString::number(n) : row)) << e.language << e.lines;
+        QTest::addColumn<QString>("preamble");
+        QTest::addColumn<bool>("waiting");
+        for (const char* doc : {"directives", "python"}) {
+            QFile file(SOURCE_DIR "/docs/" + QString(doc) + ".md");
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QList<example> all = examples_in(QString::fromUtf8(file.readAll()));
+            const bool module = QString(doc) == "python";
+            QVERIFY(all.size() >= (module ? 9 : 30));
+            const QString preamble =
+                module ? "import maya.cmds as cmds\nimport quillmarsh_picker as qp" : "import maya.cmds as cmds";
+            QHash<QString, int> seen;
+            for (const example& e : all) {
+                const QString row = (module ? "module: " : "") + e.heading + " (" + e.language + ")";
+                const int n = ++seen[row];
+                QTest::newRow(qPrintable(n > 1 ? row + " " + QString::number(n) : row))
+                    << e.language << e.lines << preamble << (module && waiting_sections.contains(e.heading));
+            }
         }
     }
     void every_example_runs_as_shown()
     {
         QFETCH(QString, language);
         QFETCH(QStringList, lines);
+        QFETCH(QString, preamble);
+        QFETCH(bool, waiting);
+        if (waiting && waiting_)
+            QSKIP("waits for the query_buttons, current_tab, get_background and check_bindings directives");
         fixture();
         const QString comment = language == "mel" ? "//" : "#";
         const QRegularExpression expectation("^" + QRegularExpression::escape(comment) + " (Result|Error): ?(.*)$");
@@ -122,7 +144,8 @@ private slots:
             // A blank line is a moment Maya is idle: what came before has run.
             if (line.trimmed().isEmpty() && !pending.join("").trimmed().isEmpty()) {
                 QString shown;
-                QVERIFY2(run_example(language, pending, &shown), qPrintable(pending.join('\n') + "\n" + h.output_text()));
+                QVERIFY2(run_example(language, pending, &shown, preamble),
+                         qPrintable(pending.join('\n') + "\n" + h.output_text()));
                 pending.clear();
                 continue;
             }
@@ -133,7 +156,7 @@ private slots:
             }
             h.clear_output();
             QString shown;
-            const bool ok = run_example(language, pending, &shown);
+            const bool ok = run_example(language, pending, &shown, preamble);
             const QString said = h.output_text();
             if (m.captured(1) == "Result") {
                 QVERIFY2(ok, qPrintable(pending.join('\n') + "\n" + said));
@@ -146,7 +169,7 @@ private slots:
         }
         if (!pending.join("").trimmed().isEmpty()) {
             QString shown;
-            QVERIFY2(run_example(language, pending, &shown), qPrintable(h.output_text()));
+            QVERIFY2(run_example(language, pending, &shown, preamble), qPrintable(h.output_text()));
         }
     }
 };
