@@ -46,16 +46,10 @@ QString mel_string(const QString& text)
     return '"' + s + '"';
 }
 
-// The module's sections that use directives still being added; they run
-// once the plug-in knows query_buttons.
-const QStringList waiting_sections = {"Tabs", "Listing buttons", "Namespaces and files", "Pictures"};
-
 } // namespace
 
 class test_docs : public QObject, host_fixture {
     Q_OBJECT
-
-    bool waiting_ = false; // the plug-in lacks the newest directives
 
     // The start every example is documented to have.
     void fixture()
@@ -101,7 +95,6 @@ private slots:
         QVERIFY(h.execute("QuillmarshPicker"));
         QVERIFY(h.execute_python("import sys\nsys.path.insert(0, '" SOURCE_DIR "/module/scripts')"));
         h.drain_idle();
-        waiting_ = !h.execute("QuillmarshPicker query_buttons") && h.output_text().contains("unknown directive");
         h.clear_output();
     }
 
@@ -110,7 +103,6 @@ private slots:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QStringList>("lines");
         QTest::addColumn<QString>("preamble");
-        QTest::addColumn<bool>("waiting");
         for (const char* doc : {"directives", "python"}) {
             QFile file(SOURCE_DIR "/docs/" + QString(doc) + ".md");
             QVERIFY(file.open(QIODevice::ReadOnly));
@@ -124,7 +116,7 @@ private slots:
                 const QString row = (module ? "module: " : "") + e.heading + " (" + e.language + ")";
                 const int n = ++seen[row];
                 QTest::newRow(qPrintable(n > 1 ? row + " " + QString::number(n) : row))
-                    << e.language << e.lines << preamble << (module && waiting_sections.contains(e.heading));
+                    << e.language << e.lines << preamble;
             }
         }
     }
@@ -133,9 +125,6 @@ private slots:
         QFETCH(QString, language);
         QFETCH(QStringList, lines);
         QFETCH(QString, preamble);
-        QFETCH(bool, waiting);
-        if (waiting && waiting_)
-            QSKIP("waits for the query_buttons, current_tab, get_background and check_bindings directives");
         fixture();
         const QString comment = language == "mel" ? "//" : "#";
         const QRegularExpression expectation("^" + QRegularExpression::escape(comment) + " (Result|Error): ?(.*)$");

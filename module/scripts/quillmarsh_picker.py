@@ -71,7 +71,12 @@ def _run(directive: str, *args: Any) -> Any:
     try:
         return _command()(directive, *args)
     except RuntimeError as error:
-        raise PickerError(str(error).strip(), directive) from None
+        # The directive is an attribute; the text is what went wrong.
+        message = str(error).strip()
+        prefix = "%s - %s: " % (PLUGIN, directive)
+        if message.startswith(prefix):
+            message = message[len(prefix):]
+        raise PickerError(message, directive) from None
 
 
 def _strings(result: Any) -> List[str]:
