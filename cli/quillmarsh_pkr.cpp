@@ -299,12 +299,7 @@ int rebind(const QStringList& args)
     QString why;
     if (!read_whole(a.plain[0], contents, &why))
         return error(why);
-    for (buttonAttributes& b : contents.buttons) {
-        if (b.kind == 0)
-            rebind_picker_button(b, from, to);
-        else
-            rebind_cmd_button(b, from, to);
-    }
+    rebind_buttons(contents.buttons, from, to);
     const QString path = a.output.isEmpty() ? a.plain[0] : a.output;
     if (!write_out(path, write_pkr(contents.header, as_list(contents.buttons)), &why))
         return error(why);

@@ -29,6 +29,12 @@ const QStringList all_directives = {
     "get_button_properties", "set_button_properties", "get_namespaces", "enable_batch_mode",
     "disable_batch_mode", "press_button", "mirror_buttons", "set_mirror_patterns", "get_mirror_patterns"};
 
+// A Python literal holding text.
+QString python_text(QString text)
+{
+    return '"' + text.replace('\\', "\\\\").replace('"', "\\\"").replace('\n', "\\n") + '"';
+}
+
 // Every button of the current tab as text, for before/after comparisons.
 QStringList describe(picker_view* view)
 {
@@ -194,14 +200,23 @@ private slots:
                                     .arg(a.names[0])));
                     break;
                 }
-                case 3: { // rebind everything to one namespace: an undo step of its own
+                case 3: { // move one namespace the picker uses: an undo step of its own
+                    QStringList used;
+                    for (const buttonRecord& r : page->buttons())
+                        for (const QString& name : r.names)
+                            if (!used.contains(name.section(':', 0, 0)))
+                                used << name.section(':', 0, 0);
+                    if (used.isEmpty())
+                        break;
+                    const QString from = used[below(used.size())];
                     const QString to = below(2) ? "rig" : "hero";
                     page_oracle::step s;
                     s.what = page_oracle::names;
                     for (const buttonRecord& r : page->buttons()) {
                         buttonAttributes after = r;
                         for (QString& name : after.names)
-                            name = to + name.mid(name.indexOf(':'));
+                            if (name.section(':', 0, 0) == from)
+                                name = to + name.mid(name.indexOf(':'));
                         if (after.names == r.names)
                             continue;
                         s.ids << r.id;
@@ -209,7 +224,7 @@ private slots:
                         s.after << after;
                     }
                     const int index = stack->index();
-                    QVERIFY(run("QuillmarshPicker update_namespace " + to));
+                    QVERIFY(run(QString("QuillmarshPicker update_namespace %1 %2").arg(from, to)));
                     if (stack->index() == index + 1) // nothing to move makes no step
                         oracle.pushed(s, false);
                     break;
@@ -600,6 +615,12 @@ private slots:
                                            << "update_namespace: needs the namespace to move to";
         QTest::newRow("rebind to MEL") << "QuillmarshPicker update_namespace \"hero\\\";print(1);\\\"\""
                                        << "update_namespace: \"hero\";print(1);\"\" is not a namespace";
+        QTest::newRow("rebind a namespace not used") << "QuillmarshPicker update_namespace ghost hero"
+                                                     << "update_namespace: the picker has no names in the namespace \"ghost\"";
+        QTest::newRow("rebind the unused root") << "QuillmarshPicker update_namespace \":\" hero"
+                                                << "update_namespace: the picker has no names in the root namespace";
+        QTest::newRow("rebind three") << "QuillmarshPicker update_namespace rig hero other"
+                                      << "update_namespace: takes the namespace to move to, or the one to move and where to";
         const QString none = "Couldn't find any matching buttons!";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x"
                                             << "rename_button: " + none + " (label \"Arm\")";
@@ -731,10 +752,10 @@ private slots:
             << QStringList{"select -r \"|rig:grp|rig:ctl\" rig:sub:hand.tx;"} << 1 << QStringList{"rig:sub:", "rig:"}
             << QStringList{"x:", "hero:"} << QStringList{"select -r \"|hero:grp|hero:ctl\" x:hand.tx;"};
         QTest::newRow("script to the root") << QStringList{"select -r rig:arm rig:leg;"} << 1 << QStringList{"rig:"}
-                                            << QStringList{":"} << QStringList{"select -r :arm :leg;"};
+                                            << QStringList{":"} << QStringList{"select -r arm leg;"};
         QTest::newRow("python colons are not names")
-            << QStringList{"d = {'a': 1}; x = s[1:2]"} << 1 << QStringList{":"} << QStringList{"hero:"}
-            << QStringList{"d = {'a': 1}; x = s[1:2]"};
+            << QStringList{"d = {'a': 1}; x = s[1:2]"} << 2 << QStringList{":"} << QStringList{"hero:"}
+            << QStringList{"d = {'hero:a': 1}; x = s[1:2]"};
     }
 
     void rebinding_names()
@@ -745,12 +766,13 @@ private slots:
         QFETCH(QStringList, to);
         QFETCH(QStringList, expected);
         buttonAttributes a;
-        a.kind = kind;
+        a.kind = kind == 0 ? 0 : 1;
+        a.language = kind == 2 ? 1 : 0; // 2: a Python script
         a.names = names;
         if (kind == 0)
             rebind_picker_button(a, from, to);
         else
-            rebind_cmd_button(a, from, to);
+            rebind_cmd_button(a, from, to, {"a", "s"});
         QCOMPARE(a.names, expected);
     }
 
@@ -763,18 +785,32 @@ private slots:
         QTest::newRow("nested moves with its parent")
             << QStringList{"rig:ctl", "rig:sub:hand"} << "hero" << QStringList{"rig", "rig:sub"}
             << QStringList{"hero:ctl", "hero:sub:hand"};
+        // The main namespace is the one holding most names; of equals the deepest.
         QTest::newRow("only a nested one in use") << QStringList{"rig:sub:hand"} << "hero"
-                                                  << QStringList{"rig", "rig:sub"} << QStringList{"hero:sub:hand"};
+                                                  << QStringList{"rig:sub", "rig"} << QStringList{"hero:hand"};
         QTest::newRow("to the root") << QStringList{"|rig:grp|rig:ctl", "rig:sub:hand"} << "\":\""
                                      << QStringList{"rig", "rig:sub"} << QStringList{"|grp|ctl", "sub:hand"};
-        QTest::newRow("all move to the first choice")
-            << QStringList{"a:x", "b:sub:y", "|b:grp|c"} << "hero other" << QStringList{"a", "b", "b:sub"}
-            << QStringList{"hero:x", "hero:sub:y", "|hero:grp|c"};
+        QTest::newRow("a prop keeps its namespace")
+            << QStringList{"hero:arm", "hero:leg", "sword:grip"} << "hero1" << QStringList{"hero", "sword"}
+            << QStringList{"hero1:arm", "hero1:leg", "sword:grip"};
+        QTest::newRow("old and new") << QStringList{"hero:arm", "sword:grip"} << "sword blade"
+                                     << QStringList{"hero", "sword"} << QStringList{"hero:arm", "blade:grip"};
+        QTest::newRow("a parent with its children")
+            << QStringList{"chars:hero:arm", "chars:hero:leg", "chars:prop"} << "chars cast"
+            << QStringList{"chars", "chars:hero"} << QStringList{"cast:hero:arm", "cast:hero:leg", "cast:prop"};
+        QTest::newRow("the main namespace of a nested character")
+            << QStringList{"chars:hero:arm", "chars:hero:leg"} << "hero1" << QStringList{"chars:hero", "chars"}
+            << QStringList{"hero1:arm", "hero1:leg"};
+        QTest::newRow("root names into a namespace")
+            << QStringList{"arm", "leg", "sword:grip"} << "\":\" hero" << QStringList{":", "sword"}
+            << QStringList{"hero:arm", "hero:leg", "sword:grip"};
+        QTest::newRow("a namespace to the root") << QStringList{"hero:arm", "sword:grip"} << "hero \":\""
+                                                 << QStringList{"hero", "sword"} << QStringList{"arm", "sword:grip"};
         QTest::newRow("paths, components and the root")
             << QStringList{"a:b:c", "rig:mesh.vtx[a:b]", "|grp|rig:sub:ctl.tx", "|a:grp|b:ctl", ":rig:ctl", "arm"}
-            << "hero" << QStringList{"a", "a:b", "b", "rig", "rig:sub"}
-            << QStringList{"hero:b:c", "hero:mesh.vtx[a:b]", "|grp|hero:sub:ctl.tx", "|hero:grp|hero:ctl",
-                           ":hero:ctl", "arm"};
+            << "hero" << QStringList{"rig", "a", ":", "a:b", "rig:sub", "b"}
+            << QStringList{"a:b:c", "hero:mesh.vtx[a:b]", "|grp|hero:sub:ctl.tx", "|a:grp|b:ctl", ":hero:ctl",
+                           "arm"};
     }
 
     void update_namespace_per_segment()
@@ -799,6 +835,35 @@ private slots:
         stack->redo();
         QCOMPARE(all_names(), expected);
         QCOMPARE(changes.count(), 3);
+    }
+
+    // A picker built in the rig file's root namespace and moved to a
+    // character's: its scripts follow the names it binds, and their slices,
+    // dictionaries, comments and other words stay.
+    void update_namespace_moves_script_names()
+    {
+        run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; createNode transform -n L_hand_ctrl;"
+            "select -r L_hand_ctrl; QuillmarshPicker add_button 10 10 hand; select -cl");
+        const QStringList scripts{
+            "sel = cmds.ls(sl=True)[:n]\ncmds.setAttr('L_hand_ctrl.tx', {'tx':zero}['tx'])  # L_hand_ctrl\n"
+            "cmds.select(['L_hand_ctrl', 'other'], r=True)",
+            "select -r L_hand_ctrl; // L_hand_ctrl\nsetAttr \"L_hand_ctrl.tx\" 0; L_hand_ctrl;"};
+        QVERIFY(h.execute_python("import maya.cmds as cmds"));
+        QVERIFY(h.execute_python(QString("cmds.QuillmarshPicker('add_cmd_button', 40, 10, 'py', 'python', %1)\n"
+                                         "cmds.QuillmarshPicker('add_cmd_button', 60, 10, 'mel', 'mel', %2)")
+                                     .arg(python_text(scripts[0]), python_text(scripts[1]))));
+        QVERIFY2(run("QuillmarshPicker update_namespace hero"), qPrintable(h.output_text()));
+        QCOMPARE(all_names(),
+                 (QStringList{"hero:L_hand_ctrl",
+                              "sel = cmds.ls(sl=True)[:n]\ncmds.setAttr('hero:L_hand_ctrl.tx', {'tx':zero}['tx'])"
+                              "  # L_hand_ctrl\ncmds.select(['hero:L_hand_ctrl', 'other'], r=True)",
+                              "select -r hero:L_hand_ctrl; // L_hand_ctrl\nsetAttr \"hero:L_hand_ctrl.tx\" 0; "
+                              "L_hand_ctrl;"}));
+        // Onwards to another character, and back to the root as it was.
+        QVERIFY(run("QuillmarshPicker update_namespace hero hero1"));
+        QCOMPARE(all_names().value(1).count("hero1:L_hand_ctrl"), 2);
+        QVERIFY(run("QuillmarshPicker update_namespace \":\""));
+        QCOMPARE(all_names(), (QStringList{"L_hand_ctrl"} + scripts));
     }
 
     void chooser_and_update_namespace_agree_data()

@@ -11,15 +11,20 @@ rebind_namespace_cmd::rebind_namespace_cmd(picker_page* page, const QStringList&
     setText("Change Namespace");
     if (from.isEmpty())
         return;
+    QSet<QString> bound;
+    for (const buttonRecord& r : page->buttons())
+        if (r.kind == 0)
+            add_bound_root_names(bound, r.names);
     for (const buttonRecord& r : page->buttons()) {
         if (r.kind != 0 && r.kind != 1)
             continue;
         buttonAttributes a;
         a.names = r.names;
+        a.language = r.language;
         if (r.kind == 0)
             rebind_picker_button(a, from, to);
         else
-            rebind_cmd_button(a, from, to);
+            rebind_cmd_button(a, from, to, bound);
         if (a.names == r.names)
             continue;
         ids << r.id;
@@ -76,25 +81,29 @@ bool rebind_view(picker_view* view, const QStringList& from, const QStringList& 
 bool namespace_move(const picker_page& page, const QStringList& chosen, QStringList* from, QStringList* to,
                     QString* why)
 {
-    if (chosen.isEmpty()) {
+    const auto fail = [why](const QString& reason) {
         if (why)
-            *why = "needs the namespace to move to";
+            *why = reason;
         return false;
-    }
-    if (!is_valid_namespace(chosen[0])) {
-        if (why)
-            *why = QString("\"%1\" is not a namespace").arg(chosen[0]);
-        return false;
-    }
-    QStringList current = page.namespaces();
-    std::sort(current.begin(), current.end(), compare_name);
-    current.removeAll(QString());
-    if (current.isEmpty())
-        current << ":";
-    for (const QString& old : current) {
-        if (bare_namespace(old).contains(':'))
-            continue;
-        add_namespace_pair(*from, *to, old, chosen[0]);
-    }
+    };
+    if (chosen.isEmpty())
+        return fail("needs the namespace to move to");
+    if (chosen.size() > 2)
+        return fail("takes the namespace to move to, or the one to move and where to");
+    for (const QString& ns : chosen)
+        if (!is_valid_namespace(ns))
+            return fail(QString("\"%1\" is not a namespace").arg(ns));
+    QStringList names;
+    for (const buttonRecord& r : page.buttons())
+        if (r.kind == 0)
+            names << r.names;
+    const QStringList used = namespaces_by_use(names);
+    const QString bare = bare_namespace(chosen.size() == 2 ? chosen[0] : used.value(0));
+    const QString old = bare.isEmpty() ? QString(":") : bare;
+    if (chosen.size() == 2 && !used.contains(old))
+        return fail(old == ":" ? QString("the picker has no names in the root namespace")
+                               : QString("the picker has no names in the namespace \"%1\"").arg(old));
+    if (!used.isEmpty())
+        add_namespace_pair(*from, *to, old, chosen.last());
     return true;
 }

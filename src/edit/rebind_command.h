@@ -36,8 +36,10 @@ private:
 // anything; true when it did.
 bool rebind_view(picker_view* view, const QStringList& from, const QStringList& to);
 
-// The pairs that move every namespace of the page (or its root names) into
-// chosen[0]; a nested namespace moves with its parent (rig:sub becomes
-// hero:sub). False, with the reason, when no namespace was chosen.
+// The pair a script asks for: chosen is NEW (the page's main namespace, see
+// namespaces_by_use, moves to NEW) or OLD NEW (OLD, which the page must
+// use, moves to NEW); ":" or "" is the root. A namespace moves with those
+// nested in it (rig:sub becomes hero:sub). False, with the reason, for
+// anything else.
 bool namespace_move(const picker_page& page, const QStringList& chosen, QStringList* from, QStringList* to,
                     QString* why);

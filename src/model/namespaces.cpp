@@ -3,6 +3,8 @@
 #include "model/limits.h"
 #include "model/object_names.h"
 
+#include <QHash>
+
 #include <algorithm>
 
 QString bare_namespace(const QString& ns)
@@ -34,14 +36,23 @@ namespace_pairs bare_pairs(const QStringList& from, const QStringList& to)
 }
 
 // One segment of a DAG path: an optional ':' that anchors it at the root,
-// then its namespaces and the node's own name.
-QString rebind_segment(const QString& segment, const namespace_pairs& pairs, bool script)
+// then its namespaces and the node's own name. A root segment moves when
+// anchored or when root_moves says so (every name of a selection button;
+// in a script only the names the picker binds, as any other bare word may
+// be a command, a flag or a variable's text).
+QString rebind_segment(const QString& segment, const namespace_pairs& pairs, bool script,
+                       const QSet<QString>* bound)
 {
     const bool anchored = segment.startsWith(':');
     const QString body = anchored ? segment.mid(1) : segment;
     const int colon = body.lastIndexOf(':');
     const QString ns = colon < 0 ? QString() : body.left(colon);
     const QString leaf = body.mid(colon + 1);
+    // A namespace alone ("hero:", a prefix a script joins names to).
+    const bool prefix = leaf.isEmpty() && !ns.isEmpty();
+    if (leaf.isEmpty() && !prefix)
+        return segment;
+    const bool root_moves = !script || anchored || (bound && bound->contains(leaf));
 
     // The most specific old namespace wins, so a nested one chosen on its
     // own is not swallowed by its parent; equal ones: the later pair.
@@ -50,7 +61,7 @@ QString rebind_segment(const QString& segment, const namespace_pairs& pairs, boo
         const QString& f = pairs.from[j];
         bool match;
         if (f.isEmpty())
-            match = ns.isEmpty() && !leaf.isEmpty() && (anchored || !script);
+            match = ns.isEmpty() && root_moves;
         else
             match = ns == f || (ns.startsWith(f) && ns.at(f.size()) == ':');
         if (match && (best < 0 || f.size() >= pairs.from[best].size()))
@@ -68,18 +79,17 @@ QString rebind_segment(const QString& segment, const namespace_pairs& pairs, boo
         const QString nested = ns.mid(f.size()); // empty or ":sub..."
         moved = t.isEmpty() ? nested.mid(1) : t + nested;
     }
-    // A script marks root names with ':' so the next rebind still finds them.
     if (moved.isEmpty())
-        return (anchored || script ? QString(":") : QString()) + leaf;
+        return (anchored || prefix ? QString(":") : QString()) + leaf;
     return (anchored && !ns.isEmpty() ? QString(":") : QString()) + moved + ':' + leaf;
 }
 
-QString rebind_name(const QString& name, const namespace_pairs& pairs, bool script)
+QString rebind_name(const QString& name, const namespace_pairs& pairs, bool script, const QSet<QString>* bound)
 {
     const int end = node_end(name);
     QStringList segments = name.left(end).split('|');
     for (QString& segment : segments)
-        segment = rebind_segment(segment, pairs, script);
+        segment = rebind_segment(segment, pairs, script, bound);
     return segments.join('|') + name.mid(end);
 }
 
@@ -107,6 +117,35 @@ void extract_namespace(QStringList& out, const QString& name)
             ns.truncate(parent);
         }
     }
+}
+
+QStringList namespaces_by_use(const QStringList& names)
+{
+    QHash<QString, int> count;
+    QStringList order;
+    for (const QString& name : names) {
+        QStringList used;
+        extract_namespace(used, name);
+        for (const QString& segment : name.left(node_end(name)).split('|')) {
+            const QString body = segment.startsWith(':') ? segment.mid(1) : segment;
+            if (!body.isEmpty() && !body.contains(':') && !used.contains(":"))
+                used << ":";
+        }
+        for (const QString& ns : used) {
+            if (!count.contains(ns))
+                order << ns;
+            ++count[ns];
+        }
+    }
+    const auto depth = [](const QString& ns) { return ns == ":" ? 0 : int(ns.count(':')) + 1; };
+    std::sort(order.begin(), order.end(), [&](const QString& a, const QString& b) {
+        if (count[a] != count[b])
+            return count[a] > count[b];
+        if (depth(a) != depth(b))
+            return depth(a) > depth(b);
+        return compare_name(a, b);
+    });
+    return order;
 }
 
 bool compare_name(const QString& a, const QString& b)
@@ -148,17 +187,43 @@ void add_namespace_pair(QStringList& from, QStringList& to, const QString& old, 
     to << (c.isEmpty() ? QString(":") : c + ':');
 }
 
+void add_bound_root_names(QSet<QString>& out, const QStringList& names)
+{
+    for (const QString& name : names)
+        for (const QString& segment : name.left(node_end(name)).split('|')) {
+            const QString body = segment.startsWith(':') ? segment.mid(1) : segment;
+            if (!body.isEmpty() && !body.contains(':'))
+                out.insert(body);
+        }
+}
+
 void rebind_picker_button(buttonAttributes& a, const QStringList& from, const QStringList& to)
 {
     const namespace_pairs pairs = bare_pairs(from, to);
     for (QString& name : a.names)
-        name = rebind_name(name, pairs, false);
+        name = rebind_name(name, pairs, false, nullptr);
 }
 
-void rebind_cmd_button(buttonAttributes& a, const QStringList& from, const QStringList& to)
+void rebind_cmd_button(buttonAttributes& a, const QStringList& from, const QStringList& to,
+                       const QSet<QString>& bound)
 {
     if (a.names.isEmpty())
         return;
     const namespace_pairs pairs = bare_pairs(from, to);
-    a.names[0] = map_script_words(a.names[0], [&](const QString& word) { return rebind_name(word, pairs, true); });
+    a.names[0] = map_script_names(a.names[0], a.language,
+                                  [&](const QString& word) { return rebind_name(word, pairs, true, &bound); });
+}
+
+void rebind_buttons(QVector<buttonAttributes>& buttons, const QStringList& from, const QStringList& to)
+{
+    QSet<QString> bound;
+    for (const buttonAttributes& b : buttons)
+        if (b.kind == 0)
+            add_bound_root_names(bound, b.names);
+    for (buttonAttributes& b : buttons) {
+        if (b.kind == 0)
+            rebind_picker_button(b, from, to);
+        else if (b.kind == 1)
+            rebind_cmd_button(b, from, to, bound);
+    }
 }

@@ -16,6 +16,13 @@ int node_end(const QString& name);
 // Rewrites every name-like word of a script (a run of name characters,
 // ':', '|' and '.'), keeping everything between the words as it is.
 QString map_script_words(const QString& script, const std::function<QString(const QString&)>& map);
+// Rewrites only what a script uses as object names: the name-like words of
+// its plain string literals (MEL "...", Python '...' and "..." in any
+// quoting, not f-strings or bytes) and, in MEL, its bare command-syntax
+// arguments ("select -r hero:arm;"). Comments, flags, variables, Python
+// code outside literals (slices, dictionaries, keyword arguments) and
+// everything else stay as they are. language: 0 MEL, 1 Python.
+QString map_script_names(const QString& script, int language, const std::function<QString(const QString&)>& map);
 
 // Every name that means the same object as `shortest` (the shortest unique
 // path the host reports) given its full path: the full path's trailing

@@ -958,12 +958,15 @@ MStatus picker_main::get_namespaces(const MStringArray&)
     picker_page* page = current_page();
     if (!page)
         return MStatus::kSuccess;
-    QStringList names = page->namespaces();
-    std::sort(names.begin(), names.end(), compare_name);
-    names.removeAll(QString());
-    if (names.isEmpty())
-        names << ":";
+    // Main namespace first: the one update_namespace NEW moves.
+    QStringList names;
+    for (const buttonRecord& r : page->buttons())
+        if (r.kind == 0)
+            names << r.names;
+    QStringList used = namespaces_by_use(names);
+    if (used.isEmpty())
+        used << ":";
     clearResult();
-    appendToResult(QStringListToMStringArray(names));
+    appendToResult(QStringListToMStringArray(used));
     return MStatus::kSuccess;
 }
