@@ -620,7 +620,7 @@ private slots:
         QTest::newRow("rebind the unused root") << "QuillmarshPicker update_namespace \":\" hero"
                                                 << "update_namespace: the picker has no names in the root namespace";
         QTest::newRow("rebind three") << "QuillmarshPicker update_namespace rig hero other"
-                                      << "update_namespace: takes the namespace to move to, or the one to move and where to";
+                                      << "update_namespace: takes at most 2 arguments, got 3";
         const QString none = "Couldn't find any matching buttons!";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x"
                                             << "rename_button: " + none + " (label \"Arm\")";
