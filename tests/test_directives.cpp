@@ -725,6 +725,39 @@ private slots:
         QCOMPARE(none.seen, 0);
     }
 
+    void root_pickers_are_offered_a_binding()
+    {
+        // Built in the rig file, where the controls have no namespace, and
+        // opened where the character is referenced: the chooser is offered.
+        QTemporaryDir dir;
+        const QString path = dir.filePath("rig.pkr");
+        write_pkr_file(path, "rig", {button_at({30, 30}, {"arm", "leg"})});
+        run("file -f -new");
+        nodes("sidekick", {"arm", "leg"});
+        h.drain_idle();
+        QStringList offered;
+        {
+            no_dialogs answer([&offered](QWidget* dialog) {
+                auto* combo = dialog->findChild<QComboBox*>();
+                offered << combo->currentText();
+                combo->setCurrentText("sidekick");
+                modal_helper::answer(dialog, "OK");
+            });
+            window()->load_pickers({path});
+            h.drain_idle();
+        }
+        QCOMPARE(offered, QStringList{":"});
+        QCOMPARE(view()->buttons()[0].names, (QStringList{"sidekick:arm", "sidekick:leg"}));
+
+        // Where the root names are there, nothing is asked.
+        run("createNode transform -n arm; createNode transform -n leg");
+        no_dialogs none;
+        window()->load_pickers({path});
+        h.drain_idle();
+        QCOMPARE(none.seen, 0);
+        QCOMPARE(view()->buttons()[0].names, (QStringList{"arm", "leg"}));
+    }
+
     // ----- Namespaces
 
     void rebinding_names_data()

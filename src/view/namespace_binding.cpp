@@ -3,6 +3,7 @@
 #include "edit/rebind_command.h"
 #include "model/limits.h"
 #include "model/namespaces.h"
+#include "model/picker_host.h"
 #include "view/picker_view.h"
 #include "window/namespace_dialog.h"
 
@@ -25,13 +26,25 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
     const auto too_long = [](const QString& ns) { return ns.size() > limits::max_namespace_chars; };
     sceneNamespaces.erase(std::remove_if(sceneNamespaces.begin(), sceneNamespaces.end(), too_long),
                           sceneNamespaces.end());
+    bool needed = force;
     if (current.isEmpty()) {
         current << ":";
+        // Built in a rig file, bound to root names: where the scene lacks
+        // them but has namespaces (a referenced character), it is offered
+        // one like any other picker.
+        const bool others = std::any_of(sceneNamespaces.begin(), sceneNamespaces.end(),
+                                        [](const QString& ns) { return !ns.isEmpty() && ns != ":"; });
+        if (others && !force) {
+            QStringList names;
+            for (const buttonRecord& r : page_->buttons())
+                if (r.kind == 0)
+                    names += r.names;
+            needed = !names.isEmpty() && !picker_host::instance().missing_objects(names).isEmpty();
+        }
         if (!sceneNamespaces.contains(":"))
             sceneNamespaces << ":";
     }
     sceneNamespaces.removeAll(QString());
-    bool needed = force;
     for (const QString& ns : current)
         if (!sceneNamespaces.contains(ns))
             needed = true;
