@@ -20,7 +20,7 @@ if(MODE STREQUAL "pickers")
                             RESULT_VARIABLE different)
             if(different)
                 message(FATAL_ERROR "examples/pickers/${file} is out of date: run make_demo --pickers and "
-                                    "quillmarsh-pkr to-json in examples/pickers")
+                                    "quillmarsh-pkr to-json --force in examples/pickers")
             endif()
         endforeach()
     endforeach()

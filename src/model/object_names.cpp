@@ -1,5 +1,6 @@
 #include "model/object_names.h"
 
+#include <QRegularExpression>
 #include <QVector>
 
 #include <algorithm>
@@ -389,4 +390,83 @@ QString map_script_names(const QString& script, int language, const std::functio
     if (script.isEmpty())
         return script;
     return language == 1 ? map_python(script, map) : map_mel(script, map);
+}
+
+namespace {
+
+// The text of a script in which object names are looked for: MEL without its
+// comments; of Python, only what is inside string literals (names there are
+// always strings, while bare words are code).
+QString searchable_text(const QString& script, bool python)
+{
+    QString out;
+    out.reserve(script.size());
+    const int n = script.size();
+    for (int i = 0; i < n;) {
+        const QChar c = script[i];
+        if (python ? c == '#' : script.midRef(i, 2) == QLatin1String("//")) {
+            while (i < n && script[i] != '\n')
+                ++i;
+        } else if (!python && script.midRef(i, 2) == QLatin1String("/*")) {
+            const int end = script.indexOf(QLatin1String("*/"), i + 2);
+            i = end < 0 ? n : end + 2;
+        } else if (c == '"' || (python && c == '\'')) {
+            const bool triple = python && script.midRef(i, 3) == QString(3, c);
+            const int quote = triple ? 3 : 1;
+            out += ' ';
+            for (i += quote; i < n; ++i) {
+                if (script[i] == '\\' && i + 1 < n) {
+                    out += ' '; // an escape ends a word ("\n")
+                    ++i;
+                } else if (triple ? script.midRef(i, 3) == QString(3, c) : script[i] == c) {
+                    i += quote;
+                    break;
+                } else if (!triple && script[i] == '\n') {
+                    break;
+                } else {
+                    out += script[i];
+                }
+            }
+            out += ' ';
+            continue;
+        } else {
+            out += python ? QChar(' ') : c;
+            ++i;
+            continue;
+        }
+        out += ' ';
+    }
+    return out;
+}
+
+// A Maya name with a namespace in some part of its path ("hero:hand",
+// "|rig:grp|rig:ctl"): what a script names an object with, and never a
+// keyword, a flag or a variable.
+bool is_namespaced_name(const QString& name)
+{
+    static const QRegularExpression segment("^:?([A-Za-z_][A-Za-z0-9_]*:)*[A-Za-z_][A-Za-z0-9_]*$");
+    bool namespaced = false;
+    const QStringList parts = name.split('|');
+    for (int i = 0; i < parts.size(); ++i) {
+        if (parts[i].isEmpty() && i == 0 && parts.size() > 1)
+            continue; // a leading '|'
+        if (!segment.match(parts[i]).hasMatch())
+            return false;
+        namespaced = namespaced || parts[i].midRef(1).contains(':');
+    }
+    return namespaced;
+}
+
+} // namespace
+
+QStringList script_object_nodes(const QString& script, bool python, const QSet<QString>& bound)
+{
+    QStringList nodes;
+    map_script_words(searchable_text(script, python), [&](const QString& word) {
+        const QString node = word.left(node_end(word));
+        if (is_namespaced_name(node) || bound.contains(node))
+            nodes << node;
+        return word;
+    });
+    return nodes;
 }

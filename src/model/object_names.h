@@ -4,6 +4,7 @@
 // ends at the first attribute or component.
 #pragma once
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -31,3 +32,10 @@ QString map_script_names(const QString& script, int language, const std::functio
 // so these are exactly the names that select this object and no other.
 // Without a full path that ends with `shortest`, just `shortest`.
 QStringList same_object_names(const QString& shortest, const QString& full);
+
+// The nodes a command script names, as far as a script can be read without
+// running it: words that look like namespaced Maya names ("hero:hand",
+// "|rig:grp|rig:ctl") or equal a node in `bound` (what the picker's
+// selection buttons name), outside comments; in Python only inside string
+// literals, where names are, so keywords and variables never count.
+QStringList script_object_nodes(const QString& script, bool python, const QSet<QString>& bound);

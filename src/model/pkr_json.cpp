@@ -4,6 +4,7 @@
 #include "model/safe_file.h"
 #include "model/scene_data.h"
 
+#include <QColor>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -12,7 +13,9 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
+#include <cctype>
 #include <cmath>
+#include <initializer_list>
 
 namespace pkr_json {
 
@@ -40,15 +43,40 @@ struct bad_json {
     throw bad_json{where.isEmpty() ? why : where + ": " + why};
 }
 
-QString read_text(const QJsonObject& o, const char* key, const QString& where, bool required = true)
+// The JSON path of a key inside the object at `where` ("buttons[3].x").
+QString at(const QString& where, const char* key)
+{
+    return where.isEmpty() ? QString::fromLatin1(key) : where + '.' + QLatin1String(key);
+}
+
+// A key the format does not know is a mistake (a typo such as "colour"),
+// never something to drop silently.
+void known_keys_only(const QJsonObject& o, std::initializer_list<const char*> known, const QString& where)
+{
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        bool found = false;
+        for (const char* key : known)
+            found = found || it.key() == QLatin1String(key);
+        if (!found)
+            fail(where.isEmpty() ? it.key() : where + '.' + it.key(), "unknown key");
+    }
+}
+
+QJsonValue required(const QJsonObject& o, const char* key, const QString& where)
 {
     const QJsonValue v = o.value(QLatin1String(key));
-    if (v.isUndefined() && !required)
-        return QString();
+    if (v.isUndefined())
+        fail(at(where, key), "missing");
+    return v;
+}
+
+QString read_text(const QJsonObject& o, const char* key, const QString& where)
+{
+    const QJsonValue v = required(o, key, where);
     if (v.isNull())
         return QString();
     if (!v.isString())
-        fail(where, QString("\"%1\" must be a string or null").arg(key));
+        fail(at(where, key), "must be a string or null");
     // An empty JSON string is an empty, not a null, string.
     const QString s = v.toString();
     return s.isNull() ? QString("") : s;
@@ -56,24 +84,29 @@ QString read_text(const QJsonObject& o, const char* key, const QString& where, b
 
 qint32 read_int(const QJsonObject& o, const char* key, const QString& where, qint64 low, qint64 high)
 {
-    const QJsonValue v = o.value(QLatin1String(key));
-    if (!v.isDouble())
-        fail(where, QString("\"%1\" must be a number").arg(key));
+    const QJsonValue v = required(o, key, where);
     // Compared as a double before any conversion: converting NaN, an
     // infinity or anything beyond 64 bits to an integer is undefined.
     const double d = v.toDouble();
-    if (!(d >= double(low) && d <= double(high)) || d != std::trunc(d))
-        fail(where, QString("\"%1\" must be a whole number from %2 to %3").arg(key).arg(low).arg(high));
+    if (!v.isDouble() || !(d >= double(low) && d <= double(high)) || d != std::trunc(d))
+        fail(at(where, key), QString("must be a whole number from %1 to %2").arg(low).arg(high));
     return qint32(d);
+}
+
+QString read_choice(const QJsonObject& o, const char* key, const QString& where, const char* one, const char* other)
+{
+    const QJsonValue v = required(o, key, where);
+    if (v.toString() != QLatin1String(one) && v.toString() != QLatin1String(other))
+        fail(at(where, key), QString("must be \"%1\" or \"%2\"").arg(one, other));
+    return v.toString();
 }
 
 quint32 read_colour(const QJsonObject& o, const char* key, const QString& where)
 {
-    const QString s = o.value(QLatin1String(key)).toString();
-    bool ok = false;
-    const quint32 c = s.mid(1).toUInt(&ok, 16);
-    if (s.size() != 9 || !s.startsWith('#') || !ok)
-        fail(where, QString("\"%1\" must be a colour written #aarrggbb").arg(key));
+    const QJsonValue v = required(o, key, where);
+    quint32 c = 0;
+    if (!v.isString() || !parse_colour(v.toString(), &c))
+        fail(at(where, key), "must be a colour: #rrggbb, #aarrggbb or a colour name such as \"red\"");
     return c;
 }
 
@@ -108,71 +141,137 @@ png_picture read_png(const QByteArray& png, const QString& where)
 QByteArray read_picture_file(const QString& name, const QString& base_dir, picture_files pictures)
 {
     if (name.isEmpty())
-        fail("background", "\"file\" must name a picture");
+        fail("background.file", "must name a picture");
     QString path = QDir(base_dir).filePath(name);
     if (pictures == picture_files::inside_base_dir) {
         if (QDir::isAbsolutePath(name))
-            fail("background", QString("the picture \"%1\" must be named relative to the JSON's folder").arg(name));
+            fail("background.file", QString("the picture \"%1\" must be named relative to the JSON's folder").arg(name));
         const QString folder = QFileInfo(base_dir).canonicalFilePath();
         const QString found = QFileInfo(path).canonicalFilePath();
         if (found.isEmpty())
-            fail("background", QString("cannot read the picture \"%1\": it does not exist").arg(name));
+            fail("background.file", QString("cannot read the picture \"%1\": it does not exist").arg(name));
         if (folder.isEmpty() || !found.startsWith(folder.endsWith('/') ? folder : folder + '/'))
-            fail("background", QString("the picture \"%1\" is outside the JSON's folder").arg(name));
+            fail("background.file", QString("the picture \"%1\" is outside the JSON's folder").arg(name));
         path = found;
     }
     QFile file;
     QString why;
     if (open_regular_file(file, path, &why) != read_open::ok)
-        fail("background", QString("cannot read the picture \"%1\": %2").arg(name, why));
+        fail("background.file", QString("cannot read the picture \"%1\": %2").arg(name, why));
     const QByteArray png = file.read(limits::max_image_bytes + 1);
     if (png.size() > limits::max_image_bytes)
-        fail("background", QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
+        fail("background.file", QString("the picture is larger than %1 MB").arg(limits::max_image_bytes >> 20));
     return png;
 }
 
 buttonAttributes read_button(const QJsonValue& value, int index)
 {
-    const QString where = QString("button %1").arg(index);
+    const QString where = QString("buttons[%1]").arg(index);
     if (!value.isObject())
         fail(where, "must be an object");
     const QJsonObject o = value.toObject();
+    known_keys_only(o, {"x", "y", "width", "height", "size", "kind", "language", "color", "labelColor", "label",
+                        "names", "script"},
+                    where);
     buttonAttributes a;
     const qint32 c = limits::max_coordinate;
     a.pos = QPoint(read_int(o, "x", where, -c, c), read_int(o, "y", where, -c, c));
     a.width = read_int(o, "width", where, 0, limits::max_button_side);
     a.height = read_int(o, "height", where, 0, limits::max_button_side);
     a.size = o.contains("size") ? read_int(o, "size", where, 0, limits::max_button_side) : a.width;
-    const QString kind = o.value("kind").toString();
-    if (kind != "selection" && kind != "command")
-        fail(where, "\"kind\" must be \"selection\" or \"command\"");
-    a.kind = kind == "command" ? 1 : 0;
-    const QString language = o.value("language").toString();
-    if (language != "mel" && language != "python")
-        fail(where, "\"language\" must be \"mel\" or \"python\"");
-    a.language = language == "python" ? 1 : 0;
+    a.kind = read_choice(o, "kind", where, "selection", "command") == "command" ? 1 : 0;
+    a.language = read_choice(o, "language", where, "mel", "python") == "python" ? 1 : 0;
     a.color = read_colour(o, "color", where);
     a.labelColor = read_colour(o, "labelColor", where);
     a.label = read_text(o, "label", where);
-    if (a.kind == 1 && o.contains("script")) {
+    if (o.contains("script")) {
+        if (a.kind != 1)
+            fail(at(where, "script"), "only a command button has a script; a selection button has \"names\"");
+        if (o.contains("names"))
+            fail(where, "has both \"script\" and \"names\"; a command button has one of them");
         a.names = QStringList{read_text(o, "script", where)};
-    } else {
-        const QJsonValue names = o.value("names");
-        if (!names.isArray())
-            fail(where, "\"names\" must be a list of strings");
-        const QJsonArray list = names.toArray();
-        if (list.isEmpty() || list.size() > limits::max_names)
-            fail(where, QString("\"names\" must hold 1 to %1 names").arg(limits::max_names));
-        for (const QJsonValue& name : list) {
-            if (!name.isString() && !name.isNull())
-                fail(where, "\"names\" must be a list of strings");
-            a.names << (name.isNull() ? QString() : (name.toString().isNull() ? QString("") : name.toString()));
-        }
+        return a;
+    }
+    const QJsonValue names = required(o, "names", where);
+    const QString list_where = at(where, "names");
+    if (!names.isArray())
+        fail(list_where, "must be a list of strings");
+    const QJsonArray list = names.toArray();
+    if (list.isEmpty() || list.size() > limits::max_names)
+        fail(list_where, QString("must hold 1 to %1 names").arg(limits::max_names));
+    for (int i = 0; i < list.size(); ++i) {
+        const QJsonValue name = list.at(i);
+        if (!name.isString() && !name.isNull())
+            fail(QString("%1[%2]").arg(list_where).arg(i), "must be a string or null");
+        a.names << (name.isNull() ? QString() : (name.toString().isNull() ? QString("") : name.toString()));
     }
     return a;
 }
 
+void read_background(const QJsonValue& value, const QString& base_dir, picture_files pictures, pkr_header& h)
+{
+    if (!value.isObject())
+        fail("background", value.isUndefined() ? "missing" : "must be an object");
+    const QJsonObject background = value.toObject();
+    known_keys_only(background, {"key", "width", "height", "file", "png"}, "background");
+    // The size is written for people reading the JSON; the picture has its own.
+    for (const char* side : {"width", "height"})
+        if (background.contains(side))
+            read_int(background, side, "background", 1, limits::max_image_side);
+    if (background.contains("key"))
+        h.backgroundKey = read_text(background, "key", "background");
+    // The plug-in's own rule, so a file made here opens with its picture.
+    if (!h.backgroundKey.isEmpty() && !is_background_key(h.backgroundKey))
+        fail("background.key", "must be a whole number of 1 to 19 digits");
+    const bool has_file = background.contains("file"), has_png = background.contains("png");
+    if (has_file && has_png)
+        fail("background", "has both \"file\" and \"png\"; a picture comes from one of them");
+    if (!has_file && !has_png)
+        return;
+    if (h.backgroundKey.isEmpty())
+        fail("background.key", "a picture needs a key");
+    const char* key = has_png ? "png" : "file";
+    const QJsonValue v = background.value(QLatin1String(key));
+    if (!v.isString())
+        fail(at("background", key), "must be a string");
+    QByteArray png;
+    if (has_png) {
+        const auto decoded = QByteArray::fromBase64Encoding(v.toString().toLatin1(),
+                                                            QByteArray::AbortOnBase64DecodingErrors);
+        if (!decoded || decoded.decoded.isEmpty())
+            fail("background.png", "must be a PNG picture in base64");
+        png = decoded.decoded;
+    } else {
+        png = read_picture_file(v.toString(), base_dir, pictures);
+    }
+    h.background = read_png(png, at("background", key));
+}
+
 } // namespace
+
+bool parse_colour(const QString& text, quint32* colour)
+{
+    if (text.startsWith('#')) {
+        const QStringRef hex = text.midRef(1);
+        if (hex.size() != 6 && hex.size() != 8)
+            return false;
+        for (const QChar c : hex)
+            if (c.unicode() > 127 || !isxdigit(c.unicode()))
+                return false;
+        const quint32 value = hex.toUInt(nullptr, 16);
+        *colour = hex.size() == 6 ? 0xff000000u | value : value;
+        return true;
+    }
+    // Names only: QColor would also take #rgb and 12-digit forms, which the
+    // plug-in's directives do not.
+    for (const QChar c : text)
+        if (c.unicode() > 127 || !isalpha(c.unicode()))
+            return false;
+    if (text.isEmpty() || !QColor::isValidColor(text))
+        return false;
+    *colour = QColor(text).rgba();
+    return true;
+}
 
 QByteArray picture_png(const pkr_header& header)
 {
@@ -242,37 +341,22 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         if (!doc.isObject())
             fail(QString(), "not a picker: the text is not a JSON object");
         const QJsonObject root = doc.object();
-        if (root.value("format").toString() != QLatin1String(format_name))
-            fail(QString(), QString("not a picker: \"format\" is not \"%1\"").arg(format_name));
+        known_keys_only(root, {"format", "formatVersion", "name", "background", "buttons"}, QString());
+        if (required(root, "format", QString()).toString() != QLatin1String(format_name))
+            fail("format", QString("must be \"%1\": this is not a picker").arg(format_name));
         const int version = read_int(root, "formatVersion", QString(), 1, 1000);
         if (version > format_version)
             fail(QString(), QString("written by a newer version (format %1; this one reads %2)")
                                 .arg(version).arg(format_version));
         pkr_header h;
         h.name = read_text(root, "name", QString());
-        const QJsonValue bg = root.value("background");
-        if (!bg.isObject())
-            fail(QString(), "\"background\" must be an object");
-        const QJsonObject background = bg.toObject();
-        h.backgroundKey = read_text(background, "key", "background", false);
-        if (!h.backgroundKey.isEmpty()) {
-            // The plug-in's own rule, so a file made here opens with its picture.
-            if (!is_background_key(h.backgroundKey))
-                fail("background", "\"key\" must be a whole number of 1 to 19 digits");
-            QByteArray png;
-            if (background.contains("png"))
-                png = QByteArray::fromBase64(background.value("png").toString().toLatin1());
-            else if (background.contains("file"))
-                png = read_picture_file(background.value("file").toString(), base_dir, pictures);
-            if (!png.isEmpty())
-                h.background = read_png(png, "background");
-        }
-        const QJsonValue list = root.value("buttons");
+        read_background(root.value("background"), base_dir, pictures, h);
+        const QJsonValue list = required(root, "buttons", QString());
         if (!list.isArray())
-            fail(QString(), "\"buttons\" must be a list");
+            fail("buttons", "must be a list");
         const QJsonArray array = list.toArray();
         if (array.size() > limits::max_buttons)
-            fail(QString(), QString("%1 buttons; a picker holds at most %2").arg(array.size()).arg(limits::max_buttons));
+            fail("buttons", QString("%1 buttons; a picker holds at most %2").arg(array.size()).arg(limits::max_buttons));
         QList<buttonAttributes> read;
         read.reserve(array.size());
         qint64 names = 0;
@@ -281,7 +365,7 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         qint64 bytes = 4 + 4 + 2 * qint64(h.name.size()) + 4 + 2 * qint64(h.backgroundKey.size())
                      + h.background.png().size() + 4;
         for (int i = 0; i < array.size(); ++i) {
-            read.append(read_button(array.at(i), i + 1));
+            read.append(read_button(array.at(i), i));
             // A file the picker would read only in part is not written at all.
             const buttonAttributes& a = read.last();
             names += a.names.size();

@@ -14,6 +14,10 @@ namespace pkr_json {
 constexpr const char* format_name = "quillmarsh-picker";
 constexpr int format_version = 1;
 
+// A colour as the JSON takes it: "#rrggbb" (opaque), "#aarrggbb" or a
+// colour name ("red", "transparent"). The JSON is always written #aarrggbb.
+bool parse_colour(const QString& text, quint32* colour);
+
 // The picture as PNG bytes, as a .pkr stores it; empty without one.
 QByteArray picture_png(const pkr_header& header);
 
@@ -25,8 +29,10 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file);
 enum class picture_files { inside_base_dir, anywhere };
 
 // Reads JSON made by to_json (or by hand to the same form). `base_dir` is
-// where a named image file is looked for. False with *error saying what is
-// wrong and where; nothing is half-filled in that case.
+// where a named image file is looked for. Strict: an unknown key, a missing
+// one or a value of the wrong type is refused. False with *error naming the
+// JSON path and the problem ("buttons[3].colour: unknown key", indexes from
+// 0); nothing is half-filled in that case.
 bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
                QList<buttonAttributes>& buttons, QString* error,
                picture_files pictures = picture_files::inside_base_dir);

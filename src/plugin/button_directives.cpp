@@ -3,6 +3,7 @@
 // count says so, by a point (ignored word, x, y).
 #include "edit/mirror_command.h"
 #include "model/limits.h"
+#include "model/object_names.h"
 #include "model/picker_host.h"
 #include "model/scene_room.h"
 #include "plugin/picker_main.h"
@@ -18,7 +19,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 
 #include <cmath>
 #include <cstdlib>
@@ -561,25 +561,6 @@ MStatus picker_main::current_tab(const MStringArray&)
     return MStatus::kSuccess;
 }
 
-namespace {
-
-// The words of a script that name an object the way a rig's controls are
-// named: with a namespace, or as a name the picker binds elsewhere. Other
-// words (keywords, variables, flags) are never taken for objects.
-QStringList script_objects(const QString& script, const QSet<QString>& bound)
-{
-    static const QRegularExpression word("[A-Za-z_][A-Za-z0-9_]*(?::[A-Za-z_][A-Za-z0-9_]*)+|[A-Za-z_][A-Za-z0-9_]*");
-    QStringList found;
-    for (auto it = word.globalMatch(script); it.hasNext();) {
-        const QString w = it.next().captured();
-        if ((w.contains(':') || bound.contains(w)) && !found.contains(w))
-            found << w;
-    }
-    return found;
-}
-
-} // namespace
-
 // Every object a button of the current tab needs that the scene lacks:
 // selection buttons' objects, and the object names in command scripts.
 MStatus picker_main::check_bindings(const MStringArray&)
@@ -589,10 +570,10 @@ MStatus picker_main::check_bindings(const MStringArray&)
     for (const buttonRecord& r : page->buttons())
         if (r.kind == 0)
             for (const QString& name : r.names)
-                bound.insert(name);
+                bound.insert(name.left(node_end(name)));
     MStringArray result;
     for (const buttonRecord& r : page->buttons()) {
-        const QStringList names = r.kind == 0 ? r.names : script_objects(r.names.value(0), bound);
+        const QStringList names = r.kind == 0 ? r.names : script_object_nodes(r.names.value(0), r.language == 1, bound);
         for (const QString& missing : picker_host::instance().missing_objects(names))
             result.append(MQtUtil::toMString(QString("button \"%1\": missing %2").arg(r.label, missing)));
     }
