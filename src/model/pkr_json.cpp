@@ -3,6 +3,7 @@
 #include "model/limits.h"
 #include "model/safe_file.h"
 #include "model/scene_data.h"
+#include "model/side_patterns.h"
 
 #include <QDir>
 #include <QFile>
@@ -131,6 +132,27 @@ QByteArray read_picture_file(const QString& name, const QString& base_dir, pictu
     return png;
 }
 
+// Side patterns as the picker takes them: pairs of strings, at least one.
+QStringList read_patterns(const QJsonValue& value)
+{
+    const QString where = "mirrorPatterns";
+    if (!value.isArray())
+        fail(where, "must be a list of strings");
+    const QJsonArray array = value.toArray();
+    if (array.size() > limits::max_side_patterns)
+        fail(where, QString("a picker holds at most %1 pairs of patterns").arg(limits::max_side_patterns / 2));
+    QStringList pairs;
+    for (const QJsonValue& v : array) {
+        if (!v.isString())
+            fail(where, "must be a list of strings");
+        pairs << v.toString();
+    }
+    const QString why = pairs.isEmpty() ? QString("must hold at least one pair") : side_patterns::check(pairs);
+    if (!why.isEmpty())
+        fail(where, why);
+    return pairs;
+}
+
 buttonAttributes read_button(const QJsonValue& value, int index)
 {
     const QString where = QString("button %1").arg(index);
@@ -200,6 +222,8 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
             background.insert("file", image_file);
     }
     root.insert("background", background);
+    if (!header.mirrorPatterns.isEmpty())
+        root.insert("mirrorPatterns", QJsonArray::fromStringList(header.mirrorPatterns));
     QJsonArray buttons;
     for (const buttonAttributes& a : picker.buttons) {
         QJsonObject o;
@@ -267,6 +291,8 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
             if (!png.isEmpty())
                 h.background = read_png(png, "background");
         }
+        if (root.contains("mirrorPatterns"))
+            h.mirrorPatterns = read_patterns(root.value("mirrorPatterns"));
         const QJsonValue list = root.value("buttons");
         if (!list.isArray())
             fail(QString(), "\"buttons\" must be a list");
@@ -280,6 +306,11 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         // a picker too large for one is refused before it is made.
         qint64 bytes = 4 + 4 + 2 * qint64(h.name.size()) + 4 + 2 * qint64(h.backgroundKey.size())
                      + h.background.png().size() + 4;
+        // The patterns' block: tag, one list, its count, the strings.
+        if (!h.mirrorPatterns.isEmpty())
+            bytes += 12;
+        for (const QString& pattern : h.mirrorPatterns)
+            bytes += 4 + 2 * qint64(pattern.size());
         for (int i = 0; i < array.size(); ++i) {
             read.append(read_button(array.at(i), i + 1));
             // A file the picker would read only in part is not written at all.
