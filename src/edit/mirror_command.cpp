@@ -53,7 +53,10 @@ QString shortened(const QStringList& items, int most, const char* what, const ch
 {
     if (items.size() <= most)
         return items.join(separator);
-    return QString("%1%2and %3 more %4").arg(items.mid(0, most).join(separator), separator).arg(items.size() - most).arg(what);
+    return QString("%1%2and %3 more %4")
+        .arg(items.mid(0, most).join(separator), separator)
+        .arg(items.size() - most)
+        .arg(what);
 }
 
 QString map_word(const QString& word, const QStringList& pairs)

@@ -14,7 +14,6 @@
 
 #include "edit/button_commands.h"
 #include "model/picker_page.h"
-#include "model/side_patterns.h"
 
 #include <QList>
 #include <QString>
