@@ -164,6 +164,12 @@ int main(int argc, char** argv)
     damaged[1].kind = 2;
     damaged[2].names.clear();
     save("fuzz_pkr", "damaged_records.pkr", pkr(5, false, damaged));
+    {
+        QByteArray sided = pkr(5, false, buttons());
+        QDataStream out(&sided, QIODevice::Append);
+        write_side_patterns(out, {{"L_", "R_", "left", "right"}});
+        save("fuzz_pkr", "side_patterns.pkr", sided);
+    }
 
     save("fuzz_clipboard", "four_buttons", payload(buttons()));
     save("fuzz_clipboard", "one_button", payload(buttons().mid(0, 1)));
@@ -174,6 +180,12 @@ int main(int argc, char** argv)
     for (int version : {1, 2, 4, 5, 6})
         save("fuzz_scene_data", QString("window_v%1.bin").arg(version), window_stream(version, version >= 2));
     save("fuzz_scene_data", "scene_text_v6.txt", encode_picker_data(window_stream(6, true)));
+    {
+        QByteArray sided = window_stream(6, true);
+        QDataStream out(&sided, QIODevice::Append);
+        write_side_patterns(out, {{"L_", "R_"}, {"lf_", "rt_", "_l", "_r"}});
+        save("fuzz_scene_data", "window_v6_side_patterns.bin", sided);
+    }
     save("fuzz_scene_data", "scene_text_v5.txt", encode_picker_data(window_stream(5, true)));
     save("fuzz_scene_data", "scene_text_v2.txt", encode_picker_data(window_stream(2, false)));
     save("fuzz_scene_data", "image_text.txt", encode_image(background()));

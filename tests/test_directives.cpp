@@ -8,6 +8,7 @@
 #include "model/namespaces.h"
 #include "page_oracle.h"
 #include "pkr_file.h"
+#include "model/scene_data.h"
 #include "window/namespace_dialog.h"
 
 #include <QAction>
@@ -20,6 +21,8 @@
 #include <QtTest>
 
 namespace {
+
+const QString built_in = "L_ R_ _L _R left right Left Right LEFT RIGHT";
 
 const QStringList all_directives = {
     "clear", "select", "restore", "fetch_image", "set_background", "clear_background", "bind", "rebind",
@@ -139,7 +142,7 @@ private slots:
 
     void init()
     {
-        mirror::store_patterns({});
+        h.execute("QuillmarshPicker set_mirror_patterns -default");
         h.execute("file -f -new");
         h.clear_output();
         nodes("rig", {"arm", "leg", "hand"});
@@ -156,7 +159,9 @@ private slots:
         for (int k = 0; k < 4; ++k)
             run(QString("createNode transform -n \"rig:n%1\" -ss; createNode transform -n \"hero:n%1\" -ss").arg(k));
         for (quint32 seed = 1; seed <= 4; ++seed) {
-            run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; select -cl");
+            // Every name has a side, so every button mirrors.
+            run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; select -cl;"
+                "QuillmarshPicker set_mirror_patterns n0 n1 n2 n3");
             h.drain_idle();
             QRandomGenerator rnd(seed);
             auto below = [&](int n) { return int(rnd.bounded(quint32(n))); };
@@ -290,6 +295,7 @@ private slots:
                         for (button_id id : chosen) {
                             buttonAttributes c = oracle.buttons.value(id);
                             c.pos.setX(1000 - c.pos.x());
+                            c.names = QStringList{mirror::map_name(c.names.first(), page->mirror_patterns())};
                             bool there = false;
                             for (const buttonAttributes& o : oracle.buttons)
                                 there = there || (o.kind == c.kind && o.pos == c.pos && o.names == c.names);
@@ -495,8 +501,8 @@ private slots:
     {
         h.drain_idle();
         h.set_modified(false);
-        run("QuillmarshPicker enable_batch_mode; select -r rig:hand; QuillmarshPicker add_button 90 90 hand;"
-            "QuillmarshPicker mirror_buttons 100");
+        run("QuillmarshPicker enable_batch_mode; createNode transform -n \"rig:L_hand\" -ss; select -r rig:L_hand;"
+            "QuillmarshPicker add_button 90 90 hand; QuillmarshPicker mirror_buttons 100");
         QVERIFY(window()->notices_held());
         QCOMPARE(view()->buttons().size(), 4); // added and painted at once
         QVERIFY(h.idle_texts().isEmpty());
@@ -592,8 +598,25 @@ private slots:
         QTest::newRow("point not a number") << "QuillmarshPicker get_button_bounds x abc 20"
                                             << "get_button_bounds: x must be a number";
         QTest::newRow("unknown tab") << "QuillmarshPicker set_tab nope" << "set_tab: no tab is named \"nope\"";
-        QTest::newRow("mirror beyond the limits") << "select -r rig:arm; QuillmarshPicker mirror_buttons 999999"
-                                                  << "mirror_buttons: a copy would land at x = 1999988";
+        QTest::newRow("mirror beyond the limits")
+            << "select -r rig:arm; QuillmarshPicker mirror_buttons 999999 -patterns arm leg"
+            << "mirror_buttons: a copy would land at x = 1999988";
+        const QString unmapped = "mirror_buttons: nothing was mirrored: the side patterns (%1) do not map these "
+                                 "names of %2";
+        QTest::newRow("mirror, names the patterns do not map")
+            << "select -r rig:arm rig:leg; QuillmarshPicker mirror_buttons 100"
+            << unmapped.arg("L_/R_, _L/_R, left/right, Left/Right, LEFT/RIGHT", "2 buttons: arm: rig:arm; rig:leg");
+        QTest::newRow("mirror by given patterns that do not map")
+            << "select -r rig:arm rig:leg; QuillmarshPicker mirror_buttons \"\" red -patterns leg foot"
+            << unmapped.arg("leg/foot", "1 button: arm: rig:arm");
+        QTest::newRow("mirror by patterns not in pairs") << "select -r rig:arm; QuillmarshPicker mirror_buttons -patterns L_"
+                                                         << "mirror_buttons: patterns come in pairs: left, right";
+        QTest::newRow("mirror by no patterns") << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 -patterns"
+                                               << "mirror_buttons: -patterns needs at least one pair";
+        QTest::newRow("patterns with a namespace") << "QuillmarshPicker set_mirror_patterns \"a:L\" R"
+                                                   << "set_mirror_patterns: \"a:L\" may hold only letters";
+        QTest::newRow("patterns, a third option") << "QuillmarshPicker get_mirror_patterns -default x"
+                                                  << "get_mirror_patterns: takes at most 1 argument, got 2";
         QTest::newRow("unreadable background")
             << "QuillmarshPicker set_background \"/nonexistent/picture.png\"" << "set_background: ";
         QTest::newRow("save to no path") << "QuillmarshPicker save \"\"" << "save: the path is empty";
@@ -610,7 +633,10 @@ private slots:
         QTest::newRow("one too many") << "select -r rig:arm; QuillmarshPicker add_button 1 2 hand 4"
                                       << "add_button: takes at most 3 arguments, got 4";
         QTest::newRow("mirror, one too many") << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green"
-                                              << "mirror_buttons: takes at most 3 arguments, got 4";
+                                              << "mirror_buttons: " + count;
+        QTest::newRow("mirror, one too many before the patterns")
+            << "select -r rig:arm; QuillmarshPicker mirror_buttons 1 red blue green -patterns arm leg"
+            << "mirror_buttons: " + count;
         QTest::newRow("rebind to nothing") << "QuillmarshPicker update_namespace"
                                            << "update_namespace: needs the namespace to move to";
         QTest::newRow("rebind to MEL") << "QuillmarshPicker update_namespace \"hero\\\";print(1);\\\"\""
@@ -1169,6 +1195,95 @@ private slots:
         QCOMPARE(result("QuillmarshPicker mirror_buttons"), QStringList());
         QCOMPARE(result("QuillmarshPicker get_button_properties object rig:rt_hand").mid(0, 2),
                  (QStringList{"10", "50"}));
+    }
+
+    // The side patterns of the tab set_tab makes current, joined by blanks.
+    QString patterns_of(const QString& tab)
+    {
+        run(QString("QuillmarshPicker set_tab \"%1\"").arg(tab));
+        return result("QuillmarshPicker get_mirror_patterns").join(' ');
+    }
+
+    // Each picker keeps its own side patterns in its file: pairs set for one
+    // reach no other, and a changed default changes no saved picker. A file
+    // saved before pickers kept patterns opens with the default.
+    void each_picker_keeps_its_side_patterns_in_its_file()
+    {
+        QTemporaryDir dir;
+        const QString lf = dir.filePath("lf.pkr"), plain = dir.filePath("plain.pkr"), old = dir.filePath("old.pkr");
+        no_dialogs guard;
+        QVERIFY(run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; QuillmarshPicker rename_tab lf;"
+                    "QuillmarshPicker set_mirror_patterns lf_ rt_"));
+        QVERIFY(run(QString("QuillmarshPicker saveas \"%1\"").arg(lf)));
+        QVERIFY(run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; QuillmarshPicker rename_tab plain"));
+        QCOMPARE(patterns_of("plain"), built_in);
+        QVERIFY(run(QString("QuillmarshPicker saveas \"%1\"").arg(plain)));
+        write_pkr_file(old, "old", {button_at(QPoint(5, 5), {"rig:arm"})});
+
+        QVERIFY(run("QuillmarshPicker set_mirror_patterns -default Lf Rt"));
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns -default"), (QStringList{"Lf", "Rt"}));
+        QCOMPARE(patterns_of("plain"), built_in);
+        QVERIFY(run(QString("QuillmarshPicker clear_tabs; QuillmarshPicker open \"%1\" \"%2\" \"%3\"")
+                        .arg(lf, plain, old)));
+        h.drain_idle();
+        QCOMPARE(patterns_of("lf"), QString("lf_ rt_"));
+        QCOMPARE(patterns_of("plain"), built_in);
+        QCOMPARE(patterns_of("old"), QString("Lf Rt"));
+        QVERIFY(run("QuillmarshPicker new_tab; QuillmarshPicker rename_tab new"));
+        QCOMPARE(patterns_of("new"), QString("Lf Rt"));
+        // No pairs: the tab takes the default; it saves what it has.
+        run("QuillmarshPicker set_tab lf; QuillmarshPicker set_mirror_patterns");
+        QCOMPARE(patterns_of("lf"), QString("Lf Rt"));
+        QCOMPARE(guard.seen, 0);
+        QCOMPARE(h.error_count(), 0);
+
+        // Pairs for no picker would be lost: an error says so.
+        run("QuillmarshPicker clear_tabs");
+        QVERIFY(!run("QuillmarshPicker set_mirror_patterns lf_ rt_"));
+        QVERIFY(h.output_text().contains("set_mirror_patterns: there is no picker to set them for"));
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns"), (QStringList{"Lf", "Rt"}));
+    }
+
+    // The scene keeps each tab's side patterns; scene data written before
+    // tabs kept them opens with the user's default.
+    void the_scene_keeps_each_pickers_side_patterns()
+    {
+        QTemporaryDir dir;
+        const QString scene = dir.filePath("sides.ma"), older = dir.filePath("older.ma");
+        QVERIFY(run("QuillmarshPicker clear_tabs; QuillmarshPicker new_tab; QuillmarshPicker rename_tab lf;"
+                    "QuillmarshPicker set_mirror_patterns lf_ rt_; QuillmarshPicker new_tab;"
+                    "QuillmarshPicker rename_tab plain; QuillmarshPicker flush"));
+        QVERIFY(h.save_scene(scene, nullptr));
+        QVERIFY(run("QuillmarshPicker set_mirror_patterns -default Lf Rt"));
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
+        h.drain_idle();
+        QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"lf", "plain"}));
+        QCOMPARE(patterns_of("lf"), QString("lf_ rt_"));
+        QCOMPARE(patterns_of("plain"), built_in);
+
+        QByteArray stream;
+        {
+            QDataStream out(&stream, QIODevice::WriteOnly);
+            out << qint32(6) << qint32(1) << qint32(0) << qint32(0) << QString("old") << QString() << qint32(0);
+        }
+        h.set_file_info("QuillmarshPickerData", QString(encode_picker_data(stream)));
+        QVERIFY(h.save_scene(older, nullptr));
+        QVERIFY(run(QString("file -f -open \"%1\"").arg(older)));
+        h.drain_idle();
+        QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"old"});
+        QCOMPARE(patterns_of("old"), QString("Lf Rt"));
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    // Patterns given to mirror_buttons serve that call alone.
+    void mirror_buttons_takes_patterns_for_one_call()
+    {
+        QVERIFY(run("createNode transform -n \"rig:lf_hand\" -ss; createNode transform -n \"rig:rt_hand\" -ss;"
+                    "select -r rig:lf_hand; QuillmarshPicker add_button 150 50 hand; QuillmarshPicker clear_background"));
+        QCOMPARE(result("QuillmarshPicker mirror_buttons 80 white -patterns lf_ rt_"), QStringList());
+        QCOMPARE(result("QuillmarshPicker get_button_properties object rig:rt_hand").mid(0, 2),
+                 (QStringList{"10", "50"}));
+        QCOMPARE(result("QuillmarshPicker get_mirror_patterns").join(' '), built_in);
     }
 };
 

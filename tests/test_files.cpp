@@ -8,6 +8,7 @@
 #include "model/picker_file.h"
 #include "model/safe_file.h"
 #include "model/scene_data.h"
+#include "model/side_patterns.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
 #include "window/picker_window.h"
@@ -41,11 +42,13 @@ QList<buttonAttributes> buttons(int count)
     return list;
 }
 
-// A picker file of nine buttons; `background` adds a real image.
-QByteArray nine_buttons(bool background = false)
+// A picker file of nine buttons; `background` adds a real image, and
+// `patterns` the side patterns after the buttons.
+QByteArray nine_buttons(bool background = false, const QStringList& patterns = {})
 {
     pkr_header header;
     header.name = "Hero";
+    header.mirrorPatterns = patterns;
     if (background) {
         QImage image(6, 4, QImage::Format_ARGB32);
         image.fill(Qt::darkCyan);
@@ -217,6 +220,15 @@ private slots:
         QByteArray both = pixels.left(pixels.size() - 2 * record - 3);
         QTest::newRow("damaged image, cut buttons")
             << both << 6 << "hero.pkr is damaged: 6 of 9 buttons were read.\n\n" + image + unbound;
+
+        const QString patterns = "The side patterns of hero.pkr could not be read; the picker mirrors by your "
+                                 "default ones.";
+        const QByteArray sided = nine_buttons(false, {"lf_", "rt_"});
+        QTest::newRow("side patterns cut short") << sided.left(sided.size() - 3) << 9 << patterns + unbound;
+        // "lf_" for "lf__": one pair on both sides.
+        QByteArray same = sided;
+        same.replace(QByteArray("\0r\0t\0_", 6), QByteArray("\0l\0f\0_", 6));
+        QTest::newRow("side patterns that make no pairs") << same << 9 << patterns + unbound;
     }
     void a_damaged_file_opens_with_what_was_read()
     {
@@ -469,7 +481,7 @@ private slots:
         const bool saved = window->do_save(view, place.filePath("link.pkr"));
         safe_file_testing::set_writer(nullptr);
         QVERIFY(saved);
-        QCOMPARE(contents(real), nine_buttons());
+        QCOMPARE(contents(real), nine_buttons(false, side_patterns::built_in()));
         QCOMPARE(link_target(place.filePath("link.pkr")), place.filePath("sub/link.pkr"));
         QCOMPARE(link_target(place.filePath("sub/link.pkr")), QString("../real.pkr"));
         // Never readable by more people than the file, not even for a moment.
@@ -525,7 +537,7 @@ private slots:
         for (const buttonAttributes& a : buttons(9))
             view->push_button(a, -1);
         QVERIFY(window->do_save(view, path));
-        QCOMPARE(contents(path), nine_buttons());
+        QCOMPARE(contents(path), nine_buttons(false, side_patterns::built_in()));
         // The old file's permissions for group and others carry over.
         QCOMPARE(int(QFile::permissions(path) & 0x00ff), int(QFileDevice::ReadGroup));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).filter(".tmp"), QStringList());

@@ -1,6 +1,7 @@
 // Mirroring buttons: how names, labels and scripts move to the other side,
 // where the copies land, and that the whole mirror is one exact undo step.
 #include "edit/mirror_command.h"
+#include "model/side_patterns.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
 
@@ -33,7 +34,7 @@ QStringList describe(const picker_view& view)
     return out;
 }
 
-const QStringList defaults = mirror::default_patterns();
+const QStringList defaults = side_patterns::built_in();
 
 } // namespace
 
@@ -43,7 +44,7 @@ class test_mirror : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void cleanup() { mirror::store_patterns({}); }
+    void cleanup() { side_patterns::set_user_default({}); }
 
     void names_data()
     {
@@ -104,22 +105,70 @@ private slots:
         QTest::newRow("only underscores") << QStringList{"__", "R_"} << "\"__\" has no letters or digits";
         QTest::newRow("namespace") << QStringList{"a:L", "R"} << "\"a:L\" may hold only letters, digits and _";
         QTest::newRow("same both sides") << QStringList{"L_", "L_"} << "\"L_\" is on both sides";
+        QStringList many;
+        for (int i = 0; i < 33; ++i)
+            many << QString("a%1").arg(i) << QString("b%1").arg(i);
+        QTest::newRow("too many") << many << "a picker holds at most 32 pairs of patterns";
+        QTest::newRow("too long") << QStringList{QString(65, 'L'), "R"} << "a pattern has at most 64 characters";
     }
 
+    // The user's default is what a picker starts with; a picker made
+    // before it changed keeps its own pairs.
     void patterns_are_checked_and_kept()
     {
         QFETCH(QStringList, pairs);
         QFETCH(QString, why);
-        QCOMPARE(mirror::check_patterns(pairs), why);
+        QCOMPARE(side_patterns::check(pairs), why);
         if (!why.isEmpty())
             return;
-        mirror::store_patterns(pairs);
-        QCOMPARE(mirror::patterns(), pairs);
-        QCOMPARE(mirror::map_name("hero:Lf_arm", mirror::patterns()), QString("hero:Rt_arm"));
-        QCOMPARE(mirror::map_name("hero:L_arm", mirror::patterns()), QString("hero:L_arm"));
+        picker_page before;
+        side_patterns::set_user_default(pairs);
+        picker_page after;
+        QCOMPARE(before.mirror_patterns(), defaults);
+        QCOMPARE(after.mirror_patterns(), pairs);
+        QCOMPARE(mirror::map_name("hero:Lf_arm", after.mirror_patterns()), QString("hero:Rt_arm"));
+        QCOMPARE(mirror::map_name("hero:L_arm", after.mirror_patterns()), QString("hero:L_arm"));
+        QVERIFY(!after.set_mirror_patterns({"L_"}));
+        QCOMPARE(after.mirror_patterns(), pairs);
         // Damaged settings fall back to the defaults rather than half-mapping.
         QSettings("Quillmarsh", "picker").setValue("mirrorPatterns", QStringList{"x"});
-        QCOMPARE(mirror::patterns(), defaults);
+        QCOMPARE(side_patterns::user_default(), defaults);
+    }
+
+    // A copy keeping a name of its own side would select the side it came
+    // from: nothing is made, and the warning names every such button with
+    // those names. A button on the axis is its own copy and is no reason.
+    void buttons_whose_names_do_not_map_are_refused()
+    {
+        recording_host host;
+        picker_view view(nullptr);
+        view.push_button(make_button(QPoint(10, 0), {"L_a"}), -1);
+        buttonAttributes back = make_button(QPoint(20, 0), {"L_b", "hero:spine", "grp|spine"});
+        back.label = "back";
+        view.push_button(back, -1);
+        buttonAttributes say = make_button(QPoint(30, 0), {"print \"hi\""});
+        say.kind = 1;
+        view.push_button(say, -1);
+        view.push_button(make_button(QPoint(55, 0), {"mid"}), -1);
+        view.push_button(make_button(QPoint(100, 0), {"R_a"}), -1);
+        for (int k = 0; k < 4; ++k)
+            view.page()->set_state(k, 1);
+        const QStringList before = describe(view);
+        view.mirror_buttons();
+        QCOMPARE(describe(view), before);
+        QCOMPARE(view.undoer()->count(), 0);
+        QCOMPARE(host.warnings,
+                 QStringList{"Mirror refused: the side patterns (L_/R_, _L/_R, left/right, Left/Right, LEFT/RIGHT) "
+                             "do not map these names of 2 buttons: back: hero:spine, grp|spine; the command button "
+                             "at 30, 0: its script."});
+
+        // With pairs that map them, the same buttons mirror.
+        host.warnings.clear();
+        QVERIFY(view.page()->set_mirror_patterns({"L_", "R_", "spine", "spine2"}));
+        view.page()->set_state(2, 0);
+        view.mirror_buttons();
+        QCOMPARE(view.buttons().size(), 6); // L_a's copy is there already
+        QCOMPARE(view.buttons().last().names, (QStringList{"R_b", "hero:spine2", "grp|spine2"}));
     }
 
     void mirror_is_one_exact_undo_step()

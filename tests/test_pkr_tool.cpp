@@ -260,6 +260,10 @@ private slots:
         buttonAttributes odd = usual[0];
         odd.size = 7; // the legacy size apart from the width
         QTest::newRow("legacy size") << file_bytes("odd", QString(), png_picture(), {odd}) << false;
+        pkr_header sided;
+        sided.name = "sided";
+        sided.mirrorPatterns = QStringList{"lf_", "rt_", "Left", "Right"};
+        QTest::newRow("side patterns") << write_pkr(sided, usual) << false;
     }
     void json_gives_back_the_same_file()
     {
@@ -395,6 +399,25 @@ private slots:
         QCOMPARE(pkr_json::from_json(json, dir.path(), header, buttons, &why), taken);
         if (taken)
             QCOMPARE(header.backgroundKey, key);
+    }
+
+    // The picker would not take patterns that make no pairs: neither does the JSON.
+    void json_side_patterns_must_make_pairs()
+    {
+        pkr_contents contents;
+        contents.header.mirrorPatterns = QStringList{"lf_", "rt_"};
+        const QByteArray json = pkr_json::to_json(contents, QString());
+        pkr_header header;
+        QList<buttonAttributes> buttons;
+        QString why;
+        for (const char* bad : {"[\"lf_\"]", "[]", "\"lf_ rt_\"", "[\"lf_\", 7]", "[\"lf:\", \"rt_\"]"}) {
+            const int at = json.indexOf("\"mirrorPatterns\": ") + 18;
+            const QByteArray broken = json.left(at) + bad + json.mid(json.indexOf(']', at) + 1);
+            QVERIFY2(!pkr_json::from_json(broken, dir.path(), header, buttons, &why), bad);
+            QVERIFY2(why.startsWith("mirrorPatterns: "), qPrintable(why));
+        }
+        QVERIFY(pkr_json::from_json(json, dir.path(), header, buttons, &why));
+        QCOMPARE(header.mirrorPatterns, (QStringList{"lf_", "rt_"}));
     }
 
     void tool_reads_pictures_only_beside_the_json_data()

@@ -67,7 +67,7 @@ private slots:
         // A fresh scene, as the window would see one.
         picker_main::deleteAllFn(nullptr);
         // Side patterns are kept between sessions; a test sees the defaults.
-        QVERIFY(h.execute("QuillmarshPicker set_mirror_patterns"));
+        QVERIFY(h.execute("QuillmarshPicker set_mirror_patterns -default"));
     }
 
     void namespace_script_lists_parents_first_data()
@@ -383,8 +383,9 @@ private slots:
             QTabWidget* tabs = window()->tabs();
             for (int i = 0; i < tabs->count(); ++i) {
                 auto* view = qobject_cast<picker_view*>(tabs->widget(i));
-                out << QString("tab %1 background %2x%3").arg(view->page()->name()).arg(view->background().width())
-                           .arg(view->background().height());
+                out << QString("tab %1 background %2x%3 patterns %4").arg(view->page()->name())
+                           .arg(view->background().width()).arg(view->background().height())
+                           .arg(view->page()->mirror_patterns().join(' '));
                 for (const buttonRecord& r : view->buttons())
                     out << QString("%1,%2 %3x%4 k%5 l%6 %7 %8 '%9' %10")
                                .arg(r.pos.x()).arg(r.pos.y()).arg(r.width).arg(r.height).arg(r.kind)

@@ -10,6 +10,7 @@
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "model/scene_writer.h"
+#include "model/side_patterns.h"
 
 #include <QCryptographicHash>
 #include <QImageWriter>
@@ -369,6 +370,7 @@ private slots:
         drawn.set_background("12", filled_picture(3, 2, Qt::green));
         drawn.insert(button_at(QPoint(7, 8), {"rig:arm"}, "arm"));
         empty.set_name("face");
+        empty.set_mirror_patterns({"lf_", "rt_"});
         QByteArray written;
         {
             QDataStream out(&written, QIODevice::WriteOnly);
@@ -381,6 +383,8 @@ private slots:
                 << qint32(0) << QPoint(7, 8) << qint32(20) << qint32(20) << qint32(20) << qint32(0) << qint32(0)
                 << quint32(0x3366cc) << quint32(0xffffff) << QString("arm") << qint32(1) << QString("rig:arm")
                 << qint32(1) << QString("face") << QString() << qint32(0);
+            // Each tab's side patterns after the last tab: "QPAT", the count, the lists.
+            out << quint32(0x51504154) << qint32(2) << side_patterns::built_in() << QStringList{"lf_", "rt_"};
         }
         QCOMPARE(written.toHex(), expected.toHex());
         QDataStream in(written);
@@ -390,6 +394,7 @@ private slots:
         QCOMPARE(got.tabs[0].key, QString("12"));
         QVERIFY(got.tabs[0].background.isNull() && !got.tabs[0].image_refused && !got.damaged);
         QCOMPARE(got.tabs[0].buttons.size(), 1);
+        QCOMPARE(got.tabs[1].mirror_patterns, (QStringList{"lf_", "rt_"}));
     }
 };
 

@@ -482,6 +482,52 @@ private slots:
         QCOMPARE(got.header.name, QString("Hero"));
     }
 
+    // The side patterns follow the buttons in a tagged block; other bytes
+    // there are left alone, and a block that is cut, over a limit or no
+    // pairs costs the patterns only (never more memory than its bytes).
+    void side_patterns_after_the_buttons_data()
+    {
+        QTest::addColumn<QByteArray>("tail");
+        QTest::addColumn<QStringList>("patterns");
+        QTest::addColumn<bool>("damaged");
+        const quint32 tag = 0x51504154; // "QPAT"
+        QTest::newRow("none, as older files") << QByteArray() << QStringList() << false;
+        QTest::newRow("a pair") << bytes().u32(tag).i32(1).i32(2).str("lf_").str("rt_").data
+                                << QStringList{"lf_", "rt_"} << false;
+        QTest::newRow("other bytes") << QByteArray("junk after") << QStringList() << false;
+        QTest::newRow("cut short") << bytes().u32(tag).i32(1).i32(2).str("lf_").data << QStringList() << true;
+        QTest::newRow("a pattern claiming a gigabyte")
+            << bytes().u32(tag).i32(1).i32(2).u32(0x40000000).data << QStringList() << true;
+        QTest::newRow("a pattern of 65 characters")
+            << bytes().u32(tag).i32(1).i32(2).str(QString(65, 'L')).str("R").data << QStringList() << true;
+        QTest::newRow("a billion patterns") << bytes().u32(tag).i32(1).i32(1 << 30).data << QStringList() << true;
+        QTest::newRow("two lists for one picker")
+            << bytes().u32(tag).i32(2).i32(2).str("lf_").str("rt_").i32(0).data << QStringList() << true;
+        QTest::newRow("no pairs") << bytes().u32(tag).i32(1).i32(2).str("lf_").str("lf_").data << QStringList()
+                                  << true;
+    }
+    void side_patterns_after_the_buttons()
+    {
+        QFETCH(QByteArray, tail);
+        QFETCH(QStringList, patterns);
+        QFETCH(bool, damaged);
+        pkr_header header;
+        header.name = "Hero";
+        QByteArray data = write_pkr(header, picker_buttons()) + tail;
+        QBuffer device(&data);
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        pkr_contents got;
+        QVERIFY(read_pkr(device, got, nullptr));
+        QCOMPARE(got.buttons.size(), 3);
+        QCOMPARE(got.header.mirrorPatterns, patterns);
+        QCOMPARE(got.damaged, damaged);
+        QCOMPARE(got.patterns_damaged, damaged);
+        if (!patterns.isEmpty()) {
+            header.mirrorPatterns = patterns;
+            QCOMPARE(write_pkr(header, picker_buttons()).toHex(), data.toHex());
+        }
+    }
+
     void background_images_data()
     {
         QTest::addColumn<QByteArray>("pixmap");

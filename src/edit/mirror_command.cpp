@@ -6,13 +6,10 @@
 #include "window/window_texts.h"
 
 #include <QSet>
-#include <QSettings>
 
 namespace mirror {
 
 namespace {
-
-const char* const settings_key = "mirrorPatterns";
 
 // A pattern without the underscores that tie it to a name's start or end.
 QString letters(const QString& pattern)
@@ -50,6 +47,18 @@ bool swap_in(const QString& word, const QString& from, const QString& to, QStrin
     return false;
 }
 
+// The first `most` items, and how many more there are: a message stays
+// readable for a button with thousands of names.
+QString shortened(const QStringList& items, int most, const char* what, const char* separator = ", ")
+{
+    if (items.size() <= most)
+        return items.join(separator);
+    return QString("%1%2and %3 more %4")
+        .arg(items.mid(0, most).join(separator), separator)
+        .arg(items.size() - most)
+        .arg(what);
+}
+
 QString map_word(const QString& word, const QStringList& pairs)
 {
     QString out;
@@ -61,47 +70,6 @@ QString map_word(const QString& word, const QStringList& pairs)
 }
 
 } // namespace
-
-QStringList default_patterns()
-{
-    return {"L_", "R_", "_L", "_R", "left", "right", "Left", "Right", "LEFT", "RIGHT"};
-}
-
-QStringList patterns()
-{
-    QSettings settings("Quillmarsh", "picker");
-    const QStringList stored = settings.value(settings_key).toStringList();
-    // Settings edited by hand are used only when they still make pairs.
-    if (stored.isEmpty() || !check_patterns(stored).isEmpty())
-        return default_patterns();
-    return stored;
-}
-
-void store_patterns(const QStringList& pairs)
-{
-    QSettings settings("Quillmarsh", "picker");
-    if (pairs.isEmpty())
-        settings.remove(settings_key);
-    else
-        settings.setValue(settings_key, pairs);
-}
-
-QString check_patterns(const QStringList& pairs)
-{
-    if (pairs.size() % 2 != 0)
-        return "patterns come in pairs: left, right";
-    for (int i = 0; i < pairs.size(); ++i) {
-        const QString& p = pairs[i];
-        if (letters(p).isEmpty())
-            return QString("\"%1\" has no letters or digits").arg(p);
-        for (QChar c : p)
-            if (!is_name_char(c))
-                return QString("\"%1\" may hold only letters, digits and _").arg(p);
-        if (i % 2 == 1 && p == pairs[i - 1])
-            return QString("\"%1\" is on both sides").arg(p);
-    }
-    return QString();
-}
 
 QString map_name(const QString& name, const QStringList& pairs)
 {
@@ -156,7 +124,7 @@ int default_twice_axis(const picker_page* page)
 }
 
 QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<int>& rows, int twiceAxis,
-                                        const QStringList& pairs, int* alreadyThere)
+                                        const QStringList& pairs, int* alreadyThere, QStringList* unmapped)
 {
     auto key = [](const buttonAttributes& a) {
         return QString("%1 %2 %3 %4").arg(a.kind).arg(a.pos.x()).arg(a.pos.y()).arg(a.names.join('\n'));
@@ -166,27 +134,67 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
         present.insert(key(r));
     if (alreadyThere)
         *alreadyThere = 0;
+    if (unmapped)
+        unmapped->clear();
     QList<buttonAttributes> copies;
+    QStringList report;
     for (int row : rows) {
         if (row < 0 || row >= page->count())
             continue;
-        buttonAttributes a = page->at(row);
+        const buttonAttributes& from = page->at(row);
+        buttonAttributes a = from;
         a.pos.setX(twiceAxis - a.pos.x());
         a.label = map_label(a.label, pairs);
+        QStringList kept;
         if (a.kind == 0) {
-            for (QString& name : a.names)
-                name = map_name(name, pairs);
+            QSet<QString> seen;
+            for (int i = 0; i < a.names.size(); ++i) {
+                a.names[i] = map_name(from.names[i], pairs);
+                if (a.names[i] == from.names[i] && !seen.contains(from.names[i])) {
+                    seen.insert(from.names[i]);
+                    kept << from.names[i];
+                }
+            }
         } else if (!a.names.isEmpty()) {
             a.names[0] = map_script(a.names[0], pairs);
+            if (a.names[0] == from.names[0])
+                kept << "its script";
         }
+        // A button on the axis is its own copy: there is nothing to make.
         if (present.contains(key(a))) {
             if (alreadyThere)
                 ++*alreadyThere;
             continue;
         }
+        if (!kept.isEmpty()) {
+            const QString names = shortened(kept, 5, "names");
+            if (!from.label.isEmpty())
+                report << QString("%1: %2").arg(from.label, names);
+            else if (a.kind == 0)
+                report << names;
+            else
+                report << QString("the command button at %1, %2: its script").arg(from.pos.x()).arg(from.pos.y());
+        }
         copies << a;
     }
+    if (!report.isEmpty()) {
+        copies.clear();
+        if (unmapped)
+            *unmapped = report;
+    }
     return copies;
+}
+
+QString unmapped_reason(const QStringList& report, const QStringList& pairs)
+{
+    QStringList shown;
+    for (int i = 0; i + 1 < pairs.size(); i += 2)
+        shown << pairs[i] + "/" + pairs[i + 1];
+    return QString("the side patterns (%1) do not map these names of %2 button%3: %4")
+        .arg(shown.join(", "))
+        .arg(report.size())
+        .arg(report.size() == 1 ? "" : "s")
+        .arg(shortened(report, 10, "buttons", "; "));
 }
 
 QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* missingNames)

@@ -8,7 +8,8 @@
 // with '_' a suffix ("arm_L"), any other either ("leftArm", "arm_left"). A
 // segment equal to a pattern's letters ("L" for "L_") swaps whole. Only the
 // first match counts; matching is case-sensitive, so each spelling a rig
-// uses is a pattern of its own.
+// uses is a pattern of its own. Each picker keeps its pairs
+// (picker_page::mirror_patterns, model/side_patterns.h).
 #pragma once
 
 #include "edit/button_commands.h"
@@ -21,15 +22,6 @@
 #include <QVector>
 
 namespace mirror {
-
-// L_ R_ _L _R left right Left Right LEFT RIGHT, as a flat list of pairs.
-QStringList default_patterns();
-// The patterns the TD set (kept in the picker's settings), or the defaults.
-QStringList patterns();
-// Keeps the pairs for later sessions; an empty list means the defaults.
-void store_patterns(const QStringList& pairs);
-// Why the list cannot be used as pairs; empty when it can.
-QString check_patterns(const QStringList& pairs);
 
 // One object name ("ns:L_arm|ns:L_hand.tx") on the other side.
 QString map_name(const QString& name, const QStringList& pairs);
@@ -45,8 +37,17 @@ int default_twice_axis(const picker_page* page);
 // Copies of the page's buttons at these rows, flipped to x' = twiceAxis - x.
 // A copy the page already has (same kind, place and objects: a button on
 // the axis, or a side mirrored before) is left out and counted in alreadyThere.
+// A copy would lie if it kept an object of the side it came from, so when a
+// button to be copied has a name the pairs leave as it is (or a command
+// button a script they leave as it is), there are no copies at all:
+// *unmapped gets each such button as its label (or place) with those names.
 QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<int>& rows, int twiceAxis,
-                                        const QStringList& pairs, int* alreadyThere = nullptr);
+                                        const QStringList& pairs, int* alreadyThere = nullptr,
+                                        QStringList* unmapped = nullptr);
+// Why nothing was mirrored, for an unmapped report: "the side patterns
+// (L_/R_, ...) do not map these names of 2 buttons: arm: rig:arm; go: its
+// script".
+QString unmapped_reason(const QStringList& report, const QStringList& pairs);
 
 // The copies whose selection objects are not all in the scene, each as its
 // label (or first object) with the missing names: empty when all exist.

@@ -50,4 +50,8 @@ constexpr qint64 max_total_image_pixels = 4 * max_image_pixels;
 // A .pkr file, and the uncompressed window stream of a scene.
 constexpr qint64 max_file_bytes = qint64(64) << 20;
 constexpr qint64 max_scene_data_bytes = qint64(64) << 20;
+// Side patterns of one picker (both sides counted) and the characters of
+// one: a rig spells its sides a handful of ways, each a few letters.
+constexpr qint32 max_side_patterns = 64;
+constexpr int max_side_pattern_chars = 64;
 } // namespace limits

@@ -474,6 +474,9 @@ bool picker_book::stream_from(QDataStream& in)
         else
             place_background(page, tab.key, tab.background);
         page->insert_all(std::move(tab.buttons));
+        // Data written before pages kept patterns leaves the user's default.
+        if (!tab.mirror_patterns.isEmpty())
+            page->set_mirror_patterns(tab.mirror_patterns);
         // The scene holds the page as it is; only a file's copy can be behind.
         page->mark_saved();
         declared += tab.declared;
@@ -492,6 +495,8 @@ bool picker_book::stream_from(QDataStream& in)
             lost << QString("%1 of %2 buttons").arg(read).arg(declared);
         if (refused)
             lost << QString("%1 background image%2 refused").arg(refused).arg(refused > 1 ? "s" : "");
+        if (contents.patterns_damaged)
+            lost << "the side patterns (the tabs mirror by the default ones)";
         if (lost.isEmpty())
             lost << QString("%1 tabs and %2 buttons").arg(contents.tabs.size()).arg(read);
         damage_ = lost.join(", ");

@@ -70,6 +70,13 @@ bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
         in, header.version, budget, [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names);
     out.declared = list.declared;
     out.damaged = list.damaged;
+    if (stream_ok(in)) {
+        QList<QStringList> lists;
+        const patterns_read got = read_side_patterns(in, lists, 1);
+        header.mirrorPatterns = lists.value(0);
+        out.damaged = out.damaged || got == patterns_read::damaged;
+        out.patterns_damaged = got == patterns_read::damaged;
+    }
     return true;
 }
 
@@ -82,6 +89,8 @@ QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& bu
     current.version = picker_format::current_version;
     write_pkr_header(out, current);
     write_button_list(out, buttons);
+    if (!header.mirrorPatterns.isEmpty())
+        write_side_patterns(out, {header.mirrorPatterns});
     return bytes;
 }
 
@@ -142,6 +151,14 @@ bool read_window_stream(QDataStream& in, window_contents& out)
         out.tabs.append(tab);
         if (!stream_ok(in))
             break;
+    }
+    if (stream_ok(in) && out.tabs.size() == tabs) {
+        QList<QStringList> lists;
+        const patterns_read got = read_side_patterns(in, lists, limits::max_tabs);
+        for (int i = 0; i < lists.size() && i < out.tabs.size(); ++i)
+            out.tabs[i].mirror_patterns = lists[i];
+        out.patterns_damaged = got == patterns_read::damaged;
+        out.damaged = out.damaged || out.patterns_damaged;
     }
     return true;
 }

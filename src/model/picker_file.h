@@ -16,12 +16,14 @@ struct pkr_contents {
     qint32 declared = 0;               // the button count the file claims
     bool image_refused = false;        // image over the pixel limit or not decodable
     bool damaged = false;              // stream stopped early or records were dropped
+    bool patterns_damaged = false;     // the side patterns after the buttons were unreadable
 };
 
 // Reads a whole .pkr from the device. False, with *error set to a short reason,
 // when the bytes are not a picker file at all (empty, text, random, truncated header).
 bool read_pkr(QIODevice& device, pkr_contents& out, QString* error);
-// The bytes of a .pkr file (stream version Qt_4_0, format version 5).
+// The bytes of a .pkr file (stream version Qt_4_0, format version 5), with
+// the header's side patterns after the buttons when it has any.
 QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& buttons);
 
 struct window_tab {
@@ -32,6 +34,8 @@ struct window_tab {
     bool image_refused = false;
     QVector<buttonAttributes> buttons;
     qint32 declared = 0;
+    // From the block after the last tab; empty when the stream has none.
+    QStringList mirror_patterns;
 };
 
 struct window_contents {
@@ -42,9 +46,11 @@ struct window_contents {
     bool too_new = false;
     bool unknown = false; // a version below 1: no picker wrote it
     bool damaged = false;
+    bool patterns_damaged = false;
 };
 
-// Reads a window stream (scene data), versions 1 to 6. too_new: a later
+// Reads a window stream (scene data), versions 1 to 6, and the side
+// patterns block after its last tab when there is one. too_new: a later
 // version, unknown: below 1; nothing is read past either. False when the
 // stream holds no window at all, or one of those. The pictures of older
 // streams share one pixel budget, and a picture that several tabs carry is

@@ -5,6 +5,7 @@
 #include "model/limits.h"
 #include "model/namespaces.h"
 #include "model/picker_stream.h"
+#include "model/side_patterns.h"
 
 #include <QGuiApplication>
 
@@ -48,7 +49,7 @@ bool conform_buttons(QList<buttonRecord>& buttons, const Selected& selected)
 
 } // namespace
 
-picker_page::picker_page(QObject* parent) : QObject(parent) {}
+picker_page::picker_page(QObject* parent) : QObject(parent), mirrorPatterns_(side_patterns::user_default()) {}
 
 // ----- Reading
 
@@ -438,6 +439,17 @@ void picker_page::set_path(const QString& path)
         return;
     path_ = path;
     notify(page_field::path, -1);
+}
+
+bool picker_page::set_mirror_patterns(const QStringList& pairs)
+{
+    if (!side_patterns::check(pairs).isEmpty() || pairs.isEmpty())
+        return false;
+    if (pairs != mirrorPatterns_) {
+        mirrorPatterns_ = pairs;
+        notify(page_field::patterns, -1);
+    }
+    return true;
 }
 
 QStringList picker_page::namespaces() const

@@ -11,6 +11,7 @@
 #include <QList>
 #include <QObject>
 #include <QSet>
+#include <QStringList>
 #include <QVector>
 
 // What an edit changed. Fields other than `state` and `path` are what
@@ -26,7 +27,8 @@ enum : unsigned {
     name = 1u << 6,
     path = 1u << 7,
     state = 1u << 8,      // which buttons are lit (not stored)
-    stored = position | size | look | binding | layout | background | name
+    patterns = 1u << 9,   // the side patterns mirroring maps names by
+    stored = position | size | look | binding | layout | background | name | patterns
 };
 }
 
@@ -150,6 +152,11 @@ public:
     void set_name(const QString& name);
     const QString& path() const { return path_; }
     void set_path(const QString& path);
+    // The side patterns mirroring maps this picker's names by: the user's
+    // default when the page is made, then its own (files and the scene keep
+    // them). Pairs that side_patterns::check refuses are not taken.
+    const QStringList& mirror_patterns() const { return mirrorPatterns_; }
+    bool set_mirror_patterns(const QStringList& pairs);
     // Whether anything a picker file stores changed since the page was last
     // marked saved (made, opened, saved or restored as it was stored).
     bool modified() const { return storedEdits_ != savedEdits_; }
@@ -199,6 +206,7 @@ private:
     png_picture background_;
     QString name_;
     QString path_;
+    QStringList mirrorPatterns_;
 
     mutable QHash<button_id, int> index_;
     mutable bool indexValid_ = true;

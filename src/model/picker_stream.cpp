@@ -1,6 +1,7 @@
 #include "model/picker_stream.h"
 
 #include "model/limits.h"
+#include "model/side_patterns.h"
 
 #include <QIODevice>
 
@@ -71,6 +72,38 @@ void skip_string(QDataStream& in)
     const int want = int(std::min<quint32>(bytes, INT_MAX));
     if (bytes > quint32(INT_MAX) || in.skipRawData(want) != want)
         in.setStatus(QDataStream::ReadPastEnd);
+}
+
+// A string of at most `most` characters; a longer claim fails the stream
+// before anything is allocated for it.
+bool read_short_string(QDataStream& in, int most, QString& out)
+{
+    out.clear();
+    quint32 bytes = 0;
+    in >> bytes;
+    if (!stream_ok(in))
+        return false;
+    if (bytes == 0xffffffffu) {
+        out = QString();
+        return true;
+    }
+    if ((bytes & 1) || bytes > quint32(2 * most)) {
+        in.setStatus(QDataStream::ReadCorruptData);
+        return false;
+    }
+    QByteArray raw(int(bytes), Qt::Uninitialized);
+    if (in.readRawData(raw.data(), raw.size()) != raw.size()) {
+        in.setStatus(QDataStream::ReadPastEnd);
+        return false;
+    }
+    const bool big = in.byteOrder() == QDataStream::BigEndian;
+    out.reserve(raw.size() / 2);
+    for (int i = 0; i + 1 < raw.size(); i += 2) {
+        const ushort hi = uchar(raw[big ? i : i + 1]);
+        const ushort lo = uchar(raw[big ? i + 1 : i]);
+        out.append(QChar(ushort(hi << 8 | lo)));
+    }
+    return true;
 }
 
 // The end chunk with its fixed CRC: what a damaged PNG is resynchronised on.
@@ -309,4 +342,49 @@ bool read_pkr_header(QDataStream& in, pkr_header& header, bool* image_refused)
             *image_refused = got == picture_read::refused;
     }
     return stream_ok(in);
+}
+
+void write_side_patterns(QDataStream& out, const QList<QStringList>& lists)
+{
+    out << picker_format::patterns_tag << qint32(lists.size());
+    for (const QStringList& list : lists) {
+        out << qint32(list.size());
+        for (const QString& pattern : list)
+            out << pattern;
+    }
+}
+
+patterns_read read_side_patterns(QDataStream& in, QList<QStringList>& lists, qint32 most)
+{
+    lists.clear();
+    if (!stream_ok(in) || in.atEnd())
+        return patterns_read::absent;
+    quint32 tag = 0;
+    in >> tag;
+    if (!stream_ok(in) || tag != picker_format::patterns_tag)
+        return patterns_read::absent;
+    qint32 count = 0;
+    in >> count;
+    if (!stream_ok(in) || count < 0 || count > most)
+        return patterns_read::damaged;
+    bool damaged = false;
+    for (qint32 i = 0; i < count; ++i) {
+        qint32 size = 0;
+        in >> size;
+        if (!stream_ok(in) || size < 0 || size > limits::max_side_patterns)
+            return patterns_read::damaged;
+        QStringList list;
+        for (qint32 j = 0; j < size; ++j) {
+            QString pattern;
+            if (!read_short_string(in, limits::max_side_pattern_chars, pattern))
+                return patterns_read::damaged;
+            list.append(pattern);
+        }
+        if (!list.isEmpty() && !side_patterns::check(list).isEmpty()) {
+            list.clear();
+            damaged = true;
+        }
+        lists.append(list);
+    }
+    return damaged ? patterns_read::damaged : patterns_read::read;
 }

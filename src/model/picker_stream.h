@@ -11,6 +11,7 @@
 #include <QDataStream>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -23,6 +24,11 @@ constexpr qint32 window_version = 6;
 // .pkr files are always read and written at this QDataStream version.
 constexpr int pkr_stream_version = QDataStream::Qt_4_0;
 constexpr qint32 payload_version = 1;
+// Marks the block of side patterns that may follow a .pkr's button list and
+// a window stream's last tab ("QPAT"). Readers that predate it stop before
+// it, so files and scenes that carry patterns still open in them; a reader
+// that meets other bytes there leaves them alone.
+constexpr quint32 patterns_tag = 0x51504154;
 // The clipboard format of copied buttons.
 const char* const clipboard_mime = "application/x-qt-picker-mime;value=\"buttons\"";
 } // namespace picker_format
@@ -65,6 +71,16 @@ void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& butt
 // Empty for a payload of another version or a bad count.
 QList<buttonAttributes> readButtonAttributes(QDataStream& in);
 
+// The side patterns block: the tag, the number of lists, then each list as
+// a count and its strings. An empty list stands for "none kept".
+void write_side_patterns(QDataStream& out, const QList<QStringList>& lists);
+// absent: the stream ends, or holds something else, where the block would
+// be. damaged: the block is cut short or holds more than `most` lists, or
+// a list that is not usable pairs (that list reads as empty); the lists
+// read whole are kept. Nothing read costs more than the limits allow.
+enum class patterns_read { absent, read, damaged };
+patterns_read read_side_patterns(QDataStream& in, QList<QStringList>& lists, qint32 most);
+
 // The head of a .pkr file, in front of the view's button list. The caller
 // sets the stream version to picker_format::pkr_stream_version.
 struct pkr_header {
@@ -72,6 +88,9 @@ struct pkr_header {
     QString name;
     QString backgroundKey; // empty: no picture follows
     png_picture background;
+    // Kept after the button list (write_pkr, read_pkr); empty when the
+    // file carries none.
+    QStringList mirrorPatterns;
 };
 void write_pkr_header(QDataStream& out, const pkr_header& header);
 // False when the stream failed before the header was complete. An image

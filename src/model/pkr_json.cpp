@@ -3,6 +3,7 @@
 #include "model/limits.h"
 #include "model/safe_file.h"
 #include "model/scene_data.h"
+#include "model/side_patterns.h"
 
 #include <QColor>
 #include <QDir>
@@ -164,6 +165,27 @@ QByteArray read_picture_file(const QString& name, const QString& base_dir, pictu
     return png;
 }
 
+// Side patterns as the picker takes them: pairs of strings, at least one.
+QStringList read_patterns(const QJsonValue& value)
+{
+    const QString where = "mirrorPatterns";
+    if (!value.isArray())
+        fail(where, "must be a list of strings");
+    const QJsonArray array = value.toArray();
+    if (array.size() > limits::max_side_patterns)
+        fail(where, QString("a picker holds at most %1 pairs of patterns").arg(limits::max_side_patterns / 2));
+    QStringList pairs;
+    for (const QJsonValue& v : array) {
+        if (!v.isString())
+            fail(where, "must be a list of strings");
+        pairs << v.toString();
+    }
+    const QString why = pairs.isEmpty() ? QString("must hold at least one pair") : side_patterns::check(pairs);
+    if (!why.isEmpty())
+        fail(where, why);
+    return pairs;
+}
+
 buttonAttributes read_button(const QJsonValue& value, int index)
 {
     const QString where = QString("buttons[%1]").arg(index);
@@ -299,6 +321,8 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
             background.insert("file", image_file);
     }
     root.insert("background", background);
+    if (!header.mirrorPatterns.isEmpty())
+        root.insert("mirrorPatterns", QJsonArray::fromStringList(header.mirrorPatterns));
     QJsonArray buttons;
     for (const buttonAttributes& a : picker.buttons) {
         QJsonObject o;
@@ -341,7 +365,8 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         if (!doc.isObject())
             fail(QString(), "not a picker: the text is not a JSON object");
         const QJsonObject root = doc.object();
-        known_keys_only(root, {"format", "formatVersion", "name", "background", "buttons"}, QString());
+        known_keys_only(root, {"format", "formatVersion", "name", "background", "mirrorPatterns", "buttons"},
+                        QString());
         if (required(root, "format", QString()).toString() != QLatin1String(format_name))
             fail("format", QString("must be \"%1\": this is not a picker").arg(format_name));
         const int version = read_int(root, "formatVersion", QString(), 1, 1000);
@@ -351,6 +376,8 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         pkr_header h;
         h.name = read_text(root, "name", QString());
         read_background(root.value("background"), base_dir, pictures, h);
+        if (root.contains("mirrorPatterns"))
+            h.mirrorPatterns = read_patterns(root.value("mirrorPatterns"));
         const QJsonValue list = required(root, "buttons", QString());
         if (!list.isArray())
             fail("buttons", "must be a list");
@@ -364,6 +391,11 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         // a picker too large for one is refused before it is made.
         qint64 bytes = 4 + 4 + 2 * qint64(h.name.size()) + 4 + 2 * qint64(h.backgroundKey.size())
                      + h.background.png().size() + 4;
+        // The patterns' block: tag, one list, its count, the strings.
+        if (!h.mirrorPatterns.isEmpty())
+            bytes += 12;
+        for (const QString& pattern : h.mirrorPatterns)
+            bytes += 4 + 2 * qint64(pattern.size());
         for (int i = 0; i < array.size(); ++i) {
             read.append(read_button(array.at(i), i));
             // A file the picker would read only in part is not written at all.

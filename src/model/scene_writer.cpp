@@ -12,6 +12,18 @@ namespace {
 constexpr int chunk_records = 128;
 constexpr int record_level = 6;
 
+// After the tabs, where readers that predate the patterns stop; no tabs
+// carry none.
+void write_patterns(QDataStream& out, const QVector<const picker_page*>& pages)
+{
+    if (pages.isEmpty())
+        return;
+    QList<QStringList> lists;
+    for (const picker_page* page : pages)
+        lists.append(page->mirror_patterns());
+    write_side_patterns(out, lists);
+}
+
 } // namespace
 
 void write_window_stream(QDataStream& out, const QVector<const picker_page*>& pages, int current)
@@ -22,6 +34,7 @@ void write_window_stream(QDataStream& out, const QVector<const picker_page*>& pa
         out << qint32(i) << page->name() << page->background_key();
         write_button_list(out, page->attributes());
     }
+    write_patterns(out, pages);
 }
 
 QByteArray scene_writer::encode(const QVector<const picker_page*>& pages, int current)
@@ -63,6 +76,10 @@ QByteArray scene_writer::encode(const QVector<const picker_page*>& pages, int cu
             refresh_piece(chunks[c], raw, record_level);
             pieces.append(chunks[c]);
         }
+    }
+    {
+        QDataStream out(&head, QIODevice::Append);
+        write_patterns(out, pages);
     }
     close_head();
     // Pages that are gone take their pieces with them.

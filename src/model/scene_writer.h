@@ -12,7 +12,8 @@
 #include <QVector>
 
 // The window stream: format version, tab count, current tab, then each tab
-// (index, name, background key, buttons). The pictures are not in it: each
+// (index, name, background key, buttons), then each tab's side patterns.
+// The pictures are not in it: each
 // lives in the scene entry of its key.
 void write_window_stream(QDataStream& out, const QVector<const picker_page*>& pages, int current);
 

@@ -6,6 +6,7 @@
 #include "model/object_names.h"
 #include "model/picker_host.h"
 #include "model/scene_room.h"
+#include "model/side_patterns.h"
 #include "plugin/picker_main.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
@@ -43,6 +44,9 @@ MStatus wrong_count(const char* directive)
 }
 
 const char* const not_found = "Couldn't find any matching buttons!";
+// The words that are no side pattern ('-' is no name character).
+const QString patterns_flag = QStringLiteral("-patterns");
+const QString default_flag = QStringLiteral("-default");
 
 // Arguments read strictly: a typo in a build script is an error that
 // changes nothing, never a silent 0 or black.
@@ -439,19 +443,33 @@ MStatus picker_main::press_button(const MStringArray& args)
     });
 }
 
-// mirror_buttons [x [colour [label colour]]]: the fully selected buttons
-// about x (empty: the picture's middle), the copies optionally recoloured.
+// mirror_buttons [x [colour [label colour]]] [-patterns A B ...]: the fully
+// selected buttons about x (empty: the picture's middle), the copies
+// optionally recoloured, their names mapped by the picker's side patterns
+// or by those given for this call alone. Nothing is made when any button's
+// names would not map: its copy would select the side it came from.
 MStatus picker_main::mirror_buttons(const MStringArray& args)
 {
     const char* directive = "mirror_buttons";
     picker_page* page = current_page();
     if (!page)
         return MStatus::kSuccess;
-    if (args.length() > 3)
+    const QStringList all = MStringArrayToQStringList(args);
+    const int flag = all.indexOf(patterns_flag);
+    const QStringList given = flag < 0 ? QStringList() : all.mid(flag + 1);
+    if (flag >= 0) {
+        const QString why = given.isEmpty() ? QString("%1 needs at least one pair").arg(patterns_flag)
+                                            : side_patterns::check(given);
+        if (!why.isEmpty())
+            return script_error(directive, why);
+    }
+    const unsigned positional = flag < 0 ? args.length() : unsigned(flag);
+    if (positional > 3)
         return wrong_count(directive);
+    const QStringList pairs = flag < 0 ? page->mirror_patterns() : given;
     reader in{directive, args};
     int twiceAxis = mirror::default_twice_axis(page);
-    if (!text_at(args, 0).isEmpty()) {
+    if (positional > 0 && !text_at(args, 0).isEmpty()) {
         const double x = in.number(0, "x");
         if (in.ok() && std::fabs(x) > limits::max_coordinate)
             in.status = script_error(directive, QString("x must be between %1 and %2, not %3")
@@ -460,15 +478,18 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
                                                     .arg(text_at(args, 0)));
         twiceAxis = int(std::lround(2 * x));
     }
-    const bool recolour = !text_at(args, 1).isEmpty();
-    const bool relabel = !text_at(args, 2).isEmpty();
+    const bool recolour = positional > 1 && !text_at(args, 1).isEmpty();
+    const bool relabel = positional > 2 && !text_at(args, 2).isEmpty();
     const QRgb color = recolour ? in.color(1, "the colour") : 0;
     const QRgb labelColor = relabel ? in.color(2, "the label colour") : 0;
     if (!in.ok())
         return in.status;
     int alreadyThere = 0;
+    QStringList unmapped;
     QList<buttonAttributes> copies =
-        mirror::mirrored_copies(page, page->lit_rows(), twiceAxis, mirror::patterns(), &alreadyThere);
+        mirror::mirrored_copies(page, page->lit_rows(), twiceAxis, pairs, &alreadyThere, &unmapped);
+    if (!unmapped.isEmpty())
+        return script_error(directive, "nothing was mirrored: " + mirror::unmapped_reason(unmapped, pairs));
     const QString why = no_room(book()->pages(), page, copies.size(), 0, names_in(copies));
     if (!why.isEmpty())
         return script_error(directive, why);
@@ -496,22 +517,46 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
     return MStatus::kSuccess;
 }
 
-// Pairs of side patterns, kept for later sessions and the context menu;
-// none puts the defaults back.
+// set_mirror_patterns [-default] A B [A B ...]: pairs of side patterns for
+// the current picker, which keeps them in its file and the scene; with
+// -default, the user's default instead (for new pickers, and pickers read
+// from files or scenes that carry none), kept for later sessions. No pairs:
+// the picker takes the user's default, or the default goes back to the
+// built-in pairs.
 MStatus picker_main::set_mirror_patterns(const MStringArray& args)
 {
-    const QStringList pairs = MStringArrayToQStringList(args);
-    const QString why = mirror::check_patterns(pairs);
+    const char* directive = "set_mirror_patterns";
+    QStringList pairs = MStringArrayToQStringList(args);
+    const bool user_default = !pairs.isEmpty() && pairs.first() == default_flag;
+    if (user_default)
+        pairs.removeFirst();
+    const QString why = side_patterns::check(pairs);
     if (!why.isEmpty())
-        return script_error("set_mirror_patterns", why);
-    mirror::store_patterns(pairs);
+        return script_error(directive, why);
+    if (user_default) {
+        side_patterns::set_user_default(pairs);
+        return MStatus::kSuccess;
+    }
+    // Pairs set for no picker would be lost without a word.
+    picker_page* page = current_page();
+    if (!page)
+        return script_error(directive, QString("there is no picker to set them for (%1 sets the pairs new "
+                                               "pickers start with)").arg(default_flag));
+    page->set_mirror_patterns(pairs.isEmpty() ? side_patterns::user_default() : pairs);
     return MStatus::kSuccess;
 }
 
-MStatus picker_main::get_mirror_patterns(const MStringArray&)
+// get_mirror_patterns [-default]: the current picker's pairs (without a
+// picker, the user's default), or with -default the user's default.
+MStatus picker_main::get_mirror_patterns(const MStringArray& args)
 {
+    const QStringList given = MStringArrayToQStringList(args);
+    if (given.size() > 1 || (given.size() == 1 && given.first() != default_flag))
+        return wrong_count("get_mirror_patterns");
+    const picker_page* page = given.isEmpty() ? current_page() : nullptr;
     MPxCommand::clearResult();
-    MPxCommand::appendToResult(QStringListToMStringArray(mirror::patterns()));
+    MPxCommand::appendToResult(
+        QStringListToMStringArray(page ? page->mirror_patterns() : side_patterns::user_default()));
     return MStatus::kSuccess;
 }
 

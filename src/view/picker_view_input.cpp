@@ -420,8 +420,15 @@ void picker_view::delete_button()
 
 void picker_view::mirror_buttons()
 {
-    const QList<buttonAttributes> copies = mirror::mirrored_copies(page_, page_->target_rows(),
-                                                                   mirror::default_twice_axis(page_), mirror::patterns());
+    QStringList unmapped;
+    const QList<buttonAttributes> copies =
+        mirror::mirrored_copies(page_, page_->target_rows(), mirror::default_twice_axis(page_),
+                                page_->mirror_patterns(), nullptr, &unmapped);
+    if (!unmapped.isEmpty()) {
+        picker_host::instance().warn(
+            QString("Mirror refused: %1.").arg(mirror::unmapped_reason(unmapped, page_->mirror_patterns())));
+        return;
+    }
     if (copies.isEmpty())
         return;
     const QString why = no_room_for(copies.size(), names_in(copies));

@@ -25,7 +25,9 @@ QString damage_text(const QString& path, const pkr_contents& contents, bool key_
 {
     const QString name = QFileInfo(path).fileName();
     QStringList parts;
-    if (contents.damaged)
+    // Buttons read whole with unreadable patterns are no damage to the buttons.
+    const bool buttons_whole = contents.patterns_damaged && contents.buttons.size() == contents.declared;
+    if (contents.damaged && !buttons_whole)
         parts << (contents.declared > 0 ? texts::damaged_buttons.arg(name)
                                               .arg(contents.buttons.size())
                                               .arg(contents.declared)
@@ -34,6 +36,8 @@ QString damage_text(const QString& path, const pkr_contents& contents, bool key_
         parts << texts::image_not_loaded.arg(name).arg(limits::image_square_side).arg(limits::image_square_side);
     if (key_refused)
         parts << texts::image_key_refused.arg(name);
+    if (contents.patterns_damaged)
+        parts << texts::patterns_unreadable.arg(name);
     parts << texts::tab_unbound;
     return parts.join("\n\n");
 }
@@ -110,6 +114,9 @@ opened_picker add_picker_page(picker_book& book, const QString& path, const pkr_
     if (header.version >= 2 && !header.backgroundKey.isEmpty() && !header.background.isNull())
         book.place_background(page, header.backgroundKey, header.background);
     page->insert_all(QVector<buttonAttributes>(contents.buttons));
+    // A file saved before pickers kept patterns leaves the user's default.
+    if (!header.mirrorPatterns.isEmpty())
+        page->set_mirror_patterns(header.mirrorPatterns);
     // A page that lost anything on the way in is not tied to its file, so
     // a save can never overwrite the file with less than it held.
     const bool key_refused = !header.background.isNull() && page->background_key().isEmpty();
@@ -169,6 +176,7 @@ bool write_picker(const picker_page& page, const QString& path, QString* why, bo
         header.backgroundKey = page.background_key();
         header.background = page.background();
     }
+    header.mirrorPatterns = page.mirror_patterns();
     const QByteArray bytes = write_pkr(header, page.attributes());
     // A file the picker would refuse to open is not written.
     if (bytes.size() > limits::max_file_bytes) {

@@ -42,6 +42,8 @@ const QString image_not_loaded =
                    "pixels) or cannot be decoded.");
 const QString image_key_refused =
     QStringLiteral("%1 names its background with a key the picker never makes, so the picture was left out.");
+const QString patterns_unreadable =
+    QStringLiteral("The side patterns of %1 could not be read; the picker mirrors by your default ones.");
 const QString tab_unbound = QStringLiteral("The tab is not tied to the file, so Save asks for a new name.");
 const QString save_write_failed =
     QStringLiteral("Could not save the file \"%1\": %2.\n\nThe previous file is unchanged.");
