@@ -413,7 +413,7 @@ QSet<QString> used_namespaces(const QVector<buttonAttributes>& buttons)
             }
             continue;
         }
-        map_script_words(b.names.join('\n'), [&](const QString& word) {
+        map_script_names(b.names.join('\n'), b.language, [&](const QString& word) {
             const QString node = word.left(node_end(word));
             if (node.contains(':'))
                 extract_namespace(found, node);

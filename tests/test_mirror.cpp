@@ -83,6 +83,8 @@ private slots:
         QTest::newRow("mel") << true << "select -r hero:L_arm hero:L_leg; print \"L_\";"
                              << "select -r hero:R_arm hero:R_leg; print \"L_\";";
         QTest::newRow("python") << true << "cmds.select('hero:arm_L.tx')" << "cmds.select('hero:arm_R.tx')";
+        QTest::newRow("python syntax stays") << true << "cmds.select(cmds.ls('L_*')[:2], r=True); d = {'L_':L_x}"
+                                             << "cmds.select(cmds.ls('R_*')[:2], r=True); d = {'L_':L_x}";
         QTest::newRow("flags untouched") << true << "select -r -add x" << "select -r -add x";
     }
 
@@ -91,7 +93,8 @@ private slots:
         QFETCH(bool, script);
         QFETCH(QString, text);
         QFETCH(QString, mirrored);
-        const QString out = script ? mirror::map_script(text, defaults) : mirror::map_label(text, defaults);
+        const int language = text.contains("cmds.") ? 1 : 0;
+        const QString out = script ? mirror::map_script(text, language, defaults) : mirror::map_label(text, defaults);
         QCOMPARE(out, mirrored);
         QVERIFY(!out.isNull()); // files tell an empty text from none
     }

@@ -103,9 +103,9 @@ QString map_label(const QString& label, const QStringList& pairs)
     return out;
 }
 
-QString map_script(const QString& script, const QStringList& pairs)
+QString map_script(const QString& script, int language, const QStringList& pairs)
 {
-    return map_script_words(script, [&](const QString& word) { return map_name(word, pairs); });
+    return map_script_names(script, language, [&](const QString& word) { return map_name(word, pairs); });
 }
 
 int default_twice_axis(const picker_page* page)
@@ -156,7 +156,7 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
                 }
             }
         } else if (!a.names.isEmpty()) {
-            a.names[0] = map_script(a.names[0], pairs);
+            a.names[0] = map_script(a.names[0], a.language, pairs);
             if (a.names[0] == from.names[0])
                 kept << "its script";
         }

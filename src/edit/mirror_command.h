@@ -27,8 +27,9 @@ namespace mirror {
 QString map_name(const QString& name, const QStringList& pairs);
 // A label, word by word ("L fingers" -> "R fingers").
 QString map_label(const QString& label, const QStringList& pairs);
-// Every name-like word of a script.
-QString map_script(const QString& script, const QStringList& pairs);
+// The object names of a script in its language (0 MEL, 1 Python), as a
+// rebind rewrites them: never slices, dictionaries or other syntax.
+QString map_script(const QString& script, int language, const QStringList& pairs);
 
 // Twice the default axis, so that odd widths mirror without rounding: the
 // picture's width, or without a picture the outermost button centres added
