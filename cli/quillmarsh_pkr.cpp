@@ -131,11 +131,9 @@ QString shown(const QString& path)
 
 // A picker file (or standard input), whole or damaged; false when it is not
 // one at all.
-bool read_any(const QString& path, pkr_contents& contents, QString* why)
+// A picker file's bytes, read as one.
+bool read_pkr_bytes(QByteArray& bytes, const QString& path, pkr_contents& contents, QString* why)
 {
-    QByteArray bytes;
-    if (!pkr_io::read_input(path, limits::max_file_bytes, &bytes, why))
-        return false;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QString reason;
@@ -144,6 +142,12 @@ bool read_any(const QString& path, pkr_contents& contents, QString* why)
         return false;
     }
     return true;
+}
+
+bool read_any(const QString& path, pkr_contents& contents, QString* why)
+{
+    QByteArray bytes;
+    return pkr_io::read_input(path, limits::max_file_bytes, &bytes, why) && read_pkr_bytes(bytes, path, contents, why);
 }
 
 QString damage(const pkr_contents& contents)
@@ -478,13 +482,8 @@ bool read_either(const QString& path, pkr_contents& contents, QString* why)
         *why = QString("%1 is larger than a picker file").arg(shown(path));
         return false;
     }
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QString reason;
-    if (!read_pkr(buffer, contents, &reason)) {
-        *why = QString("%1 is not a picker file: %2").arg(shown(path), reason);
+    if (!read_pkr_bytes(bytes, path, contents, why))
         return false;
-    }
     if (contents.damaged || contents.image_refused) {
         *why = QString("%1 is damaged: %2").arg(shown(path), damage(contents));
         return false;

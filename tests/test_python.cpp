@@ -22,15 +22,6 @@ class test_python : public QObject, host_fixture {
         return v.to_string();
     }
 
-    QStringList errors() const
-    {
-        QStringList out;
-        for (const sandbox::log_entry& e : h.output())
-            if (e.kind == sandbox::log_kind::error)
-                out << e.text;
-        return out;
-    }
-
     void fresh_scene()
     {
         picker_main::cleanup();

@@ -39,15 +39,6 @@ class test_python_api : public QObject, host_fixture {
         return v.to_string();
     }
 
-    QStringList errors() const
-    {
-        QStringList out;
-        for (const sandbox::log_entry& e : h.output())
-            if (e.kind == sandbox::log_kind::error)
-                out << e.text;
-        return out;
-    }
-
 
     // The start of every test: five controls in hero, nothing selected, the
     // window open with one empty tab, the default side patterns.

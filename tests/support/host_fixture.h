@@ -28,6 +28,16 @@ struct host_fixture {
         return v.is_none() ? QStringList() : v.to_strings();
     }
 
+    // The errors the script output holds, in order.
+    QStringList errors() const
+    {
+        QStringList out;
+        for (const sandbox::log_entry& e : h.output())
+            if (e.kind == sandbox::log_kind::error)
+                out << e.text;
+        return out;
+    }
+
     // Namespace `ns` with one transform for each name.
     void nodes(const QString& ns, const QStringList& names)
     {
