@@ -121,11 +121,6 @@ private slots:
             << "global int $count = 0;\nglobal proc tick() { eval(\"global int $count; $count++;\"); }\n"
                "tick(); tick(); print $count;"
             << "2" << QStringList();
-        QTest::newRow("print in command syntax formats numbers")
-            << "print 2.50; print \" \"; print -3;" << "2.5 -3" << QStringList();
-        QTest::newRow("a call above the definition")
-            << "print (twice(21));\nglobal proc int twice(int $x) { return $x * 2; }"
-            << "42" << QStringList();
         QTest::newRow("arrays grow with defaults, reads out of range give defaults")
             << "string $a[]; $a[3] = \"x\"; int $i[]; $i[2] = 5;\n"
                "print (size($a) + \"[\" + $a[1] + \"]\" + $a[10] + \"|\" + $i[0] + $i[2] + $i[9]);"
@@ -186,15 +181,11 @@ private slots:
             << "a\tb\\c\"dqe\n" << QStringList();
         QTest::newRow("print of an array ends each element with a newline")
             << "string $a[] = {\"x\", \"y\"}; print $a; float $f[] = {1, 2.5}; print $f;" << "x\ny\n1\n2.5\n" << QStringList();
-        QTest::newRow("eval returns the last result")
-            << "$n = eval(\"1 + 2\"); print ($n * 2);" << "6" << QStringList();
         QTest::newRow("catch reports and continues")
             << "int $c = catch(`nope`); int $d = catch(size(\"ok\")); print (\"caught \" + $c + $d);" << "caught 10"
             << QStringList{"line 1: Cannot find procedure \"nope\"."};
         QTest::newRow("catchQuiet hides the error")
             << "catchQuiet(`nope`); print \"ok\";" << "ok" << QStringList();
-        QTest::newRow("string built in a loop")
-            << "string $s; for ($i = 0; $i < 5; $i++) $s += $i; $s = $s + \"-\" + 5 + 6; print $s;" << "01234-56" << QStringList();
         QTest::newRow("appending reads the variable before the right-hand side runs")
             << "global string $g = \"a\";\n"
                "global proc string touch() { global string $g; $g = \"changed\"; return \"!\"; }\n"
@@ -253,16 +244,11 @@ private slots:
             << "rec hero:body.vtx[0:3] |grp|node *:*_ctrl a,b 1abc -;"
             << QStringList{"string:hero:body.vtx[0:3]", "string:|grp|node", "string:*:*_ctrl", "string:a,b",
                            "string:1abc", "string:-"};
-        QTest::newRow("quoted strings")
-            << "rec \"two words\" \"semi;colon\";" << QStringList{"string:two words", "string:semi;colon"};
         QTest::newRow("variables and expressions")
             << "string $v = \"val\"; string $arr[] = {\"p\", \"q\"};\nrec $v $arr $arr[1] ($v + \"!\") (1 + 2);"
             << QStringList{"string:val", "string[2]:p q", "string:q", "string:val!", "int:3"};
         QTest::newRow("back-quoted arrays stay one argument")
             << "rec `ls a b` `ls` end;" << QStringList{"string[2]:a b", "string[0]:", "string:end"};
-        QTest::newRow("function syntax")
-            << "string $arr[] = {\"p\"}; rec(\"a\", 1 + 2, 1.5, $arr);"
-            << QStringList{"string:a", "int:3", "float:1.5", "string[1]:p"};
         QTest::newRow("parenthesised first argument, then more words")
             << "rec (\"a\" + \"b\") 3; rec (\"x\", 2); rec ();" << QStringList{"string:ab", "int:3", "string:x", "int:2"};
         QTest::newRow("comments between words, several lines")
@@ -297,15 +283,11 @@ private slots:
 
         QTest::newRow("unknown procedure stops the statement list")
             << "print \"a\";\nfoo -x;\nprint \"b\";" << "line 2: Cannot find procedure \"foo\"." << "a";
-        QTest::newRow("unknown function in an expression")
-            << "print \"a\";\n\nprint (1 + bar(2));\nprint \"b\";" << "line 3: Cannot find procedure \"bar\"." << "a";
         QTest::newRow("an error in a nested proc stops the whole eval")
             << "proc inner() {\n  error \"boom\";\n  print \"x\";\n}\n"
                "proc outer() { inner(); print \"y\"; }\n"
                "outer(); print \"z\";"
             << "line 2: boom" << "";
-        QTest::newRow("an error stops a loop")
-            << "for ($i = 0; $i < 5; $i++) { print $i; if ($i == 2) error \"stop\"; }" << "line 1: stop" << "012";
         QTest::newRow("undeclared variable")
             << "print \"a\"; print $nope; print \"b\";" << "line 1: \"$nope\" is an undeclared variable." << "a";
         QTest::newRow("integer division by zero") << "int $z = 0; print (1 / $z);" << "line 1: Division by zero." << "";
@@ -322,9 +304,6 @@ private slots:
             << "string $a[] = {\"x\"}; print (toupper($a));"
             << "line 1: Cannot convert data of type string[] to type string." << "";
         QTest::newRow("negative index write") << "int $a[]; $a[-1] = 2;" << "line 1: Array index out of bounds: -1." << "";
-        QTest::newRow("array passed for a scalar parameter")
-            << "proc f(string $s) {}\nstring $a[]; f($a);" << "line 2: Cannot convert data of type string[] to type string."
-            << "";
         QTest::newRow("array returned from a scalar proc")
             << "proc string f() {\n  string $a[];\n  return $a;\n}\nf();"
             << "line 3: Cannot convert data of type string[] to type string." << "";
@@ -340,8 +319,6 @@ private slots:
         QTest::newRow("command failure that already reported") << "fail \"\"; print \"after\";" << "" << "";
         QTest::newRow("a failed re-entrant eval reports once")
             << "reenter \"nope\"; print \"after\";" << "line 1: Cannot find procedure \"nope\"." << "";
-        QTest::newRow("eval passes its error on") << "eval \"nope\"; print \"after\";"
-                                                  << "line 1: Cannot find procedure \"nope\"." << "";
         QTest::newRow("invalid regular expression")
             << "match(\"(\", \"a\");" << "line 1: Invalid regular expression \"(\": missing closing parenthesis." << "";
     }
@@ -515,10 +492,6 @@ private slots:
             << QStringList{"global proc a() { b(); c; }\nglobal proc b() { print \"b\"; }\n"
                            "proc c() { print \"c\"; }\na();"}
             << "bc" << "";
-        QTest::newRow("recursion")
-            << QStringList{"global proc int fact(int $n) { if ($n < 2) return 1; return $n * fact($n - 1); }",
-                           "print(fact(5));"}
-            << "120" << "";
         QTest::newRow("a procedure redefined after binding runs its new body")
             << QStringList{"global proc b() { print \"old\"; }", "global proc a() { b(); }",
                            "global proc b() { print \"new\"; }", "a();"}
@@ -555,7 +528,6 @@ private slots:
         QTest::addColumn<QStringList>("as_strings");
 
         using mel::value;
-        QTest::newRow("float formatting") << value::from_float(2.0) << 2 << 2.0 << "2" << QStringList{"2"};
         QTest::newRow("float truncates") << value::from_float(-2.75) << -2 << -2.75 << "-2.75" << QStringList{"-2.75"};
         QTest::newRow("ten significant digits") << value::from_float(1234.56789012345) << 1234 << 1234.56789012345
                                                 << "1234.56789" << QStringList{"1234.56789"};
@@ -565,9 +537,7 @@ private slots:
         QTest::newRow("float prefix") << value::from_string(" -3.5e1x") << -35 << -35.0 << " -3.5e1x"
                                       << QStringList{" -3.5e1x"};
         QTest::newRow("no number") << value::from_string("abc") << 0 << 0.0 << "abc" << QStringList{"abc"};
-        QTest::newRow("int array") << value::from_ints({1, 2}) << 0 << 0.0 << "1 2" << QStringList{"1", "2"};
         QTest::newRow("float array") << value::from_floats({0.5, 3}) << 0 << 0.0 << "0.5 3" << QStringList{"0.5", "3"};
-        QTest::newRow("empty array") << value::from_strings({}) << 0 << 0.0 << "" << QStringList();
         QTest::newRow("none") << value() << 0 << 0.0 << "" << QStringList();
         QTest::newRow("a boolean is MEL's int") << value::from_bool(true) << 1 << 1.0 << "1" << QStringList{"1"};
     }
