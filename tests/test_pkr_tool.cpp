@@ -304,14 +304,11 @@ private slots:
         QTest::newRow("another format") << with("quillmarsh-picker", "other") << "format: must be \"quillmarsh-picker\"";
         QTest::newRow("newer") << with("\"formatVersion\": 1", "\"formatVersion\": 9") << "newer version";
         QTest::newRow("colour, 7 digits") << with("#ff000000", "#ff00000") << "buttons[0].color: must be a colour";
-        QTest::newRow("colour, #rgb") << with("#ff000000", "#f00") << "buttons[0].color: must be a colour";
         QTest::newRow("colour, unknown name") << with("#ff000000", "reddish") << "buttons[0].color: must be a colour";
         QTest::newRow("colour, a number") << with("\"#ff000000\"", "4278190080") << "buttons[0].color: must be a colour";
         // A typo or a wrong type is named by its JSON path, never dropped.
         QTest::newRow("unknown button key") << with("\"color\"", "\"colour\"") << "buttons[0].colour: unknown key";
         QTest::newRow("unknown top key") << with("\"name\"", "\"title\"") << "title: unknown key";
-        QTest::newRow("unknown picture key") << with("\"key\": null", "\"key\": null, \"path\": \"a.png\"")
-                                             << "background.path: unknown key";
         QTest::newRow("missing key") << with("\"x\": 1,", "") << "buttons[0].x: missing";
         QTest::newRow("label a number") << with("\"label\": \"A\"", "\"label\": 5") << "buttons[0].label: must be a string";
         QTest::newRow("name an object") << with("\"name\": \"b\"", "\"name\": {}") << "name: must be a string";
@@ -327,10 +324,8 @@ private slots:
         QTest::newRow("coordinate far") << with("\"x\": 1", "\"x\": 1e12") << "whole number";
         // Beyond what any 64-bit integer holds: refused before any conversion.
         QTest::newRow("coordinate 2^63") << with("\"x\": 1", "\"x\": 9223372036854775808") << "from -1000000 to 1000000";
-        QTest::newRow("coordinate -1e19") << with("\"x\": 1", "\"x\": -1e19") << "from -1000000 to 1000000";
         QTest::newRow("version 1e308") << with("\"formatVersion\": 1", "\"formatVersion\": 1e308")
                                        << "formatVersion: must be a whole number from 1 to 1000";
-        QTest::newRow("kind") << with("\"selection\"", "\"other\"") << "buttons[0].kind: must be";
         QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
                                   << "buttons[0].names: must hold";
         QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "1 to 19 digits";
@@ -586,7 +581,6 @@ private slots:
         QTest::addColumn<quint32>("colour");
         QTest::newRow("#rrggbb is opaque") << "#112233" << 0xff112233u;
         QTest::newRow("#aarrggbb") << "#80112233" << 0x80112233u;
-        QTest::newRow("capitals") << "#AbCdEf" << 0xffabcdefu;
         QTest::newRow("name") << "red" << 0xffff0000u;
         QTest::newRow("name, any case") << "DarkBlue" << 0xff00008bu;
         QTest::newRow("transparent") << "transparent" << 0u;

@@ -78,9 +78,6 @@ private slots:
         QTest::newRow("nested") << "namespace -add b; namespace -add a; namespace -add c -p \":a\";"
                                    "namespace -add d -p \":a:c\"; namespace -add e -p \":b\";"
                                 << QStringList{"b", "b:e", "a", "a:c", "a:c:d", ":"};
-        QTest::newRow("current namespace elsewhere")
-            << "namespace -add x; namespace -add y -p \":x\"; namespace -set \":\";"
-            << QStringList{"x", "x:y", ":"};
         // Listed from the root whatever namespace is current, and the
         // current one's children by their full names.
         QTest::newRow("current namespace inside a character")
@@ -606,7 +603,6 @@ private slots:
         QTest::addColumn<QPoint>("position"); // null: centred on the screen
         QTest::addColumn<QSize>("size");
         QTest::newRow("narrow and low") << QSize(100, 100) << QPoint(10, 10) << QSize(150, 150);
-        QTest::newRow("fine") << QSize(300, 250) << QPoint(10, 10) << QSize(300, 250);
         QTest::newRow("off the screen") << QSize(200, 160) << QPoint() << QSize(200, 160);
     }
 
@@ -725,8 +721,6 @@ private slots:
                                    << "could not install SelectionChanged callback";
         QTest::newRow("third") << int(sandbox::fault::add_event_callback) << 2
                                << "could not install the deleteAll callback";
-        QTest::newRow("new scene") << int(sandbox::fault::add_event_callback) << 3
-                                   << "could not install the NewSceneOpened callback";
         QTest::newRow("before save") << int(sandbox::fault::add_event_callback) << 5
                                      << "could not install the BeforeSave callback";
     }

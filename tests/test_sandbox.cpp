@@ -164,7 +164,6 @@ private slots:
                                        << QStringList{"hero:L_arm_ctrl", "hero:R_arm_ctrl"};
         QTest::newRow("component") << "hero:body.vtx[0:3]" << QStringList{"hero:body.vtx[0:3]"};
         QTest::newRow("missing node") << "hero:nothing" << QStringList();
-        QTest::newRow("missing namespace") << "villain:L_arm_ctrl" << QStringList();
         QTest::newRow("pattern without match") << "zz*" << QStringList();
         QTest::newRow("component of missing node") << "ghost.vtx[1]" << QStringList();
         QTest::newRow("blank") << "hero:L arm" << QStringList();
@@ -375,7 +374,6 @@ private slots:
                                         << QStringList{"a2:x,y z"};
         QTest::newRow("back-quoted array") << "quillEcho echo `ls \"hero:*_arm_ctrl\"`"
                                            << QStringList{"a2:hero:L_arm_ctrl,hero:R_arm_ctrl"};
-        QTest::newRow("empty array") << "quillEcho echo `ls \"nothing*\"`" << QStringList{"a0:"};
         QTest::newRow("array among strings") << "string $a[] = {\"p\"}; quillEcho echo first $a last"
                                              << QStringList{"s:first", "a1:p", "s:last"};
         QTest::newRow("function syntax") << "quillEcho(\"echo\", \"f\", 7)"
@@ -965,7 +963,6 @@ private slots:
         QTest::newRow("delete") << "createNode transform -n t; createNode transform -n u; delete t; ls"
                                 << QStringList{"u"};
         QTest::newRow("objExists") << "createNode transform -n t; objExists t" << QStringList{"1"};
-        QTest::newRow("version") << "getApplicationVersionAsFloat" << QStringList{"2022"};
         QTest::newRow("unit query") << "currentUnit -l meter; currentUnit -q -l" << QStringList{"meter"};
         QTest::newRow("python statement gives nothing") << "python \"import os\"" << QStringList{""};
         QTest::newRow("scene name after rename")

@@ -881,7 +881,6 @@ private slots:
         for (int i = 0; i < 20000; ++i)
             text += QByteArray::number(i * 7919 % 1000) + (i % 3 ? " ctrl" : " hand_L");
         QTest::newRow("empty") << QByteArray();
-        QTest::newRow("one byte") << QByteArray("x");
         QTest::newRow("random, stored blocks") << noise;
         QTest::newRow("text, dynamic codes") << text;
         QTest::newRow("zeros up to the limit") << QByteArray(int(limits::max_scene_data_bytes), 0);
