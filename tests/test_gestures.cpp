@@ -481,7 +481,6 @@ private slots:
         QTest::addColumn<int>("count");
         QTest::newRow("right") << int(Qt::Key_Right) << false << false << true << QPoint(51, 50) << 20 << 5;
         QTest::newRow("keypad plus") << int(Qt::Key_Plus) << true << false << true << QPoint(50, 50) << 21 << 5;
-        QTest::newRow("keypad minus") << int(Qt::Key_Minus) << true << false << true << QPoint(50, 50) << 19 << 5;
         QTest::newRow("backspace") << int(Qt::Key_Backspace) << false << false << true << QPoint() << 0 << 4;
         QTest::newRow("after the menu") << int(Qt::Key_Right) << false << true << true << QPoint(51, 50) << 20 << 5;
         QTest::newRow("pointer outside") << int(Qt::Key_Right) << false << false << false << QPoint(51, 50) << 20 << 5;

@@ -438,7 +438,6 @@ private slots:
         QTest::addColumn<int>("version");
         QTest::addColumn<QString>("warning");
         QTest::newRow("zero") << 0 << "The scene file contains picker data in a format (0)";
-        QTest::newRow("negative") << -1 << "The scene file contains picker data in a format (-1)";
     }
 
     // Opening the scene warns, and its data is never written over (as newer

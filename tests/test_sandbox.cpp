@@ -957,7 +957,6 @@ private slots:
         QTest::newRow("children of one namespace, absolute")
             << "namespace -add a; namespace -add b -p \":a\"; namespaceInfo -lon -an \"a\""
             << QStringList{":a:b"};
-        QTest::newRow("root as current") << "namespaceInfo -cur" << QStringList{":"};
         QTest::newRow("ls by type") << "createNode joint -n j; createNode transform -n t; ls -type joint"
                                     << QStringList{"j"};
         QTest::newRow("delete") << "createNode transform -n t; createNode transform -n u; delete t; ls"

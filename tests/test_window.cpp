@@ -516,7 +516,6 @@ private slots:
         QTest::addColumn<bool>("inLabel"); // typed in the toolbox's label field
         QTest::addColumn<QString>("reached");
         QTest::newRow("letter") << int(Qt::Key_W) << 0 << false << "W";
-        QTest::newRow("delete") << int(Qt::Key_Delete) << 0 << false << "Del";
         QTest::newRow("chord") << int(Qt::Key_D) << int(Qt::ControlModifier) << false << "Ctrl+D";
         QTest::newRow("backspace, nothing lit") << int(Qt::Key_Backspace) << 0 << false << "";
         QTest::newRow("undo, nothing to undo") << int(Qt::Key_Z) << int(Qt::ControlModifier) << false << "";
