@@ -624,6 +624,8 @@ private slots:
                                        << "update_namespace: \"hero\";print(1);\"\" is not a namespace";
         QTest::newRow("rebind a namespace not used") << "QuillmarshPicker update_namespace ghost hero"
                                                      << "update_namespace: the picker has no names in the namespace \"ghost\"";
+        QTest::newRow("rebind the unused root") << "QuillmarshPicker update_namespace \":\" hero"
+                                                << "update_namespace: the picker has no names in the root namespace";
         const QString none = "Couldn't find any matching buttons!";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x"
                                             << "rename_button: " + none + " (label \"Arm\")";
@@ -762,6 +764,16 @@ private slots:
     }
 
     // ----- Namespaces
+
+    // Of two pairs that both match a name, the one naming more of its
+    // namespace moves it.
+    void the_most_specific_pair_wins()
+    {
+        buttonAttributes a;
+        a.names = QStringList{"a:b:x", "a:y"};
+        rebind_picker_button(a, {"a:b:", "a:"}, {"q:", "p:"});
+        QCOMPARE(a.names, (QStringList{"q:x", "p:y"}));
+    }
 
     void update_namespace_per_segment_data()
     {

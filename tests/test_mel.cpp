@@ -283,6 +283,8 @@ private slots:
 
         QTest::newRow("unknown procedure stops the statement list")
             << "print \"a\";\nfoo -x;\nprint \"b\";" << "line 2: Cannot find procedure \"foo\"." << "a";
+        QTest::newRow("unknown function in an expression")
+            << "print \"a\";\n\nprint (1 + bar(2));\nprint \"b\";" << "line 3: Cannot find procedure \"bar\"." << "a";
         QTest::newRow("an error in a nested proc stops the whole eval")
             << "proc inner() {\n  error \"boom\";\n  print \"x\";\n}\n"
                "proc outer() { inner(); print \"y\"; }\n"
@@ -307,6 +309,9 @@ private slots:
         QTest::newRow("array returned from a scalar proc")
             << "proc string f() {\n  string $a[];\n  return $a;\n}\nf();"
             << "line 3: Cannot convert data of type string[] to type string." << "";
+        QTest::newRow("array passed for a scalar parameter")
+            << "proc f(string $s) {}\nstring $a[]; f($a);" << "line 2: Cannot convert data of type string[] to type string."
+            << "";
         QTest::newRow("increment of a string")
             << "string $s; $s++;" << "line 1: Illegal operation \"++\" on data of type string." << "";
         QTest::newRow("syntax error in evaluated text stops the caller")

@@ -309,6 +309,8 @@ private slots:
         // A typo or a wrong type is named by its JSON path, never dropped.
         QTest::newRow("unknown button key") << with("\"color\"", "\"colour\"") << "buttons[0].colour: unknown key";
         QTest::newRow("unknown top key") << with("\"name\"", "\"title\"") << "title: unknown key";
+        QTest::newRow("unknown picture key") << with("\"key\": null", "\"key\": null, \"path\": \"a.png\"")
+                                             << "background.path: unknown key";
         QTest::newRow("missing key") << with("\"x\": 1,", "") << "buttons[0].x: missing";
         QTest::newRow("label a number") << with("\"label\": \"A\"", "\"label\": 5") << "buttons[0].label: must be a string";
         QTest::newRow("name an object") << with("\"name\": \"b\"", "\"name\": {}") << "name: must be a string";
@@ -324,6 +326,7 @@ private slots:
         QTest::newRow("coordinate far") << with("\"x\": 1", "\"x\": 1e12") << "whole number";
         // Beyond what any 64-bit integer holds: refused before any conversion.
         QTest::newRow("coordinate 2^63") << with("\"x\": 1", "\"x\": 9223372036854775808") << "from -1000000 to 1000000";
+        QTest::newRow("coordinate -1e19") << with("\"x\": 1", "\"x\": -1e19") << "from -1000000 to 1000000";
         QTest::newRow("version 1e308") << with("\"formatVersion\": 1", "\"formatVersion\": 1e308")
                                        << "formatVersion: must be a whole number from 1 to 1000";
         QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
