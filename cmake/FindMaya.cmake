@@ -18,8 +18,11 @@ foreach(lib OpenMaya OpenMayaUI Foundation)
 endforeach()
 
 include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(Maya DEFAULT_MSG MAYA_INCLUDE_DIR
-    MAYA_OpenMaya_LIBRARY MAYA_OpenMayaUI_LIBRARY MAYA_Foundation_LIBRARY)
+find_package_handle_standard_args(Maya
+    REQUIRED_VARS MAYA_INCLUDE_DIR MAYA_OpenMaya_LIBRARY MAYA_OpenMayaUI_LIBRARY MAYA_Foundation_LIBRARY
+    REASON_FAILURE_MESSAGE "looked for maya/MFnPlugin.h in ${MAYA_LOCATION}/include and \
+${MAYA_LOCATION}/devkit/include, and for the OpenMaya, OpenMayaUI and Foundation libraries in ${_maya_lib_dir}. \
+Point MAYA_LOCATION (or DEVKIT_LOCATION) at a Maya install or Autodesk's devkit")
 
 if(Maya_FOUND AND NOT TARGET Maya::Maya)
     add_library(Maya::Maya INTERFACE IMPORTED)

@@ -63,11 +63,13 @@ elseif(APPLE)
 else()
     set(_maya_platform linux)
 endif()
-# The build folder is a module too (for trying a build at once); the
-# installed one is a folder beside its .mod file, with paths relative to it.
+# The build folder is a module too (for trying a build at once, with the
+# module's procedures from the source tree); the installed one is a folder
+# beside its .mod file, with paths relative to it.
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/QuillmarshPicker.mod CONTENT
 "+ MAYAVERSION:2022 PLATFORM:${_maya_platform} QuillmarshPicker ${PROJECT_VERSION} .
 plug-ins: plug-ins
+scripts: ${CMAKE_SOURCE_DIR}/module/scripts
 ")
 set_target_properties(QuillmarshPicker PROPERTIES
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/plug-ins)

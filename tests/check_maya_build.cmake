@@ -11,8 +11,19 @@ endforeach()
 file(WRITE ${devkit}/include/qt_5.15.2-include.tar.gz "")
 file(WRITE ${devkit}/lib/qt_5.15.2-cmake.tar.gz "")
 
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${OUT}/no-qt -DMAYA_LOCATION=${devkit}
+# Nothing there: the error says where it looked.
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${OUT}/none -DMAYA_LOCATION=${OUT}/nowhere
                 RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
+string(FIND "${err}" "looked for maya/MFnPlugin.h in ${OUT}/nowhere/include" at)
+if(result EQUAL 0 OR at EQUAL -1)
+    message(FATAL_ERROR "a missing devkit is not named with where it was looked for:\n${err}")
+endif()
+
+# Autodesk's DEVKIT_LOCATION finds it as MAYA_LOCATION does.
+set(ENV{DEVKIT_LOCATION} ${devkit})
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${OUT}/no-qt
+                RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
+unset(ENV{DEVKIT_LOCATION})
 if(result EQUAL 0)
     message(FATAL_ERROR "configured without Maya's Qt: the system's Qt must not stand in for it")
 endif()
@@ -38,6 +49,10 @@ endif()
 file(READ ${OUT}/with-qt/install/QuillmarshPicker.mod mod)
 if(NOT mod MATCHES "^\\+ MAYAVERSION:2022 PLATFORM:linux QuillmarshPicker [0-9.]+ \\./QuillmarshPicker\n")
     message(FATAL_ERROR "the installed module file does not point at its folder:\n${mod}")
+endif()
+file(READ ${OUT}/with-qt/QuillmarshPicker.mod mod)
+if(NOT mod MATCHES "\nscripts: ${SOURCE}/module/scripts\n")
+    message(FATAL_ERROR "the build folder's module file has no scripts:\n${mod}")
 endif()
 file(READ ${OUT}/with-qt/cmake_install.cmake rules)
 foreach(place "QuillmarshPicker/plug-ins" "QuillmarshPicker/scripts" "QuillmarshPicker/icons")

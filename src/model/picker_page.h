@@ -6,6 +6,7 @@
 
 #include "model/button_model.h"
 #include "model/png_picture.h"
+#include "model/prefetch.h"
 
 #include <QHash>
 #include <QList>
@@ -233,9 +234,9 @@ bool picker_page::select_where(bool additive, Meets meets)
         // more than the bounds: fetching a few ahead hides the wait.
         if (i + 8 < count) {
             const char* ahead = reinterpret_cast<const char*>(&buttons_.at(i + 8));
-            __builtin_prefetch(ahead);
-            __builtin_prefetch(ahead + 64);
-            __builtin_prefetch(ahead + 128);
+            prefetch(ahead);
+            prefetch(ahead + 64);
+            prefetch(ahead + 128);
         }
         if (!meets(r))
             continue;
