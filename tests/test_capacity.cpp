@@ -8,6 +8,7 @@
 #include "model/scene_data.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
+#include "window/picker_files.h"
 #include "window/picker_window.h"
 
 #include <QBuffer>
@@ -116,7 +117,8 @@ private slots:
         }
         picker_window w(nullptr);
         QString why;
-        QVERIFY2(w.open_for_script(paths, &why), qPrintable(why));
+        QList<opened_picker> opened;
+        QVERIFY2(open_into_book(*w.book(), paths, &why, &opened), qPrintable(why));
         QCOMPARE(w.tabs()->count(), 3);
         QCOMPARE(qobject_cast<picker_view*>(w.tabs()->widget(2))->buttons().size(), 20000);
     }

@@ -11,6 +11,7 @@
 #include "model/side_patterns.h"
 #include "recording_host.h"
 #include "view/picker_view.h"
+#include "window/picker_files.h"
 #include "window/picker_window.h"
 
 #include <QBuffer>
@@ -520,7 +521,8 @@ private slots:
         QCOMPARE(seen.title, QString("Open Failed"));
         QCOMPARE(seen.text, QString("Could not open the file \"%1\": %2.\n\nIt is not a picker file.").arg(path, kind));
         QString why;
-        QVERIFY(!window->open_for_script({path}, &why));
+        QList<opened_picker> opened;
+        QVERIFY(!open_into_book(*window->book(), {path}, &why, &opened));
         QCOMPARE(why, QString("\"%1\" is not a picker file: %2").arg(path, kind));
         QVERIFY(load_image_file(path, &why).isNull());
         QCOMPARE(why, QString("could not read the image \"%1\": %2").arg(path, kind));

@@ -13,17 +13,6 @@ class test_python_api : public QObject, host_fixture {
 
     QTemporaryDir dir;
 
-    // The repr() of a Python expression after some statements, or why not.
-    QString repr(const QString& statements, const QString& expression)
-    {
-        if (!statements.isEmpty() && !h.execute_python(statements))
-            return "statements failed: " + h.output_text();
-        mel::value v;
-        if (!h.execute_python("repr((" + expression + "))", &v))
-            return "expression failed: " + h.output_text();
-        return v.to_string();
-    }
-
     // What a call raised: "Type: message [directive]", or "nothing".
     QString raised(const QString& call)
     {

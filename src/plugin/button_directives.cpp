@@ -174,15 +174,13 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
     return MStatus::kSuccess;
 }
 
-// Runs `act` on the addressed button of the current tab; no tab is a silent
-// success, a button that is not found the usual failure.
+// Runs `act` on the addressed button of the current tab (the command has
+// made sure there is one); a button that is not found is a failure.
 template <class Act>
 MStatus with_target(const char* directive, const MStringArray& args, unsigned pointCount, unsigned further,
                     Act act)
 {
     target t{picker_main::current_page()};
-    if (!t.page)
-        return MStatus::kSuccess;
     MStatus status = find_target(directive, args, pointCount, further, t);
     if (!status)
         return status;
@@ -333,8 +331,6 @@ MStatus picker_main::color_directive(const MStringArray& args, bool label)
 {
     const char* directive = label ? "color_button_text" : "color_button";
     target t{current_page()};
-    if (!t.page)
-        return MStatus::kSuccess;
     const unsigned count = args.length();
     if (count < 3 || count > 6)
         return wrong_count(directive);
@@ -381,8 +377,6 @@ namespace {
 MStatus add_one(const char* directive, const MStringArray& args, int kind, int language, QStringList names)
 {
     picker_page* page = picker_main::current_page();
-    if (!page)
-        return MStatus::kSuccess;
     if (args.length() < 2)
         return wrong_count(directive);
     reader in{directive, args};
@@ -426,7 +420,7 @@ MStatus picker_main::add_cmd_button(const MStringArray& args)
 // the host is next idle.
 MStatus picker_main::press_button(const MStringArray& args)
 {
-    if (current_page() && args.length() != 2 && args.length() != 3)
+    if (args.length() != 2 && args.length() != 3)
         return wrong_count("press_button");
     return with_target("press_button", args, 3, 0, [&](const target& t) -> MStatus {
         if (picker_view* view = view_of(t.page)) {
@@ -452,8 +446,6 @@ MStatus picker_main::mirror_buttons(const MStringArray& args)
 {
     const char* directive = "mirror_buttons";
     picker_page* page = current_page();
-    if (!page)
-        return MStatus::kSuccess;
     const QStringList all = MStringArrayToQStringList(args);
     const int flag = all.indexOf(patterns_flag);
     const QStringList given = flag < 0 ? QStringList() : all.mid(flag + 1);

@@ -690,8 +690,6 @@ MStatus picker_main::fetch_image(const MStringArray& args)
 MStatus picker_main::set_background(const MStringArray& args)
 {
     picker_page* page = current_page();
-    if (!page)
-        return MStatus::kSuccess;
     if (args.length() != 1)
         return script_error("set_background", "needs one image file");
     QString why;
@@ -706,8 +704,7 @@ MStatus picker_main::set_background(const MStringArray& args)
 
 MStatus picker_main::clear_background(const MStringArray&)
 {
-    if (picker_page* page = current_page())
-        page->set_background(QString(), png_picture());
+    current_page()->set_background(QString(), png_picture());
     return MStatus::kSuccess;
 }
 
@@ -718,8 +715,6 @@ MStatus picker_main::clear_background(const MStringArray&)
 MStatus picker_main::save_to(const char* directive, const MStringArray& args)
 {
     picker_page* page = current_page();
-    if (!page)
-        return MStatus::kSuccess;
     if (args.length() > 1)
         return script_error(directive, "takes at most one path");
     const QString path = to_q(args[0]);
@@ -815,6 +810,24 @@ MStatus picker_main::set_tab(const MStringArray& args)
     return MStatus::kSuccess;
 }
 
+namespace {
+
+// Without a chooser to ask with, a picker naming namespaces the scene lacks
+// is named in a warning, for update_namespace to move.
+void warn_unbound(const char* directive, const picker_page& page, const QStringList& scene)
+{
+    QStringList missing;
+    for (const QString& ns : page.namespaces())
+        if (!ns.isEmpty() && !scene.contains(ns) && !missing.contains(ns))
+            missing << ns;
+    if (!missing.isEmpty())
+        MGlobal::displayWarning(to_m(QString("%1 - %2: the picker \"%3\" names namespaces the scene lacks (%4); "
+                                             "move it with update_namespace")
+                                         .arg(texts::command_name, directive, page.name(), missing.join(", "))));
+}
+
+} // namespace
+
 // open PATH... [namespace NS]: never a dialog. With NS each picker's main
 // namespace moves to NS; without, a picker naming namespaces the scene
 // lacks is named in a warning, for update_namespace to move.
@@ -851,14 +864,7 @@ MStatus picker_main::open(const MStringArray& given)
                 rebind_namespace_cmd(each.page, from, to).redo(); // part of opening: no undo step
             continue;
         }
-        QStringList missing;
-        for (const QString& ns : each.page->namespaces())
-            if (!ns.isEmpty() && !scene.contains(ns) && !missing.contains(ns))
-                missing << ns;
-        if (!missing.isEmpty())
-            MGlobal::displayWarning(to_m(QString("%1 - open: the picker \"%2\" names namespaces the scene lacks "
-                                                 "(%3); move it with update_namespace")
-                                             .arg(texts::command_name, each.page->name(), missing.join(", "))));
+        warn_unbound("open", *each.page, scene);
     }
     if (picker_window* w = picker())
         for (const opened_picker& each : opened)
@@ -899,15 +905,7 @@ MStatus picker_main::bind_picker(const MStringArray& args)
         picker_page* page = current_page();
         if (!page)
             return MStatus::kSuccess;
-        const QStringList scene = MStringArrayToQStringList(args);
-        QStringList missing;
-        for (const QString& ns : page->namespaces())
-            if (!ns.isEmpty() && !scene.contains(ns) && !missing.contains(ns))
-                missing << ns;
-        if (!missing.isEmpty())
-            MGlobal::displayWarning(to_m(QString("%1 - bind: the picker \"%2\" names namespaces the scene lacks "
-                                                 "(%3); move it with update_namespace")
-                                             .arg(texts::command_name, page->name(), missing.join(", "))));
+        warn_unbound("bind", *page, MStringArrayToQStringList(args));
         return MStatus::kSuccess;
     }
     // Each opened picker queued a bind of its own: this one is for the
@@ -936,8 +934,6 @@ MStatus picker_main::rebind_picker(const MStringArray& args)
 MStatus picker_main::update_namespace(const MStringArray& args)
 {
     picker_page* page = current_page();
-    if (!page)
-        return MStatus::kSuccess;
     QString why;
     QStringList from, to;
     if (!namespace_move(*page, MStringArrayToQStringList(args), &from, &to, &why))
@@ -956,8 +952,6 @@ MStatus picker_main::update_namespace(const MStringArray& args)
 MStatus picker_main::get_namespaces(const MStringArray&)
 {
     picker_page* page = current_page();
-    if (!page)
-        return MStatus::kSuccess;
     // Main namespace first: the one update_namespace NEW moves.
     QStringList names;
     for (const buttonRecord& r : page->buttons())

@@ -240,23 +240,6 @@ void picker_window::load_pickers(const QStringList& paths)
     }
 }
 
-bool picker_window::open_for_script(const QStringList& paths, QString* why)
-{
-    QList<opened_picker> opened;
-    if (!open_into_book(*book_, paths, why, &opened))
-        return false;
-    // A file that opened with losses still says so as the menu's Open does.
-    for (const opened_picker& each : opened) {
-        picker_view* view = view_of(each.page);
-        frame_when_shown(view);
-        pickers_to_bind().append(view);
-        request_rebind(false);
-        if (!each.warning.isEmpty())
-            QMessageBox::warning(this, texts::damaged_title, each.warning, QMessageBox::Ok);
-    }
-    return true;
-}
-
 picker_view* picker_window::take_picker_to_bind()
 {
     QList<QPointer<picker_view>>& list = pickers_to_bind();
@@ -318,18 +301,6 @@ bool picker_window::save_view_as(picker_view* view)
     const bool saved = do_save(view, answer);
     view->setPath(saved ? answer : QString());
     return saved;
-}
-
-bool picker_window::save_front_to(const QString& path, QString* why)
-{
-    picker_view* view = frontPicker();
-    if (!view)
-        return true;
-    if (!write_picker(*view->page(), path, why, nullptr))
-        return false;
-    view->setPath(path);
-    saved(view, path);
-    return true;
 }
 
 bool picker_window::do_save(picker_view* view, const QString& path)

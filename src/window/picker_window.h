@@ -216,12 +216,6 @@ public:
     QSize minimumSizeHint() const override;
 
     // ----- Scripts
-    // Opens the files into tabs; nothing opens unless every file can be
-    // read, and then `why` names the first that cannot, with no dialog.
-    bool open_for_script(const QStringList& paths, QString* why);
-    // Saves the front picker to the path and ties its tab to it, without a
-    // dialog; false with the reason.
-    bool save_front_to(const QString& path, QString* why);
     // The oldest opened picker still waiting for its namespaces to be bound,
     // else the front picker.
     picker_view* take_picker_to_bind();

@@ -28,6 +28,18 @@ struct host_fixture {
         return v.is_none() ? QStringList() : v.to_strings();
     }
 
+    // The repr() of a Python expression (a tuple may go without its
+    // parentheses) after some statements, or why not.
+    QString repr(const QString& statements, const QString& expression)
+    {
+        if (!statements.isEmpty() && !h.execute_python(statements))
+            return "statements failed: " + h.output_text();
+        mel::value v;
+        if (!h.execute_python("repr((" + expression + "))", &v))
+            return "expression failed: " + h.output_text();
+        return v.to_string();
+    }
+
     // The errors the script output holds, in order.
     QStringList errors() const
     {
