@@ -100,12 +100,12 @@ sandbox_window::~sandbox_window()
 void sandbox_window::build_menus()
 {
     QMenu* file = menuBar()->addMenu("&File");
-    file->addAction("&New Scene", this, &sandbox_window::new_scene, QKeySequence::New);
-    file->addAction("&Open Scene...", this, &sandbox_window::choose_scene_to_open, QKeySequence::Open);
-    file->addAction("&Save Scene", this, &sandbox_window::save_scene, QKeySequence::Save);
-    file->addAction("Save Scene &As...", this, &sandbox_window::save_scene_as, QKeySequence::SaveAs);
+    file->addAction("&New Scene", this, &sandbox_window::new_scene)->setShortcut(QKeySequence::New);
+    file->addAction("&Open Scene...", this, &sandbox_window::choose_scene_to_open)->setShortcut(QKeySequence::Open);
+    file->addAction("&Save Scene", this, &sandbox_window::save_scene)->setShortcut(QKeySequence::Save);
+    file->addAction("Save Scene &As...", this, &sandbox_window::save_scene_as)->setShortcut(QKeySequence::SaveAs);
     file->addSeparator();
-    file->addAction("&Quit", this, &QWidget::close, QKeySequence::Quit);
+    file->addAction("&Quit", this, &QWidget::close)->setShortcut(QKeySequence::Quit);
 
     QMenu* plugins = menuBar()->addMenu("&Plug-ins");
     plugins->addAction("&Load...", this, &sandbox_window::choose_plugin_to_load);

@@ -76,7 +76,7 @@ public:
         const int key_end = text.indexOf('"', set.size());
         const int value_end = text.indexOf('"', key_end + 3);
         entries[text.mid(set.size(), key_end - set.size())] =
-            text.midRef(key_end + 3, value_end - key_end - 3).toLatin1();
+            QStringView(text).mid(key_end + 3, value_end - key_end - 3).toLatin1();
         return true;
     }
     QHash<QString, QByteArray> entries;

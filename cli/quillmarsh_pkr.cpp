@@ -413,7 +413,7 @@ QSet<QString> used_namespaces(const QVector<buttonAttributes>& buttons)
             for (const QString& name : b.names) {
                 extract_namespace(found, name);
                 const QString node = name.left(node_end(name)).section('|', -1);
-                root = root || (!node.isEmpty() && !node.midRef(1).contains(':'));
+                root = root || (!node.isEmpty() && !QStringView(node).mid(1).contains(':'));
             }
             continue;
         }

@@ -73,7 +73,7 @@ private slots:
             << some_buttons << "[qp.button_properties(at=(20, 20))[k] for k in ('kind', 'language')]"
             << "['command', 'python']";
         QTest::newRow("bounds grown by the label") << some_buttons << "qp.button_bounds(object='hero:head_ctrl')"
-                                                   << "(31, 21, 40, 20)";
+                                                   << "(29, 21, 44, 20)";
         QTest::newRow("objects") << some_buttons << "qp.button_objects(label='L hand')" << "['hero:L_hand_ctrl']";
         QTest::newRow("a command button's script") << some_buttons << "qp.button_objects(label='Key')"
                                                    << "['cmds.setKeyframe()']";
@@ -311,7 +311,7 @@ private slots:
         QVERIFY2(h.execute_python(some_buttons), qPrintable(h.output_text()));
         QCOMPARE(repr("", "qp.buttons()[0]"),
                  QString("{'label': 'head', 'kind': 'select', 'names': ['hero:head_ctrl'], 'x': 50, 'y': 30, "
-                         "'width': 10, 'height': 10, 'bounds': (31, 21, 40, 20), 'color': '#b22222', "
+                         "'width': 10, 'height': 10, 'bounds': (29, 21, 44, 20), 'color': '#b22222', "
                          "'label_color': '#000000', 'script': None, 'language': None}"));
         QCOMPARE(repr("", "{k: v for k, v in qp.buttons()[2].items() if k != 'bounds'}"),
                  QString("{'label': 'Key', 'kind': 'command', 'names': [], 'x': 20, 'y': 20, 'width': 10, "

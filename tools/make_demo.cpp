@@ -35,6 +35,9 @@ const int image_height = 520;
 QImage draw_character(const QColor& body, const QColor& accent)
 {
     QImage image(image_width, image_height, QImage::Format_ARGB32);
+    // Qt 5 and Qt 6 default to different densities; the files must not differ.
+    image.setDotsPerMeterX(3937);
+    image.setDotsPerMeterY(3937);
     image.fill(QColor(34, 38, 46));
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);

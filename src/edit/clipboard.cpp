@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QClipboard>
 #include <QDataStream>
+#include <QIODevice>
 #include <QGuiApplication>
 #include <QMimeData>
 

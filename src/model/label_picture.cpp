@@ -3,7 +3,6 @@
 #include "model/limits.h"
 
 #include <QColor>
-#include <QFontMetrics>
 #include <QFontMetricsF>
 #include <QHash>
 #include <QPainter>
@@ -382,7 +381,16 @@ QHash<QString, measured_label>& measured()
     return cache;
 }
 
-label_layout lay_out(const QString& label, const QFontMetrics& metrics)
+// The label's room is measured by its advance and the font's line, never by
+// the ink: glyph bounds come out a pixel apart between Qt versions, and a
+// picker must lay out the same in every Maya.
+QSize text_size(const QFontMetricsF& metrics, const QString& text)
+{
+    return QSize(int(std::ceil(metrics.horizontalAdvance(text))),
+                 int(std::ceil(metrics.ascent())) + int(std::ceil(metrics.descent())));
+}
+
+label_layout lay_out(const QString& label, const QFontMetricsF& metrics)
 {
     // Only the start of a long label can ever fit the picture, so no more of
     // it is laid out; what does not fit is elided.
@@ -394,10 +402,10 @@ label_layout lay_out(const QString& label, const QFontMetrics& metrics)
         shown.truncate(keep);
     }
     const int widest = limits::max_label_width - 4;
-    QRect text = metrics.boundingRect(shown);
+    QSize text = text_size(metrics, shown);
     if (text.width() > widest || shown.size() < label.size()) {
         shown = metrics.elidedText(shown, Qt::ElideRight, widest);
-        text = metrics.boundingRect(shown);
+        text = text_size(metrics, shown);
     }
     QSize size(std::min(text.width(), widest), std::min(text.height(), limits::max_label_height));
     if (size.width() % 2)
@@ -418,9 +426,9 @@ QFont label_font()
     return font;
 }
 
-static const QFontMetrics& label_metrics()
+static const QFontMetricsF& label_metrics()
 {
-    static const QFontMetrics metrics(label_font());
+    static const QFontMetricsF metrics(label_font());
     return metrics;
 }
 

@@ -13,12 +13,12 @@ namespace {
 // where a hash of strings would cost three times that.
 struct table {
     QVector<QString> names;
-    std::vector<int> slots; // -1: empty
+    std::vector<int> buckets; // -1: empty
     std::vector<uint> hashes; // of each name, by id, so growing rehashes nothing
 
     void grow()
     {
-        std::vector<int> bigger(std::max<size_t>(64, slots.size() * 2), -1);
+        std::vector<int> bigger(std::max<size_t>(64, buckets.size() * 2), -1);
         const size_t mask = bigger.size() - 1;
         for (int id = 0; id < names.size(); ++id) {
             size_t at = hashes[size_t(id)] & mask;
@@ -26,7 +26,7 @@ struct table {
                 at = (at + 1) & mask;
             bigger[at] = id;
         }
-        slots.swap(bigger);
+        buckets.swap(bigger);
     }
 };
 
@@ -58,18 +58,18 @@ int generation_count = 0;
 int intern(const QString& name)
 {
     table& t = the_table();
-    if (size_t(t.names.size()) * 2 >= t.slots.size())
+    if (size_t(t.names.size()) * 2 >= t.buckets.size())
         t.grow();
     const uint h = mixed_hash(name);
-    const size_t mask = t.slots.size() - 1;
+    const size_t mask = t.buckets.size() - 1;
     size_t at = h & mask;
-    for (; t.slots[at] >= 0; at = (at + 1) & mask) {
-        const int id = t.slots[at];
+    for (; t.buckets[at] >= 0; at = (at + 1) & mask) {
+        const int id = t.buckets[at];
         if (t.hashes[size_t(id)] == h && t.names.at(id) == name)
             return id;
     }
     const int id = t.names.size();
-    t.slots[at] = id;
+    t.buckets[at] = id;
     t.names.append(name);
     t.hashes.push_back(h);
     return id;

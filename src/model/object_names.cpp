@@ -98,7 +98,7 @@ void map_text_words(const QString& text, int begin, int end, const word_map& map
         const QChar c = text[i];
         if (c == '\\') {
             const int length = std::min(2, end - i);
-            out += text.midRef(i, length);
+            out += QStringView(text).mid(i, length);
             i += length;
             continue;
         }
@@ -164,13 +164,13 @@ int python_literal(const QString& s, int quote, const QString& prefix, const wor
         ++end;
     }
     end = std::min(end, n);
-    out += s.midRef(quote, open);
+    out += QStringView(s).mid(quote, open);
     const QString p = prefix.toLower();
     if (p.contains('f') || p.contains('b'))
-        out += s.midRef(begin, end - begin);
+        out += QStringView(s).mid(begin, end - begin);
     else
         map_text_words(s, begin, end, map, out);
-    out += s.midRef(end, close);
+    out += QStringView(s).mid(end, close);
     return end + close;
 }
 
@@ -186,7 +186,7 @@ QString map_python(const QString& s, const word_map& map)
             int end = s.indexOf('\n', i);
             if (end < 0)
                 end = n;
-            out += s.midRef(i, end - i);
+            out += QStringView(s).mid(i, end - i);
             i = end;
             continue;
         }
@@ -282,7 +282,7 @@ QString map_mel(const QString& s, const word_map& map)
         if (c == '/' && (next == '/' || next == '*')) {
             int end = next == '/' ? s.indexOf('\n', i) : s.indexOf("*/", i + 2);
             end = end < 0 ? n : (next == '/' ? end : end + 2);
-            out += s.midRef(i, end - i);
+            out += QStringView(s).mid(i, end - i);
             i = end;
             continue;
         }
@@ -344,7 +344,7 @@ QString map_mel(const QString& s, const word_map& map)
             if (is_mel_argument_word(s.mid(i, j - i)))
                 map_text_words(s, i, j, map, out);
             else
-                out += s.midRef(i, j - i);
+                out += QStringView(s).mid(i, j - i);
             i = j;
             continue;
         }
@@ -404,21 +404,21 @@ QString searchable_text(const QString& script, bool python)
     const int n = script.size();
     for (int i = 0; i < n;) {
         const QChar c = script[i];
-        if (python ? c == '#' : script.midRef(i, 2) == QLatin1String("//")) {
+        if (python ? c == '#' : QStringView(script).mid(i, 2) == QLatin1String("//")) {
             while (i < n && script[i] != '\n')
                 ++i;
-        } else if (!python && script.midRef(i, 2) == QLatin1String("/*")) {
+        } else if (!python && QStringView(script).mid(i, 2) == QLatin1String("/*")) {
             const int end = script.indexOf(QLatin1String("*/"), i + 2);
             i = end < 0 ? n : end + 2;
         } else if (c == '"' || (python && c == '\'')) {
-            const bool triple = python && script.midRef(i, 3) == QString(3, c);
+            const bool triple = python && QStringView(script).mid(i, 3) == QString(3, c);
             const int quote = triple ? 3 : 1;
             out += ' ';
             for (i += quote; i < n; ++i) {
                 if (script[i] == '\\' && i + 1 < n) {
                     out += ' '; // an escape ends a word ("\n")
                     ++i;
-                } else if (triple ? script.midRef(i, 3) == QString(3, c) : script[i] == c) {
+                } else if (triple ? QStringView(script).mid(i, 3) == QString(3, c) : script[i] == c) {
                     i += quote;
                     break;
                 } else if (!triple && script[i] == '\n') {
@@ -452,7 +452,7 @@ bool is_namespaced_name(const QString& name)
             continue; // a leading '|'
         if (!segment.match(parts[i]).hasMatch())
             return false;
-        namespaced = namespaced || parts[i].midRef(1).contains(':');
+        namespaced = namespaced || QStringView(parts[i]).mid(1).contains(':');
     }
     return namespaced;
 }

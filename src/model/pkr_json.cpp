@@ -274,7 +274,7 @@ void read_background(const QJsonValue& value, const QString& base_dir, picture_f
 bool parse_colour(const QString& text, quint32* colour)
 {
     if (text.startsWith('#')) {
-        const QStringRef hex = text.midRef(1);
+        const QStringView hex = QStringView(text).mid(1);
         if (hex.size() != 6 && hex.size() != 8)
             return false;
         for (const QChar c : hex)

@@ -2,6 +2,8 @@
 
 #include "model/picker_stream.h"
 
+#include <QDataStream>
+#include <QIODevice>
 #include <QSet>
 
 #include <iterator>

@@ -224,7 +224,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
     mirrorAction->setEnabled(page_->any_target());
-    menu->exec(e->globalPos(), addOneAction);
+    menu->exec(mapToGlobal(e->pos()), addOneAction);
     deleteAction->setEnabled(true);
     e->accept();
     setFocus(Qt::MouseFocusReason);

@@ -629,8 +629,11 @@ void picker_window::make_toolbox()
     labelEdit = new QLineEdit;
     labelEdit->setToolTip("Button Label");
     labelEdit->setPlaceholderText("Label");
-    // Room for a label's worth of text however narrow the window.
-    labelEdit->setMinimumWidth(labelEdit->fontMetrics().horizontalAdvance("L_shoulder"));
+    // Room for a label's worth of text however narrow the window, inside
+    // the field's own frame and margins (what its smallest hint holds
+    // besides one character).
+    labelEdit->setMinimumWidth(labelEdit->fontMetrics().horizontalAdvance("L_shoulder")
+                               + labelEdit->minimumSizeHint().width());
     // Only a label the user typed and confirmed with Return is applied:
     // focus leaving the field (the pointer leaving the picker) applies nothing.
     connect(labelEdit, SIGNAL(returnPressed()), this, SLOT(set_button_label()));

@@ -236,7 +236,7 @@ double leading_number(const QString& text, bool* is_float)
     }
     if (is_float)
         *is_float = fraction;
-    return text.midRef(start, p - start).toDouble();
+    return QStringView(text).mid(start, p - start).toDouble();
 }
 
 int to_int32(double v)
