@@ -8,16 +8,16 @@
 # The Linux floor is the build system's own libstdc++ (devtoolset and
 # gcc-toolset link what is newer than it statically): GCC 4.8.5 on
 # CentOS/RHEL 7, GCC 8.5 on RHEL 8.
-# 2027: Autodesk's pages reachable here do not state its Linux toolchain,
-# Qt or Python. The row assumes the strictest plausible: the RHEL 8 floor
-# (2025 and 2026's), gcc-toolset-11 to 14, and any Qt 6.5 or later.
+# 2027's Linux toolchain, Qt and Python are not confirmed: its row assumes
+# the strictest plausible floor, RHEL 8's (as 2025 and 2026), accepts
+# gcc-toolset-11 to 14, and takes whichever Qt 6 its devkit has.
 set(QUILL_MAYA_VERSIONS
 "2022|5.15.2|3.7|GCC 9.3.1 (devtoolset-9)|9|CentOS/RHEL 7|2.17|3.4.19|1.3.7|0|Visual Studio 2019|1920|1929|Xcode 10.2.1|10.14|x86_64"
 "2023|5.15.2|3.9|GCC 9.3.1 (devtoolset-9)|9|CentOS/RHEL 7|2.17|3.4.19|1.3.7|0|Visual Studio 2019|1920|1929|Xcode 10.2.1|10.15|x86_64"
 "2024|5.15.2|3.10|GCC 11.2.1 (gcc-toolset-11)|11|Rocky/RHEL 8|2.28|3.4.25|1.3.11|1|Visual Studio 2022|1930|1949|Xcode 13|11.0|x86_64,arm64"
 "2025|6.5.3|3.11|GCC 11.2.1 (gcc-toolset-11)|11|Rocky/RHEL 8|2.28|3.4.25|1.3.11|1|Visual Studio 2022|1930|1949|Xcode 14|11.0|x86_64,arm64"
 "2026|6.5.3|3.11|GCC 11.2.1 (gcc-toolset-11)|11|Rocky/RHEL 8|2.28|3.4.25|1.3.11|1|Visual Studio 2022|1930|1949|Xcode 14|11.0|x86_64,arm64"
-"2027|6.5|3.11|gcc-toolset-11 to 14|11,12,13,14|Rocky/RHEL 8|2.28|3.4.25|1.3.11|1|Visual Studio 2022|1930|1949|Xcode 14|11.0|x86_64,arm64")
+"2027|6|unconfirmed|gcc-toolset-11 to 14|11,12,13,14|Rocky/RHEL 8|2.28|3.4.25|1.3.11|1|Visual Studio 2022|1930|1949|Xcode 14|11.0|x86_64,arm64")
 
 # Sets MAYA_<field> for the given year; fails for a year not in the table.
 function(quill_maya_facts year)
