@@ -4,7 +4,7 @@
 # EXTRA_PACKAGES for more Debian packages, and PACKAGES_ONLY=1 to stop after
 # installing them.
 
-packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools zlib1g-dev
+packages=(cmake ninja-build g++ make ccache pkg-config qtbase5-dev qtbase5-dev-tools qt6-base-dev zlib1g-dev
           fonts-dejavu-core python3-dev xvfb openbox xdotool ${EXTRA_PACKAGES:-})
 
 missing=()
@@ -31,8 +31,13 @@ if [ -n "${PACKAGES_ONLY:-}" ]; then return 0; fi
 BUILD_DIR=${BUILD_DIR:-build}
 generator=()
 [ -f "$BUILD_DIR/CMakeCache.txt" ] || generator=(-G Ninja)
+# The compiler cache serves every build folder and every checkout: paths
+# under this one are hashed relative to it, and the folder built in is not
+# hashed (it only names where debug information looks for sources).
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
+export CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 echo "== Configuring in $BUILD_DIR"
-cmake -S . -B "$BUILD_DIR" "${generator[@]}" -DQUILL_WERROR=ON ${CMAKE_EXTRA:-} >"$BUILD_DIR.configure.log" 2>&1 || {
+cmake -S . -B "$BUILD_DIR" "${generator[@]}" -DQUILL_WERROR=ON -DCMAKE_CXX_COMPILER_LAUNCHER=ccache ${CMAKE_EXTRA:-} >"$BUILD_DIR.configure.log" 2>&1 || {
     cat "$BUILD_DIR.configure.log"; echo "error: configuring failed" >&2; exit 1; }
 echo "== Building (log: $BUILD_DIR.build.log)"
 cmake --build "$BUILD_DIR" -j "$(nproc)" >"$BUILD_DIR.build.log" 2>&1 || {
