@@ -224,7 +224,7 @@ MStatus MSelectionList::add(const MString& matchString, const bool searchChildNa
     if (matches.isEmpty())
         return MStatus::kInvalidParameter;
     auto& items = items_of(api_data_);
-    for (const QString& m : matches)
+    for (const QString& m : qAsConst(matches))
         if (std::find(items.begin(), items.end(), m) == items.end())
             items.push_back(m);
     return MStatus::kSuccess;

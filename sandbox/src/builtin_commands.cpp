@@ -258,7 +258,7 @@ value mel_parent(host& h, const args_t& args)
     long_names_of(h, "parent", names);
     const QString parent = world ? QString() : names.takeLast();
     QStringList out;
-    for (const QString& child : names) {
+    for (const QString& child : qAsConst(names)) {
         QString error, now;
         if (!h.parent_node(child, parent, &error, &now))
             fail("parent", error);
@@ -280,7 +280,7 @@ value mel_delete(host& h, const args_t& args)
     }
     if (a.names().isEmpty())
         targets = h.selection(true);
-    for (const QString& t : targets) {
+    for (const QString& t : qAsConst(targets)) {
         const QString node = t.section('.', 0, 0);
         // Gone already with an ancestor deleted before it.
         if (!h.node_exists(node))
@@ -318,7 +318,7 @@ value mel_ls(host& h, const args_t& args)
             if (recursive && !p.contains(':') && !p.contains('|'))
                 for (const QString& ns : h.all_namespaces())
                     found += h.list(ns + ':' + p, true);
-            for (const QString& f : found)
+            for (const QString& f : qAsConst(found))
                 if (in.contains(f) && !seen.contains(f)) {
                     seen.insert(f);
                     out.append(f);
@@ -328,7 +328,7 @@ value mel_ls(host& h, const args_t& args)
     if (a.has("type")) {
         QString type = a.value("type").to_string();
         QStringList typed;
-        for (const QString& item : out)
+        for (const QString& item : qAsConst(out))
             if (h.node_type(item.section('.', 0, 0)) == type)
                 typed.append(item);
         out = typed;
@@ -500,7 +500,8 @@ value mel_file_info(host& h, const args_t& args)
     if (a.query) {
         QStringList out;
         if (a.positional.isEmpty()) {
-            for (const auto& entry : h.file_info_table())
+            const auto table = h.file_info_table();
+            for (const auto& entry : table)
                 out << entry.first << entry.second;
         } else {
             QString v;

@@ -77,7 +77,7 @@ void forget(label_art& art, int i)
 
 label_art::~label_art()
 {
-    for (const drawing& d : drawings)
+    for (const drawing& d : qAsConst(drawings))
         kept_drawings().bytes -= d.image.sizeInBytes();
 }
 

@@ -131,7 +131,7 @@ QStringList namespaces_by_use(const QStringList& names)
             if (!body.isEmpty() && !body.contains(':') && !used.contains(":"))
                 used << ":";
         }
-        for (const QString& ns : used) {
+        for (const QString& ns : qAsConst(used)) {
             if (!count.contains(ns))
                 order << ns;
             ++count[ns];

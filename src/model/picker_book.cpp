@@ -332,7 +332,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
                 sceneImages_.insert(key);
             else
                 sceneImages_.remove(key);
-            for (picker_page* page : under)
+            for (picker_page* page : qAsConst(under))
                 set_stored_background(page, key, shown);
             continue;
         }
@@ -355,7 +355,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
                                .arg(limits::image_square_side);
             continue;
         }
-        for (picker_page* page : under)
+        for (picker_page* page : qAsConst(under))
             set_stored_background(page, key, picture);
     }
     return lost;

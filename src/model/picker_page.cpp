@@ -281,7 +281,7 @@ bool picker_page::conform_to_selected()
     ++revision_;
     // The names flagged on any button, by id.
     std::vector<quint8> flagged(size_t(name_ids::count()), 0);
-    for (const buttonRecord& r : buttons_) {
+    for (const buttonRecord& r : qAsConst(buttons_)) {
         const int n = qMin(r.names.size(), r.nameFlags.size());
         if (n == 0)
             continue;

@@ -307,7 +307,7 @@ QList<buttonAttributes> add_manybuttons_cmd::take_placed()
 {
     picker_page* page = view->page();
     QList<buttonAttributes> made;
-    for (button_id id : ids) {
+    for (button_id id : qAsConst(ids)) {
         const int row = page->row_of(id);
         if (row >= 0)
             made << page->at(row);

@@ -45,7 +45,7 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
             sceneNamespaces << ":";
     }
     sceneNamespaces.removeAll(QString());
-    for (const QString& ns : current)
+    for (const QString& ns : qAsConst(current))
         if (!sceneNamespaces.contains(ns))
             needed = true;
     if (needed)
