@@ -3,8 +3,10 @@
 # tools) and fails on any warning tools/clazy_allowed.txt does not list.
 #   tools/clazy.sh [build folder, default build-clazy] [jobs, default 2]
 # The folder is configured with clang and a compile database, and its moc
-# files (which the sources include) are generated; then each source is
-# checked, two at a time. Warnings go to <folder>/clazy.log.
+# files (which the sources include) are generated, which builds the
+# libraries they depend on; then each source is checked, two at a time.
+# Warnings go to <folder>/clazy.log. About three minutes on two cores from
+# nothing, one when the folder is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -15,7 +17,9 @@ command -v clazy-standalone >/dev/null || { echo "error: clazy-standalone is not
 
 if [ ! -f "$build/compile_commands.json" ]; then
     echo "== Configuring $build (clang, compile database)"
-    CXX=clang++ cmake -S . -B "$build" -G Ninja -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >"$build.configure.log" 2>&1 || {
+    launcher=()
+    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    CXX=clang++ cmake -S . -B "$build" -G Ninja -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "${launcher[@]}" >"$build.configure.log" 2>&1 || {
         cat "$build.configure.log"; echo "error: configuring $build failed" >&2; exit 1; }
 fi
 echo "== Generating the moc files in $build (log: $build.build.log)"
