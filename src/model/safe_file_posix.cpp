@@ -129,6 +129,17 @@ struct temporary {
     }
 };
 
+// macOS's fsync leaves the data in the drive's cache; F_FULLFSYNC empties
+// it where the file system can.
+bool flush_to_disk(int fd)
+{
+#ifdef F_FULLFSYNC
+    if (::fcntl(fd, F_FULLFSYNC) == 0)
+        return true;
+#endif
+    return ::fsync(fd) == 0;
+}
+
 bool write_all(int fd, const QByteArray& bytes, QString* error)
 {
     const char* data = bytes.constData();
@@ -209,7 +220,7 @@ bool write_file_safely(const QString& path, const QByteArray& bytes, QString* er
         return false;
     // Flushed before the rename, so a crash leaves the old file or the new
     // one, never a name pointing at blocks not yet on disk.
-    if (::fsync(temp.fd) != 0)
+    if (!flush_to_disk(temp.fd))
         return fail(error, QStringLiteral("the data could not be flushed to disk: %1").arg(errno_text(errno)));
     // Network file systems may report a full disk or quota only here.
     const int closed = ::close(temp.fd);
