@@ -1,5 +1,7 @@
 #include "command_line.h"
 
+#include <utility>
+
 namespace {
 
 const QStringList value_options = {"--plugin", "--mel", "--mel-file", "--py", "--py-file",
@@ -70,7 +72,7 @@ bool parse_command_line(const QStringList& args, app_options* options, QString* 
         options->scene = arg;
     }
     if (options->batch) {
-        for (const app_step& step : qAsConst(options->steps)) {
+        for (const app_step& step : std::as_const(options->steps)) {
             if (step.what == app_step::screenshot || step.what == app_step::picker_size
                 || step.what == app_step::picker_zoom) {
                 *error = "--screenshot, --picker-size and --picker-zoom need the interface, which --batch has not";

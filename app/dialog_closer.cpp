@@ -31,7 +31,7 @@ QAbstractButton* closing_button(QDialog* dialog)
     if (auto* box = qobject_cast<QMessageBox*>(dialog)) {
         if (QAbstractButton* cancel = box->button(QMessageBox::Cancel))
             return cancel;
-        return box->buttons().size() == 1 ? box->buttons().first() : nullptr;
+        return box->buttons().size() == 1 ? box->buttons().constFirst() : nullptr;
     }
     for (auto* buttons : dialog->findChildren<QDialogButtonBox*>())
         if (QAbstractButton* cancel = buttons->button(QDialogButtonBox::Cancel))

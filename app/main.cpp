@@ -12,6 +12,7 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <utility>
 
 int main(int argc, char* argv[])
 {
@@ -60,7 +61,7 @@ int main(int argc, char* argv[])
         window.run_mel(picker_command, false);
     window.settle();
 
-    for (const app_step& step : qAsConst(options.steps)) {
+    for (const app_step& step : std::as_const(options.steps)) {
         switch (step.what) {
         case app_step::mel: window.run_mel(step.value, true); break;
         case app_step::mel_file: window.run_mel_file(step.value); break;

@@ -7,6 +7,8 @@
 #include <QItemSelection>
 #include <QSet>
 
+#include <utility>
+
 namespace {
 
 constexpr int name_role = Qt::UserRole;   // full node name, or full namespace
@@ -103,7 +105,7 @@ void outliner::refresh()
             item->setToolTip(0, nodes[i]);
             item->setData(0, name_role, nodes[i]);
         }
-        for (QTreeWidgetItem* branch : qAsConst(branches))
+        for (QTreeWidgetItem* branch : std::as_const(branches))
             branch->setExpanded(!collapsed.contains(branch->data(0, name_role).toString()));
         syncing_ = false;
     }
@@ -153,7 +155,7 @@ void outliner::push_selection()
     for (const QString& item : host.selection())
         if (chosen.contains(item))
             ordered << item;
-    for (const QString& item : qAsConst(chosen))
+    for (const QString& item : std::as_const(chosen))
         if (!ordered.contains(item))
             ordered << item;
     syncing_ = true;

@@ -11,6 +11,8 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <utility>
+
 namespace {
 
 // A scene and each file it references are read whole, so each is bounded.
@@ -154,7 +156,7 @@ QStringList missing_objects(const QVector<buttonAttributes>& buttons)
             nodes = script_object_nodes(b.names.join('\n'), b.language == 1, bound);
         }
         nodes.removeDuplicates();
-        for (const QString& node : qAsConst(nodes)) {
+        for (const QString& node : std::as_const(nodes)) {
             const QString problem = absent(h, node);
             if (!problem.isEmpty())
                 out << QString("%1: %2").arg(button_text(b), problem);

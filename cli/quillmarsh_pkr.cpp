@@ -30,6 +30,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -299,7 +300,7 @@ int preview(const QStringList& args)
     view.show();
     if (!contents.header.backgroundKey.isEmpty())
         view.setBackground(contents.header.backgroundKey, contents.header.background);
-    for (const buttonAttributes& b : qAsConst(contents.buttons))
+    for (const buttonAttributes& b : std::as_const(contents.buttons))
         view.push_button(b, -1);
     // Framed at once (the window animates it), with a small margin; no banner.
     QRect bounds = view.button_bounds(false);
@@ -373,7 +374,7 @@ int info(const QStringList& args)
             continue;
         }
         int commands = 0;
-        for (const buttonAttributes& b : qAsConst(contents.buttons))
+        for (const buttonAttributes& b : std::as_const(contents.buttons))
             commands += b.kind == 1;
         if (a.json) {
             all.append(info_json(path, contents, commands));
@@ -457,7 +458,7 @@ int rebind(const QStringList& args)
         return error(why);
     // A namespace the picker does not use is a typo, not a rebind.
     const QSet<QString> used = used_namespaces(contents.buttons);
-    for (const QString& old : qAsConst(olds)) {
+    for (const QString& old : std::as_const(olds)) {
         if (used.contains(bare_namespace(old)))
             continue;
         QStringList names = namespaces_of(contents.buttons);

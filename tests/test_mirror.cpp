@@ -172,6 +172,10 @@ private slots:
         view.mirror_buttons();
         QCOMPARE(view.buttons().size(), 6); // L_a's copy is there already
         QCOMPARE(view.buttons().last().names, (QStringList{"R_b", "hero:spine2", "grp|spine2"}));
+
+        // Patterns are shown as typed, a "%2" in them too.
+        QCOMPARE(mirror::unmapped_reason({"arm: L_arm"}, {"%2_", "%3_"}),
+                 QString("the side patterns (%2_/%3_) do not map these names of 1 button: arm: L_arm"));
     }
 
     void mirror_is_one_exact_undo_step()

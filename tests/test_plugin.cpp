@@ -375,7 +375,7 @@ private slots:
     void demo_scene_is_what_its_script_builds()
     {
         // What a scene's pickers hold, background keys aside.
-        auto snapshot = [this] {
+        auto snapshot = [] {
             QStringList out;
             QTabWidget* tabs = window()->tabs();
             for (int i = 0; i < tabs->count(); ++i) {

@@ -68,7 +68,7 @@ class test_scene : public QObject, host_fixture {
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
         window()->streamTo(out);
-        return describe_stream(bytes, [this](const QString& key) {
+        return describe_stream(bytes, [](const QString& key) {
             for (int i = 0; i < window()->tabs()->count(); ++i) {
                 auto* view = qobject_cast<picker_view*>(window()->tabs()->widget(i));
                 if (view->backgroundKey() == key && !view->background().isNull())

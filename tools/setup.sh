@@ -4,7 +4,7 @@
 # EXTRA_PACKAGES for more Debian packages, and PACKAGES_ONLY=1 to stop after
 # installing them.
 
-packages=(cmake ninja-build g++ make ccache pkg-config qtbase5-dev qtbase5-dev-tools qt6-base-dev zlib1g-dev
+packages=(cmake ninja-build g++ g++-mingw-w64-x86-64 make ccache pkg-config qtbase5-dev qtbase5-dev-tools qt6-base-dev zlib1g-dev
           fonts-dejavu-core python3-dev xvfb openbox xdotool ${EXTRA_PACKAGES:-})
 
 missing=()

@@ -13,6 +13,8 @@
 
 #include <QWidget>
 
+#include <utility>
+
 using sandbox::host;
 using sandbox::to_mstring;
 using sandbox::to_qstring;
@@ -224,7 +226,7 @@ MStatus MSelectionList::add(const MString& matchString, const bool searchChildNa
     if (matches.isEmpty())
         return MStatus::kInvalidParameter;
     auto& items = items_of(api_data_);
-    for (const QString& m : matches)
+    for (const QString& m : std::as_const(matches))
         if (std::find(items.begin(), items.end(), m) == items.end())
             items.push_back(m);
     return MStatus::kSuccess;

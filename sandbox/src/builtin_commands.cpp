@@ -6,6 +6,7 @@
 #include <QSet>
 
 #include <initializer_list>
+#include <utility>
 
 namespace sandbox {
 
@@ -258,7 +259,7 @@ value mel_parent(host& h, const args_t& args)
     long_names_of(h, "parent", names);
     const QString parent = world ? QString() : names.takeLast();
     QStringList out;
-    for (const QString& child : names) {
+    for (const QString& child : std::as_const(names)) {
         QString error, now;
         if (!h.parent_node(child, parent, &error, &now))
             fail("parent", error);
@@ -280,7 +281,7 @@ value mel_delete(host& h, const args_t& args)
     }
     if (a.names().isEmpty())
         targets = h.selection(true);
-    for (const QString& t : targets) {
+    for (const QString& t : std::as_const(targets)) {
         const QString node = t.section('.', 0, 0);
         // Gone already with an ancestor deleted before it.
         if (!h.node_exists(node))
@@ -318,7 +319,7 @@ value mel_ls(host& h, const args_t& args)
             if (recursive && !p.contains(':') && !p.contains('|'))
                 for (const QString& ns : h.all_namespaces())
                     found += h.list(ns + ':' + p, true);
-            for (const QString& f : found)
+            for (const QString& f : std::as_const(found))
                 if (in.contains(f) && !seen.contains(f)) {
                     seen.insert(f);
                     out.append(f);
@@ -328,7 +329,7 @@ value mel_ls(host& h, const args_t& args)
     if (a.has("type")) {
         QString type = a.value("type").to_string();
         QStringList typed;
-        for (const QString& item : out)
+        for (const QString& item : std::as_const(out))
             if (h.node_type(item.section('.', 0, 0)) == type)
                 typed.append(item);
         out = typed;
@@ -500,7 +501,8 @@ value mel_file_info(host& h, const args_t& args)
     if (a.query) {
         QStringList out;
         if (a.positional.isEmpty()) {
-            for (const auto& entry : h.file_info_table())
+            const auto table = h.file_info_table();
+            for (const auto& entry : table)
                 out << entry.first << entry.second;
         } else {
             QString v;

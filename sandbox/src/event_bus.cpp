@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+#include <utility>
+
 namespace sandbox {
 
 namespace {
@@ -46,11 +48,11 @@ void event_bus::fire(const QString& event, const std::function<void(const callba
     // A callback may add or remove callbacks: walk a snapshot of the ids and
     // skip the ones gone by the time their turn comes.
     QVector<std::uintptr_t> ids;
-    for (const callback_record& c : callbacks_)
+    for (const callback_record& c : std::as_const(callbacks_))
         if (c.event == event)
             ids.append(c.id);
     for (std::uintptr_t id : ids) {
-        for (const callback_record& c : callbacks_) {
+        for (const callback_record& c : std::as_const(callbacks_)) {
             if (c.id == id) {
                 const callback_record copy = c; // the callback may change the list
                 call(copy);

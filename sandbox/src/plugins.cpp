@@ -276,11 +276,13 @@ mel::value run_plugin_command(host& h, const QString& name, const QVector<mel::v
             break;
         case mel::value::int_array:
         case mel::value::float_array:
-        case mel::value::string_array:
+        case mel::value::string_array: {
             a.kind = MSandboxAccess::arg::string_array;
-            for (const QString& s : v.to_strings())
+            const QStringList items = v.to_strings();
+            for (const QString& s : items)
                 a.items.push_back(s.toStdString());
             break;
+        }
         case mel::value::none:
         case mel::value::string:
             a.text = v.to_string().toStdString();

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 // Outside any namespace, as the resource's registration function is.
 static void init_resources()
@@ -177,7 +178,8 @@ QString mel_literal(const mel::value& v)
     case mel::value::float_array: return '{' + v.to_strings().join(", ") + '}';
     case mel::value::string_array: {
         QStringList parts;
-        for (const QString& s : v.to_strings())
+        const QStringList items = v.to_strings();
+        for (const QString& s : items)
             parts << mel_quote(s);
         return '{' + parts.join(", ") + '}';
     }
@@ -195,7 +197,7 @@ public:
     {
         static const QRegularExpression line_prefix("^line \\d+: ");
         QStringList lines;
-        for (QString e : errors_)
+        for (QString e : std::as_const(errors_))
             lines << e.remove(line_prefix);
         const QString message = lines.isEmpty() ? fallback : lines.join('\n');
         PyErr_SetString(PyExc_RuntimeError, message.toUtf8().constData());
@@ -272,7 +274,7 @@ PyObject* py_call(PyObject*, PyObject* args)
     } else {
         // MEL's own built-ins (size, match, eval...) only run from text.
         QStringList literals;
-        for (const mel::value& v : values)
+        for (const mel::value& v : std::as_const(values))
             literals << mel_literal(v);
         ok = h.interpreter().eval(name + '(' + literals.join(", ") + ");", &result);
     }

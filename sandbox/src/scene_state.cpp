@@ -3,6 +3,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <utility>
 
 namespace sandbox {
 
@@ -165,7 +166,7 @@ QVector<int> scene_state::find(const QString& path, bool wildcards) const
     else
         candidates = by_name_.value(parts.last());
     QVector<int> out;
-    for (int id : candidates) {
+    for (int id : std::as_const(candidates)) {
         const node& n = nodes_[id];
         if (!part_matches(parts.size() - 1, n.name))
             continue;
@@ -412,7 +413,7 @@ bool scene_state::delete_node(const QString& name, bool* selection_changed, QStr
     for (int gone : doomed)
         nodes_.remove(gone);
     QVector<selected> kept;
-    for (const selected& item : selection_)
+    for (const selected& item : std::as_const(selection_))
         if (nodes_.contains(item.node))
             kept.append(item);
     if (kept.size() != selection_.size()) {
@@ -509,7 +510,7 @@ bool scene_state::get_attribute(const QString& plug, QVector<double>* values, QS
         longs << attr;
     else
         longs << attr + 'X' << attr + 'Y' << attr + 'Z';
-    for (const QString& l : longs)
+    for (const QString& l : std::as_const(longs))
         values->append(n.values.value(l, find_attribute(l)->fallback));
     return true;
 }

@@ -2,6 +2,8 @@
 
 #include "edit/property_commands.h"
 
+#include <utility>
+
 void expand_rect(QRect& r, const QPoint& p)
 {
     if (p.x() < r.left())
@@ -20,7 +22,7 @@ removed_buttons removed_buttons::selected(const picker_page& page)
 {
     removed_buttons r;
     r.rows = page.target_rows();
-    for (int row : r.rows) {
+    for (int row : std::as_const(r.rows)) {
         r.ids.append(page.at(row).id);
         r.saved.append(page.at(row));
     }
@@ -278,7 +280,7 @@ void cut_buttons_cmd::undo()
     picker_page::hold hold(page);
     removed.put_back(*page);
     page->clear_selected(false);
-    for (button_id id : removed.ids) {
+    for (button_id id : std::as_const(removed.ids)) {
         const int row = page->row_of(id);
         if (row >= 0)
             page->select(row, true);

@@ -7,6 +7,8 @@
 
 #include <QSet>
 
+#include <utility>
+
 namespace mirror {
 
 namespace {
@@ -190,11 +192,10 @@ QString unmapped_reason(const QStringList& report, const QStringList& pairs)
     QStringList shown;
     for (int i = 0; i + 1 < pairs.size(); i += 2)
         shown << pairs[i] + "/" + pairs[i + 1];
+    // One arg() call, so a pattern holding "%2" is not filled in itself.
     return QString("the side patterns (%1) do not map these names of %2 button%3: %4")
-        .arg(shown.join(", "))
-        .arg(report.size())
-        .arg(report.size() == 1 ? "" : "s")
-        .arg(shortened(report, 10, "buttons", "; "));
+        .arg(shown.join(", "), QString::number(report.size()), report.size() == 1 ? QString() : QStringLiteral("s"),
+             shortened(report, 10, "buttons", "; "));
 }
 
 QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* missingNames)
@@ -220,7 +221,7 @@ QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* m
     }
     if (missingNames) {
         missingNames->clear();
-        for (const QString& name : asked)
+        for (const QString& name : std::as_const(asked))
             if (absent.contains(name))
                 *missingNames << name;
     }

@@ -12,6 +12,7 @@
 #include <climits>
 #include <cmath>
 #include <deque>
+#include <utility>
 
 struct label_art {
     // One drawing of the label: for a zoom and density alone when the text
@@ -76,7 +77,7 @@ void forget(label_art& art, int i)
 
 label_art::~label_art()
 {
-    for (const drawing& d : drawings)
+    for (const drawing& d : std::as_const(drawings))
         kept_drawings().bytes -= d.image.sizeInBytes();
 }
 

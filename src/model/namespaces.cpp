@@ -6,6 +6,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 QString bare_namespace(const QString& ns)
 {
@@ -131,7 +132,7 @@ QStringList namespaces_by_use(const QStringList& names)
             if (!body.isEmpty() && !body.contains(':') && !used.contains(":"))
                 used << ":";
         }
-        for (const QString& ns : used) {
+        for (const QString& ns : std::as_const(used)) {
             if (!count.contains(ns))
                 order << ns;
             ++count[ns];

@@ -14,6 +14,8 @@
 #include <QDataStream>
 #include <QtEndian>
 
+#include <utility>
+
 namespace {
 
 QString image_entry(const QString& key)
@@ -176,11 +178,11 @@ QVector<picker_page*> picker_book::take_selection(const QStringList& names, bool
     // Picks stand while the host only confirms (or partly refuses) what the
     // picker asked for; a selection made in the host replaces them.
     if (!own && names != list.names())
-        for (picker_page* page : qAsConst(pages_))
+        for (picker_page* page : std::as_const(pages_))
             page->drop_picks();
     list.assign(names, full_paths);
     QVector<picker_page*> changed;
-    for (picker_page* page : qAsConst(pages_))
+    for (picker_page* page : std::as_const(pages_))
         if (page->conform_to_selection())
             changed.append(page);
     return changed;
@@ -198,7 +200,7 @@ void picker_book::hold_notices(bool on)
         return;
     held_ = on;
     if (on) {
-        for (picker_page* page : qAsConst(pages_)) {
+        for (picker_page* page : std::as_const(pages_)) {
             page->hold_notices();
             heldPages_.append(page);
         }
@@ -242,7 +244,7 @@ bool picker_book::flush(bool force)
     // page whose picture could not be read keeps its key, and so whatever
     // the scene still holds under it.
     QSet<QString> used;
-    for (const picker_page* page : qAsConst(pages_)) {
+    for (const picker_page* page : std::as_const(pages_)) {
         if (page->background_key().isEmpty())
             continue;
         used.insert(page->background_key());
@@ -304,7 +306,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
 {
     QStringList lost;
     QStringList keys;
-    for (const picker_page* page : qAsConst(pages_))
+    for (const picker_page* page : std::as_const(pages_))
         if (is_background_key(page->background_key()) && !keys.contains(page->background_key()))
             keys.append(page->background_key());
     // Read from the scene, so nothing here is a change to write back.
@@ -312,7 +314,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
     for (const QString& key : keys) {
         QList<picker_page*> under;
         png_picture shown;
-        for (picker_page* page : qAsConst(pages_)) {
+        for (picker_page* page : std::as_const(pages_)) {
             if (page->background_key() == key) {
                 under.append(page);
                 if (shown.isNull())
@@ -332,7 +334,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
                 sceneImages_.insert(key);
             else
                 sceneImages_.remove(key);
-            for (picker_page* page : under)
+            for (picker_page* page : std::as_const(under))
                 set_stored_background(page, key, shown);
             continue;
         }
@@ -355,7 +357,7 @@ QStringList picker_book::load_scene_pictures(const std::function<QByteArray(cons
                                .arg(limits::image_square_side);
             continue;
         }
-        for (picker_page* page : under)
+        for (picker_page* page : std::as_const(under))
             set_stored_background(page, key, picture);
     }
     return lost;
@@ -392,7 +394,7 @@ void picker_book::set_background_image(const QString& key, const png_picture& pi
 {
     if (!is_background_key(key))
         return;
-    for (picker_page* page : qAsConst(pages_)) {
+    for (picker_page* page : std::as_const(pages_)) {
         if (page->background_key() == key && page->background() != picture) {
             // The entry is written again, so the scene holds what the pages show.
             sceneImages_.remove(key);
@@ -415,7 +417,7 @@ bool picker_book::place_background(picker_page* page, const QString& key, const 
     // holds under another picture would keep the old picture there.
     auto taken = [&](const QString& k) {
         bool shared_same = false;
-        for (const picker_page* other : qAsConst(pages_)) {
+        for (const picker_page* other : std::as_const(pages_)) {
             if (other == page || other->background_key() != k)
                 continue;
             if (other->background() != picture) // the key's one entry holds one picture's bytes
@@ -425,7 +427,7 @@ bool picker_book::place_background(picker_page* page, const QString& key, const 
         return !shared_same && !quiet_ && sceneImages_.contains(k);
     };
     auto in_use = [&](const QString& k) {
-        for (const picker_page* other : qAsConst(pages_))
+        for (const picker_page* other : std::as_const(pages_))
             if (other != page && other->background_key() == k)
                 return true;
         return sceneImages_.contains(k);

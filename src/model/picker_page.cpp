@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -281,7 +282,7 @@ bool picker_page::conform_to_selected()
     ++revision_;
     // The names flagged on any button, by id.
     std::vector<quint8> flagged(size_t(name_ids::count()), 0);
-    for (const buttonRecord& r : buttons_) {
+    for (const buttonRecord& r : std::as_const(buttons_)) {
         const int n = qMin(r.names.size(), r.nameFlags.size());
         if (n == 0)
             continue;
@@ -328,7 +329,7 @@ bool picker_page::set_missing(const QSet<QString>& names)
     for (buttonRecord& r : buttons_) {
         bool missing = false;
         if (r.kind == 0 && !names.isEmpty())
-            for (const QString& name : qAsConst(r.names))
+            for (const QString& name : std::as_const(r.names))
                 if (names.contains(name)) {
                     missing = true;
                     break;

@@ -6,7 +6,7 @@
 
 #include "model/button_model.h"
 #include "model/png_picture.h"
-#include "model/prefetch.h"
+#include "model/platform.h"
 
 #include <QHash>
 #include <QList>

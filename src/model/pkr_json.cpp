@@ -17,6 +17,7 @@
 #include <cctype>
 #include <cmath>
 #include <initializer_list>
+#include <utility>
 
 namespace pkr_json {
 
@@ -394,7 +395,7 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
         // The patterns' block: tag, one list, its count, the strings.
         if (!h.mirrorPatterns.isEmpty())
             bytes += 12;
-        for (const QString& pattern : h.mirrorPatterns)
+        for (const QString& pattern : std::as_const(h.mirrorPatterns))
             bytes += 4 + 2 * qint64(pattern.size());
         for (int i = 0; i < array.size(); ++i) {
             read.append(read_button(array.at(i), i));

@@ -24,7 +24,8 @@ read_open open_regular_file(QFile& file, const QString& path, QString* error);
 
 namespace safe_file_testing {
 // Every write of write_file_safely goes through this when set, with the
-// contract of ::write, so tests can fill a disk or a quota anywhere.
+// contract of ::write, so tests can fill a disk or a quota anywhere. Only
+// the POSIX implementation writes that way; the others ignore it.
 using writer = long (*)(int fd, const char* data, unsigned long size);
 void set_writer(writer w);
 } // namespace safe_file_testing

@@ -33,6 +33,7 @@
 #include <QUndoStack>
 
 #include <algorithm>
+#include <utility>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
 QPointer<QDockWidget> picker_main::window_;
@@ -854,7 +855,7 @@ MStatus picker_main::open(const MStringArray& given)
     MStringArray scene_list;
     MGlobal::executeCommand("picker_ListNamespaces", scene_list, false, false);
     const QStringList scene = MStringArrayToQStringList(scene_list);
-    for (const opened_picker& each : opened) {
+    for (const opened_picker& each : std::as_const(opened)) {
         // What the file lost is said in the script output, naming the file.
         if (!each.warning.isEmpty())
             MGlobal::displayWarning(to_m(QString("%1 - open: %2").arg(texts::command_name, each.warning.simplified())));
@@ -867,7 +868,7 @@ MStatus picker_main::open(const MStringArray& given)
         warn_unbound("open", *each.page, scene);
     }
     if (picker_window* w = picker())
-        for (const opened_picker& each : opened)
+        for (const opened_picker& each : std::as_const(opened))
             w->frame_when_shown(w->view_of(each.page));
     selectionChangedFn(nullptr);
     return MStatus::kSuccess;

@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 int drag_zoom_steps(int steps)
 {
@@ -307,7 +308,7 @@ QList<buttonAttributes> add_manybuttons_cmd::take_placed()
 {
     picker_page* page = view->page();
     QList<buttonAttributes> made;
-    for (button_id id : ids) {
+    for (button_id id : std::as_const(ids)) {
         const int row = page->row_of(id);
         if (row >= 0)
             made << page->at(row);

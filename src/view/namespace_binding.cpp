@@ -8,6 +8,7 @@
 #include "window/namespace_dialog.h"
 
 #include <algorithm>
+#include <utility>
 
 // ----- The view's side
 
@@ -45,7 +46,7 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
             sceneNamespaces << ":";
     }
     sceneNamespaces.removeAll(QString());
-    for (const QString& ns : current)
+    for (const QString& ns : std::as_const(current))
         if (!sceneNamespaces.contains(ns))
             needed = true;
     if (needed)

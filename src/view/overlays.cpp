@@ -8,6 +8,7 @@
 #include <QPainter>
 
 #include <iterator>
+#include <utility>
 
 namespace {
 // Where the banner's links lead.
@@ -105,7 +106,7 @@ bool one_row(banner_layout& l, int w, int logo_w, const QVector<QString>& labels
     l.shown = labels;
     l.places.clear();
     int x = logo_w + gap;
-    for (int width : qAsConst(l.widths)) {
+    for (int width : std::as_const(l.widths)) {
         l.places << QPoint(x, 0);
         x += gap + width;
     }
@@ -157,7 +158,7 @@ void banner_overlay::resize(int w, int h)
     // fits; else the badge alone; else the links' brief names; else those in
     // rows beside the badge.
     QVector<QString> labels, briefs;
-    for (const bannerRecord& link : qAsConst(links)) {
+    for (const bannerRecord& link : std::as_const(links)) {
         labels << link.label;
         briefs << link.brief;
     }
@@ -232,7 +233,7 @@ bool banner_overlay::click(const QPoint& pos)
     if (!covers(pos))
         return false;
     // The banner lies over the buttons: a press on it is the banner's.
-    for (const bannerRecord& link : qAsConst(links)) {
+    for (const bannerRecord& link : std::as_const(links)) {
         if (!link.shown.isEmpty() && link.rect.contains(pos)) {
             if (view)
                 view->addMouseCommand(new track_url_cmd(link.rect, pos, link.url));

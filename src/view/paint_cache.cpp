@@ -1,12 +1,10 @@
 #include "view/paint_cache.h"
 
+#include "model/platform.h"
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 paint_layer::staleness paint_layer::compare(const view_state& state, const QList<buttonRecord>& buttons,
                                             changes& changed)
@@ -229,7 +227,7 @@ void fill(QImage& to, const QRect& r, QRgb premultiplied, const QRect& clip)
     }
 }
 
-#ifdef __SSE2__
+#ifdef QUILL_SSE2
 // The same arithmetic on four pixels at a time, in 16-bit lanes.
 namespace four {
 
@@ -287,7 +285,7 @@ inline __m128i byte_mul(__m128i x, __m128i factor)
 static void over_row(uint* d, const uint* s, int n)
 {
     int x = 0;
-#ifdef __SSE2__
+#ifdef QUILL_SSE2
     for (; x + 4 <= n; x += 4) {
         const __m128i src = four::load(s + x);
         // Nothing to lay: the row stays; all opaque: the source replaces it.

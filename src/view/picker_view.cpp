@@ -28,6 +28,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 static void init_resources_once()
@@ -744,7 +745,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
         if (a.lit < 0)
             continue;
         bool alone = true;
-        for (int k : qAsConst(meeting))
+        for (int k : std::as_const(meeting))
             alone = alone && (k == a.lit || !list.at(k).selected);
         if (!alone)
             continue;
@@ -753,7 +754,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
         clip_to_view(a);
         if (!box.isEmpty()) {
             const QImage& ring = ring_of(b, box.size(), hints, d);
-            for (const QRect& clip : qAsConst(clips))
+            for (const QRect& clip : std::as_const(clips))
                 pixels::blend(image, ring, ring_origin(box) * d, clip);
         }
         a.clips.clear();
@@ -767,7 +768,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
         const int* last = met.constData() + starts.at(n + 1);
         clip_to_view(changedArea);
         // A plain button's own fill hides whatever lies under its box.
-        for (const QRect& clip : qAsConst(clips)) {
+        for (const QRect& clip : std::as_const(clips)) {
             const QRect hole = changedArea.plain.isEmpty() ? QRect() : device(changedArea.plain) & clip;
             if (hole.isEmpty()) {
                 pixels::copy(image, layer.ground, clip);
@@ -784,7 +785,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
             // A neighbour may meet the clips with its ring alone, and a box
             // with its edge alone, where its label never reaches.
             bool edge = false, inner = false;
-            for (const QRect& clip : qAsConst(clips)) {
+            for (const QRect& clip : std::as_const(clips)) {
                 edge = edge || clip.intersects(device(box));
                 inner = inner || clip.intersects(device(box.adjusted(1, 1, -1, -1)));
             }
@@ -792,14 +793,14 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
                 continue;
             if (plain(b)) {
                 const QRgb fill = qPremultiply(fill_of(b));
-                for (const QRect& clip : qAsConst(clips))
+                for (const QRect& clip : std::as_const(clips))
                     pixels::fill(image, device(box), fill, clip);
             } else if (!box.isEmpty()) {
                 const int before = layer.command_before(*k);
                 const QPen pen = b.kind || before < 0 || b.name_count() < 2 ? QPen(Qt::NoPen)
                                                                            : outline_pen(list.at(before));
                 const QImage& face = face_of(b, box.size(), pen, hints, d);
-                for (const QRect& clip : qAsConst(clips))
+                for (const QRect& clip : std::as_const(clips))
                     pixels::blend(image, face, box.topLeft() * d, clip);
             }
             if (b.labelPixmap.isNull() || !inner)
@@ -808,7 +809,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
             if (label.isNull())
                 continue;
             const QPoint at = label_origin(box, label, d) * d;
-            for (const QRect& clip : qAsConst(clips))
+            for (const QRect& clip : std::as_const(clips))
                 pixels::blend(image, label, at, clip);
         }
         for (const int* k = first; k != last; ++k) {
@@ -817,7 +818,7 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
             if (!b.selected || box.isEmpty())
                 continue;
             const QImage& ring = ring_of(b, box.size(), hints, d);
-            for (const QRect& clip : qAsConst(clips))
+            for (const QRect& clip : std::as_const(clips))
                 pixels::blend(image, ring, ring_origin(box) * d, clip);
         }
     }

@@ -11,6 +11,8 @@
 #include <QPointer>
 #include <QPushButton>
 
+#include <utility>
+
 picker_editNamespaceDialog::picker_editNamespaceDialog(QWidget* parent, const QStringList& current,
                                                        const QStringList& available)
     : QDialog(parent)
@@ -62,12 +64,12 @@ picker_editNamespaceDialog::picker_editNamespaceDialog(QWidget* parent, const QS
     // namespace (a row left as it is changes nothing and is always fine).
     auto check = [this, ok] {
         bool valid = true;
-        for (const nsPairRecord& record : records)
+        for (const nsPairRecord& record : std::as_const(records))
             if (record.choice->currentText() != record.ns && !is_valid_namespace(record.choice->currentText()))
                 valid = false;
         ok->setEnabled(valid);
     };
-    for (const nsPairRecord& record : records)
+    for (const nsPairRecord& record : std::as_const(records))
         connect(record.choice, &QComboBox::editTextChanged, this, check);
     check();
 }

@@ -12,6 +12,8 @@
 #include <QSettings>
 #include <QTimer>
 
+#include <utility>
+
 
 int tokenize(int length, const QString& line, QStringList& tokens)
 {
@@ -133,23 +135,23 @@ void picker_window::note_recent(const QString& name, const QString& path)
     const QString stored = QDir::fromNativeSeparators(QFileInfo(path).absoluteFilePath());
     // One entry per name and per file: the newest wins.
     QList<QPair<QString, QString>> entries{{name, stored}};
-    for (const QString& other : qAsConst(recentOrder)) {
+    for (const QString& other : std::as_const(recentOrder)) {
         const QString otherPath = recent.value(other);
         if (other != name && otherPath != stored && entries.size() < max_recent)
             entries.append({other, otherPath});
     }
-    for (QAction* action : qAsConst(recentActions)) {
+    for (QAction* action : std::as_const(recentActions)) {
         removeAction(action);
         delete action;
     }
     recentActions.clear();
     recentOrder.clear();
     recent.clear();
-    for (const auto& entry : qAsConst(entries))
+    for (const auto& entry : std::as_const(entries))
         add_recent(entry.first, entry.second);
 
     QString text = QStringLiteral("# Recent pickers, newest first: name = \"path\"\n");
-    for (const auto& entry : qAsConst(entries)) {
+    for (const auto& entry : std::as_const(entries)) {
         const QString name_token = config_token(entry.first);
         const QString path_token = config_token(entry.second);
         if (!name_token.isEmpty() && !path_token.isEmpty())

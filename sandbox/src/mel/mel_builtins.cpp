@@ -59,7 +59,8 @@ value b_print(call_context& c)
     const value& v = c.args[0];
     if (v.is_array()) {
         QString out;
-        for (const QString& s : v.to_strings())
+        const QStringList items = v.to_strings();
+        for (const QString& s : items)
             out += s + QLatin1Char('\n');
         c.rt.print(out);
     } else {

@@ -1,12 +1,13 @@
+// The POSIX implementation of model/safe_file.h (Linux, macOS).
+#include "model/platform.h"
+
+#ifdef QUILL_FILES_POSIX
+
 #include "model/safe_file.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QRandomGenerator>
 
-#ifdef Q_OS_WIN
-#include <QSaveFile>
-#else
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
@@ -14,7 +15,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
-#endif
 
 namespace {
 
@@ -33,8 +33,6 @@ void safe_file_testing::set_writer(writer w)
 {
     test_writer = w;
 }
-
-#ifndef Q_OS_WIN
 
 namespace {
 
@@ -131,6 +129,17 @@ struct temporary {
     }
 };
 
+// macOS's fsync leaves the data in the drive's cache; F_FULLFSYNC empties
+// it where the file system can.
+bool flush_to_disk(int fd)
+{
+#ifdef F_FULLFSYNC
+    if (::fcntl(fd, F_FULLFSYNC) == 0)
+        return true;
+#endif
+    return ::fsync(fd) == 0;
+}
+
 bool write_all(int fd, const QByteArray& bytes, QString* error)
 {
     const char* data = bytes.constData();
@@ -211,7 +220,7 @@ bool write_file_safely(const QString& path, const QByteArray& bytes, QString* er
         return false;
     // Flushed before the rename, so a crash leaves the old file or the new
     // one, never a name pointing at blocks not yet on disk.
-    if (::fsync(temp.fd) != 0)
+    if (!flush_to_disk(temp.fd))
         return fail(error, QStringLiteral("the data could not be flushed to disk: %1").arg(errno_text(errno)));
     // Network file systems may report a full disk or quota only here.
     const int closed = ::close(temp.fd);
@@ -258,46 +267,6 @@ read_open open_regular_file(QFile& file, const QString& path, QString* error)
     if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
         ::close(fd);
         return failed(file.errorString());
-    }
-    return read_open::ok;
-}
-
-#else
-
-// Windows has no FIFOs or devices among ordinary paths; QSaveFile gives the
-// write-beside-and-replace there.
-bool write_file_safely(const QString& path, const QByteArray& bytes, QString* error, bool* refused)
-{
-    if (refused)
-        *refused = false;
-    QFileInfo info(path);
-    const QString target = info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
-    info = QFileInfo(target);
-    if (info.exists() && !info.isFile())
-        return fail(error, QStringLiteral("it is not a file"));
-    QSaveFile file(target);
-    if ((info.exists() && !info.isWritable()) || !file.open(QIODevice::WriteOnly)) {
-        if (refused)
-            *refused = true;
-        return fail(error, info.exists() && !info.isWritable() ? QStringLiteral("the file is read-only")
-                                                               : file.errorString());
-    }
-    if (file.write(bytes) != bytes.size() || !file.commit())
-        return fail(error, file.errorString());
-    return true;
-}
-
-read_open open_regular_file(QFile& file, const QString& path, QString* error)
-{
-    const QFileInfo info(path);
-    if (info.exists() && !info.isFile()) {
-        fail(error, QStringLiteral("it is not a regular file"));
-        return read_open::not_a_file;
-    }
-    file.setFileName(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        fail(error, file.errorString());
-        return read_open::failed;
     }
     return read_open::ok;
 }
