@@ -69,6 +69,21 @@ private slots:
         QTest::newRow("bool result") << "" << "cmds.objExists('hero:arm')" << "True";
         QTest::newRow("bool result, no") << "" << "cmds.objExists('hero:nothing')" << "False";
         QTest::newRow("bool by a flag") << "" << "cmds.namespace(exists='hero')" << "True";
+        // Attribute values and queries come typed as Maya's Python gives them.
+        QTest::newRow("bool attribute") << "cmds.addAttr('hero:arm', ln='fk', at='bool', k=True)"
+                                        << "cmds.getAttr('hero:arm.fk')" << "False";
+        QTest::newRow("visibility") << "" << "cmds.getAttr('hero:arm.v')" << "True";
+        QTest::newRow("long attribute") << "cmds.addAttr('hero:arm', longName='n', attributeType='long', dv=3)"
+                                        << "cmds.getAttr('hero:arm.n')" << "3";
+        QTest::newRow("float attribute") << "cmds.addAttr('hero:arm', ln='f', at='float'); cmds.setAttr('hero:arm.f', 0.1)"
+                                         << "cmds.getAttr('hero:arm.f')" << "0.10000000149011612";
+        QTest::newRow("attribute exists") << "" << "cmds.attributeQuery('tx', node='hero:arm', exists=True)" << "True";
+        QTest::newRow("attribute limit") << "cmds.addAttr('hero:arm', ln='ik', min=0, max=1)"
+                                         << "cmds.attributeQuery('ik', n='hero:arm', maximum=True)" << "[1.0]";
+        QTest::newRow("enum names") << "cmds.addAttr('hero:arm', ln='s', at='enum', en='world:local')"
+                                    << "cmds.attributeQuery('s', node='hero:arm', listEnum=True)" << "['world:local']";
+        QTest::newRow("attribute deleted") << "cmds.addAttr('hero:arm', sn='w'); cmds.deleteAttr('hero:arm', at='w')"
+                                           << "cmds.attributeQuery('w', node='hero:arm', ex=True)" << "False";
         QTest::newRow("float result") << "" << "cmds.getApplicationVersionAsFloat()" << "2022.0";
         QTest::newRow("query") << "cmds.currentUnit(linear='meter')" << "cmds.currentUnit(q=True, linear=True)"
                                << "'meter'";

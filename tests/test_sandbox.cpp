@@ -38,6 +38,9 @@ QStringList strings(const mel::value& v)
     return v.to_strings();
 }
 
+// The host's bound on the attributes a scene file may add to one node.
+constexpr int max_attributes_per_node = 1000;
+
 bool log_contains(const QString& text)
 {
     return host::instance().output_text().contains(text);
@@ -899,6 +902,233 @@ private slots:
         QVERIFY2(h.open_scene(path, &error), qPrintable(error));
         QCOMPARE(strings(run("getAttr ctl.t")), (QStringList{"2.5", "0", "0"}));
         QCOMPARE(h.scene_text(), text);
+    }
+
+    // Dynamic attributes keep to their type and limits: a refused value
+    // leaves the old one.
+    void typed_values_data()
+    {
+        QTest::addColumn<QString>("set");
+        QTest::addColumn<QString>("error"); // empty: accepted
+        QTest::addColumn<QString>("plug");
+        QTest::addColumn<QString>("value"); // getAttr afterwards
+        QTest::newRow("double in range") << "setAttr ctl.ikfk 0.75" << "" << "ctl.ikFk" << "0.75";
+        QTest::newRow("double above max") << "setAttr ctl.ikfk 1.5" << "value 1.5 is out of range (0 to 1)"
+                                          << "ctl.ikfk" << "0.25";
+        QTest::newRow("double below min") << "setAttr ctl.ikfk -0.1" << "out of range" << "ctl.ikfk" << "0.25";
+        QTest::newRow("not finite") << "setAttr ctl.ikfk 1e999" << "finite" << "ctl.ikfk" << "0.25";
+        QTest::newRow("long takes whole numbers") << "setAttr ctl.count 7" << "" << "ctl.count" << "7";
+        QTest::newRow("long refuses a fraction") << "setAttr ctl.count 2.5" << "not a whole number"
+                                                 << "ctl.count" << "0";
+        QTest::newRow("short refuses what it cannot hold") << "setAttr ctl.small 40000" << "not a whole number"
+                                                           << "ctl.small" << "0";
+        QTest::newRow("bool by word") << "setAttr ctl.on yes" << "" << "ctl.on" << "1";
+        QTest::newRow("bool off") << "setAttr ctl.on 1; setAttr ctl.on off" << "" << "ctl.on" << "0";
+        QTest::newRow("bool by number") << "setAttr ctl.on 5" << "" << "ctl.on" << "1";
+        QTest::newRow("words are for bools only") << "setAttr ctl.count on" << "is not a number" << "ctl.count"
+                                                  << "0";
+        QTest::newRow("enum by value") << "setAttr ctl.space 5" << "" << "ctl.space" << "5";
+        QTest::newRow("enum name of the value") << "setAttr ctl.space 5" << "" << "-asString ctl.space"
+                                                << "parent";
+        QTest::newRow("enum refuses a missing value") << "setAttr ctl.space 2" << "has no enum value 2"
+                                                      << "ctl.space" << "0";
+        QTest::newRow("enum is not a string") << "setAttr -type \"string\" ctl.space \"local\""
+                                              << "is numeric" << "ctl.space" << "0";
+        QTest::newRow("float keeps float precision") << "setAttr ctl.f 0.1" << "" << "ctl.f" << "0.1000000015";
+        QTest::newRow("built-in visibility is a bool") << "setAttr ctl.v false" << "" << "ctl.v" << "0";
+    }
+
+    void typed_values()
+    {
+        QFETCH(QString, set);
+        QFETCH(QString, error);
+        QFETCH(QString, plug);
+        QFETCH(QString, value);
+        run("createNode transform -n ctl;"
+            "addAttr -ln ikFk -sn ikfk -min 0 -max 1 -dv 0.25 -k true ctl;"
+            "addAttr -ln count -at long ctl; addAttr -ln small -at short ctl; addAttr -ln on -at bool ctl;"
+            "addAttr -ln space -at enum -en \"world:local:parent=5\" ctl; addAttr -ln f -at \"float\" ctl");
+        h.clear_output();
+        run(set, error.isEmpty());
+        QVERIFY2(error.isEmpty() || log_contains(error), qPrintable(h.output_text()));
+        QCOMPARE(run("getAttr " + plug).to_string(), value);
+    }
+
+    void add_attr_and_query_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QStringList>("result"); // empty: an error with this text
+        QTest::addColumn<QString>("error");
+        const QString node = "createNode transform -n ctl; ";
+        QTest::newRow("double by default") << node + "addAttr -ln w ctl; attributeQuery -n ctl -at w"
+                                           << QStringList{"double"} << "";
+        QTest::newRow("built-in types") << node + "attributeQuery -n ctl -at rx" << QStringList{"doubleAngle"} << "";
+        QTest::newRow("limits as arrays") << node + "addAttr -ln w -min -1 -max 2 ctl; attributeQuery -n ctl -max w"
+                                          << QStringList{"2"} << "";
+        QTest::newRow("default as an array") << node + "addAttr -ln w -dv 3 ctl; attributeQuery -n ctl -ld w"
+                                             << QStringList{"3"} << "";
+        QTest::newRow("enum names in one string")
+            << node + "addAttr -ln s -at enum -en \"a:b=5:c\" ctl; attributeQuery -n ctl -le s"
+            << QStringList{"a:b=5:c"} << "";
+        QTest::newRow("enum limits are its values")
+            << node + "addAttr -ln s -at enum -en \"a:b=5:c\" ctl; attributeQuery -n ctl -max s"
+            << QStringList{"6"} << "";
+        QTest::newRow("boolean flags and") << node + "addAttr -ln w -min 0 ctl; attributeQuery -n ctl -mne -mxe w"
+                                           << QStringList{"0"} << "";
+        QTest::newRow("exists by short name") << node + "addAttr -sn w ctl; attributeQuery -n ctl -ex w"
+                                              << QStringList{"1"} << "";
+        QTest::newRow("missing attribute") << node + "attributeQuery -n ctl -ex nope" << QStringList{"0"} << "";
+        QTest::newRow("to the selection") << node + "select -r ctl; addAttr -ln w; attributeQuery -n ctl -ex w"
+                                          << QStringList{"1"} << "";
+        QTest::newRow("name taken") << node + "addAttr -ln tx ctl" << QStringList()
+                                    << "Found an attribute named 'tx' already on ctl.";
+        QTest::newRow("unknown type") << node + "addAttr -ln w -at vector ctl" << QStringList()
+                                      << "Unknown attribute type 'vector'.";
+        QTest::newRow("min above max") << node + "addAttr -ln w -min 2 -max 1 ctl" << QStringList()
+                                       << "The minimum value 2 is greater than the maximum value 1.";
+        QTest::newRow("default outside") << node + "addAttr -ln w -max 1 -dv 2 ctl" << QStringList()
+                                         << "-defaultValue: w: value 2 is out of range";
+        QTest::newRow("no node") << "addAttr -ln w ghost" << QStringList() << "No object matches name: ghost";
+        QTest::newRow("enum without names") << node + "addAttr -ln w -at enum ctl" << QStringList()
+                                            << "No enum names given";
+        QTest::newRow("bad name") << node + "addAttr -ln \"a b\" ctl" << QStringList()
+                                  << "'a b' is not a valid attribute name.";
+        QTest::newRow("static attributes stay") << node + "deleteAttr ctl.tx" << QStringList()
+                                                << "Cannot delete static attribute 'tx' of ctl.";
+        QTest::newRow("deleted by -at") << node + "addAttr -ln w ctl; deleteAttr -at w ctl; attributeQuery -n ctl -ex w"
+                                        << QStringList{"0"} << "";
+        QTest::newRow("all or nothing on two nodes")
+            << node + "createNode transform -n b; addAttr -ln w b; addAttr -ln w ctl b" << QStringList()
+            << "Found an attribute named 'w' already on b.";
+    }
+
+    void add_attr_and_query()
+    {
+        QFETCH(QString, script);
+        QFETCH(QStringList, result);
+        QFETCH(QString, error);
+        const mel::value got = run(script, error.isEmpty());
+        if (error.isEmpty())
+            QCOMPARE(strings(got), result);
+        else
+            QVERIFY2(log_contains(error), qPrintable(h.output_text()));
+        if (QByteArray(QTest::currentDataTag()) == "all or nothing on two nodes")
+            QCOMPARE(run("attributeQuery -n ctl -ex w").to_int(), 0);
+    }
+
+    void added_attributes_undo_and_redo_with_their_values()
+    {
+        run("createNode transform -n ctl; flushUndo");
+        run("undoInfo -openChunk; addAttr -ln ikFk -min 0 -max 1 ctl; setAttr ctl.ikFk 0.5; undoInfo -closeChunk");
+        run("setAttr ctl.ikFk 1");
+        run("undo");
+        QCOMPARE(run("getAttr ctl.ikFk").to_float(), 0.5);
+        run("undo");
+        QCOMPARE(run("attributeQuery -n ctl -ex ikFk").to_int(), 0);
+        run("redo");
+        QCOMPARE(run("getAttr ctl.ikFk").to_float(), 0.5);
+        QCOMPARE(run("attributeQuery -n ctl -max ikFk").to_floats(), QVector<double>{1});
+        run("deleteAttr ctl.ikFk; undo");
+        QCOMPARE(run("getAttr ctl.ikFk").to_float(), 0.5);
+    }
+
+    // A job runs once at the next idle moment however often the value
+    // changed, for changes by undo and redo too, and dies with its attribute.
+    void attribute_change_jobs_follow_every_route()
+    {
+        run("createNode transform -n ctl; addAttr -ln ikFk ctl; flushUndo");
+        run("global int $runs; $runs = 0");
+        const QString job = run("scriptJob -ac ctl.ikFk \"global int $runs; $runs = $runs + 1\"").to_string();
+        auto runs = [&] {
+            h.drain_idle();
+            return run("global int $runs; $runs").to_int();
+        };
+        run("setAttr ctl.ikFk 1; setAttr ctl.ikFk 2; setAttr ctl.tx 3");
+        QCOMPARE(h.idle_pending(), 1);
+        QCOMPARE(runs(), 1);
+        run("undo"); // ctl.tx: not watched
+        QCOMPARE(runs(), 1);
+        run("undo");
+        QCOMPARE(runs(), 2);
+        run("redo");
+        QCOMPARE(runs(), 3);
+        run("redo");
+        QCOMPARE(runs(), 3);
+        QString error;
+        QVERIFY(h.set_attribute("ctl.ikFk", {5}, &error)); // the host's own route
+        QCOMPARE(runs(), 4);
+        run("setAttr ctl.ikFk 6; scriptJob -kill " + job);
+        QCOMPARE(runs(), 4);
+        const QString other = run("scriptJob -ac ctl.ikFk \"global int $runs; $runs = $runs + 1\"").to_string();
+        run("deleteAttr ctl.ikFk");
+        QCOMPARE(run("scriptJob -ex " + other).to_int(), 0);
+        run("scriptJob -ac ctl.nope \"print 1\"", false);
+    }
+
+    void attributes_round_trip_through_files()
+    {
+        QTemporaryDir dir;
+        QString error;
+        run("createNode transform -n rig; createNode transform -n ctl -p rig;"
+            "addAttr -ln ikFk -sn ikfk -min 0 -max 1 -k true ctl; setAttr ctl.ikfk 0.5;"
+            "addAttr -ln space -at enum -en \"world:local=3\" ctl");
+        const QString text = h.scene_text();
+        QVERIFY2(text.contains("createNode transform -n \"ctl\" -p \"|rig\";\n"
+                               "\taddAttr -ci true -k true -sn \"ikfk\" -ln \"ikFk\" -min 0 -max 1 -at \"double\";\n"
+                               "\taddAttr -ci true -sn \"space\" -ln \"space\" -min 0 -max 3 -en \"world:local=3\" "
+                               "-at \"enum\";\n"
+                               "\tsetAttr \".ikfk\" 0.5;\n"),
+                 qPrintable(text));
+        const QString rig = dir.filePath("rig.ma");
+        QVERIFY2(h.save_scene(rig, &error), qPrintable(error));
+        const QString saved = h.scene_text();
+        h.new_scene();
+        QVERIFY2(h.open_scene(rig, &error), qPrintable(error));
+        QCOMPARE(h.scene_text(), saved);
+
+        // Referenced, under the namespace; a changed value is all the scene keeps.
+        h.new_scene();
+        run("file -r -ns hero \"" + rig + "\"; setAttr hero:ctl.ikfk 1");
+        QCOMPARE(run("attributeQuery -n hero:ctl -le space").to_strings(), QStringList{"world:local=3"});
+        run("addAttr -ln w hero:ctl", false);
+        QVERIFY2(h.scene_text().contains("setAttr \"|hero:rig|hero:ctl.ikfk\" 1;\n"), qPrintable(h.scene_text()));
+        QVERIFY(!h.scene_text().contains("addAttr"));
+        const QString scene = dir.filePath("scene.ma");
+        QVERIFY2(h.save_scene(scene, &error), qPrintable(error));
+        h.new_scene();
+        QVERIFY2(h.open_scene(scene, &error), qPrintable(error));
+        QCOMPARE(run("getAttr hero:ctl.ikfk").to_float(), 1.0);
+    }
+
+    void hostile_attribute_lines_data()
+    {
+        QTest::addColumn<QString>("lines");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("name with a dot") << "addAttr -ln \"a.b\" -at \"double\";" << "'a.b' is not a valid attribute name.";
+        QTest::newRow("endless limit") << "addAttr -ln a -min -1e999 -at \"double\";" << "finite numbers";
+        QTest::newRow("word for a limit") << "addAttr -ln a -max abc -at \"double\";" << "-maxValue takes a number";
+        QTest::newRow("endless value") << "addAttr -ln a -at \"double\";\nsetAttr \".a\" 1e999;" << "finite numbers";
+        QTest::newRow("enum value too big") << "addAttr -ln a -en \"x=99999\" -at \"enum\";" << "16-bit integers";
+        QTest::newRow("data attribute") << "addAttr -ln a -dt \"string\";" << "Only numeric attributes";
+        QString many;
+        for (int i = 0; i <= max_attributes_per_node; ++i)
+            many += QString("addAttr -ln a%1 -at \"double\";\n").arg(i);
+        QTest::newRow("too many") << many << "the most a node may have";
+    }
+
+    void hostile_attribute_lines()
+    {
+        QFETCH(QString, lines);
+        QFETCH(QString, error);
+        QTemporaryDir dir;
+        QFile file(dir.filePath("bad.ma"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(("createNode transform -n \"ctl\";\n" + lines + "\ncreateNode transform -n \"after\";\n").toUtf8());
+        file.close();
+        QString why;
+        QVERIFY(!h.open_scene(file.fileName(), &why));
+        QVERIFY2(log_contains(error), qPrintable(h.output_text()));
+        QVERIFY(h.node_exists("ctl"));
     }
 
     // A referenced file's nodes come in under a namespace, twice under two;

@@ -73,7 +73,34 @@ constexpr command_syntax syntax_table[] = {
       {"absolute", "a", false, false}}},
     {"setAttr", false,
      {{"type", "typ", true, false}}},
-    {"getAttr", false, {}},
+    {"getAttr", false,
+     {{"asString", "as", false, false}}},
+    {"addAttr", false,
+     {{"longName", "ln", true, false},
+      {"shortName", "sn", true, false},
+      {"attributeType", "at", true, false},
+      {"dataType", "dt", true, false},
+      {"minValue", "min", true, false},
+      {"maxValue", "max", true, false},
+      {"hasMinValue", "hnv", true, false},
+      {"hasMaxValue", "hxv", true, false},
+      {"defaultValue", "dv", true, false},
+      {"enumName", "en", true, false},
+      {"keyable", "k", true, false},
+      {"cachedInternally", "ci", true, false}}},
+    {"deleteAttr", false,
+     {{"attribute", "at", true, false}}},
+    {"attributeQuery", false,
+     {{"node", "n", true, false},
+      {"exists", "ex", false, false},
+      {"minExists", "mne", false, false},
+      {"maxExists", "mxe", false, false},
+      {"keyable", "k", false, false},
+      {"minimum", "min", false, false},
+      {"maximum", "max", false, false},
+      {"listDefault", "ld", false, false},
+      {"attributeType", "at", false, false},
+      {"listEnum", "le", false, false}}},
     {"namespace", true,
      {{"addNamespace", "add", true, false},
       {"parent", "p", true, false},
@@ -342,23 +369,72 @@ value mel_ls(host& h, const args_t& args)
 
 // ----- Attributes
 
+// MEL's boolean words, as setAttr takes them for a bool attribute.
+bool boolean_word(const QString& text, bool* on)
+{
+    const QString s = text.toLower();
+    if (s == "on" || s == "true" || s == "yes")
+        *on = true;
+    else if (s == "off" || s == "false" || s == "no")
+        *on = false;
+    else
+        return false;
+    return true;
+}
+
+// A flag's value as a number; a word that is not one is refused rather than
+// read as 0 the way MEL's lenient conversion would.
+double number_flag(const char* command, const parsed_args& a, const char* flag)
+{
+    const value v = a.value(flag);
+    if (v.is_array())
+        fail(command, QString("-%1 takes a number.").arg(flag));
+    if (v.type() != value::string)
+        return v.to_float();
+    bool ok = false;
+    const double d = v.to_string().toDouble(&ok);
+    if (!ok)
+        fail(command, QString("-%1 takes a number, not \"%2\".").arg(flag, v.to_string()));
+    return d;
+}
+
+bool bool_flag(const parsed_args& a, const char* flag)
+{
+    const value v = a.value(flag);
+    bool on = false;
+    if (v.type() == value::string && boolean_word(v.to_string(), &on))
+        return on;
+    return v.to_float() != 0.0;
+}
+
 value mel_set_attr(host& h, const args_t& args)
 {
     parsed_args a = parse("setAttr", args);
     if (a.positional.size() < 2)
         fail("setAttr", "An attribute and a value are required.");
+    const QString plug = a.positional[0].to_string();
+    scene_state::attribute attr;
+    const bool single = h.data().scene.find_attribute(plug, &attr, nullptr, nullptr);
+    if (a.has("type"))
+        fail("setAttr", QString("-type \"%1\" is for data attributes; %2 is numeric.")
+                            .arg(a.value("type").to_string(), plug));
     QVector<double> values;
     for (int i = 1; i < a.positional.size(); ++i) {
         const value& v = a.positional[i];
         if (v.is_array())
             fail("setAttr", "Values must be numbers.");
+        bool on = false;
+        if (single && attr.type == "bool" && v.type() == value::string && boolean_word(v.to_string(), &on)) {
+            values.append(on ? 1 : 0);
+            continue;
+        }
         bool ok = false;
         values.append(v.to_string().toDouble(&ok));
         if (!ok)
             fail("setAttr", QString("\"%1\" is not a number.").arg(v.to_string()));
     }
     QString error;
-    if (!h.set_attribute(a.positional[0].to_string(), values, &error))
+    if (!h.set_attribute(plug, values, &error))
         fail("setAttr", error);
     return value();
 }
@@ -373,12 +449,165 @@ value mel_get_attr(host& h, const args_t& args)
     QString error;
     if (!h.get_attribute(plug, &values, &error))
         fail("getAttr", error);
-    if (values.size() == 1) {
-        if (plug.section('.', -1) == "v" || plug.section('.', -1) == "visibility")
-            return value::from_int(values[0] != 0 ? 1 : 0);
-        return value::from_float(values[0]);
+    scene_state::attribute attr;
+    if (!h.data().scene.find_attribute(plug, &attr, nullptr, nullptr)) // a compound
+        return value::from_floats(values);
+    const double v = values.value(0);
+    if (a.has("asString")) {
+        if (attr.type != "enum")
+            fail("getAttr", QString("-asString is only valid for enum attributes: %1 is %2.").arg(plug, attr.type));
+        for (const auto& f : std::as_const(attr.fields))
+            if (f.second == v)
+                return value::from_string(f.first);
+        return value::from_string(QString());
     }
-    return value::from_floats(values);
+    if (attr.type == "bool")
+        return value::from_bool(v != 0);
+    if (attr.type == "long" || attr.type == "short" || attr.type == "enum")
+        return value::from_int(int(v));
+    return value::from_float(v);
+}
+
+// A command that changes several nodes works on a copy of the scene and
+// keeps it only when every change succeeded, so that a failure changes
+// nothing (and so records nothing to undo). One change is all or nothing
+// already, and a scene file's many need no copy each.
+template <typename F>
+void all_or_nothing(host& h, int changes, F&& change)
+{
+    scene_state& scene = h.data().scene;
+    if (changes == 1) {
+        change(scene);
+    } else {
+        scene_state copy = scene;
+        change(copy);
+        scene = std::move(copy);
+    }
+    kill_orphaned_attribute_jobs(h);
+}
+
+value mel_add_attr(host& h, const args_t& args)
+{
+    parsed_args a = parse("addAttr", args);
+    if (a.has("dataType"))
+        fail("addAttr", "Only numeric attributes (-attributeType) are supported.");
+    scene_state::attribute attr;
+    attr.long_name = a.value("longName").to_string();
+    attr.short_name = a.value("shortName").to_string();
+    attr.type = a.has("attributeType") ? a.value("attributeType").to_string() : QString();
+    attr.has_min = a.has("minValue") && (!a.has("hasMinValue") || bool_flag(a, "hasMinValue"));
+    attr.has_max = a.has("maxValue") && (!a.has("hasMaxValue") || bool_flag(a, "hasMaxValue"));
+    if (a.has("minValue"))
+        attr.min = number_flag("addAttr", a, "minValue");
+    if (a.has("maxValue"))
+        attr.max = number_flag("addAttr", a, "maxValue");
+    if (a.has("defaultValue"))
+        attr.fallback = number_flag("addAttr", a, "defaultValue");
+    attr.keyable = a.has("keyable") && bool_flag(a, "keyable");
+    QString error;
+    if (a.has("enumName") && !scene_state::parse_enum(a.value("enumName").to_string(), &attr.fields, &error))
+        fail("addAttr", error);
+    QStringList targets = a.names();
+    if (targets.isEmpty()) {
+        // A scene file's addAttr follows its createNode; elsewhere the
+        // selection is what it adds to.
+        targets = h.data().scene.loading ? QStringList{QString()} : h.selection(true);
+        if (targets.isEmpty())
+            fail("addAttr", "No object was given and nothing is selected.");
+    }
+    all_or_nothing(h, targets.size(), [&](scene_state& scene) {
+        for (const QString& node : std::as_const(targets))
+            if (!scene.add_attribute(node, attr, &error))
+                fail("addAttr", error);
+    });
+    return value();
+}
+
+value mel_delete_attr(host& h, const args_t& args)
+{
+    parsed_args a = parse("deleteAttr", args);
+    QStringList plugs;
+    if (a.has("attribute")) {
+        QStringList nodes = a.names();
+        if (nodes.isEmpty())
+            nodes = h.selection(true);
+        for (const QString& node : std::as_const(nodes))
+            plugs << node + '.' + a.value("attribute").to_string();
+    } else {
+        plugs = a.names();
+    }
+    if (plugs.isEmpty())
+        fail("deleteAttr", "No attribute was given.");
+    all_or_nothing(h, plugs.size(), [&](scene_state& scene) {
+        for (const QString& plug : std::as_const(plugs)) {
+            const int dot = plug.indexOf('.');
+            QString error;
+            if (dot <= 0)
+                fail("deleteAttr", QString("No object matches name: %1").arg(plug));
+            if (!scene.delete_attribute(plug.left(dot), plug.mid(dot + 1), &error))
+                fail("deleteAttr", error);
+        }
+    });
+    return value();
+}
+
+value mel_attribute_query(host& h, const args_t& args)
+{
+    parsed_args a = parse("attributeQuery", args);
+    if (!a.has("node"))
+        fail("attributeQuery", "-node is required.");
+    if (a.positional.size() != 1)
+        fail("attributeQuery", "Exactly one attribute name is required.");
+    const QString node = a.value("node").to_string();
+    const QString name = a.positional[0].to_string();
+    QString error;
+    if (h.long_name(node, &error).isEmpty())
+        fail("attributeQuery", error);
+    scene_state::attribute attr;
+    const bool exists = h.data().scene.find_attribute(node + '.' + name, &attr, nullptr, nullptr);
+    // Boolean flags give the "and" of all given; the others go one at a time.
+    static const char* const booleans[] = {"exists", "minExists", "maxExists", "keyable"};
+    int boolean_count = 0;
+    bool all = true;
+    for (const char* flag : booleans) {
+        if (!a.has(flag))
+            continue;
+        ++boolean_count;
+        double unused = 0;
+        const QString f = QLatin1String(flag);
+        all = all && exists &&
+              (f == "exists" || (f == "minExists" && attr.lowest(&unused)) ||
+               (f == "maxExists" && attr.highest(&unused)) || (f == "keyable" && attr.keyable));
+    }
+    const int others = a.flags.size() - 1 - boolean_count;
+    if (others > 1 || (others == 1 && boolean_count > 0))
+        fail("attributeQuery", "Two flags may be given together only when both answer true or false.");
+    if (boolean_count > 0 && (exists || a.has("exists")))
+        return value::from_int(all ? 1 : 0);
+    if (!exists)
+        fail("attributeQuery", QString("No attribute named '%1' on %2.").arg(name, node));
+    if (a.has("attributeType"))
+        return value::from_string(attr.type);
+    if (a.has("listDefault"))
+        return value::from_floats({attr.fallback});
+    if (a.has("listEnum")) {
+        if (attr.type != "enum")
+            fail("attributeQuery", QString("%1 is not an enum attribute.").arg(name));
+        return value::from_strings({attr.enum_text()});
+    }
+    double bound = 0;
+    if (a.has("minimum")) {
+        if (!attr.lowest(&bound))
+            fail("attributeQuery", QString("%1 has no minimum.").arg(name));
+        return value::from_floats({bound});
+    }
+    if (a.has("maximum")) {
+        if (!attr.highest(&bound))
+            fail("attributeQuery", QString("%1 has no maximum.").arg(name));
+        return value::from_floats({bound});
+    }
+    fail("attributeQuery", "Nothing to query: use -exists, -attributeType, -minimum, -maximum, -listDefault, "
+                           "-listEnum, -minExists, -maxExists or -keyable.");
 }
 
 // ----- Namespaces
@@ -687,6 +916,9 @@ const builtin builtins[] = {
     {"parent", mel_parent},
     {"setAttr", mel_set_attr},
     {"getAttr", mel_get_attr},
+    {"addAttr", mel_add_attr},
+    {"deleteAttr", mel_delete_attr},
+    {"attributeQuery", mel_attribute_query},
     {"objExists", mel_obj_exists},
     {"namespace", mel_namespace},
     {"namespaceInfo", mel_namespace_info},
@@ -706,7 +938,8 @@ const builtin builtins[] = {
 };
 
 // The built-ins that change the scene: each call is a step on the undo queue.
-const char* const undoable_builtins[] = {"createNode", "delete", "parent", "select", "setAttr"};
+const char* const undoable_builtins[] = {"createNode", "delete", "parent",    "select",
+                                         "setAttr",    "addAttr", "deleteAttr"};
 
 bool is_undoable(const char* name)
 {

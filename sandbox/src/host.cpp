@@ -156,7 +156,9 @@ QStringList host::idle_texts() const
 int host::drain_idle()
 {
     auto run = [this](const idle_item& item) {
-        if (item.python) {
+        if (item.action) {
+            item.action();
+        } else if (item.python) {
             // Idle Python is always shown, so what a button ran can be followed.
             if (!item.display)
                 log(log_kind::python, item.text);
@@ -166,6 +168,9 @@ int host::drain_idle()
         }
     };
     auto overflow = [this](int left) {
+        // Dropped runs of attribute jobs must not keep them from queuing again.
+        for (const auto& job : d->jobs.jobs)
+            job->pending = false;
         log(log_kind::error, QString("Idle queue stopped after %1 commands; %2 queued commands dropped.")
                                  .arg(max_idle_drain)
                                  .arg(left));
@@ -231,6 +236,7 @@ bool host::delete_node(const QString& name, QString* error)
     bool selection_changed = false;
     if (!d->scene.delete_node(name, &selection_changed, error))
         return false;
+    kill_orphaned_attribute_jobs(*this);
     if (selection_changed)
         fire("SelectionChanged");
     return true;
@@ -258,7 +264,13 @@ QString host::long_name(const QString& name, QString* error) const
 
 bool host::set_attribute(const QString& plug, const QVector<double>& values, QString* error)
 {
-    return d->scene.set_attribute(plug, values, error);
+    QStringList changed;
+    if (!d->scene.set_attribute(plug, values, error, &changed))
+        return false;
+    if (!d->scene.loading)
+        for (const QString& p : std::as_const(changed))
+            notify_attribute_change(*this, p);
+    return true;
 }
 
 bool host::get_attribute(const QString& plug, QVector<double>* values, QString* error) const

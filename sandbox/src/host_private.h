@@ -75,11 +75,14 @@ private:
     plugin_registry& plugins_;
 };
 
-// MEL script jobs: scripts run when an event fires.
+// MEL script jobs: scripts run when an event fires, or at the next idle
+// moment after an attribute's value changed.
 struct script_job {
     int number;
     QString script;
     std::uintptr_t callback;
+    QString plug;         // an -attributeChange job's plug as given; empty for events
+    bool pending = false; // queued for idle: more changes before then run it once
 };
 
 struct script_jobs {
@@ -149,6 +152,10 @@ bool python_running();
 void install_undo_commands(host& h, mel::interpreter& interp);
 int undo_flag_takes_value(const QString& command, const QString& flag);
 void kill_script_jobs(host& h);
+// Queues the -attributeChange jobs watching a plug ("|grp|ctl.translateX").
+void notify_attribute_change(host& h, const QString& full_plug);
+// Kills the -attributeChange jobs whose node or attribute is gone, as Maya does.
+void kill_orphaned_attribute_jobs(host& h);
 // Runs a command that changes the scene; while the queue records, what it
 // changed becomes one undoable change named `name`.
 mel::value record_scene_change(host& h, const QString& name, const std::function<mel::value()>& run);

@@ -13,6 +13,7 @@ struct idle_item {
     QString text;
     bool python;
     bool display;
+    std::function<void()> action = {}; // run instead of the text (which says what it is)
 };
 
 class idle_queue {

@@ -127,7 +127,11 @@ PyObject* to_python(const mel::value& v)
 {
     switch (v.type()) {
     case mel::value::none: Py_RETURN_NONE;
-    case mel::value::integer: return PyLong_FromLong(v.to_int());
+    case mel::value::integer:
+        // What came as a boolean (a bool attribute's value) goes back as one.
+        if (v.is_bool())
+            return PyBool_FromLong(v.to_int());
+        return PyLong_FromLong(v.to_int());
     case mel::value::number: return PyFloat_FromDouble(v.to_float());
     case mel::value::string: return to_py(v.to_string());
     case mel::value::int_array: {

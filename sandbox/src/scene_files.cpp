@@ -34,6 +34,7 @@ void host::new_scene()
     fire("deleteAll");
     d->scene.reset();
     d->undo.flush(); // a new scene cannot be undone into the old one
+    kill_orphaned_attribute_jobs(*this);
     fire("NewSceneOpened");
     fire(scene_events::after_new);
 }
@@ -52,6 +53,7 @@ bool host::open_scene(const QString& path, QString* error)
     scene_state& scene = d->scene;
     scene.reset();
     d->undo.flush(); // as for a new scene
+    kill_orphaned_attribute_jobs(*this);
     // A scene file is MEL: its commands build the scene.
     scene.loading = true;
     bool ok = d->interp.eval(text);

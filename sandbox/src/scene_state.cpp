@@ -3,6 +3,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace sandbox {
@@ -70,27 +71,23 @@ const QStringList dag_types = {"transform", "joint", "mesh", "nurbsCurve", "nurb
 struct attribute_info {
     const char* long_name;
     const char* short_name;
+    const char* type;
     double fallback;
 };
 
 // The numeric attributes every transform (and joint) has.
 const attribute_info transform_attributes[] = {
-    {"translateX", "tx", 0}, {"translateY", "ty", 0}, {"translateZ", "tz", 0},
-    {"rotateX", "rx", 0},    {"rotateY", "ry", 0},    {"rotateZ", "rz", 0},
-    {"scaleX", "sx", 1},     {"scaleY", "sy", 1},     {"scaleZ", "sz", 1},
-    {"visibility", "v", 1},
+    {"translateX", "tx", "doubleLinear", 0}, {"translateY", "ty", "doubleLinear", 0},
+    {"translateZ", "tz", "doubleLinear", 0}, {"rotateX", "rx", "doubleAngle", 0},
+    {"rotateY", "ry", "doubleAngle", 0},     {"rotateZ", "rz", "doubleAngle", 0},
+    {"scaleX", "sx", "double", 1},           {"scaleY", "sy", "double", 1},
+    {"scaleZ", "sz", "double", 1},           {"visibility", "v", "bool", 1},
 };
 
 // The compounds of three that scripts set in one go.
 const char* const compounds[][2] = {{"translate", "t"}, {"rotate", "r"}, {"scale", "s"}};
 
-const attribute_info* find_attribute(const QString& name)
-{
-    for (const attribute_info& a : transform_attributes)
-        if (name == QLatin1String(a.long_name) || name == QLatin1String(a.short_name))
-            return &a;
-    return nullptr;
-}
+const QStringList attribute_types = {"double", "float", "long", "short", "bool", "enum"};
 
 bool has_attributes(const QString& type)
 {
@@ -124,25 +121,6 @@ QString number_text(double v)
 bool scene_state::is_dag_type(const QString& type)
 {
     return dag_types.contains(type);
-}
-
-QString scene_state::attribute_long_name(const QString& type, const QString& attr, int* count)
-{
-    if (!has_attributes(type))
-        return QString();
-    if (const attribute_info* a = find_attribute(attr)) {
-        if (count)
-            *count = 1;
-        return QLatin1String(a->long_name);
-    }
-    for (const auto& c : compounds) {
-        if (attr == QLatin1String(c[0]) || attr == QLatin1String(c[1])) {
-            if (count)
-                *count = 3;
-            return QLatin1String(c[0]);
-        }
-    }
-    return QString();
 }
 
 // Ids of the nodes whose path ends with the parts of `path` (all of it when
@@ -457,62 +435,423 @@ QString scene_state::short_name(const QString& name) const
 
 // ----- Attributes
 
-bool scene_state::set_attribute(const QString& plug, const QVector<double>& values, QString* error)
+bool scene_state::attribute::lowest(double* v) const
 {
-    const int dot = plug.lastIndexOf('.');
+    if (type == "bool") {
+        *v = 0;
+        return true;
+    }
+    if (type == "enum") {
+        if (fields.isEmpty())
+            return false;
+        *v = fields[0].second;
+        for (const auto& f : fields)
+            *v = qMin(*v, double(f.second));
+        return true;
+    }
+    *v = min;
+    return has_min;
+}
+
+bool scene_state::attribute::highest(double* v) const
+{
+    if (type == "bool") {
+        *v = 1;
+        return true;
+    }
+    if (type == "enum") {
+        if (fields.isEmpty())
+            return false;
+        *v = fields[0].second;
+        for (const auto& f : fields)
+            *v = qMax(*v, double(f.second));
+        return true;
+    }
+    *v = max;
+    return has_max;
+}
+
+QString scene_state::attribute::enum_text() const
+{
+    QStringList parts;
+    int expected = 0;
+    for (const auto& f : fields) {
+        parts << (f.second == expected ? f.first : f.first + '=' + QString::number(f.second));
+        expected = f.second + 1;
+    }
+    return parts.join(':');
+}
+
+bool scene_state::is_attribute_type(const QString& type)
+{
+    return attribute_types.contains(type);
+}
+
+bool scene_state::parse_enum(const QString& text, QVector<QPair<QString, int>>* fields, QString* error)
+{
+    fields->clear();
+    int next = 0;
+    const QStringList parts = text.split(':');
+    for (const QString& part : parts) {
+        if (part.isEmpty())
+            continue; // "a:b:" names two
+        QString name = part;
+        int value = next;
+        const int eq = part.indexOf('=');
+        if (eq >= 0) {
+            name = part.left(eq);
+            bool ok = false;
+            value = part.mid(eq + 1).trimmed().toInt(&ok);
+            if (!ok || value < -32768 || value > 32767) {
+                *error = QString("Invalid enum value in \"%1\": enum values are 16-bit integers.").arg(part);
+                return false;
+            }
+        }
+        if (name.isEmpty() || name.size() > max_attribute_name) {
+            *error = QString("Invalid enum name in \"%1\".").arg(part);
+            return false;
+        }
+        if (fields->size() == max_enum_fields) {
+            *error = QString("An enum takes at most %1 names.").arg(max_enum_fields);
+            return false;
+        }
+        fields->append({name, value});
+        next = value + 1;
+    }
+    if (fields->isEmpty()) {
+        *error = "No enum names given: use -enumName \"a:b:c\".";
+        return false;
+    }
+    return true;
+}
+
+QVector<scene_state::attribute> scene_state::attributes_of(int id) const
+{
+    QVector<attribute> out;
+    const node& n = nodes_[id];
+    if (has_attributes(n.type)) {
+        for (const attribute_info& info : transform_attributes) {
+            attribute a;
+            a.long_name = QLatin1String(info.long_name);
+            a.short_name = QLatin1String(info.short_name);
+            a.type = QLatin1String(info.type);
+            a.fallback = info.fallback;
+            a.keyable = true;
+            out.append(a);
+        }
+    }
+    out += n.added;
+    return out;
+}
+
+QVector<scene_state::attribute> scene_state::attributes(const QString& node) const
+{
+    const int id = find_one(node, nullptr);
+    return id ? attributes_of(id) : QVector<attribute>();
+}
+
+int scene_state::resolve_plug(const QString& plug, QString* attr_name, QString* error) const
+{
+    const int dot = plug.indexOf('.');
     // A scene file's ".tx" is the node it created last.
-    const int id = dot > 0 ? find_one(plug.left(dot), nullptr) : dot == 0 && nodes_.contains(last_created_) ? last_created_ : 0;
-    int count = 0;
-    const QString attr = id ? attribute_long_name(nodes_[id].type, plug.mid(dot + 1), &count) : QString();
-    if (attr.isEmpty()) {
+    const int id = dot > 0 ? find_one(plug.left(dot), nullptr)
+                 : dot == 0 && nodes_.contains(last_created_) ? last_created_ : 0;
+    if (!id || dot == plug.size() - 1) {
+        if (error)
+            *error = no_match(plug);
+        return 0;
+    }
+    *attr_name = plug.mid(dot + 1);
+    return id;
+}
+
+namespace {
+
+const scene_state::attribute* named(const QVector<scene_state::attribute>& all, const QString& name)
+{
+    for (const scene_state::attribute& a : all)
+        if (a.long_name == name || a.short_name == name)
+            return &a;
+    return nullptr;
+}
+
+// The attributes a plug's name sets: one, or a transform's three.
+QVector<const scene_state::attribute*> plug_targets(const QVector<scene_state::attribute>& all, const QString& name,
+                                                    bool transform)
+{
+    if (const scene_state::attribute* a = named(all, name))
+        return {a};
+    QVector<const scene_state::attribute*> out;
+    for (const auto& c : compounds)
+        if (transform && (name == QLatin1String(c[0]) || name == QLatin1String(c[1])))
+            for (const char* axis : {"X", "Y", "Z"})
+                out << named(all, QLatin1String(c[0]) + QLatin1String(axis));
+    return out;
+}
+
+bool is_whole_type(const QString& type)
+{
+    return type == "long" || type == "short" || type == "enum";
+}
+
+// What an attribute of this type keeps of `v`, or false with *error. Maya
+// converts silently where these refuse: a script that passes here sets the
+// same value in Maya.
+bool checked_value(const scene_state::attribute& a, const QString& plug, double v, double* kept, QString* error)
+{
+    if (!std::isfinite(v)) {
+        *error = QString("%1: values must be finite numbers.").arg(plug);
+        return false;
+    }
+    if (a.type == "bool") {
+        *kept = v != 0 ? 1 : 0;
+        return true;
+    }
+    if (is_whole_type(a.type)) {
+        const double limit = a.type == "long" ? 2147483647.0 : 32767.0;
+        if (v != std::floor(v) || v > limit || v < -limit - 1) {
+            *error = QString("%1 is a %2 attribute: %3 is not a whole number it can hold.")
+                         .arg(plug, a.type, number_text(v));
+            return false;
+        }
+    }
+    if (a.type == "enum") {
+        for (const auto& f : a.fields)
+            if (f.second == v) {
+                *kept = v;
+                return true;
+            }
+        *error = QString("%1 has no enum value %2 (%3).").arg(plug, number_text(v), a.enum_text());
+        return false;
+    }
+    double low = 0, high = 0;
+    const bool has_low = a.lowest(&low), has_high = a.highest(&high);
+    if ((has_low && v < low) || (has_high && v > high)) {
+        *error = QString("%1: value %2 is out of range (%3 to %4).")
+                     .arg(plug, number_text(v), has_low ? number_text(low) : QString("-inf"),
+                          has_high ? number_text(high) : QString("inf"));
+        return false;
+    }
+    *kept = a.type == "float" ? double(float(v)) : v;
+    return true;
+}
+
+} // namespace
+
+bool scene_state::add_attribute(const QString& node_name, attribute a, QString* error)
+{
+    const int id = node_name.isEmpty() ? (nodes_.contains(last_created_) ? last_created_ : 0)
+                                       : find_one(node_name, error);
+    if (!id) {
+        if (node_name.isEmpty())
+            *error = "No object was given and nothing is selected.";
+        return false;
+    }
+    node& n = nodes_[id];
+    const QString shown = path_of(id, false);
+    if (n.reference >= 0 && reading_ < 0) {
+        *error = QString("Cannot add an attribute to %1: it is from a referenced file.").arg(shown);
+        return false;
+    }
+    if (a.long_name.isEmpty() && a.short_name.isEmpty()) {
+        *error = "Either the longName or the shortName or both must be specified.";
+        return false;
+    }
+    if (a.long_name.isEmpty())
+        a.long_name = a.short_name;
+    if (a.short_name.isEmpty())
+        a.short_name = a.long_name;
+    for (const QString& name : {a.long_name, a.short_name}) {
+        if (!is_valid_short_name(name) || name.size() > max_attribute_name) {
+            *error = QString("'%1' is not a valid attribute name.").arg(name);
+            return false;
+        }
+    }
+    const QVector<attribute> existing = attributes_of(id);
+    for (const QString& name : {a.long_name, a.short_name}) {
+        if (named(existing, name)) {
+            *error = QString("Found an attribute named '%1' already on %2.").arg(name, shown);
+            return false;
+        }
+    }
+    if (n.added.size() >= max_attributes_per_node) {
+        *error = QString("%1 already has %2 added attributes, the most a node may have.")
+                     .arg(shown)
+                     .arg(max_attributes_per_node);
+        return false;
+    }
+    if (a.type.isEmpty())
+        a.type = "double"; // addAttr's type when none is given
+    if (!is_attribute_type(a.type)) {
+        *error = QString("Unknown attribute type '%1'.").arg(a.type);
+        return false;
+    }
+    if (a.type == "enum" && a.fields.isEmpty()) {
+        *error = "No enum names given: use -enumName \"a:b:c\".";
+        return false;
+    }
+    if (a.type != "enum")
+        a.fields.clear();
+    // A bool's and an enum's bounds are their values; files write an enum's.
+    if (a.type == "bool" || a.type == "enum")
+        a.has_min = a.has_max = false;
+    for (double v : {a.min, a.max, a.fallback}) {
+        if (!std::isfinite(v)) {
+            *error = "Attribute limits and defaults must be finite numbers.";
+            return false;
+        }
+    }
+    if (a.has_min && a.has_max && a.min > a.max) {
+        *error = QString("The minimum value %1 is greater than the maximum value %2.")
+                     .arg(number_text(a.min), number_text(a.max));
+        return false;
+    }
+    if (a.type == "float") {
+        a.min = double(float(a.min));
+        a.max = double(float(a.max));
+    }
+    // An enum without a default starts at its first name.
+    if (a.type == "enum" && a.fallback == 0 && !a.fields.isEmpty()) {
+        bool zero = false;
+        for (const auto& f : a.fields)
+            zero = zero || f.second == 0;
+        if (!zero)
+            a.fallback = a.fields[0].second;
+    }
+    double kept = 0;
+    QString why;
+    if (!checked_value(a, a.long_name, a.fallback, &kept, &why)) {
+        *error = "-defaultValue: " + why;
+        return false;
+    }
+    a.fallback = kept;
+    a.dynamic = true;
+    n.added.append(a);
+    return true;
+}
+
+bool scene_state::delete_attribute(const QString& node_name, const QString& attr, QString* error)
+{
+    const int id = find_one(node_name, error);
+    if (!id)
+        return false;
+    node& n = nodes_[id];
+    const QString shown = path_of(id, false);
+    for (int i = 0; i < n.added.size(); ++i) {
+        if (n.added[i].long_name != attr && n.added[i].short_name != attr)
+            continue;
+        if (n.reference >= 0 && reading_ < 0) {
+            *error = QString("Cannot delete %1.%2: it is from a referenced file.").arg(shown, attr);
+            return false;
+        }
+        n.values.remove(n.added[i].long_name);
+        n.added.remove(i);
+        return true;
+    }
+    if (named(attributes_of(id), attr))
+        *error = QString("Cannot delete static attribute '%1' of %2.").arg(attr, shown);
+    else
+        *error = no_match(shown + '.' + attr);
+    return false;
+}
+
+bool scene_state::find_attribute(const QString& plug, attribute* out, QString* full_plug, QString* error) const
+{
+    QString name;
+    const int id = resolve_plug(plug, &name, error);
+    if (!id)
+        return false;
+    const QVector<attribute> all = attributes_of(id);
+    const attribute* a = named(all, name);
+    if (!a) {
         if (error)
             *error = no_match(plug);
         return false;
     }
-    if (values.size() != count) {
+    if (out)
+        *out = *a;
+    if (full_plug)
+        *full_plug = path_of(id, true) + '.' + a->long_name;
+    return true;
+}
+
+bool scene_state::set_attribute(const QString& plug, const QVector<double>& values, QString* error,
+                                QStringList* changed)
+{
+    QString name;
+    const int id = resolve_plug(plug, &name, error);
+    if (!id)
+        return false;
+    const QVector<attribute> all = attributes_of(id);
+    const QVector<const attribute*> targets = plug_targets(all, name, has_attributes(nodes_[id].type));
+    if (targets.isEmpty()) {
         if (error)
-            *error = QString("%1 takes %2 value(s), not %3.").arg(plug).arg(count).arg(values.size());
+            *error = no_match(plug);
         return false;
     }
-    node& n = nodes_[id];
-    QStringList longs;
-    if (count == 1)
-        longs << attr;
-    else
-        longs << attr + 'X' << attr + 'Y' << attr + 'Z';
-    for (int i = 0; i < longs.size(); ++i) {
-        const double fallback = find_attribute(longs[i])->fallback;
-        // Visibility is a boolean: any value but 0 is on.
-        const double v = longs[i] == "visibility" ? (values[i] != 0 ? 1 : 0) : values[i];
-        if (v == fallback)
-            n.values.remove(longs[i]);
-        else
-            n.values.insert(longs[i], v);
+    if (values.size() != targets.size()) {
+        if (error)
+            *error = QString("%1 takes %2 value(s), not %3.").arg(plug).arg(targets.size()).arg(values.size());
+        return false;
     }
+    // Every value is checked before any is kept.
+    QVector<double> kept(values.size());
+    for (int i = 0; i < values.size(); ++i) {
+        QString why;
+        if (!checked_value(*targets[i], plug, values[i], &kept[i], &why)) {
+            if (error)
+                *error = why;
+            return false;
+        }
+    }
+    node& n = nodes_[id];
+    for (int i = 0; i < targets.size(); ++i) {
+        if (kept[i] == targets[i]->fallback)
+            n.values.remove(targets[i]->long_name);
+        else
+            n.values.insert(targets[i]->long_name, kept[i]);
+    }
+    if (changed)
+        for (const attribute* a : std::as_const(targets))
+            changed->append(path_of(id, true) + '.' + a->long_name);
     return true;
 }
 
 bool scene_state::get_attribute(const QString& plug, QVector<double>* values, QString* error) const
 {
-    const int dot = plug.lastIndexOf('.');
-    const int id = dot > 0 ? find_one(plug.left(dot), nullptr) : 0;
-    int count = 0;
-    const QString attr = id ? attribute_long_name(nodes_[id].type, plug.mid(dot + 1), &count) : QString();
-    if (attr.isEmpty()) {
+    QString name;
+    const int id = resolve_plug(plug, &name, error);
+    if (!id)
+        return false;
+    const QVector<attribute> all = attributes_of(id);
+    const QVector<const attribute*> targets = plug_targets(all, name, has_attributes(nodes_[id].type));
+    if (targets.isEmpty()) {
         if (error)
             *error = no_match(plug);
         return false;
     }
     const node& n = nodes_[id];
     values->clear();
-    QStringList longs;
-    if (count == 1)
-        longs << attr;
-    else
-        longs << attr + 'X' << attr + 'Y' << attr + 'Z';
-    for (const QString& l : std::as_const(longs))
-        values->append(n.values.value(l, find_attribute(l)->fallback));
+    for (const attribute* a : std::as_const(targets))
+        values->append(n.values.value(a->long_name, a->fallback));
     return true;
+}
+
+QStringList scene_state::changed_plugs(const scene_state& other) const
+{
+    QStringList out;
+    for (auto it = nodes_.cbegin(); it != nodes_.cend(); ++it) {
+        const auto there = other.nodes_.constFind(it.key());
+        if (there == other.nodes_.cend())
+            continue;
+        const QVector<attribute> theirs = other.attributes_of(it.key());
+        for (const attribute& a : attributes_of(it.key())) {
+            const attribute* b = named(theirs, a.long_name);
+            if (b && it->values.value(a.long_name, a.fallback) != there->values.value(b->long_name, b->fallback))
+                out << path_of(it.key(), true) + '.' + a.long_name;
+        }
+    }
+    return out;
 }
 
 // ----- References
@@ -564,23 +903,39 @@ QString scene_state::node_text() const
     }
     for (int id : order) {
         const node& n = nodes_[id];
+        const QVector<attribute> all = attributes_of(id);
         if (n.reference >= 0) {
             // The file brings the node; only what changed on it is kept.
-            for (const attribute_info& a : transform_attributes)
-                if (n.values.contains(QLatin1String(a.long_name)))
+            for (const attribute& a : all)
+                if (n.values.contains(a.long_name))
                     out += QString("setAttr %1 %2;\n")
                                .arg(mel_quote(path_of(id, true) + '.' + a.short_name),
-                                    number_text(n.values.value(QLatin1String(a.long_name))));
+                                    number_text(n.values.value(a.long_name)));
             continue;
         }
         out += QString("createNode %1 -n %2").arg(n.type, mel_quote(n.name));
         if (n.parent)
             out += " -p " + mel_quote(path_of(n.parent, true));
         out += ";\n";
-        for (const attribute_info& a : transform_attributes)
-            if (n.values.contains(QLatin1String(a.long_name)))
-                out += QString("\tsetAttr \".%1\" %2;\n")
-                           .arg(a.short_name, number_text(n.values.value(QLatin1String(a.long_name))));
+        for (const attribute& a : n.added) {
+            out += "\taddAttr -ci true";
+            if (a.keyable)
+                out += " -k true";
+            out += QString(" -sn %1 -ln %2").arg(mel_quote(a.short_name), mel_quote(a.long_name));
+            double low = 0, high = 0;
+            if (a.type != "bool" && a.lowest(&low))
+                out += " -min " + number_text(low);
+            if (a.type != "bool" && a.highest(&high))
+                out += " -max " + number_text(high);
+            if (a.fallback != 0)
+                out += " -dv " + number_text(a.fallback);
+            if (a.type == "enum")
+                out += " -en " + mel_quote(a.enum_text());
+            out += QString(" -at %1;\n").arg(mel_quote(a.type));
+        }
+        for (const attribute& a : all)
+            if (n.values.contains(a.long_name))
+                out += QString("\tsetAttr \".%1\" %2;\n").arg(a.short_name, number_text(n.values.value(a.long_name)));
     }
     return out;
 }

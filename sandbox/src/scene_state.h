@@ -48,12 +48,51 @@ public:
     QString short_name(const QString& name) const;
     static bool is_dag_type(const QString& type);
 
-    // ----- Attributes: numeric attributes of transforms, by "node.attr".
-    bool set_attribute(const QString& plug, const QVector<double>& values, QString* error);
+    // ----- Attributes: the numeric attributes transforms are made with and
+    // the dynamic ones addAttr gives any node, by "node.attr" (long or short
+    // attribute name).
+    struct attribute {
+        QString long_name;
+        QString short_name;
+        QString type; // Maya's name: double, float, long, short, bool, enum, doubleLinear, doubleAngle
+        bool has_min = false;
+        bool has_max = false;
+        double min = 0;
+        double max = 0;
+        double fallback = 0; // the default value
+        QVector<QPair<QString, int>> fields; // an enum's names and values
+        bool keyable = false;
+        bool dynamic = false;
+        // The lowest and highest value the attribute takes, when bounded.
+        bool lowest(double* v) const;
+        bool highest(double* v) const;
+        // "a:b=5" as addAttr -enumName takes it.
+        QString enum_text() const;
+    };
+    // Bounds that keep a hostile scene file from growing a node without end.
+    static constexpr int max_attributes_per_node = 1000;
+    static constexpr int max_enum_fields = 1000;
+    static constexpr int max_attribute_name = 255;
+    static bool is_attribute_type(const QString& type);
+    // Parses "a:b:c" or "a=0:b=5"; false with *error when it names nothing
+    // or a value is not a 16-bit integer.
+    static bool parse_enum(const QString& text, QVector<QPair<QString, int>>* fields, QString* error);
+
+    // Adds a dynamic attribute; an empty node name is the node created last
+    // (a scene file's addAttr after its createNode).
+    bool add_attribute(const QString& node, attribute a, QString* error);
+    bool delete_attribute(const QString& node, const QString& attr, QString* error);
+    // The attribute a plug names and the plug's full path ("|grp|ctl.translateX").
+    bool find_attribute(const QString& plug, attribute* out, QString* full_plug, QString* error) const;
+    // *changed: the full plug of each attribute set.
+    bool set_attribute(const QString& plug, const QVector<double>& values, QString* error,
+                       QStringList* changed = nullptr);
     bool get_attribute(const QString& plug, QVector<double>* values, QString* error) const;
-    // The attribute's long name and its number of values; empty when the
-    // node's type has no such attribute.
-    static QString attribute_long_name(const QString& type, const QString& attr, int* count = nullptr);
+    // The node's attributes, the built-in ones first.
+    QVector<attribute> attributes(const QString& node) const;
+    // The plugs ("|grp|ctl.translateX") whose value differs between the
+    // two scenes, among the nodes and attributes both have.
+    QStringList changed_plugs(const scene_state& other) const;
 
     // ----- References: a file's nodes loaded under a namespace, kept out
     // of the scene's own file and read again whenever the scene is opened.
@@ -120,6 +159,7 @@ private:
         int parent = 0; // 0: the world (and every non-DAG node)
         int reference = -1;
         QMap<QString, double> values; // attributes away from their defaults, by long name
+        QVector<attribute> added;     // dynamic attributes, in the order added
     };
     struct selected {
         int node;
@@ -133,6 +173,9 @@ private:
     bool is_below(int id, int ancestor) const;
     QString free_name(const QString& wanted, int parent, bool dag) const;
     QString in_reference(const QString& name) const;
+    // The node of a plug and its attribute; 0 with *error when either is missing.
+    int resolve_plug(const QString& plug, QString* attr_name, QString* error) const;
+    QVector<attribute> attributes_of(int id) const;
     bool parse_item(const QString& item, selected* out) const;
 
     // Ids count up, so the map's order is the order of creation. Plain

@@ -32,8 +32,8 @@ const flag_rule undo_info_flags[] = {
 };
 
 const flag_rule script_job_flags[] = {
-    {"event", "e", true}, {"kill", "k", true}, {"killAll", "ka", false}, {"exists", "ex", true},
-    {"force", "f", false},
+    {"event", "e", true}, {"attributeChange", "ac", true}, {"kill", "k", true},
+    {"killAll", "ka", false}, {"exists", "ex", true}, {"force", "f", false},
 };
 
 template <size_t n>
@@ -211,7 +211,8 @@ value mel_script_job(host& h, const args_t& args)
         auto it = find(number);
         if (it == jobs.end())
             fail("scriptJob", QString("Job number %1 does not exist.").arg(number));
-        h.remove_callback((*it)->callback);
+        if ((*it)->callback)
+            h.remove_callback((*it)->callback);
         jobs.erase(it);
         return value();
     }
@@ -221,28 +222,40 @@ value mel_script_job(host& h, const args_t& args)
     }
     if (a.has("exists"))
         return value::from_int(find(a.get("exists").to_int()) != jobs.end());
-    if (a.has("event")) {
-        // -event takes two values, the event's name and the script (from
-        // Python, one list of both).
-        QStringList pair = a.get("event").to_strings();
+    for (const char* flag : {"event", "attributeChange"}) {
+        if (!a.has(flag))
+            continue;
+        // Each takes two values, what to watch and the script (from Python,
+        // one list of both).
+        QStringList pair = a.get(flag).to_strings();
         if (pair.size() == 1 && a.positional.size() == 1)
             pair << a.positional[0].to_string();
         else if (!a.positional.isEmpty())
             pair.clear();
+        const bool attribute = qstrcmp(flag, "attributeChange") == 0;
         if (pair.size() != 2)
-            fail("scriptJob", "-event needs an event name and a script.");
-        const QString event = pair[0];
-        if (!h.is_known_event(event))
-            fail("scriptJob", QString("Unknown event: %1").arg(event));
+            fail("scriptJob", attribute ? "-attributeChange needs an attribute and a script."
+                                        : "-event needs an event name and a script.");
         auto job = std::make_unique<script_job>();
-        job->number = h.data().jobs.next++;
+        job->number = h.data().jobs.next;
         job->script = pair[1];
-        job->callback = h.add_callback(event, run_job, job.get());
+        job->callback = 0;
+        if (attribute) {
+            QString error;
+            if (!h.data().scene.find_attribute(pair[0], nullptr, nullptr, &error))
+                fail("scriptJob", error);
+            job->plug = pair[0];
+        } else {
+            if (!h.is_known_event(pair[0]))
+                fail("scriptJob", QString("Unknown event: %1").arg(pair[0]));
+            job->callback = h.add_callback(pair[0], run_job, job.get());
+        }
+        ++h.data().jobs.next;
         const int number = job->number;
         jobs.push_back(std::move(job));
         return value::from_int(number);
     }
-    fail("scriptJob", "No operation given: use -event, -kill, -killAll or -exists.");
+    fail("scriptJob", "No operation given: use -event, -attributeChange, -kill, -killAll or -exists.");
 }
 
 struct command {
@@ -284,8 +297,50 @@ void kill_script_jobs(host& h)
 {
     auto& jobs = h.data().jobs.jobs;
     for (const auto& job : jobs)
-        h.remove_callback(job->callback);
+        if (job->callback)
+            h.remove_callback(job->callback);
     jobs.clear();
+}
+
+void notify_attribute_change(host& h, const QString& full_plug)
+{
+    const scene_state& scene = h.data().scene;
+    for (const auto& job : h.data().jobs.jobs) {
+        QString watched;
+        if (job->plug.isEmpty() || job->pending || !scene.find_attribute(job->plug, nullptr, &watched, nullptr) ||
+            watched != full_plug)
+            continue;
+        job->pending = true;
+        // Maya runs an attribute's job once at the next idle moment, however
+        // often the value changed meanwhile; a job killed before then is gone.
+        const int number = job->number;
+        idle_item item{job->script, false, false};
+        item.action = [&h, number] {
+            auto& jobs = h.data().jobs.jobs;
+            for (const auto& j : jobs) {
+                if (j->number == number) {
+                    j->pending = false;
+                    const QString script = j->script; // it may kill its own job
+                    h.execute(script);
+                    return;
+                }
+            }
+        };
+        h.data().idle.push(item);
+        if (h.on_idle_queued && !h.data().idle.draining())
+            h.on_idle_queued();
+    }
+}
+
+void kill_orphaned_attribute_jobs(host& h)
+{
+    auto& jobs = h.data().jobs.jobs;
+    const scene_state& scene = h.data().scene;
+    jobs.erase(std::remove_if(jobs.begin(), jobs.end(),
+                              [&scene](const std::unique_ptr<script_job>& j) {
+                                  return !j->plug.isEmpty() && !scene.find_attribute(j->plug, nullptr, nullptr, nullptr);
+                              }),
+               jobs.end());
 }
 
 } // namespace sandbox

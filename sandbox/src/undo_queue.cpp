@@ -227,6 +227,9 @@ private:
         scene.modified = kept.modified || content_changed;
         if (scene.selection() != kept.selection())
             h.fire("SelectionChanged");
+        for (const QString& plug : scene.changed_plugs(kept))
+            notify_attribute_change(h, plug);
+        kill_orphaned_attribute_jobs(h);
     }
 
     scene_state before_;

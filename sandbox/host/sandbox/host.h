@@ -132,8 +132,9 @@ public:
     QStringList nodes(bool long_names = false) const;
     // The full path of the one node a name stands for; empty with *error.
     QString long_name(const QString& name, QString* error = nullptr) const;
-    // Numeric attributes of transforms by "node.attribute" (short or long
-    // attribute names; translate/rotate/scale take three values).
+    // Numeric attributes by "node.attribute" (short or long attribute names;
+    // translate/rotate/scale take three values), typed and limited as the
+    // attribute says. A change queues the -attributeChange jobs watching it.
     bool set_attribute(const QString& plug, const QVector<double>& values, QString* error);
     bool get_attribute(const QString& plug, QVector<double>* values, QString* error) const;
     // Loads a scene file's nodes under a namespace (`ns`, or the file's

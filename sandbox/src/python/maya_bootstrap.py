@@ -71,6 +71,7 @@ _BOOL_ANSWERS = {
     'namespaceInfo': ('isRootNamespace', 'ir'),
     'pluginInfo': ('loaded', 'l'),
     'file': ('modified', 'mf'),
+    'attributeQuery': ('exists', 'ex', 'minExists', 'mne', 'maxExists', 'mxe', 'keyable', 'k'),
 }
 
 def _answers_bool(name, kwargs):
