@@ -1,0 +1,130 @@
+#include "model/button_outline.h"
+
+#include <QPolygonF>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+QPolygonF fitted_polygon(const QRectF& box, const QVector<QPoint>& points)
+{
+    QPolygonF polygon;
+    if (points.isEmpty())
+        return polygon;
+    int left = points[0].x(), right = left, top = points[0].y(), bottom = top;
+    for (const QPoint& p : points) {
+        left = std::min(left, p.x());
+        right = std::max(right, p.x());
+        top = std::min(top, p.y());
+        bottom = std::max(bottom, p.y());
+    }
+    // Coordinates are bounded, so these differences fit.
+    const double sx = right > left ? box.width() / double(right - left) : 0;
+    const double sy = bottom > top ? box.height() / double(bottom - top) : 0;
+    polygon.reserve(points.size() + 1);
+    for (const QPoint& p : points)
+        polygon.append(QPointF(box.left() + (p.x() - left) * sx, box.top() + (p.y() - top) * sy));
+    polygon.append(polygon.first());
+    return polygon;
+}
+
+} // namespace
+
+QPolygonF outline_points(const QRectF& box, const buttonAttributes& a)
+{
+    QPolygonF polygon = fitted_polygon(box, a.points);
+    if (!polygon.isEmpty())
+        polygon.removeLast();
+    return polygon;
+}
+
+qreal rounded_radius(const QRectF& box, const buttonAttributes& a)
+{
+    // Command buttons have always had the gentler corners.
+    return (a.kind ? 0.05 : 0.2) * std::min(box.width(), box.height());
+}
+
+QPainterPath button_outline(const QRectF& box, const buttonAttributes& a, qreal out)
+{
+    const QRectF r = box.adjusted(-out, -out, out, out);
+    QPainterPath path;
+    switch (button_shape(a.shape)) {
+    case button_shape::ellipse:
+        path.addEllipse(r);
+        break;
+    case button_shape::rounded: {
+        const qreal k = std::max(0.0, rounded_radius(box, a) + out);
+        path.addRoundedRect(r, k, k, Qt::AbsoluteSize);
+        break;
+    }
+    case button_shape::polygon:
+        path.addPolygon(fitted_polygon(box, a.points));
+        path.closeSubpath();
+        break;
+    default:
+        if (out > 0)
+            path.addRoundedRect(r, out, out, Qt::AbsoluteSize);
+        else
+            path.addRect(r);
+        break;
+    }
+    return path;
+}
+
+bool outline_holds(const QRect& box, const buttonAttributes& a, const QPoint& pixel)
+{
+    if (!box.contains(pixel))
+        return false;
+    if (a.shape == qint32(button_shape::rectangle))
+        return true;
+    return button_outline(QRectF(box), a).contains(QPointF(pixel) + QPointF(0.5, 0.5));
+}
+
+bool outline_meets(const QRect& box, const buttonAttributes& a, const QRect& area)
+{
+    if (!box.intersects(area))
+        return false;
+    if (a.shape == qint32(button_shape::rectangle))
+        return true;
+    // The centres of the area's pixels, as a click tests them.
+    const QRectF centres = QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QPainterPath path = button_outline(QRectF(box), a);
+    if (centres.width() <= 0 || centres.height() <= 0) {
+        for (int y = area.top(); y <= area.bottom(); ++y)
+            for (int x = area.left(); x <= area.right(); ++x)
+                if (path.contains(QPointF(x + 0.5, y + 0.5)))
+                    return true;
+        return false;
+    }
+    return path.intersects(centres) || path.contains(centres);
+}
+
+QRect label_room(const QRect& box, const buttonAttributes& a)
+{
+    switch (button_shape(a.shape)) {
+    case button_shape::ellipse: {
+        // The largest box of the same proportions inside an ellipse.
+        const int w = int(box.width() / std::sqrt(2.0)), h = int(box.height() / std::sqrt(2.0));
+        QRect room(0, 0, w, h);
+        room.moveCenter(box.center());
+        return room;
+    }
+    case button_shape::polygon: {
+        const QPainterPath path = button_outline(QRectF(box), a);
+        const QPointF centre = QRectF(box).center();
+        double lo = 0, hi = 1;
+        for (int i = 0; i < 10; ++i) {
+            const double f = (lo + hi) / 2;
+            QRectF r(0, 0, box.width() * f, box.height() * f);
+            r.moveCenter(centre);
+            (path.contains(r) ? lo : hi) = f;
+        }
+        QRect room(0, 0, int(box.width() * lo), int(box.height() * lo));
+        room.moveCenter(box.center());
+        return room;
+    }
+    default:
+        return box;
+    }
+}
