@@ -51,6 +51,91 @@ class test_view : public QObject {
     Q_OBJECT
 
 private slots:
+    // Every pixel of the view: a click hits a button exactly where its
+    // shape's fill covers the pixel whole, and misses where nothing of it
+    // was drawn (edge pixels may go either way); a small marquee picks the
+    // buttons a click inside it would hit. At zooms that land edges on and
+    // off pixel boundaries.
+    void shapes_hit_where_drawn_data()
+    {
+        QTest::addColumn<float>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::newRow("1") << 1.0f << QPoint(0, 0);
+        QTest::newRow("0.6, shifted") << 0.6f << QPoint(7, 3);
+        QTest::newRow("1.5") << 1.5f << QPoint(-3, 0);
+        QTest::newRow("2.37, shifted") << 2.37f << QPoint(-41, -17);
+    }
+    void shapes_hit_where_drawn()
+    {
+        QFETCH(float, zoom);
+        QFETCH(QPoint, shift);
+        picker_view view(nullptr);
+        view.resize(320, 420); // the banner stays below the buttons
+        view.show();
+        view.setZoom(zoom, QPoint(0, 0));
+        view.setShift(shift);
+        const QImage ground = render(view);
+        const quint32 colours[] = {0xff0000, 0x00ff00, 0x0000ff, 0xffff00, 0x00ffff, 0xff00ff};
+        const struct {
+            QPoint pos;
+            QSize size;
+            button_shape shape;
+            QVector<QPoint> points;
+        } shapes[] = {
+            {{25, 20}, {31, 21}, button_shape::rectangle, {}},
+            {{75, 20}, {40, 27}, button_shape::rounded, {}},
+            {{25, 70}, {37, 29}, button_shape::ellipse, {}},
+            // A concave arrow, and a thin triangle scaled by its box.
+            {{80, 75}, {46, 40}, button_shape::polygon, {{-23, -5}, {0, -20}, {23, -5}, {8, -5}, {8, 20}, {-8, 20}, {-8, -5}}},
+            {{30, 120}, {50, 17}, button_shape::polygon, {{0, 0}, {100, 10}, {3, 30}}},
+            {{90, 125}, {13, 13}, button_shape::ellipse, {}},
+        };
+        int n = 0;
+        for (const auto& s : shapes) {
+            buttonAttributes a = make_button(s.pos, s.size.width(), s.size.height(), {"o"}, colours[n++]);
+            a.shape = qint32(s.shape);
+            a.points = s.points;
+            view.push_button(a, -1);
+        }
+        const QImage drawn = render(view);
+        int whole = 0, edges = 0;
+        for (int y = 0; y < drawn.height(); ++y)
+            for (int x = 0; x < drawn.width(); ++x) {
+                const QRgb here = drawn.pixel(x, y);
+                const int hit = view.find_button_index(QPoint(x, y));
+                if (here == ground.pixel(x, y)) {
+                    QVERIFY2(hit < 0, qPrintable(QString("button %1 hit at %2, %3 where nothing was drawn")
+                                                     .arg(hit).arg(x).arg(y)));
+                    continue;
+                }
+                const int own = int(std::find(std::begin(colours), std::end(colours), here & 0xffffffu)
+                                    - std::begin(colours));
+                if (own < n && qAlpha(here) == 255) {
+                    ++whole;
+                    QVERIFY2(hit == own, qPrintable(QString("%1, %2 drawn by button %3, hit %4")
+                                                        .arg(x).arg(y).arg(own).arg(hit)));
+                } else {
+                    ++edges;
+                }
+            }
+        QVERIFY(whole > 20 * edges / 10); // most of the drawing is whole pixels
+
+        for (int y = 0; y + 3 <= drawn.height(); y += 4)
+            for (int x = 0; x + 3 <= drawn.width(); x += 4) {
+                QSet<int> hits;
+                for (int dy = 0; dy < 3; ++dy)
+                    for (int dx = 0; dx < 3; ++dx)
+                        if (const int i = view.find_button_index(QPoint(x + dx, y + dy)); i >= 0)
+                            hits.insert(i);
+                QVector<button_id> met;
+                view.select_bounds(QRect(x, y, 3, 3), false, &met);
+                QSet<int> picked;
+                for (button_id id : std::as_const(met))
+                    picked.insert(view.page()->row_of(id));
+                QVERIFY2(picked == hits, qPrintable(QString("marquee at %1, %2").arg(x).arg(y)));
+            }
+    }
+
     // Points map truncating toward zero; a rectangle covers its whole size
     // on screen, and back again every unit the widget rectangle shows a part of.
     void points_and_rectangles_map()

@@ -83,21 +83,30 @@ bool outline_holds(const QRect& box, const buttonAttributes& a, const QPoint& pi
 
 bool outline_meets(const QRect& box, const buttonAttributes& a, const QRect& area)
 {
-    if (!box.intersects(area))
+    const QRect both = box & area;
+    if (both.isEmpty())
         return false;
     if (a.shape == qint32(button_shape::rectangle))
         return true;
-    // The centres of the area's pixels, as a click tests them.
-    const QRectF centres = QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5);
+    // The centres of the pixels, as a click tests them: a shape that meets
+    // none of their rectangle holds none of them.
     const QPainterPath path = button_outline(QRectF(box), a);
-    if (centres.width() <= 0 || centres.height() <= 0) {
-        for (int y = area.top(); y <= area.bottom(); ++y)
-            for (int x = area.left(); x <= area.right(); ++x)
-                if (path.contains(QPointF(x + 0.5, y + 0.5)))
-                    return true;
+    const QRectF centres = QRectF(both).adjusted(0.5, 0.5, -0.5, -0.5);
+    if (centres.width() > 0 && centres.height() > 0 && !path.intersects(centres))
         return false;
-    }
-    return path.intersects(centres) || path.contains(centres);
+    const QPoint probes[] = {both.center(), both.topLeft(), both.topRight(), both.bottomLeft(), both.bottomRight()};
+    for (const QPoint& p : probes)
+        if (path.contains(QPointF(p) + QPointF(0.5, 0.5)))
+            return true;
+    // A shape passing between the centres of a few pixels holds none of
+    // them; over a large area the meeting alone decides.
+    if (qint64(both.width()) * both.height() > 4096)
+        return true;
+    for (int y = both.top(); y <= both.bottom(); ++y)
+        for (int x = both.left(); x <= both.right(); ++x)
+            if (path.contains(QPointF(x + 0.5, y + 0.5)))
+                return true;
+    return false;
 }
 
 QRect label_room(const QRect& box, const buttonAttributes& a)

@@ -326,7 +326,7 @@ MStatus picker_main::set_button_shape(const MStringArray& args)
     a.points.clear();
     if (shape != qint32(button_shape::polygon)) {
         if (given)
-            return script_error(directive, QString("a %1 takes no points").arg(word));
+            return script_error(directive, "only a polygon takes points");
     } else {
         if (given % 2)
             return script_error(directive, "the points must be pairs of x and y");
