@@ -29,6 +29,37 @@ QPolygonF fitted_polygon(const QRectF& box, const QVector<QPoint>& points)
     return polygon;
 }
 
+// Whether the polygon drawn over `box` holds `at`, even-odd as its path
+// fills, without making the polygon: a marquee over thousands of buttons
+// asks this of each.
+bool polygon_holds(const QRectF& box, const QVector<QPoint>& points, const QPointF& at)
+{
+    if (points.size() < 3)
+        return false;
+    int left = points[0].x(), right = left, top = points[0].y(), bottom = top;
+    for (const QPoint& p : points) {
+        left = std::min(left, p.x());
+        right = std::max(right, p.x());
+        top = std::min(top, p.y());
+        bottom = std::max(bottom, p.y());
+    }
+    const double sx = right > left ? box.width() / double(right - left) : 0;
+    const double sy = bottom > top ? box.height() / double(bottom - top) : 0;
+    const auto placed = [&](const QPoint& p) {
+        return QPointF(box.left() + (p.x() - left) * sx, box.top() + (p.y() - top) * sy);
+    };
+    bool inside = false;
+    QPointF a = placed(points.last());
+    for (const QPoint& p : points) {
+        const QPointF b = placed(p);
+        if ((a.y() > at.y()) != (b.y() > at.y())
+            && at.x() < a.x() + (at.y() - a.y()) * (b.x() - a.x()) / (b.y() - a.y()))
+            inside = !inside;
+        a = b;
+    }
+    return inside;
+}
+
 } // namespace
 
 QPolygonF outline_points(const QRectF& box, const buttonAttributes& a)
@@ -78,23 +109,29 @@ bool outline_holds(const QRect& box, const buttonAttributes& a, const QPoint& pi
         return false;
     if (a.shape == qint32(button_shape::rectangle))
         return true;
-    return button_outline(QRectF(box), a).contains(QPointF(pixel) + QPointF(0.5, 0.5));
+    const QPointF centre = QPointF(pixel) + QPointF(0.5, 0.5);
+    // Filled as its path is, even-odd, without the cost of making one.
+    if (a.shape == qint32(button_shape::polygon))
+        return polygon_holds(QRectF(box), a.points, centre);
+    return button_outline(QRectF(box), a).contains(centre);
 }
 
-bool outline_meets(const QRect& box, const buttonAttributes& a, const QRect& area)
+bool outline_meets_shape(const QRect& box, const buttonAttributes& a, const QRect& area)
 {
     const QRect both = box & area;
     if (both.isEmpty())
         return false;
-    if (a.shape == qint32(button_shape::rectangle))
-        return true;
+    const QPoint probes[] = {both.center(), both.topLeft(), both.topRight(), both.bottomLeft(), both.bottomRight()};
+    if (a.shape == qint32(button_shape::polygon))
+        for (const QPoint& p : probes)
+            if (polygon_holds(QRectF(box), a.points, QPointF(p) + QPointF(0.5, 0.5)))
+                return true;
     // The centres of the pixels, as a click tests them: a shape that meets
     // none of their rectangle holds none of them.
     const QPainterPath path = button_outline(QRectF(box), a);
     const QRectF centres = QRectF(both).adjusted(0.5, 0.5, -0.5, -0.5);
     if (centres.width() > 0 && centres.height() > 0 && !path.intersects(centres))
         return false;
-    const QPoint probes[] = {both.center(), both.topLeft(), both.topRight(), both.bottomLeft(), both.bottomRight()};
     for (const QPoint& p : probes)
         if (path.contains(QPointF(p) + QPointF(0.5, 0.5)))
             return true;

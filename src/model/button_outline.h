@@ -23,7 +23,18 @@ qreal rounded_radius(const QRectF& box, const buttonAttributes& a);
 // picker pixels) belongs to the button when its centre lies in the shape.
 bool outline_holds(const QRect& box, const buttonAttributes& a, const QPoint& pixel);
 // Some pixel of `area` belongs to the button.
-bool outline_meets(const QRect& box, const buttonAttributes& a, const QRect& area);
+bool outline_meets_shape(const QRect& box, const buttonAttributes& a, const QRect& area);
+// Inline for what a marquee over thousands of buttons mostly meets: boxes,
+// and buttons whose whole box it holds, which it picks whatever their
+// shape (so a polygon too thin to hold a pixel's centre is still picked).
+inline bool outline_meets(const QRect& box, const buttonAttributes& a, const QRect& area)
+{
+    if (!box.intersects(area))
+        return false;
+    if (a.shape == qint32(button_shape::rectangle) || area.contains(box))
+        return true;
+    return outline_meets_shape(box, a, area);
+}
 
 // The centred part of `box` a label is laid out in: the box itself for
 // boxes, the largest centred box of its proportions inside an ellipse or

@@ -281,10 +281,10 @@ MStatus picker_main::get_button_properties(const MStringArray& args)
         MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.color)).name()));
         MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.labelColor)).name()));
         MPxCommand::appendToResult(MQtUtil::toMString(shape_name(r.shape)));
-        if (r.shape == qint32(button_shape::polygon))
-            for (const QPointF& p : outline_points(QRectF(r.bounds), r))
-                for (qreal v : {p.x(), p.y()})
-                    MPxCommand::appendToResult(MQtUtil::toMString(QString::number(qRound(v))));
+        const QPolygonF drawn = outline_points(QRectF(r.bounds), r);
+        for (const QPointF& p : drawn)
+            for (qreal v : {p.x(), p.y()})
+                MPxCommand::appendToResult(MQtUtil::toMString(QString::number(qRound(v))));
     });
 }
 
@@ -294,7 +294,8 @@ namespace {
 QJsonArray polygon_json(const buttonRecord& r)
 {
     QJsonArray points;
-    for (const QPointF& p : outline_points(QRectF(r.bounds), r))
+    const QPolygonF drawn = outline_points(QRectF(r.bounds), r);
+    for (const QPointF& p : drawn)
         points.append(QJsonArray{qRound(p.x()), qRound(p.y())});
     return points;
 }
