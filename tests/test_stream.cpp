@@ -459,13 +459,27 @@ private slots:
         QCOMPARE(readButtonAttributes(payload).size(), kept < 0 ? 0 : got.size());
     }
 
-    // Payloads of version 1 (records of version 5) still paste, with the
-    // shapes those buttons were drawn with.
-    void old_payload_pastes()
+    // Copied buttons paste with their shapes; payloads of version 1
+    // (records of version 5) still paste, with the shapes those buttons
+    // were drawn with.
+    void payloads_keep_shapes()
     {
-        const QList<buttonAttributes> all = picker_buttons();
-        QDataStream in(bytes().i32(1).i32(3).record5(0, all[0]).record5(1, all[1]).record5(2, all[2]).data);
+        QList<buttonAttributes> all = picker_buttons();
+        all[0].shape = qint32(button_shape::polygon);
+        all[0].points = {{-20, -12}, {20, -12}, {0, 12}};
+        all[2].shape = qint32(button_shape::ellipse);
+        QByteArray data;
+        {
+            QDataStream out(&data, QIODevice::WriteOnly);
+            writeButtonAttributes(out, all);
+        }
+        QCOMPARE(data.toHex(), bytes().i32(2).i32(3).record(0, all[0]).record(1, all[1]).record(2, all[2]).data.toHex());
+        QDataStream in(data);
         QCOMPARE(readButtonAttributes(in), all);
+
+        const QList<buttonAttributes> old = picker_buttons();
+        QDataStream one(bytes().i32(1).i32(3).record5(0, old[0]).record5(1, old[1]).record5(2, old[2]).data);
+        QCOMPARE(readButtonAttributes(one), old);
     }
 
     void cut_stream_keeps_complete_records_data()
