@@ -353,6 +353,43 @@ private slots:
     // test_looks'), square with one name, an ellipse with two and no label.
     // Command buttons: lighter and outlined white when pressed, a gradient
     // and a black outline when not.
+    // A lit polygon's ring runs along its edges, not its box: white just
+    // outside a slanted edge, nothing in the box's corner beyond it, dashed
+    // (some pixels left as they were) when only some objects are selected.
+    void rings_follow_the_shape()
+    {
+        picker_view view(nullptr);
+        view.resize(240, 300);
+        view.show();
+        view.setZoom(2.0f, QPoint(0, 0)); // a ring three pixels wide
+        const QImage ground = render(view);
+        buttonAttributes a = make_button(QPoint(40, 40), 40, 40, {"a"}, 0x0000ff);
+        a.shape = qint32(button_shape::polygon);
+        a.points = {{-20, -20}, {20, -20}, {-20, 20}}; // the lower right half is empty
+        view.push_button(a, -1);
+        view.page()->set_state(0, 1);
+        QImage lit = render(view);
+        const QRect box = view.mapToScreen(view.buttons()[0].bounds);
+        // On the diagonal's normal, two pixels out: the white band.
+        const QPoint out = box.center() + QPoint(2, 2);
+        QVERIFY2(qGray(lit.pixel(out)) > 200, qPrintable(QColor(lit.pixel(out)).name()));
+        for (const QPoint& corner : {box.bottomRight() - QPoint(3, 3), box.bottomRight() + QPoint(2, 2)})
+            QCOMPARE(lit.pixel(corner), ground.pixel(corner));
+        // Partly selected: a dashed band leaves some of the edge's outside as it was.
+        view.page()->set_state(0, 2);
+        lit = render(view);
+        int white = 0, untouched = 0;
+        for (int t = 8; t < box.width() - 8; ++t) {
+            // Two pixels out from the edge, the same distance as above.
+            const QPoint p(box.left() + t + 1, box.top() + box.height() - t + 1);
+            if (lit.pixel(p) == ground.pixel(p))
+                ++untouched;
+            else if (qGray(lit.pixel(p)) > 200)
+                ++white;
+        }
+        QVERIFY2(white > 5 && untouched > 5, qPrintable(QString("%1 white, %2 untouched").arg(white).arg(untouched)));
+    }
+
     void paints_button_states()
     {
         picker_view view(nullptr);
