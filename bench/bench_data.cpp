@@ -268,6 +268,17 @@ QList<buttonAttributes> make_buttons(const picker_shape& shape)
         } else {
             a.names << control_name(ns, c);
         }
+        // Shapes drawn as pickers always drew them, and, as an animator
+        // shapes a rig's sheet, a tenth of the buttons polygons and a tenth
+        // ellipses (picked by place, so the other values stay as they were).
+        a.shape = legacy_shape(a.kind, a.names.size(), a.label);
+        if (i % 10 == 3) {
+            const int w = a.width / 2, h = a.height / 2;
+            a.shape = qint32(button_shape::polygon);
+            a.points = {{-w, 0}, {-w / 2, -h}, {w / 2, -h}, {w, 0}, {w / 2, h}, {-w / 2, h}};
+        } else if (i % 10 == 7) {
+            a.shape = qint32(button_shape::ellipse);
+        }
         list.append(a);
     }
     return list;

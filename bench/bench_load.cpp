@@ -32,9 +32,12 @@ struct plain_record {
     quint32 color = 0, labelColor = 0;
     QString label;
     QStringList names;
+    quint8 shape = 0;
+    QVector<QPoint> points;
 };
 
-// The records of a button list, read as they lie.
+// The records of a button list (version 6, without tagged fields), read
+// as they lie.
 int bare_records(QDataStream& in, QVector<plain_record>& out)
 {
     qint32 count = 0;
@@ -49,6 +52,18 @@ int bare_records(QDataStream& in, QVector<plain_record>& out)
             in >> name;
             r.names << name;
         }
+        quint32 fields = 0;
+        in >> r.shape;
+        if (r.shape == 3) {
+            qint32 points = 0;
+            in >> points;
+            for (qint32 j = 0; j < points; ++j) {
+                QPoint p;
+                in >> p;
+                r.points << p;
+            }
+        }
+        in >> fields;
         out.append(r);
     }
     return count;

@@ -55,14 +55,30 @@ const QList<buttonAttributes>& buttons()
     return list;
 }
 
+// Buttons of every shape, for the formats that carry them.
+const QList<buttonAttributes>& shaped_buttons()
+{
+    static const QList<buttonAttributes> list = [] {
+        QList<buttonAttributes> all = buttons();
+        all[0].shape = qint32(button_shape::ellipse);
+        all[1].shape = qint32(button_shape::polygon);
+        all[1].points = {{-5, -5}, {5, -5}, {8, 4}, {0, 6}, {-8, 4}};
+        all[3].shape = qint32(button_shape::rectangle);
+        return all;
+    }();
+    return list;
+}
+
 // A record as a writer of an older format version laid it out.
 void write_old_record(QDataStream& out, int version, qint32 index, const buttonAttributes& a)
 {
-    if (version >= 5) {
+    if (version >= 6) {
         write_button_record(out, index, a);
         return;
     }
     out << index << a.pos << a.size;
+    if (version >= 5)
+        out << a.width << a.height;
     if (version >= 2)
         out << a.kind << a.language;
     out << a.color;
@@ -123,14 +139,15 @@ QByteArray window_stream(int version, bool with_background)
     out << qint32(0) << QString("body");
     if (version >= 2)
         out << QString();
-    write_old_list(out, version, buttons());
+    const int records = picker_format::window_record_version(version);
+    write_old_list(out, records, records >= 6 ? shaped_buttons() : buttons());
     out << qint32(1) << QString("face");
     if (version >= 2) {
         out << QString(with_background ? "1700000001" : "");
         if (with_background && version < 6)
             out << background();
     }
-    write_old_list(out, version, buttons().mid(0, 2));
+    write_old_list(out, records, (records >= 6 ? shaped_buttons() : buttons()).mid(0, 2));
     return bytes;
 }
 
@@ -154,10 +171,19 @@ int main(int argc, char** argv)
     }
     root = QDir(QString::fromLocal8Bit(argv[1]));
 
-    for (int version : {1, 2, 4, 5}) {
-        save("fuzz_pkr", QString("v%1.pkr").arg(version), pkr(version, false, buttons()));
+    for (int version : {1, 2, 4, 5, 6}) {
+        const QList<buttonAttributes>& list = version >= 6 ? shaped_buttons() : buttons();
+        save("fuzz_pkr", QString("v%1.pkr").arg(version), pkr(version, false, list));
         if (version >= 2)
-            save("fuzz_pkr", QString("v%1_background.pkr").arg(version), pkr(version, true, buttons()));
+            save("fuzz_pkr", QString("v%1_background.pkr").arg(version), pkr(version, true, list));
+    }
+    {
+        // A record with a tagged field: what a later version may write.
+        QByteArray tagged = pkr(6, false, shaped_buttons().mid(0, 1));
+        tagged.chop(4);
+        QDataStream out(&tagged, QIODevice::Append);
+        out << quint32(1) << quint32(0x50494354) << quint32(4) << quint32(7);
+        save("fuzz_pkr", "v6_tagged_field.pkr", tagged);
     }
     save("fuzz_pkr", "empty_list.pkr", pkr(5, false, {}));
     QList<buttonAttributes> damaged = buttons();
@@ -171,12 +197,21 @@ int main(int argc, char** argv)
         save("fuzz_pkr", "side_patterns.pkr", sided);
     }
 
-    save("fuzz_clipboard", "four_buttons", payload(buttons()));
-    save("fuzz_clipboard", "one_button", payload(buttons().mid(0, 1)));
+    save("fuzz_clipboard", "four_buttons", payload(shaped_buttons()));
+    save("fuzz_clipboard", "one_button", payload(shaped_buttons().mid(1, 1)));
+    {
+        QByteArray old;
+        QDataStream out(&old, QIODevice::WriteOnly);
+        out << qint32(1);
+        write_old_list(out, 5, buttons());
+        save("fuzz_clipboard", "payload_version_1", old);
+    }
     QByteArray wrong_version = payload(buttons());
-    wrong_version[3] = 2;
-    save("fuzz_clipboard", "payload_version_2", wrong_version);
+    wrong_version[3] = 3;
+    save("fuzz_clipboard", "payload_version_3", wrong_version);
 
+    save("fuzz_scene_data", "window_v7.bin", window_stream(7, true));
+    save("fuzz_scene_data", "scene_text_v7.txt", encode_picker_data(window_stream(7, true)));
     for (int version : {1, 2, 4, 5, 6})
         save("fuzz_scene_data", QString("window_v%1.bin").arg(version), window_stream(version, version >= 2));
     save("fuzz_scene_data", "scene_text_v6.txt", encode_picker_data(window_stream(6, true)));
@@ -221,5 +256,12 @@ int main(int argc, char** argv)
          "select\thero:leg\nadd_button\t5\t5\n"
          "@set_button_properties\tname\thero:leg\tLeg\t20\t30\t0\t0\t12\t12\t16\t#ff00ff\t#000000\n"
          "update_button\tname\thero:leg\tbody\ndelete_button\tname\tbody\nFoo\n");
+    save("fuzz_directives", "shapes.txt",
+         "select\thero:arm\nadd_button\t10\t20\tArm\n"
+         "set_button_shape\tlabel\tArm\tellipse\n"
+         "set_button_shape\tpoint\t10\t20\tpolygon\t0\t0\t30\t0\t15\t25\n"
+         "get_button_properties\tlabel\tArm\nquery_buttons\n"
+         "set_button_shape\tlabel\tArm\trounded\nset_button_shape\tlabel\tArm\tpolygon\t1\t2\n"
+         "mirror_buttons\n");
     return 0;
 }

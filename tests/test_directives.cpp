@@ -16,6 +16,9 @@
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
@@ -333,11 +336,11 @@ private slots:
         QTest::addColumn<QStringList>("expected");
         const QString props = "QuillmarshPicker get_button_properties object rig:leg";
         QTest::newRow("move by name") << "QuillmarshPicker move_button object rig:leg 100.9 -5.7" << props
-                                      << QStringList{"100", "-5", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+                                      << QStringList{"100", "-5", "0", "0", "10", "10", "10", "#b22222", "#000000", "rectangle"};
         QTest::newRow("moved by point, edited at the new point")
             << "QuillmarshPicker move_button x 60 20 300 310; QuillmarshPicker color_button x 300 310 1 2 3;"
                "QuillmarshPicker resize_button x 300 310 20 8"
-            << props << QStringList{"300", "310", "0", "0", "20", "20", "8", "#010203", "#000000"};
+            << props << QStringList{"300", "310", "0", "0", "20", "20", "8", "#010203", "#000000", "rectangle"};
         QTest::newRow("rename by point") << "QuillmarshPicker rename_button x 60 20 \"\""
                                          << "QuillmarshPicker get_button_bounds x 60 20"
                                          << QStringList{"56", "16", "10", "10"};
@@ -346,13 +349,13 @@ private slots:
         QTest::newRow("added at a picture pixel")
             << "select -r rig:hand; QuillmarshPicker add_button 200 150 hand"
             << "QuillmarshPicker get_button_properties label hand"
-            << QStringList{"200", "150", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+            << QStringList{"200", "150", "0", "0", "10", "10", "10", "#b22222", "#000000", "rectangle"};
         QTest::newRow("set properties")
             << "QuillmarshPicker set_button_properties object rig:leg \"L\" 5 6 \"\" 1 \"\" 30 8 \"#102030\" \"#ffffff\""
-            << props << QStringList{"5", "6", "0", "1", "30", "30", "8", "#102030", "#ffffff"};
+            << props << QStringList{"5", "6", "0", "1", "30", "30", "8", "#102030", "#ffffff", "rectangle"};
         QTest::newRow("set properties, all empty, by point")
             << "QuillmarshPicker set_button_properties p 60 20 \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\" \"\""
-            << props << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000"};
+            << props << QStringList{"60", "20", "0", "0", "10", "10", "10", "#b22222", "#000000", "rectangle"};
     }
 
     void results_and_edits_by_name_and_by_point()
@@ -421,7 +424,7 @@ private slots:
             else
                 QCOMPARE(got, first);
         }
-        QVERIFY2(first.contains("get_button_properties: 130 45 0 0 24 24 16 #0ac81e #010203"), qPrintable(first.join('\n')));
+        QVERIFY2(first.contains("get_button_properties: 130 45 0 0 24 24 16 #0ac81e #010203 rectangle"), qPrintable(first.join('\n')));
 
         // Python's booleans are the channels 1 and 0.
         QVERIFY(h.execute_python("cmds.QuillmarshPicker('color_button', 'label', 'go', True, False, True)"));
@@ -538,8 +541,8 @@ private slots:
         QVERIFY(run("select -r rig:hand; QuillmarshPicker add_button 100 100 hand;"
                     "QuillmarshPicker add_cmd_button 130 100 c"));
         const QStringList defaults{"0", "10", "10", "10", "#b22222", "#000000"};
-        QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(3), defaults);
-        QCOMPARE(result("QuillmarshPicker get_button_properties label c").mid(3), defaults);
+        QCOMPARE(result("QuillmarshPicker get_button_properties label hand").mid(3, 6), defaults);
+        QCOMPARE(result("QuillmarshPicker get_button_properties label c").mid(3, 6), defaults);
     }
 
     // Queries and edits of a button's names leave the host's selection alone;
@@ -626,7 +629,29 @@ private slots:
                                                      << "update_namespace: the picker has no names in the namespace \"ghost\"";
         QTest::newRow("rebind the unused root") << "QuillmarshPicker update_namespace \":\" hero"
                                                 << "update_namespace: the picker has no names in the root namespace";
+        QTest::newRow("shape unknown") << "QuillmarshPicker set_button_shape label arm star"
+                                       << "set_button_shape: the shape must be rectangle, rounded, ellipse or polygon, "
+                                          "not \"star\"";
+        QTest::newRow("polygon of two points") << "QuillmarshPicker set_button_shape label arm polygon 0 0 5 5"
+                                               << "set_button_shape: a polygon needs 3 to 1024 points, not 2";
+        QTest::newRow("polygon, half a point") << "QuillmarshPicker set_button_shape label arm polygon 0 0 5 5 9 9 1"
+                                               << "set_button_shape: the points must be pairs of x and y";
+        QTest::newRow("polygon point far away")
+            << "QuillmarshPicker set_button_shape label arm polygon 0 0 \"2e6\" 0 5 5"
+            << "set_button_shape: x must be between -1000000 and 1000000, not 2e6";
+        QTest::newRow("polygon point not a number") << "QuillmarshPicker set_button_shape label arm polygon 0 0 5 y 5 5"
+                                                    << "set_button_shape: y must be a number, not \"y\"";
+        QTest::newRow("polygon on a line") << "QuillmarshPicker set_button_shape label arm polygon 0 0 5 0 9 0"
+                                           << "set_button_shape: the polygon's points must span some width and height";
+        QTest::newRow("polygon too wide") << "QuillmarshPicker set_button_shape label arm polygon 0 0 200001 0 9 9"
+                                          << "set_button_shape: a polygon is at most 100000 pixels wide and high";
+        QTest::newRow("points for an ellipse") << "QuillmarshPicker set_button_shape label arm ellipse 1 2"
+                                               << "set_button_shape: only a polygon takes points";
+        QTest::newRow("shape of nothing") << "QuillmarshPicker set_button_shape label arm"
+                                          << "set_button_shape: wrong number of arguments";
         const QString none = "Couldn't find any matching buttons!";
+        QTest::newRow("shape at no button") << "QuillmarshPicker set_button_shape x 9000 9000 ellipse"
+                                          << "set_button_shape: " + none + " (at 9000, 9000)";
         QTest::newRow("label case matters") << "QuillmarshPicker rename_button label Arm x"
                                             << "rename_button: " + none + " (label \"Arm\")";
         QTest::newRow("mirror with nothing selected") << "QuillmarshPicker mirror_buttons" << none;
@@ -657,6 +682,56 @@ private slots:
         QCOMPARE(view()->backgroundKey(), key);
         QCOMPARE(view()->background().size(), QSize(8, 6));
         QCOMPARE(view()->undoer()->count(), steps);
+    }
+
+    // A shape is one undo step; a polygon follows the button when it is
+    // resized (about its centre), moved and mirrored, and queries report
+    // it where it is drawn.
+    void set_button_shape_follows_the_button()
+    {
+        left_side();
+        const QString props = "QuillmarshPicker get_button_properties object rig:L_arm";
+        const QStringList rectangle = result(props);
+        QCOMPARE(rectangle.value(9), QString("rectangle"));
+        const int steps = view()->undoer()->count();
+        QVERIFY2(run("QuillmarshPicker set_button_shape object rig:L_arm polygon 140 30 170 30 170 60"),
+                 qPrintable(h.output_text()));
+        QCOMPARE(view()->undoer()->count(), steps + 1);
+        QCOMPARE(view()->undoer()->undoText(), QString("Button Shape"));
+        QCOMPARE(result(props).mid(9), (QStringList{"polygon", "140", "30", "170", "30", "170", "60"}));
+        QCOMPARE(result(props).mid(0, 2), (QStringList{"154", "44"}));
+        // A point inside the box but outside the triangle finds no button.
+        QVERIFY(!run("QuillmarshPicker query_button x 143 57"));
+        h.clear_output();
+        QCOMPARE(result("QuillmarshPicker query_button x 167 33"), QStringList{"rig:L_arm"});
+
+        run("QuillmarshPicker resize_button object rig:L_arm 60 30");
+        QCOMPARE(result(props).mid(9), (QStringList{"polygon", "125", "30", "185", "30", "185", "60"}));
+        run("QuillmarshPicker move_button object rig:L_arm 54 44");
+        QCOMPARE(result(props).mid(9), (QStringList{"polygon", "25", "30", "85", "30", "85", "60"}));
+        QJsonObject arm;
+        for (const QJsonValue b : QJsonDocument::fromJson(result("QuillmarshPicker query_buttons").join("").toUtf8()).array())
+            if (b.toObject().value("label").toString() == "L arm")
+                arm = b.toObject();
+        QCOMPARE(arm.value("shape").toString(), QString("polygon"));
+        QCOMPARE(arm.value("points").toArray().at(2).toArray(), (QJsonArray{85, 60}));
+
+        run("select -r rig:L_arm");
+        QVERIFY2(run("QuillmarshPicker mirror_buttons 100"), qPrintable(h.output_text()));
+        QCOMPARE(result("QuillmarshPicker get_button_properties object rig:R_arm").mid(9),
+                 (QStringList{"polygon", "177", "30", "117", "30", "117", "60"}));
+        // Undo takes the copies away, then the shape; redo brings it back.
+        QCOMPARE(view()->undoer()->undoText(), QString("Mirror Button"));
+        view()->undoer()->undo();
+        QCOMPARE(view()->undoer()->undoText(), QString("Button Shape"));
+        view()->undoer()->undo();
+        QCOMPARE(result(props).mid(9), QStringList{"rectangle"});
+        view()->undoer()->redo();
+        QCOMPARE(result(props).mid(9, 2), (QStringList{"polygon", "140"}));
+        view()->undoer()->undo();
+        QVERIFY2(run("QuillmarshPicker set_button_shape x 150 40 ellipse"), qPrintable(h.output_text()));
+        QCOMPARE(result(props).mid(9), QStringList{"ellipse"});
+        QCOMPARE(h.error_count(), 0);
     }
 
     void scripts_save_and_open_without_dialogs()

@@ -264,6 +264,12 @@ private slots:
         sided.name = "sided";
         sided.mirrorPatterns = QStringList{"lf_", "rt_", "Left", "Right"};
         QTest::newRow("side patterns") << write_pkr(sided, usual) << false;
+        QList<buttonAttributes> shaped = usual;
+        shaped[0].shape = qint32(button_shape::polygon);
+        shaped[0].points = {{-2000000, 3}, {2000000, -4}, {0, 2000000}, {5, 5}};
+        shaped[1].shape = qint32(button_shape::ellipse);
+        shaped[2].shape = qint32(button_shape::rectangle);
+        QTest::newRow("every shape") << file_bytes("shapes", QString(), png_picture(), shaped) << false;
     }
     void json_gives_back_the_same_file()
     {
@@ -332,6 +338,23 @@ private slots:
         QTest::newRow("no names") << with("\"hero:L_arm_ctrl\",", "").replace("\"hero:L_hand_ctrl\"", "")
                                   << "buttons[0].names: must hold";
         QTest::newRow("hostile key") << with("\"key\": null", "\"key\": \"1;system\"") << "1 to 19 digits";
+        QTest::newRow("shape unknown") << with("\"shape\": \"rounded\"", "\"shape\": \"star\"")
+                                       << "buttons[0].shape: must be \"rectangle\", \"rounded\"";
+        QTest::newRow("shape a number") << with("\"shape\": \"rounded\"", "\"shape\": 3") << "buttons[0].shape: must be";
+        QTest::newRow("polygon without points") << with("\"shape\": \"rounded\"", "\"shape\": \"polygon\"")
+                                                << "buttons[0].points: missing";
+        QTest::newRow("points without a polygon")
+            << with("\"shape\": \"rounded\"", "\"shape\": \"ellipse\", \"points\": [[0, 0], [1, 0], [0, 1]]")
+            << "buttons[0].points: only a polygon has points";
+        QTest::newRow("polygon of two points")
+            << with("\"shape\": \"rounded\"", "\"shape\": \"polygon\", \"points\": [[0, 0], [1, 0]]")
+            << "buttons[0].points: must be a list of 3 to 1024 points";
+        QTest::newRow("polygon point far")
+            << with("\"shape\": \"rounded\"", "\"shape\": \"polygon\", \"points\": [[0, 0], [2000001, 0], [0, 1]]")
+            << "buttons[0].points[1][0]: must be a whole number from -2000000 to 2000000";
+        QTest::newRow("polygon point of three numbers")
+            << with("\"shape\": \"rounded\"", "\"shape\": \"polygon\", \"points\": [[0, 0], [1, 0], [0, 1, 2]]")
+            << "buttons[0].points[2]: must be a pair [x, y]";
         QTest::newRow("missing picture") << with("\"key\": null", "\"key\": \"5\", \"file\": \"gone.png\"")
                                          << "cannot read the picture";
         QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
@@ -362,6 +385,25 @@ private slots:
         QVERIFY2(why.contains(reason), qPrintable(why));
         QCOMPARE(header.name, QString("kept"));
         QVERIFY(buttons.isEmpty());
+    }
+
+    // JSON made before buttons had shapes reads as its .pkr did: the shape
+    // each button was drawn with.
+    void json_without_shapes_reads_as_drawn_before()
+    {
+        const QList<buttonAttributes> made{button({1, 2}, 12, 12, 0, 0, 0xff000000, 0, "A", two),
+                                           button({9, 2}, 12, 12, 0, 0, 0xff000000, 0, "", two),
+                                           button({1, 9}, 12, 12, 1, 0, 0xff000000, 0, "", {"ls"})};
+        QByteArray json = pkr_json::to_json(read_bytes(file_bytes("b", QString(), png_picture(), made)), QString());
+        for (const char* shape : {"\"shape\": \"rounded\",", "\"shape\": \"ellipse\","})
+            json.replace(shape, "");
+        QVERIFY(!json.contains("\"shape\""));
+        pkr_header header;
+        QList<buttonAttributes> buttons;
+        QString why;
+        QVERIFY2(pkr_json::from_json(json, dir.path(), header, buttons, &why), qPrintable(why));
+        QCOMPARE(buttons, made);
+        QCOMPARE(buttons[1].shape, qint32(button_shape::ellipse));
     }
 
     void background_keys_are_the_plugins_data()

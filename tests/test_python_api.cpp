@@ -68,7 +68,7 @@ private slots:
         QTest::addColumn<QString>("expected");
         QTest::newRow("properties") << some_buttons << "qp.button_properties(label='head')"
                                     << "{'x': 50, 'y': 30, 'kind': 'select', 'language': 'mel', 'size': 10, "
-                                       "'width': 10, 'height': 10, 'color': '#b22222', 'label_color': '#000000'}";
+                                       "'width': 10, 'height': 10, 'color': '#b22222', 'label_color': '#000000', 'shape': 'rectangle'}";
         QTest::newRow("properties of a command button")
             << some_buttons << "[qp.button_properties(at=(20, 20))[k] for k in ('kind', 'language')]"
             << "['command', 'python']";
@@ -116,7 +116,7 @@ private slots:
                       "kind='command', language='python')",
                       "qp.button_properties(label='face')"),
                  QString("{'x': 60, 'y': 35, 'kind': 'command', 'language': 'python', 'size': 30, 'width': 30, "
-                         "'height': 12, 'color': '#000080', 'label_color': '#000000'}"));
+                         "'height': 12, 'color': '#000080', 'label_color': '#000000', 'shape': 'rectangle'}"));
         QCOMPARE(repr("qp.color_button(label='face', color='white', label_color=(255, 0, 0))",
                       "[qp.button_properties(label='face')[k] for k in ('color', 'label_color')]"),
                  QString("['#ffffff', '#ff0000']"));

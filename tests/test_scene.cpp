@@ -47,10 +47,11 @@ QString describe_stream(const QByteArray& bytes, const std::function<QImage(cons
                        .arg(QString(QCryptographicHash::hash(pixels, QCryptographicHash::Md5).toHex()));
         }
         out += '\n';
-        read_button_list(in, version, [&out](const buttonAttributes& a) {
-            out += QString("  (%1,%2) %3x%4 k%5 l%6 %7 %8 '%9' [%10]\n")
+        read_button_list(in, picker_format::window_record_version(version), [&out](const buttonAttributes& a) {
+            out += QString("  (%1,%2) %3x%4 k%5 l%6 %7 %8 '%9' [%10] s%11\n")
                        .arg(a.pos.x()).arg(a.pos.y()).arg(a.width).arg(a.height).arg(a.kind).arg(a.language)
-                       .arg(a.color, 0, 16).arg(a.labelColor, 0, 16).arg(a.label, a.names.join(','));
+                       .arg(a.color, 0, 16).arg(a.labelColor, 0, 16).arg(a.label, a.names.join(','))
+                       .arg(a.shape);
         });
     }
     return in.status() == QDataStream::Ok ? out : out + "DAMAGED\n";
@@ -86,8 +87,8 @@ class test_scene : public QObject, host_fixture {
         if (!h.file_info("QuillmarshPickerData", &text)) {
             QByteArray bytes;
             QDataStream out(&bytes, QIODevice::WriteOnly);
-            out << qint32(6) << qint32(1) << qint32(0) << qint32(0) << QString("Untitled") << QString()
-                << qint32(0);
+            out << picker_format::window_version << qint32(1) << qint32(0) << qint32(0) << QString("Untitled")
+                << QString() << qint32(0);
             return describe_stream(bytes, nullptr);
         }
         return describe_stream(decode_picker_data(text.toLatin1()), [this](const QString& key) {
@@ -246,7 +247,7 @@ private slots:
         QByteArray newer;
         {
             QDataStream out(&newer, QIODevice::WriteOnly);
-            out << qint32(7) << qint32(1) << qint32(0) << QString("from a newer picker");
+            out << qint32(8) << qint32(1) << qint32(0) << QString("from a newer picker");
         }
         const QString text = encode_picker_data(newer);
         run("QuillmarshPicker");
@@ -258,7 +259,7 @@ private slots:
         QVERIFY(run(QString("file -f -open \"%1\"").arg(scene)));
         // Not while the scene opens, but right after.
         QVERIFY(modal_helper::last_text().isEmpty());
-        QTRY_VERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (7)"));
+        QTRY_VERIFY(modal_helper::last_text().startsWith("The scene file contains data\nin a format (8)"));
         QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
         // Edits, a flush and a save leave the newer data as it was.
         run("select -r rig:arm; QuillmarshPicker add_button 5 5 arm; QuillmarshPicker new_tab; QuillmarshPicker flush");
@@ -308,7 +309,7 @@ private slots:
             QDataStream out(&stream, QIODevice::WriteOnly);
             out << qint32(5) << qint32(1) << qint32(0) << qint32(0) << QString("evil") << key
                 << filled_picture(3, 3, Qt::red);
-            write_button_list(out, {button_at(QPoint(5, 5), {"rig:arm"})});
+            write_v5_button_list(out, {button_at(QPoint(5, 5), {"rig:arm"})});
         }
         h.set_file_info("QuillmarshPickerData", encode_picker_data(stream));
         h.set_file_info("QuillmarshPickerImage_" + key, encode_image(filled_picture(3, 3, Qt::red)));

@@ -260,9 +260,9 @@ private slots:
             QDataStream out(&v5, QIODevice::WriteOnly);
             out << qint32(5) << qint32(2) << qint32(1);
             out << qint32(0) << QString("hero") << QString("1700000001") << red;
-            write_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm")});
+            write_v5_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm")});
             out << qint32(1) << QString("face") << QString("1700000002") << blue;
-            write_button_list(out, {button_at(QPoint(2, 2), {"rig:head"}, "head")});
+            write_v5_button_list(out, {button_at(QPoint(2, 2), {"rig:head"}, "head")});
         }
         QMap<QString, png_picture> stored;
         if (entries)
@@ -277,7 +277,7 @@ private slots:
         h.drain_idle();
         QString data;
         QVERIFY(h.file_info("QuillmarshPickerData", &data));
-        QCOMPARE(decode_picker_data(data.toLatin1()).left(4), QByteArray("\0\0\0\6", 4));
+        QCOMPARE(decode_picker_data(data.toLatin1()).left(4), QByteArray("\0\0\0\7", 4));
         for (int i = 0; i < 2; ++i) {
             QString entry;
             QVERIFY(h.file_info("QuillmarshPickerImage_" + tab(i)->backgroundKey(), &entry));
@@ -295,7 +295,7 @@ private slots:
             QDataStream out(&v6, QIODevice::WriteOnly);
             out << qint32(6) << qint32(2) << qint32(0);
             out << qint32(0) << QString("hero") << QString("1700000009");
-            write_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm"),
+            write_v5_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm"),
                                     button_at(QPoint(40, 4), {"rig:leg"}, "leg")});
             out << qint32(1) << QString("face") << QString() << qint32(0);
         }
@@ -341,7 +341,7 @@ private slots:
                 out << qint32(i) << QString("p%1").arg(i) << key;
                 if (version < 6)
                     out << picture;
-                write_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm")});
+                write_v5_button_list(out, {button_at(QPoint(4, 4), {"rig:arm"}, "arm")});
             }
         }
         open_afresh(scene_with("five.ma", stream, entries));
@@ -379,9 +379,10 @@ private slots:
         QByteArray expected;
         {
             QDataStream out(&expected, QIODevice::WriteOnly);
-            out << qint32(6) << qint32(2) << qint32(1) << qint32(0) << QString("hero") << QString("12") << qint32(1)
+            out << qint32(7) << qint32(2) << qint32(1) << qint32(0) << QString("hero") << QString("12") << qint32(1)
                 << qint32(0) << QPoint(7, 8) << qint32(20) << qint32(20) << qint32(20) << qint32(0) << qint32(0)
                 << quint32(0x3366cc) << quint32(0xffffff) << QString("arm") << qint32(1) << QString("rig:arm")
+                << quint8(0) << quint32(0) // a rectangle, no tagged fields
                 << qint32(1) << QString("face") << QString() << qint32(0);
             // Each tab's side patterns after the last tab: "QPAT", the count, the lists.
             out << quint32(0x51504154) << qint32(2) << side_patterns::built_in() << QStringList{"lf_", "rt_"};

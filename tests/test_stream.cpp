@@ -46,8 +46,13 @@ struct bytes {
         data.append(b);
         return *this;
     }
-    // One record with every field of the current version.
-    bytes& record(qint32 index, const buttonAttributes& a)
+    bytes& u8(quint8 v)
+    {
+        data.append(char(v));
+        return *this;
+    }
+    // One record of version 5: what every later version starts with.
+    bytes& record5(qint32 index, const buttonAttributes& a)
     {
         i32(index).point(a.pos).i32(a.size).i32(a.width).i32(a.height);
         i32(a.kind).i32(a.language).u32(a.color).u32(a.labelColor).str(a.label);
@@ -55,6 +60,18 @@ struct bytes {
         for (const QString& n : a.names)
             str(n);
         return *this;
+    }
+    // One record with every field of the current version: the shape, a
+    // polygon's points, and no tagged fields.
+    bytes& record(qint32 index, const buttonAttributes& a)
+    {
+        record5(index, a).u8(quint8(a.shape));
+        if (a.shape == qint32(button_shape::polygon)) {
+            i32(a.points.size());
+            for (const QPoint& p : a.points)
+                point(p);
+        }
+        return u32(0);
     }
 };
 
@@ -157,12 +174,12 @@ QByteArray with_text_chunk(const QByteArray& png)
 }
 
 // A .pkr holding the three picker buttons behind the given pixmap bytes.
-QByteArray pkr_with_pixmap(const QByteArray& pixmap)
+QByteArray pkr_with_pixmap(const QByteArray& pixmap, int version = 5)
 {
     bytes b;
-    b.i32(5).str("Hero").str("bg").raw(pixmap).i32(3);
+    b.i32(version).str("Hero").str("bg").raw(pixmap).i32(3);
     for (int j = 0; j < 3; ++j)
-        b.record(j, picker_buttons()[j]);
+        version < 6 ? b.record5(j, picker_buttons()[j]) : b.record(j, picker_buttons()[j]);
     return b.data;
 }
 
@@ -174,7 +191,7 @@ QByteArray window_stream(const QVector<int>& counts)
     for (int t = 0; t < counts.size(); ++t) {
         b.i32(t).str(QString("tab %1").arg(t)).str(QString()).i32(counts[t]);
         for (int j = 0; j < counts[t]; ++j)
-            b.record(j, button({j, t}, 10, 10, 0, 0, 0, 0xffffff, QString(), {"n"}));
+            b.record5(j, button({j, t}, 10, 10, 0, 0, 0, 0xffffff, QString(), {"n"}));
     }
     return b.data;
 }
@@ -204,7 +221,7 @@ private slots:
         }
         const QByteArray file = write_pkr(header, picker_buttons());
         bytes expected;
-        expected.i32(5).str("Face");
+        expected.i32(6).str("Face");
         if (key.isEmpty())
             expected.u32(0xffffffff); // a tab that never had a background keeps a null key
         else
@@ -219,7 +236,7 @@ private slots:
         pkr_header back;
         back.backgroundKey = "stale";
         QVERIFY(read_pkr_header(in, back));
-        QCOMPARE(back.version, 5);
+        QCOMPARE(back.version, 6);
         QCOMPARE(back.name, header.name);
         QCOMPARE(back.backgroundKey, key);
         QCOMPARE(back.background.image().convertToFormat(QImage::Format_ARGB32), key.isEmpty() ? QImage() : test_image());
@@ -235,9 +252,9 @@ private slots:
         QTest::addColumn<QByteArray>("expected");
         const QList<buttonAttributes> all = picker_buttons();
         bytes three;
-        three.i32(1).i32(3).record(0, all[0]).record(1, all[1]).record(2, all[2]);
+        three.i32(2).i32(3).record(0, all[0]).record(1, all[1]).record(2, all[2]);
         QTest::newRow("payload") << true << all << three.data;
-        QTest::newRow("empty payload") << true << QList<buttonAttributes>() << bytes().i32(1).i32(0).data;
+        QTest::newRow("empty payload") << true << QList<buttonAttributes>() << bytes().i32(2).i32(0).data;
         QTest::newRow("empty view") << false << QList<buttonAttributes>() << bytes().i32(0).data;
     }
     void payload_bytes()
@@ -302,8 +319,14 @@ private slots:
             << QList<buttonAttributes>{button({0, 0}, 30, 30, 1, 0, 0xff000000, 0xff0000, "Go", script)};
 
         const buttonAttributes wide = button({8, 9}, 50, 10, 0, 0, 0xff000001, 0x123456, "W", two);
-        QTest::newRow("v6 read as v5") << 6 << bytes().i32(6).str("Six").str("").i32(1).record(0, wide).data
-                                       << QList<buttonAttributes>{wide};
+        QTest::newRow("v5: sizes; shapes as drawn before buttons had them")
+            << 5 << bytes().i32(5).str("Five").str("").i32(1).record5(0, wide).data
+            << QList<buttonAttributes>{wide};
+        buttonAttributes star = wide;
+        star.shape = qint32(button_shape::polygon);
+        star.points = {{-25, 5}, {0, -5}, {25, 5}};
+        QTest::newRow("v7 read with the current rules")
+            << 7 << bytes().i32(7).str("Seven").str("").i32(1).record(0, star).data << QList<buttonAttributes>{star};
     }
     void old_files()
     {
@@ -340,8 +363,8 @@ private slots:
         a = all[0];
         a.names.clear();
         QTest::newRow("no names") << around(bytes().record(1, a).data) << ends;
-        const auto up_to_names = [&a](int index) { return bytes().record(index, a).data.chopped(4); };
-        QTest::newRow("negative name count") << around(up_to_names(1) + bytes().i32(INT_MIN).data) << ends;
+        const auto up_to_names = [&a](int index) { return bytes().record5(index, a).data.chopped(4); };
+        QTest::newRow("negative name count") << around(up_to_names(1) + bytes().i32(INT_MIN).u8(0).u32(0).data) << ends;
 
         const QList<buttonAttributes> none;
         QTest::newRow("two billion buttons") << bytes().i32(2000000000).i32(0).i32(0).i32(0).data << none;
@@ -357,10 +380,106 @@ private slots:
         QFETCH(QByteArray, list);
         QFETCH(QList<buttonAttributes>, kept);
         QCOMPARE(read_list(list, picker_format::current_version), kept);
-        QDataStream payload(bytes().i32(1).raw(list).data);
+        QDataStream payload(bytes().i32(2).raw(list).data);
         QCOMPARE(readButtonAttributes(payload), kept);
-        QDataStream other(bytes().i32(2).raw(list).data);
+        QDataStream other(bytes().i32(3).raw(list).data);
         QVERIFY(readButtonAttributes(other).isEmpty());
+    }
+
+    // A version-6 record's shape and tagged fields: a bad shape drops the
+    // record, a count or length past its limit ends the list, and a field
+    // this version does not know refuses the whole file, scene or paste
+    // (reading on without it would drop it on the next save).
+    void record_shapes_and_fields_data()
+    {
+        QTest::addColumn<QByteArray>("tail"); // the middle record's bytes after its names
+        QTest::addColumn<int>("kept");        // 3, 2 (middle dropped), 1 (list ends), -1 (newer)
+        const auto polygon = [](qint32 count, qint32 x) {
+            bytes b;
+            b.u8(3).i32(count);
+            for (qint32 i = 0; i < count; ++i)
+                b.point({i == 1 ? x : i, i * i});
+            return b.u32(0).data;
+        };
+        QTest::newRow("ellipse") << bytes().u8(2).u32(0).data << 3;
+        QTest::newRow("polygon") << polygon(5, 40) << 3;
+        QTest::newRow("polygon at the limits") << polygon(limits::max_polygon_points, 2000000) << 3;
+        QTest::newRow("shape 4") << bytes().u8(4).u32(0).data << 2;
+        QTest::newRow("polygon of two points") << polygon(2, 1) << 2;
+        QTest::newRow("point past the limit") << polygon(3, 2000001) << 2;
+        QTest::newRow("too many points") << polygon(limits::max_polygon_points + 1, 0) << 1;
+        QTest::newRow("negative point count") << bytes().u8(3).i32(-1).u32(0).data << 1;
+        QTest::newRow("too many fields") << bytes().u8(0).u32(limits::max_record_fields + 1).data << 1;
+        QTest::newRow("field too long") << bytes().u8(0).u32(1).u32(7).u32(2 << 20).data << 1;
+        QTest::newRow("unknown field") << bytes().u8(0).u32(1).u32(0x50494354).u32(4).u32(0).data << -1;
+        QTest::newRow("empty unknown field") << bytes().u8(1).u32(1).u32(1).u32(0).data << -1;
+    }
+    void record_shapes_and_fields()
+    {
+        QFETCH(QByteArray, tail);
+        QFETCH(int, kept);
+        const QList<buttonAttributes> all = picker_buttons();
+        const QByteArray list =
+            bytes().i32(3).record(0, all[0]).record5(1, all[1]).raw(tail).record(2, all[2]).data;
+
+        QDataStream in(list);
+        qint32 budget = limits::max_buttons;
+        QList<buttonAttributes> got;
+        const button_list_read read =
+            read_button_list(in, 6, budget, [&got](const buttonAttributes& a) { got << a; });
+        QCOMPARE(read.newer, kept < 0);
+        QCOMPARE(got.size(), kept < 0 ? 1 : kept);
+        QCOMPARE(got.first(), all[0]);
+        if (kept >= 2)
+            QCOMPARE(got.last(), all[2]);
+        if (kept == 3) {
+            QCOMPARE(got[1].shape, qint32(quint8(tail[0])));
+            QCOMPARE(got[1].points.isEmpty(), got[1].shape != qint32(button_shape::polygon));
+        }
+
+        QBuffer file;
+        file.setData(bytes().i32(6).str("Six").u32(0xffffffff).raw(list).data);
+        file.open(QIODevice::ReadOnly);
+        pkr_contents contents;
+        QString why;
+        QCOMPARE(read_pkr(file, contents, &why), kept >= 0);
+        if (kept < 0) {
+            QCOMPARE(why, QString("the file was written by a newer version of the picker"));
+            QVERIFY(contents.buttons.isEmpty());
+        } else {
+            QCOMPARE(contents.damaged, kept < 3);
+        }
+
+        QDataStream scene(bytes().i32(7).i32(1).i32(0).i32(0).str("t").str("").raw(list).data);
+        window_contents window;
+        QCOMPARE(read_window_stream(scene, window), kept >= 0);
+        QCOMPARE(window.too_new, kept < 0);
+
+        QDataStream payload(bytes().i32(2).raw(list).data);
+        QCOMPARE(readButtonAttributes(payload).size(), kept < 0 ? 0 : got.size());
+    }
+
+    // Copied buttons paste with their shapes; payloads of version 1
+    // (records of version 5) still paste, with the shapes those buttons
+    // were drawn with.
+    void payloads_keep_shapes()
+    {
+        QList<buttonAttributes> all = picker_buttons();
+        all[0].shape = qint32(button_shape::polygon);
+        all[0].points = {{-20, -12}, {20, -12}, {0, 12}};
+        all[2].shape = qint32(button_shape::ellipse);
+        QByteArray data;
+        {
+            QDataStream out(&data, QIODevice::WriteOnly);
+            writeButtonAttributes(out, all);
+        }
+        QCOMPARE(data.toHex(), bytes().i32(2).i32(3).record(0, all[0]).record(1, all[1]).record(2, all[2]).data.toHex());
+        QDataStream in(data);
+        QCOMPARE(readButtonAttributes(in), all);
+
+        const QList<buttonAttributes> old = picker_buttons();
+        QDataStream one(bytes().i32(1).i32(3).record5(0, old[0]).record5(1, old[1]).record5(2, old[2]).data);
+        QCOMPARE(readButtonAttributes(one), old);
     }
 
     void cut_stream_keeps_complete_records_data()
@@ -446,7 +565,7 @@ private slots:
         nine.i32(5).str("Hero").str(QString()).i32(9);
         QVector<int> ends;
         for (int j = 0; j < 9; ++j) {
-            nine.record(j, picker_buttons()[j % 3]);
+            nine.record5(j, picker_buttons()[j % 3]);
             ends << nine.data.size();
         }
         QTest::newRow("whole") << nine.data << 9 << 9 << false;
@@ -455,7 +574,7 @@ private slots:
         buttonAttributes bad = picker_buttons()[0];
         bad.kind = 2;
         bytes dropped;
-        dropped.i32(5).str("Hero").str(QString()).i32(2).record(0, bad).record(1, picker_buttons()[1]);
+        dropped.i32(5).str("Hero").str(QString()).i32(2).record5(0, bad).record5(1, picker_buttons()[1]);
         QTest::newRow("a button of an unknown kind") << dropped.data << 1 << 2 << true;
         QTest::newRow("negative count") << bytes().i32(5).str("Hero").str(QString()).i32(-4).data << 0 << -4 << true;
         QTest::newRow("more buttons than the limit")
@@ -571,7 +690,7 @@ private slots:
         QVERIFY(!got.damaged);
         // A picture kept is written back as it was read.
         if (!refused)
-            QCOMPARE(write_pkr(got.header, got.buttons.toList()).toHex(), file.toHex());
+            QCOMPARE(write_pkr(got.header, got.buttons.toList()).toHex(), pkr_with_pixmap(pixmap, 6).toHex());
 
         // The same through the older header reader.
         QDataStream in(file);
@@ -780,7 +899,7 @@ private slots:
         QVERIFY(got.damaged);
 
         // Too new: nothing past the version is read.
-        QByteArray newer = bytes().i32(7).i32(1).i32(0).data;
+        QByteArray newer = bytes().i32(8).i32(1).i32(0).data;
         QDataStream newer_in(newer);
         QVERIFY(!read_window_stream(newer_in, got));
         QVERIFY(got.too_new);
@@ -790,7 +909,7 @@ private slots:
         // stops the stream but keeps the tabs before it.
         bytes b;
         b.i32(5).i32(3).i32(1);
-        b.i32(0).str("big").str("k1").i32(1).raw(claimed_png(16000, 16000)).i32(1).record(0, picker_buttons()[0]);
+        b.i32(0).str("big").str("k1").i32(1).raw(claimed_png(16000, 16000)).i32(1).record5(0, picker_buttons()[0]);
         b.i32(1).str("cut").str("k2").i32(1).raw(real_png().left(60));
         QDataStream images_in(b.data);
         QVERIFY(read_window_stream(images_in, got));
@@ -813,10 +932,10 @@ private slots:
         for (int i = 0; i <= limits::max_names; ++i)
             names.str("x");
         const auto list = [&](bytes& b) {
-            b.i32(3).record(0, kept[0]);
+            b.i32(3).record5(0, kept[0]);
             b.i32(1).point(huge.pos).i32(9).i32(9).i32(9).i32(0).i32(0).u32(0).u32(0).str("huge");
             b.i32(limits::max_names + 1).raw(names.data);
-            b.record(2, kept[1]);
+            b.record5(2, kept[1]);
         };
         bytes pkr;
         pkr.i32(5).str("p").str(QString());
@@ -831,7 +950,7 @@ private slots:
         bytes window;
         window.i32(5).i32(2).i32(0).i32(0).str("a").str(QString());
         list(window);
-        window.i32(1).str("b").str(QString()).i32(1).record(0, kept[1]);
+        window.i32(1).str("b").str(QString()).i32(1).record5(0, kept[1]);
         QDataStream in(window.data);
         window_contents scene;
         QVERIFY(read_window_stream(in, scene));
@@ -860,7 +979,7 @@ private slots:
             pkr.i32(j).point(QPoint(j, 0)).i32(9).i32(9).i32(9).i32(0).i32(0).u32(0).u32(0).str(QString());
             pkr.i32(limits::max_names - (j == 0)).raw(j == 0 ? names.data.mid(6) : names.data);
         }
-        pkr.record(full + 1, picker_buttons()[2]);
+        pkr.record5(full + 1, picker_buttons()[2]);
         QBuffer file(&pkr.data);
         file.open(QIODevice::ReadOnly);
         pkr_contents got;

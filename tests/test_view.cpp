@@ -51,6 +51,91 @@ class test_view : public QObject {
     Q_OBJECT
 
 private slots:
+    // Every pixel of the view: a click hits a button exactly where its
+    // shape's fill covers the pixel whole, and misses where nothing of it
+    // was drawn (edge pixels may go either way); a small marquee picks the
+    // buttons a click inside it would hit. At zooms that land edges on and
+    // off pixel boundaries.
+    void shapes_hit_where_drawn_data()
+    {
+        QTest::addColumn<float>("zoom");
+        QTest::addColumn<QPoint>("shift");
+        QTest::newRow("1") << 1.0f << QPoint(0, 0);
+        QTest::newRow("0.6, shifted") << 0.6f << QPoint(7, 3);
+        QTest::newRow("1.5") << 1.5f << QPoint(-3, 0);
+        QTest::newRow("2.37, shifted") << 2.37f << QPoint(-41, -17);
+    }
+    void shapes_hit_where_drawn()
+    {
+        QFETCH(float, zoom);
+        QFETCH(QPoint, shift);
+        picker_view view(nullptr);
+        view.resize(320, 420); // the banner stays below the buttons
+        view.show();
+        view.setZoom(zoom, QPoint(0, 0));
+        view.setShift(shift);
+        const QImage ground = render(view);
+        const quint32 colours[] = {0xff0000, 0x00ff00, 0x0000ff, 0xffff00, 0x00ffff, 0xff00ff};
+        const struct {
+            QPoint pos;
+            QSize size;
+            button_shape shape;
+            QVector<QPoint> points;
+        } shapes[] = {
+            {{25, 20}, {31, 21}, button_shape::rectangle, {}},
+            {{75, 20}, {40, 27}, button_shape::rounded, {}},
+            {{25, 70}, {37, 29}, button_shape::ellipse, {}},
+            // A concave arrow, and a thin triangle scaled by its box.
+            {{80, 75}, {46, 40}, button_shape::polygon, {{-23, -5}, {0, -20}, {23, -5}, {8, -5}, {8, 20}, {-8, 20}, {-8, -5}}},
+            {{30, 120}, {50, 17}, button_shape::polygon, {{0, 0}, {100, 10}, {3, 30}}},
+            {{90, 125}, {13, 13}, button_shape::ellipse, {}},
+        };
+        int n = 0;
+        for (const auto& s : shapes) {
+            buttonAttributes a = make_button(s.pos, s.size.width(), s.size.height(), {"o"}, colours[n++]);
+            a.shape = qint32(s.shape);
+            a.points = s.points;
+            view.push_button(a, -1);
+        }
+        const QImage drawn = render(view);
+        int whole = 0, edges = 0;
+        for (int y = 0; y < drawn.height(); ++y)
+            for (int x = 0; x < drawn.width(); ++x) {
+                const QRgb here = drawn.pixel(x, y);
+                const int hit = view.find_button_index(QPoint(x, y));
+                if (here == ground.pixel(x, y)) {
+                    QVERIFY2(hit < 0, qPrintable(QString("button %1 hit at %2, %3 where nothing was drawn")
+                                                     .arg(hit).arg(x).arg(y)));
+                    continue;
+                }
+                const int own = int(std::find(std::begin(colours), std::end(colours), here & 0xffffffu)
+                                    - std::begin(colours));
+                if (own < n && qAlpha(here) == 255) {
+                    ++whole;
+                    QVERIFY2(hit == own, qPrintable(QString("%1, %2 drawn by button %3, hit %4")
+                                                        .arg(x).arg(y).arg(own).arg(hit)));
+                } else {
+                    ++edges;
+                }
+            }
+        QVERIFY(whole > 20 * edges / 10); // most of the drawing is whole pixels
+
+        for (int y = 0; y + 3 <= drawn.height(); y += 4)
+            for (int x = 0; x + 3 <= drawn.width(); x += 4) {
+                QSet<int> hits;
+                for (int dy = 0; dy < 3; ++dy)
+                    for (int dx = 0; dx < 3; ++dx)
+                        if (const int i = view.find_button_index(QPoint(x + dx, y + dy)); i >= 0)
+                            hits.insert(i);
+                QVector<button_id> met;
+                view.select_bounds(QRect(x, y, 3, 3), false, &met);
+                QSet<int> picked;
+                for (button_id id : std::as_const(met))
+                    picked.insert(view.page()->row_of(id));
+                QVERIFY2(picked == hits, qPrintable(QString("marquee at %1, %2").arg(x).arg(y)));
+            }
+    }
+
     // Points map truncating toward zero; a rectangle covers its whole size
     // on screen, and back again every unit the widget rectangle shows a part of.
     void points_and_rectangles_map()
@@ -268,6 +353,43 @@ private slots:
     // test_looks'), square with one name, an ellipse with two and no label.
     // Command buttons: lighter and outlined white when pressed, a gradient
     // and a black outline when not.
+    // A lit polygon's ring runs along its edges, not its box: white just
+    // outside a slanted edge, nothing in the box's corner beyond it, dashed
+    // (some pixels left as they were) when only some objects are selected.
+    void rings_follow_the_shape()
+    {
+        picker_view view(nullptr);
+        view.resize(240, 300);
+        view.show();
+        view.setZoom(2.0f, QPoint(0, 0)); // a ring three pixels wide
+        const QImage ground = render(view);
+        buttonAttributes a = make_button(QPoint(40, 40), 40, 40, {"a"}, 0x0000ff);
+        a.shape = qint32(button_shape::polygon);
+        a.points = {{-20, -20}, {20, -20}, {-20, 20}}; // the lower right half is empty
+        view.push_button(a, -1);
+        view.page()->set_state(0, 1);
+        QImage lit = render(view);
+        const QRect box = view.mapToScreen(view.buttons()[0].bounds);
+        // On the diagonal's normal, two pixels out: the white band.
+        const QPoint out = box.center() + QPoint(2, 2);
+        QVERIFY2(qGray(lit.pixel(out)) > 200, qPrintable(QColor(lit.pixel(out)).name()));
+        for (const QPoint& corner : {box.bottomRight() - QPoint(3, 3), box.bottomRight() + QPoint(2, 2)})
+            QCOMPARE(lit.pixel(corner), ground.pixel(corner));
+        // Partly selected: a dashed band leaves some of the edge's outside as it was.
+        view.page()->set_state(0, 2);
+        lit = render(view);
+        int white = 0, untouched = 0;
+        for (int t = 8; t < box.width() - 8; ++t) {
+            // Two pixels out from the edge, the same distance as above.
+            const QPoint p(box.left() + t + 1, box.top() + box.height() - t + 1);
+            if (lit.pixel(p) == ground.pixel(p))
+                ++untouched;
+            else if (qGray(lit.pixel(p)) > 200)
+                ++white;
+        }
+        QVERIFY2(white > 5 && untouched > 5, qPrintable(QString("%1 white, %2 untouched").arg(white).arg(untouched)));
+    }
+
     void paints_button_states()
     {
         picker_view view(nullptr);

@@ -410,7 +410,7 @@ private slots:
         check("again, from the cached pieces");
         if (tabs.isEmpty()) { // the version, no tabs and no current one
             const QByteArray text = w.encodedSceneData();
-            QCOMPARE(qUncompress(QByteArray::fromBase64(text)).toHex(), QByteArray("00000006" "00000000" "ffffffff"));
+            QCOMPARE(qUncompress(QByteArray::fromBase64(text)).toHex(), QByteArray("00000007" "00000000" "ffffffff"));
             w.flushSceneData(true);
             QCOMPARE(host.now, QStringList{"fileInfo \"QuillmarshPickerData\" \"" + text + "\"; file -modified 1;"});
         }

@@ -243,9 +243,11 @@ def button_bounds(*, label: Optional[str] = None, object: Optional[str] = None,
 def button_properties(*, label: Optional[str] = None, object: Optional[str] = None,
                       at: Optional[Point] = None) -> Dict[str, Any]:
     """{"x", "y", "kind" ("select"/"command"), "language" ("mel"/"python"),
-    "size", "width", "height", "color", "label_color" ("#rrggbb")}."""
+    "size", "width", "height", "color", "label_color" ("#rrggbb"), "shape"
+    ("rectangle"/"rounded"/"ellipse"/"polygon")}, and for a polygon "points",
+    [(x, y), ...] as drawn."""
     v = _strings(_run("get_button_properties", *_address(label, object, at)))
-    return {
+    properties = {
         "x": int(v[0]),
         "y": int(v[1]),
         "kind": _KINDS[int(v[2])],
@@ -255,7 +257,33 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
         "height": int(v[6]),
         "color": v[7],
         "label_color": v[8],
+        "shape": v[9],
     }
+    if v[9] == "polygon":
+        properties["points"] = [(int(v[i]), int(v[i + 1])) for i in range(10, len(v) - 1, 2)]
+    return properties
+
+
+_SHAPES = ("rectangle", "rounded", "ellipse", "polygon")
+
+
+def set_button_shape(*, label: Optional[str] = None, object: Optional[str] = None,
+                     at: Optional[Point] = None, shape: str,
+                     points: Optional[Sequence[Point]] = None) -> None:
+    """Gives the button a shape ("rectangle", "rounded", "ellipse" or
+    "polygon"); a polygon takes points=[(x, y), ...] in picture pixels and
+    takes their bounding box as its place and size."""
+    if shape not in _SHAPES:
+        raise ValueError("shape must be one of %s, not %r" % (", ".join(_SHAPES), shape))
+    coordinates: List[Any] = []
+    if shape == "polygon":
+        if points is None:
+            raise TypeError("a polygon needs points")
+        for point in points:
+            coordinates += _pair(point, "points")
+    elif points is not None:
+        raise TypeError("a %s takes no points" % shape)
+    _run("set_button_shape", *(_address(label, object, at) + [shape] + coordinates))
 
 
 def set_button_properties(*, label: Optional[str] = None, object: Optional[str] = None,

@@ -146,6 +146,8 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
         const buttonAttributes& from = page->at(row);
         buttonAttributes a = from;
         a.pos.setX(twiceAxis - a.pos.x());
+        for (QPoint& p : a.points)
+            p.setX(-p.x());
         a.label = map_label(a.label, pairs);
         QStringList kept;
         if (a.kind == 0) {

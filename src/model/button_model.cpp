@@ -14,7 +14,33 @@ bool buttonAttributes::operator==(const buttonAttributes& other) const
     return pos == other.pos && size == other.size && width == other.width
         && height == other.height && kind == other.kind && language == other.language
         && color == other.color && labelColor == other.labelColor && label == other.label
-        && names == other.names;
+        && names == other.names && shape == other.shape && points == other.points;
+}
+
+qint32 legacy_shape(qint32 kind, int name_count, const QString& label)
+{
+    if (kind)
+        return qint32(button_shape::rounded);
+    if (name_count < 2)
+        return qint32(button_shape::rectangle);
+    return qint32(label.isEmpty() ? button_shape::ellipse : button_shape::rounded);
+}
+
+namespace {
+const char* const shape_names[button_shape_count] = {"rectangle", "rounded", "ellipse", "polygon"};
+} // namespace
+
+QString shape_name(qint32 shape)
+{
+    return shape >= 0 && shape < button_shape_count ? QString::fromLatin1(shape_names[shape]) : QString();
+}
+
+qint32 shape_from_name(const QString& name)
+{
+    for (qint32 i = 0; i < button_shape_count; ++i)
+        if (name == QLatin1String(shape_names[i]))
+            return i;
+    return -1;
 }
 
 buttonAttributes new_button(const QPoint& pos, const button_look& look, int kind, int language,
@@ -31,6 +57,7 @@ buttonAttributes new_button(const QPoint& pos, const button_look& look, int kind
     a.labelColor = look.labelColor;
     a.label = look.label;
     a.names = names;
+    a.shape = legacy_shape(kind, names.size(), look.label);
     return a;
 }
 

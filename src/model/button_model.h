@@ -29,10 +29,30 @@ struct buttonAttributes {
     quint32 labelColor = 0; // same form; older files mean white, 0xffffff
     QString label;
     QStringList names;      // object names, or the script in element 0
+    qint32 shape = 0;       // a button_shape
+    // Polygons: the outline, picture pixels relative to pos, so moves leave
+    // it alone and a mirror only negates x. It is drawn with its bounding
+    // box stretched over the button's, so a resize scales it about the
+    // centre without rounding the points.
+    QVector<QPoint> points;
 
     bool operator==(const buttonAttributes& other) const;
     bool operator!=(const buttonAttributes& other) const { return !(*this == other); }
 };
+
+enum class button_shape : qint32 { rectangle = 0, rounded = 1, ellipse = 2, polygon = 3 };
+constexpr qint32 button_shape_count = 4;
+
+// The shape pickers drew before buttons had one of their own, which records
+// of format versions 1 to 5 and new buttons take: command buttons rounded,
+// selection buttons of one object square, of several an ellipse, or a
+// rounded box when labelled.
+qint32 legacy_shape(qint32 kind, int name_count, const QString& label);
+
+// The names of the shapes, as directives, queries and the JSON spell them;
+// -1 for any other word.
+QString shape_name(qint32 shape);
+qint32 shape_from_name(const QString& name);
 
 // Plain values all (point, integers, implicitly shared strings): containers
 // may move them with memcpy.

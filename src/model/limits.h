@@ -54,4 +54,12 @@ constexpr qint64 max_scene_data_bytes = qint64(64) << 20;
 // one: a rig spells its sides a handful of ways, each a few letters.
 constexpr qint32 max_side_patterns = 64;
 constexpr int max_side_pattern_chars = 64;
+// Points of a polygon button: a hand drawn in outline takes a few dozen.
+constexpr qint32 min_polygon_points = 3;
+constexpr qint32 max_polygon_points = 1024;
+// Tagged fields after a button record's fixed ones, and the bytes of one:
+// room for what later versions add (a picture on a button is at most a
+// label's size) without letting a claimed length cost more.
+constexpr qint32 max_record_fields = 64;
+constexpr qint64 max_record_field_bytes = qint64(1) << 20;
 } // namespace limits

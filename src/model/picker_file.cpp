@@ -9,7 +9,9 @@
 namespace {
 
 // Format versions a .pkr may claim. Newer ones are read with the current
-// rules; a number beyond this is no picker at all (text, random bytes).
+// rules (whatever they add that this version cannot read, in a tagged
+// field, refuses the file); a number beyond this is no picker at all (text,
+// random bytes).
 constexpr qint32 max_pkr_version = 255;
 
 bool stream_ok(const QDataStream& in)
@@ -67,7 +69,12 @@ bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
     qint32 budget = limits::max_buttons;
     qint64 names = limits::max_total_names;
     const button_list_read list = read_button_list(
-        in, header.version, budget, [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names);
+        in, std::min(header.version, picker_format::current_version), budget,
+        [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names);
+    if (list.newer) {
+        out = pkr_contents();
+        return refuse(QStringLiteral("the file was written by a newer version of the picker"));
+    }
     out.declared = list.declared;
     out.damaged = list.damaged;
     if (stream_ok(in)) {
@@ -131,7 +138,7 @@ bool read_window_stream(QDataStream& in, window_contents& out)
             out.damaged = true;
             break;
         }
-        if (out.version >= 2 && out.version < picker_format::window_version && !tab.key.isEmpty()) {
+        if (out.version >= 2 && out.version < 6 && !tab.key.isEmpty()) {
             const picture_read got = read_picture(in, tab.background, &pixel_budget, &pictures);
             if (got == picture_read::decoded && !pictures.contains(tab.background))
                 pictures.append(tab.background);
@@ -143,8 +150,17 @@ bool read_window_stream(QDataStream& in, window_contents& out)
             }
         }
         qint32 tab_budget = std::min(limits::max_buttons, scene_budget);
-        const button_list_read list = read_button_list(
-            in, out.version, tab_budget, [&tab](const buttonAttributes& a) { tab.buttons.append(a); }, &names);
+        const button_list_read list =
+            read_button_list(in, picker_format::window_record_version(out.version), tab_budget,
+                             [&tab](const buttonAttributes& a) { tab.buttons.append(a); }, &names);
+        // What this version cannot read is left in the scene as it is.
+        if (list.newer) {
+            const qint32 version = out.version;
+            out = window_contents();
+            out.version = version;
+            out.too_new = true;
+            return false;
+        }
         scene_budget -= list.accepted;
         tab.declared = list.declared;
         out.damaged = out.damaged || list.damaged;

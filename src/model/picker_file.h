@@ -20,9 +20,10 @@ struct pkr_contents {
 };
 
 // Reads a whole .pkr from the device. False, with *error set to a short reason,
-// when the bytes are not a picker file at all (empty, text, random, truncated header).
+// when the bytes are not a picker file at all (empty, text, random, truncated header)
+// or hold what only a newer version can read.
 bool read_pkr(QIODevice& device, pkr_contents& out, QString* error);
-// The bytes of a .pkr file (stream version Qt_4_0, format version 5), with
+// The bytes of a .pkr file (stream version Qt_4_0, format version 6), with
 // the header's side patterns after the buttons when it has any.
 QByteArray write_pkr(const pkr_header& header, const QList<buttonAttributes>& buttons);
 
@@ -49,9 +50,9 @@ struct window_contents {
     bool patterns_damaged = false;
 };
 
-// Reads a window stream (scene data), versions 1 to 6, and the side
+// Reads a window stream (scene data), versions 1 to 7, and the side
 // patterns block after its last tab when there is one. too_new: a later
-// version, unknown: below 1; nothing is read past either. False when the
+// version (or a record holding a field only a later one knows), unknown: below 1; nothing is read past either. False when the
 // stream holds no window at all, or one of those. The pictures of older
 // streams share one pixel budget, and a picture that several tabs carry is
 // decoded once.

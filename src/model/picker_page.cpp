@@ -175,7 +175,10 @@ void picker_page::lay_out(buttonRecord& r)
     // The picture is only measured here; it is drawn when first painted.
     QSize size;
     r.labelPixmap = label_picture_for(r.label, r.labelColor, &size);
-    QRect box(0, 0, std::max(size.width() + 2, r.width), std::max(size.height(), r.height));
+    // A polygon keeps its outline: its label is shortened to fit inside it.
+    const bool grows = r.shape != qint32(button_shape::polygon);
+    QRect box(0, 0, grows ? std::max(size.width() + 2, r.width) : r.width,
+              grows ? std::max(size.height(), r.height) : r.height);
     box.moveCenter(r.pos);
     r.bounds = box;
 }

@@ -41,7 +41,7 @@ button_list_read read_records(QDataStream& in, int version, qint32 count, qint32
     buttonAttributes a;
     for (qint32 j = 0; j < count; ++j) {
         bool over_limit = false;
-        const bool valid = read_button_record(in, version, j, a, &over_limit);
+        const bool valid = read_button_record(in, version, j, a, &over_limit, &result.newer);
         if (!stream_ok(in))
             break;
         if (valid && budget > 0 && (!names_budget || a.names.size() <= *names_budget)) {
@@ -190,10 +190,82 @@ void write_button_record(QDataStream& out, qint32 index, const buttonAttributes&
         << a.color << a.labelColor << a.label << qint32(a.names.size());
     for (const QString& name : a.names)
         out << name;
+    out << quint8(a.shape);
+    if (a.shape == qint32(button_shape::polygon)) {
+        out << qint32(a.points.size());
+        for (const QPoint& p : a.points)
+            out << qint32(p.x()) << qint32(p.y());
+    }
+    out << quint32(0); // tagged fields
 }
 
-bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a, bool* over_limit)
+namespace {
+
+// The shape and tagged fields of a version-6 record. False when they are
+// damaged; the stream fails where they cannot be passed over.
+bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
 {
+    quint8 shape = 0;
+    in >> shape;
+    bool valid = shape < button_shape_count;
+    a.shape = valid ? qint32(shape) : 0;
+    if (shape == quint8(button_shape::polygon)) {
+        qint32 count = 0;
+        in >> count;
+        if (!stream_ok(in))
+            return false;
+        // Too many points to be a picker's: nothing tells where the record
+        // ends, so the list ends here.
+        if (count < 0 || count > limits::max_polygon_points) {
+            in.setStatus(QDataStream::ReadCorruptData);
+            return false;
+        }
+        valid = valid && count >= limits::min_polygon_points;
+        for (qint32 i = 0; i < count && stream_ok(in); ++i) {
+            qint32 x = 0, y = 0;
+            in >> x >> y;
+            // Relative to a centre within the limit, so twice the limit.
+            const qint32 most = 2 * limits::max_coordinate;
+            valid = valid && x >= -most && x <= most && y >= -most && y <= most;
+            a.points.append(QPoint(x, y));
+        }
+    }
+    quint32 fields = 0;
+    in >> fields;
+    if (!stream_ok(in))
+        return false;
+    if (fields > quint32(limits::max_record_fields)) {
+        in.setStatus(QDataStream::ReadCorruptData);
+        return false;
+    }
+    for (quint32 i = 0; i < fields; ++i) {
+        quint32 tag = 0, bytes = 0;
+        in >> tag >> bytes;
+        if (!stream_ok(in))
+            return false;
+        if (bytes > quint64(limits::max_record_field_bytes)) {
+            in.setStatus(QDataStream::ReadCorruptData);
+            return false;
+        }
+        // No tag is known to this version: whatever it holds, reading the
+        // rest without it would lose it on the next save.
+        if (newer)
+            *newer = true;
+        in.setStatus(QDataStream::ReadCorruptData);
+        return false;
+    }
+    if (!valid)
+        a.points.clear();
+    return valid;
+}
+
+} // namespace
+
+bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a, bool* over_limit,
+                        bool* newer)
+{
+    a.shape = 0;
+    a.points.clear();
     qint32 read_index = 0;
     in >> read_index >> a.pos >> a.size;
     if (version >= 5) {
@@ -229,6 +301,8 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
             *over_limit = true;
         for (qint32 i = 0; i < name_count && stream_ok(in); ++i)
             skip_string(in);
+        if (version >= 6 && stream_ok(in))
+            read_record_tail(in, a, newer);
         return false;
     }
     for (qint32 i = 0; i < name_count && stream_ok(in); ++i) {
@@ -242,6 +316,12 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
             a.names.append(a.names.constLast());
         else
             a.names.append(name);
+    }
+    if (version >= 6) {
+        if (stream_ok(in))
+            valid = read_record_tail(in, a, newer) && valid;
+    } else {
+        a.shape = legacy_shape(a.kind, a.names.size(), a.label);
     }
     return valid && stream_ok(in);
 }
@@ -299,16 +379,17 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in)
     qint32 version = 0;
     qint32 count = 0;
     in >> version;
-    if (!stream_ok(in) || version != picker_format::payload_version)
+    if (!stream_ok(in) || version < 1 || version > picker_format::payload_version)
         return result;
     in >> count;
     if (!stream_ok(in) || count < 1)
         return result;
     qint32 budget = limits::max_buttons;
     qint64 names = limits::max_total_names;
-    read_records(
-        in, picker_format::current_version, count, budget, [&result](const buttonAttributes& a) { result.append(a); },
-        &names);
+    const button_list_read got = read_records(
+        in, version == 1 ? 5 : 6, count, budget, [&result](const buttonAttributes& a) { result.append(a); }, &names);
+    if (got.newer)
+        result.clear();
     return result;
 }
 

@@ -1,7 +1,7 @@
 // The one binary layout shared by scene data, .pkr files and the clipboard:
 // big-endian QDataStream records. Files and the clipboard are at format
-// version 5; the scene's window stream is at version 6, which leaves each
-// tab's picture to its own scene entry.
+// version 6 (records carry a shape and tagged fields); the scene's window
+// stream is at version 7, whose records are those of version 6.
 #pragma once
 
 #include "model/button_model.h"
@@ -17,13 +17,20 @@
 
 namespace picker_format {
 // .pkr files, and the records of every stream.
-constexpr qint32 current_version = 5;
-// The window stream: from here on a tab names its picture by key and
-// carries no pixels, so the data stays small however large the pictures.
-constexpr qint32 window_version = 6;
+constexpr qint32 current_version = 6;
+// The window stream: from 6 on a tab names its picture by key and carries
+// no pixels, so the data stays small however large the pictures; 7 holds
+// records of version 6.
+constexpr qint32 window_version = 7;
+// The record layout a window stream of a version holds.
+constexpr qint32 window_record_version(qint32 window)
+{
+    return window >= 7 ? 6 : (window < 5 ? window : 5);
+}
 // .pkr files are always read and written at this QDataStream version.
 constexpr int pkr_stream_version = QDataStream::Qt_4_0;
-constexpr qint32 payload_version = 1;
+// The clipboard payload: 1 holds version-5 records, 2 version-6 ones.
+constexpr qint32 payload_version = 2;
 // Marks the block of side patterns that may follow a .pkr's button list and
 // a window stream's last tab ("QPAT"). Readers that predate it stop before
 // it, so files and scenes that carry patterns still open in them; a reader
@@ -33,16 +40,24 @@ constexpr quint32 patterns_tag = 0x51504154;
 const char* const clipboard_mime = "application/x-qt-picker-mime;value=\"buttons\"";
 } // namespace picker_format
 
-// One button record with every field of the current version.
+// One button record with every field of the current version: those of
+// version 5, the shape byte (a polygon's points after it), then the count
+// of tagged fields, none of which this version writes.
 void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a);
 
-// Reads one record written at `version` into `a` (every field is assigned).
-// False when the record is damaged (index other than `index`, kind or
-// language outside 0..1, no names), over a limit (more names than a button
-// holds: they are skipped, not kept, and *over_limit is set) or the stream
-// failed while reading it. Either way the stream is left after the record.
+// Reads one record written at `version` into `a` (every field is assigned;
+// records before version 6 take the shape they were drawn with). False
+// when the record is damaged (index other than `index`, kind or language
+// outside 0..1, no names, a shape it does not know, a polygon point
+// outside the limits), over a limit (more names than a button holds: they
+// are skipped, not kept, and *over_limit is set) or the stream failed
+// while reading it. Either way the stream is left after the record, except
+// where a count or length cannot be passed over (a polygon of more points
+// than allowed, a tagged field over its limit): the stream fails there.
+// A tagged field this version does not know sets *newer and fails the
+// stream: such a record is never read in part, so no save can drop it.
 bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a,
-                        bool* over_limit = nullptr);
+                        bool* over_limit = nullptr, bool* newer = nullptr);
 
 // A view's button list: the count, then the records. A count below 1 writes
 // nothing more.
@@ -61,14 +76,16 @@ struct button_list_read {
     int accepted = 0;
     int over_limit = 0;   // records dropped for a limit (names, or past the budget)
     bool damaged = false; // a negative count, dropped records or a stream error
+    bool newer = false;   // a record holds a field only a newer version knows
 };
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
                                   const std::function<void(const buttonAttributes&)>& accept,
                                   qint64* names_budget = nullptr);
 
-// The clipboard payload: payload version 1, the count, version-5 records.
+// The clipboard payload: payload version 2, the count, version-6 records.
 void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons);
-// Empty for a payload of another version or a bad count.
+// Reads payloads 1 and 2; empty for a payload of another version, a bad
+// count or one holding what only a newer version knows.
 QList<buttonAttributes> readButtonAttributes(QDataStream& in);
 
 // The side patterns block: the tag, the number of lists, then each list as

@@ -187,6 +187,51 @@ QStringList read_patterns(const QJsonValue& value)
     return pairs;
 }
 
+// "shape" (optional: without it, the shape the button was drawn with before
+// buttons had one) and, for a polygon only, "points": [x, y] pairs relative
+// to the centre.
+void read_shape(const QJsonObject& o, const QString& where, buttonAttributes& a)
+{
+    if (o.contains("shape")) {
+        const QJsonValue v = o.value("shape");
+        a.shape = v.isString() ? shape_from_name(v.toString()) : -1;
+        if (a.shape < 0)
+            fail(at(where, "shape"), "must be \"rectangle\", \"rounded\", \"ellipse\" or \"polygon\"");
+    }
+    const bool polygon = a.shape == qint32(button_shape::polygon);
+    if (!o.contains("points")) {
+        if (polygon)
+            fail(at(where, "points"), "missing");
+        return;
+    }
+    const QString list_where = at(where, "points");
+    if (!polygon)
+        fail(list_where, "only a polygon has points");
+    const QJsonValue points = o.value("points");
+    const QJsonArray list = points.toArray();
+    if (!points.isArray() || list.size() < limits::min_polygon_points || list.size() > limits::max_polygon_points)
+        fail(list_where, QString("must be a list of %1 to %2 points")
+                             .arg(limits::min_polygon_points)
+                             .arg(limits::max_polygon_points));
+    const qint64 most = 2 * qint64(limits::max_coordinate);
+    for (int i = 0; i < list.size(); ++i) {
+        const QString point_where = QString("%1[%2]").arg(list_where).arg(i);
+        const QJsonArray pair = list.at(i).toArray();
+        if (!list.at(i).isArray() || pair.size() != 2)
+            fail(point_where, "must be a pair [x, y]");
+        qint32 xy[2] = {};
+        for (int k = 0; k < 2; ++k) {
+            const QJsonValue v = pair.at(k);
+            const double d = v.toDouble();
+            if (!v.isDouble() || !(d >= double(-most) && d <= double(most)) || d != std::trunc(d))
+                fail(QString("%1[%2]").arg(point_where).arg(k),
+                     QString("must be a whole number from %1 to %2").arg(-most).arg(most));
+            xy[k] = qint32(d);
+        }
+        a.points.append(QPoint(xy[0], xy[1]));
+    }
+}
+
 buttonAttributes read_button(const QJsonValue& value, int index)
 {
     const QString where = QString("buttons[%1]").arg(index);
@@ -194,7 +239,7 @@ buttonAttributes read_button(const QJsonValue& value, int index)
         fail(where, "must be an object");
     const QJsonObject o = value.toObject();
     known_keys_only(o, {"x", "y", "width", "height", "size", "kind", "language", "color", "labelColor", "label",
-                        "names", "script"},
+                        "names", "script", "shape", "points"},
                     where);
     buttonAttributes a;
     const qint32 c = limits::max_coordinate;
@@ -207,12 +252,15 @@ buttonAttributes read_button(const QJsonValue& value, int index)
     a.color = read_colour(o, "color", where);
     a.labelColor = read_colour(o, "labelColor", where);
     a.label = read_text(o, "label", where);
+    read_shape(o, where, a);
     if (o.contains("script")) {
         if (a.kind != 1)
             fail(at(where, "script"), "only a command button has a script; a selection button has \"names\"");
         if (o.contains("names"))
             fail(where, "has both \"script\" and \"names\"; a command button has one of them");
         a.names = QStringList{read_text(o, "script", where)};
+        if (!o.contains("shape"))
+            a.shape = legacy_shape(a.kind, a.names.size(), a.label);
         return a;
     }
     const QJsonValue names = required(o, "names", where);
@@ -228,6 +276,9 @@ buttonAttributes read_button(const QJsonValue& value, int index)
             fail(QString("%1[%2]").arg(list_where).arg(i), "must be a string or null");
         a.names << (name.isNull() ? QString() : (name.toString().isNull() ? QString("") : name.toString()));
     }
+    // JSON made before buttons had shapes means what its .pkr meant.
+    if (!o.contains("shape"))
+        a.shape = legacy_shape(a.kind, a.names.size(), a.label);
     return a;
 }
 
@@ -338,6 +389,13 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
         o.insert("color", colour_text(a.color));
         o.insert("labelColor", colour_text(a.labelColor));
         o.insert("label", text_value(a.label));
+        o.insert("shape", shape_name(a.shape));
+        if (a.shape == qint32(button_shape::polygon)) {
+            QJsonArray points;
+            for (const QPoint& p : a.points)
+                points.append(QJsonArray{p.x(), p.y()});
+            o.insert("points", points);
+        }
         if (a.kind == 1 && a.names.size() == 1) {
             o.insert("script", text_value(a.names.first()));
         } else {

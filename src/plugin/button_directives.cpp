@@ -1,7 +1,9 @@
 // The directives that build and inspect buttons from scripts. A button is
 // addressed by label or object name ("label", "arm") or, when the argument
 // count says so, by a point (ignored word, x, y).
+#include "edit/button_commands.h"
 #include "edit/mirror_command.h"
+#include "model/button_outline.h"
 #include "model/limits.h"
 #include "model/object_names.h"
 #include "model/picker_host.h"
@@ -156,7 +158,7 @@ MStatus find_target(const char* directive, const MStringArray& args, unsigned po
             return in.status;
         // In picker coordinates, so a script finds the same button whatever
         // a view's zoom and pan.
-        t.index = find_first(t.page, [&](const buttonRecord& r) { return r.bounds.contains(at); });
+        t.index = find_first(t.page, [&](const buttonRecord& r) { return outline_holds(r.bounds, r, at); });
         t.next = 3;
         if (t.index < 0)
             return not_found_at(directive, QString("at %1, %2").arg(at.x()).arg(at.y()));
@@ -278,7 +280,90 @@ MStatus picker_main::get_button_properties(const MStringArray& args)
             MPxCommand::appendToResult(MQtUtil::toMString(QString::number(v)));
         MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.color)).name()));
         MPxCommand::appendToResult(MQtUtil::toMString(QColor(QRgb(r.labelColor)).name()));
+        MPxCommand::appendToResult(MQtUtil::toMString(shape_name(r.shape)));
+        const QPolygonF drawn = outline_points(QRectF(r.bounds), r);
+        for (const QPointF& p : drawn)
+            for (qreal v : {p.x(), p.y()})
+                MPxCommand::appendToResult(MQtUtil::toMString(QString::number(qRound(v))));
     });
+}
+
+namespace {
+
+// A polygon's points as the button draws them now, in picture pixels.
+QJsonArray polygon_json(const buttonRecord& r)
+{
+    QJsonArray points;
+    const QPolygonF drawn = outline_points(QRectF(r.bounds), r);
+    for (const QPointF& p : drawn)
+        points.append(QJsonArray{qRound(p.x()), qRound(p.y())});
+    return points;
+}
+
+} // namespace
+
+// set_button_shape ADDRESS SHAPE [x1 y1 x2 y2 ...]: a polygon's points are
+// picture pixels; the button's centre and size become its bounding box's.
+MStatus picker_main::set_button_shape(const MStringArray& args)
+{
+    const char* directive = "set_button_shape";
+    const unsigned count = args.length();
+    if (count < 3)
+        return wrong_count(directive);
+    target t{current_page()};
+    // Names take two words and a point three, and the points come in
+    // pairs: an even count is the point form.
+    MStatus status = find_target(directive, args, count % 2 == 0 ? count : 0, count - 2, t);
+    if (!status)
+        return status;
+    const QString word = text_at(args, t.next);
+    const qint32 shape = shape_from_name(word);
+    if (shape < 0)
+        return script_error(directive,
+                            QString("the shape must be rectangle, rounded, ellipse or polygon, not \"%1\"").arg(word));
+    const unsigned first = t.next + 1, given = count - first;
+    buttonAttributes a = t.button();
+    a.shape = shape;
+    a.points.clear();
+    if (shape != qint32(button_shape::polygon)) {
+        if (given)
+            return script_error(directive, "only a polygon takes points");
+    } else {
+        if (given % 2)
+            return script_error(directive, "the points must be pairs of x and y");
+        const unsigned points = given / 2;
+        if (points < unsigned(limits::min_polygon_points) || points > unsigned(limits::max_polygon_points))
+            return script_error(directive, QString("a polygon needs %1 to %2 points, not %3")
+                                               .arg(limits::min_polygon_points)
+                                               .arg(limits::max_polygon_points)
+                                               .arg(points));
+        reader in{directive, args};
+        QVector<QPoint> at;
+        for (unsigned i = 0; i < points && in.ok(); ++i)
+            at.append(in.point(first + 2 * i));
+        if (!in.ok())
+            return in.status;
+        QRect box(at.first(), at.first());
+        for (const QPoint& p : std::as_const(at))
+            box |= QRect(p, p);
+        // Corners to corners: the box spans from the least to the greatest.
+        const int w = box.width() - 1, h = box.height() - 1;
+        if (w < 1 || h < 1)
+            return script_error(directive, "the polygon's points must span some width and height");
+        if (w > limits::max_button_side || h > limits::max_button_side)
+            return script_error(directive, QString("a polygon is at most %1 pixels wide and high")
+                                               .arg(limits::max_button_side));
+        // Centred as a box of that size is (see picker_page::lay_out).
+        a.pos = QPoint(box.left() + (w - 1) / 2, box.top() + (h - 1) / 2);
+        a.size = a.width = w;
+        a.height = h;
+        for (const QPoint& p : std::as_const(at))
+            a.points.append(p - a.pos);
+    }
+    if (a == t.button())
+        return MStatus::kSuccess;
+    push_step(t.page, new edit_button_cmd(t.page, t.button().id, a, "Button Shape"));
+    return MStatus::kSuccess;
 }
 
 MStatus picker_main::set_button_properties(const MStringArray& args)
@@ -572,6 +657,9 @@ MStatus picker_main::query_buttons(const MStringArray&)
         b["labelColor"] = QColor(QRgb(r.labelColor)).name();
         if (r.kind == 1)
             b["language"] = r.language == 1 ? "python" : "mel";
+        b["shape"] = shape_name(r.shape);
+        if (r.shape == qint32(button_shape::polygon))
+            b["points"] = polygon_json(r);
         list.append(b);
     }
     MPxCommand::setResult(MQtUtil::toMString(QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact))));

@@ -140,6 +140,7 @@ private:
     MStatus color_button_text(const MStringArray& args);
     MStatus get_button_properties(const MStringArray& args);
     MStatus set_button_properties(const MStringArray& args);
+    MStatus set_button_shape(const MStringArray& args);
     MStatus color_directive(const MStringArray& args, bool label);
     MStatus press_button(const MStringArray& args);
     MStatus mirror_buttons(const MStringArray& args);

@@ -94,6 +94,8 @@ private:
         qint16 selected = 0;
         bool several = false;
         bool missing = false;
+        qint32 shape = 0;
+        QVector<QPoint> points;
     };
 
     view_state state_;
@@ -119,16 +121,17 @@ public:
         QSize size;
         quint32 fill = 0;    // the colour
         quint32 outline = 0; // the pen's colour, 0 with no pen; a ring's width
-        quint8 shape = 0;    // rounded, ellipse, command button, rectangle, or a ring of one
+        quint8 shape = 0;    // the button's shape plus one, marked command or ring
         qint16 selected = 0;
         bool missing = false;
+        QVector<QPoint> points; // a polygon's
         bool operator==(const key& o) const
         {
             return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
-                && selected == o.selected && missing == o.missing;
+                && selected == o.selected && missing == o.missing && points == o.points;
         }
     };
-    enum { rounded = 1, ellipse = 2, command = 3, rectangle = 4, ring = 8 };
+    enum { command = 16, ring = 32 };
 
     // The face for the key, or null when none is kept yet.
     const QImage* find(const key& k) const;

@@ -1,5 +1,6 @@
 #include "view/picker_view.h"
 
+#include "model/button_outline.h"
 #include "model/limits.h"
 #include "model/name_ids.h"
 #include "model/scene_room.h"
@@ -805,10 +806,13 @@ bool picker_view::patch_buttons(const paint_layer::changes& changed, int hints)
             }
             if (b.labelPixmap.isNull() || !inner)
                 continue;
-            const QImage& label = b.labelPixmap.drawn_at(box.size(), zoom, d);
+            const QRect room = label_room(box, b);
+            if (room.isEmpty())
+                continue;
+            const QImage& label = b.labelPixmap.drawn_at(room.size(), zoom, d);
             if (label.isNull())
                 continue;
-            const QPoint at = label_origin(box, label, d) * d;
+            const QPoint at = label_origin(room, label, d) * d;
             for (const QRect& clip : std::as_const(clips))
                 pixels::blend(image, label, at, clip);
         }
@@ -870,49 +874,29 @@ int copies_faces(const QPainter& painter)
         : 0;
 }
 
-// The outline of a button of this shape grown by `out` widget pixels on
-// every side: corners round with the growth.
-QPainterPath shape_path(const QRectF& R, int shape, qreal out)
-{
-    const QRectF r = R.adjusted(-out, -out, out, out);
-    const qreal side = std::min(R.width(), R.height());
-    QPainterPath path;
-    switch (shape) {
-    case face_cache::ellipse:
-        path.addEllipse(r);
-        break;
-    case face_cache::rounded:
-        path.addRoundedRect(r, std::max(0.0, 0.2 * side + out), std::max(0.0, 0.2 * side + out), Qt::AbsoluteSize);
-        break;
-    case face_cache::command:
-        path.addRoundedRect(r, std::max(0.0, 0.05 * side + out), std::max(0.0, 0.05 * side + out), Qt::AbsoluteSize);
-        break;
-    default:
-        if (out > 0)
-            path.addRoundedRect(r, out, out, Qt::AbsoluteSize);
-        else
-            path.addRect(r);
-        break;
-    }
-    return path;
-}
-
-void draw_shape(QPainter& painter, const QRectF& R, bool rounded)
+void draw_shape(QPainter& painter, const QRectF& R, const buttonAttributes& r)
 {
     const QRectF shape = inside_pen(R, painter.pen());
-    if (rounded) {
-        qreal k = 0.2 * std::min(R.width(), R.height());
+    switch (button_shape(r.shape)) {
+    case button_shape::rounded: {
+        const qreal k = rounded_radius(R, r);
         painter.drawRoundedRect(shape, k, k, Qt::AbsoluteSize);
-    } else {
+        break;
+    }
+    case button_shape::ellipse:
         painter.drawEllipse(shape);
+        break;
+    default:
+        painter.drawPath(button_outline(shape, r));
+        break;
     }
 }
 
 // Diagonal hatching over the shape: its objects are not in the scene.
-void hatch(QPainter& painter, const QRectF& R, int shape)
+void hatch(QPainter& painter, const QRectF& R, const buttonAttributes& r)
 {
     painter.save();
-    painter.setClipPath(shape_path(R, shape, 0), Qt::IntersectClip);
+    painter.setClipPath(button_outline(R, r), Qt::IntersectClip);
     painter.setPen(QPen(missing_hatch, 1.5));
     painter.setBrush(Qt::NoBrush);
     const qreal step = 5;
@@ -936,16 +920,12 @@ QRgb picker_view::fill_of(const buttonRecord& r)
 
 bool picker_view::plain(const buttonRecord& r)
 {
-    return r.kind == 0 && r.name_count() < 2 && !r.missing;
+    return r.kind == 0 && r.name_count() < 2 && !r.missing && r.shape == qint32(button_shape::rectangle);
 }
 
 int picker_view::shape_of(const buttonRecord& r)
 {
-    if (r.kind)
-        return face_cache::command;
-    if (r.name_count() < 2)
-        return face_cache::rectangle;
-    return r.labelPixmap.isNull() ? face_cache::ellipse : face_cache::rounded;
+    return (r.shape + 1) | (r.kind ? face_cache::command : 0);
 }
 
 const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density)
@@ -953,6 +933,8 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
     face_cache::key k;
     k.size = size * density;
     k.shape = quint8(shape_of(r));
+    if (r.shape == qint32(button_shape::polygon))
+        k.points = r.points;
     if (r.kind) {
         k.fill = r.color;
         k.selected = r.selected;
@@ -983,15 +965,14 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
 void picker_view::draw_selection_face(QPainter& painter, const QRectF& R, const buttonRecord& r)
 {
     const QColor fill = QColor::fromRgba(fill_of(r));
-    const int shape = shape_of(r);
-    if (shape == face_cache::rectangle)
+    if (r.shape == qint32(button_shape::rectangle))
         painter.fillRect(R, fill);
     else {
         painter.setBrush(fill);
-        draw_shape(painter, R, shape == face_cache::rounded);
+        draw_shape(painter, R, r);
     }
     if (r.missing)
-        hatch(painter, R, shape);
+        hatch(painter, R, r);
 }
 
 void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
@@ -1057,14 +1038,16 @@ void picker_view::draw_command_face(QPainter& painter, const QRectF& R, const bu
         painter.setBrush(gradient);
     }
     const QPen pen = outline_pen(r);
-    qreal k = 0.05 * std::min(R.width(), R.height());
     // The face fills the button's pixels to the edge; the outline is drawn
     // over it, just inside.
     painter.setPen(Qt::NoPen);
-    painter.drawRoundedRect(R, k, k, Qt::AbsoluteSize);
+    if (r.shape == qint32(button_shape::rectangle))
+        painter.drawRect(R);
+    else
+        draw_shape(painter, R, r);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(inside_pen(R, pen), k, k, Qt::AbsoluteSize);
+    draw_shape(painter, R, r);
 }
 
 QPoint picker_view::label_origin(const QRect& box, const QImage& label, int density)
@@ -1075,7 +1058,7 @@ QPoint picker_view::label_origin(const QRect& box, const QImage& label, int dens
 
 void picker_view::draw_label(QPainter& painter, const buttonRecord& r)
 {
-    const QRect box = mapToScreen(r.bounds);
+    const QRect box = label_room(mapToScreen(r.bounds), r);
     if (r.labelPixmap.isNull() || box.isEmpty())
         return;
     if (const int density = copies_faces(painter)) {
@@ -1105,17 +1088,36 @@ QPoint picker_view::ring_origin(const QRect& box) const
 // selected and dashed when some are.
 void picker_view::draw_ring_shape(QPainter& painter, const QRectF& R, const buttonRecord& r)
 {
-    const int shape = shape_of(r);
     const qreal band = ring_reach();
     painter.save();
     painter.setBrush(Qt::NoBrush);
+    if (r.shape == qint32(button_shape::polygon)) {
+        // A polygon is not grown: its edge is stroked twice as wide as the
+        // band, the outer half kept for the band, the inner for the rim.
+        const QPainterPath edge = button_outline(R, r);
+        QPainterPath around;
+        around.addRect(R.adjusted(-2 * band, -2 * band, 2 * band, 2 * band));
+        painter.save();
+        painter.setClipPath(edge, Qt::IntersectClip);
+        painter.setPen(QPen(ring_rim, 2.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
+        painter.drawPath(edge);
+        painter.restore();
+        painter.setClipPath(around.subtracted(edge), Qt::IntersectClip);
+        QPen pen(Qt::white, 2 * band, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+        if (r.selected != 1)
+            pen.setDashPattern({1.5 / band, 1.25 / band});
+        painter.setPen(pen);
+        painter.drawPath(edge);
+        painter.restore();
+        return;
+    }
     painter.setPen(QPen(ring_rim, 1.0));
-    painter.drawPath(shape_path(R, shape, -0.5));
+    painter.drawPath(button_outline(R, r, -0.5));
     QPen pen(Qt::white, band, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
     if (r.selected != 1)
         pen.setDashPattern({3.0 / band, 2.5 / band});
     painter.setPen(pen);
-    painter.drawPath(shape_path(R, shape, band / 2));
+    painter.drawPath(button_outline(R, r, band / 2));
     painter.restore();
 }
 
@@ -1125,6 +1127,8 @@ const QImage& picker_view::ring_of(const buttonRecord& r, const QSize& size, int
     face_cache::key k;
     k.size = size * density;
     k.shape = quint8(face_cache::ring | shape_of(r));
+    if (r.shape == qint32(button_shape::polygon))
+        k.points = r.points;
     k.selected = r.selected == 1 ? 1 : 2;
     k.outline = quint32(out);
     if (const QImage* ring = faces.find(k))

@@ -2,6 +2,8 @@
 // context menu and its actions, hover tooltips and cursors.
 #include "view/picker_view.h"
 
+#include "model/button_outline.h"
+
 #include "edit/arrange_command.h"
 #include "edit/button_commands.h"
 #include "edit/mirror_command.h"
@@ -244,7 +246,7 @@ int picker_view::find_button_index(const QPoint& widgetPos) const
     const QList<buttonRecord>& list = buttons();
     for (int i = 0; i < list.size(); ++i) {
         // The pixels the button is drawn on, as a command button's press tracks them.
-        if (mapToScreen(list[i].bounds).contains(widgetPos))
+        if (outline_holds(mapToScreen(list[i].bounds), list[i], widgetPos))
             return i;
     }
     return -1;
@@ -272,7 +274,7 @@ bool picker_view::select_bounds(const QRect& widgetRect, bool additive, QVector<
 {
     picker_window::selection_batch batch;
     return page_->select_where(additive, [&](const buttonRecord& r) {
-        const bool meets = mapToScreen(r.bounds).intersects(widgetRect);
+        const bool meets = outline_meets(mapToScreen(r.bounds), r, widgetRect);
         if (meets && met)
             met->append(r.id);
         return meets;

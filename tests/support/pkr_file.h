@@ -1,6 +1,7 @@
 // Picker files and pictures made on the spot, for tests that open them.
 #pragma once
 
+#include "button_values.h"
 #include "model/picker_file.h"
 
 #include <QFile>
@@ -17,6 +18,7 @@ inline buttonAttributes button_at(QPoint pos, const QStringList& names, const QS
     a.labelColor = 0xffffff;
     a.label = label;
     a.names = names;
+    a.shape = legacy_shape(a.kind, names.size(), label);
     return a;
 }
 
