@@ -210,6 +210,12 @@ public:
     bool batch() const;
     void set_main_window(QWidget* window);
     QWidget* main_window() const;
+    // The workspace controls that exist, by name.
+    QStringList workspace_controls() const;
+    // What Maya does with the saved workspace when it starts again: each
+    // control comes back empty and its uiScript fills it, at once when it
+    // is open, when next shown when it is closed.
+    void restore_workspace();
 
     // ----- Fault injection: the call after `after` successful ones fails once.
     void inject_fault(fault which, int after = 0);
