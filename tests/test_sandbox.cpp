@@ -1287,8 +1287,12 @@ private slots:
             "workspaceControl -ui \"print \\\"shut\\\\n\\\"\" shut; workspaceControl -e -close shut");
         QPointer<QLabel> held = new QLabel("held");
         MQtUtil::findControl("open")->layout()->addWidget(held);
+        QString quit = "quit";
+        const MCallbackId id = MEventMessage::addEventCallback("quitApplication", record_event, &quit);
         h.clear_output();
         run("sandboxRestoreWorkspace");
+        QCOMPARE(events_seen, QStringList{"quit"}); // the old session ended first
+        MMessage::removeCallback(id);
         QVERIFY(!held);
         QCOMPARE(h.output_text().count("open"), 1);
         QCOMPARE(h.output_text().count("shut"), 0);

@@ -484,6 +484,8 @@ void install_workspace_commands(host& h, mel::interpreter& interp)
 
 void host::restore_workspace()
 {
+    // The session ends first, as Maya's does before it starts again.
+    quit();
     // The new session's controls come back empty, where they were; open
     // ones are filled at once, closed ones when they are next shown.
     QVector<QPointer<workspace_control>> all;

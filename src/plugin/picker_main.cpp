@@ -49,6 +49,10 @@ MCallbackId picker_main::beforeSaveId_ = 0;
 
 namespace {
 
+// While the command makes the control: the uiScript Maya runs then is that
+// same command again, and leaves filling the control to the first.
+bool making_control = false;
+
 MString to_m(const QString& s)
 {
     return MQtUtil::toMString(s);
@@ -233,7 +237,7 @@ MStatus picker_main::doIt(const MArgList& args)
         if (!window_)
             create_window();
         if (!window_)
-            return MStatus::kFailure;
+            return making_control ? MStatus::kSuccess : MStatus::kFailure;
         // A closed control comes back as the user left it: docked or floating.
         if (!control_visible())
             control_command("-e -restore");
@@ -329,14 +333,20 @@ bool picker_main::make_control()
 void picker_main::create_window()
 {
     init_picker_resources();
-    const bool made = !window_ && make_control();
-    // Making the control ran its uiScript, which filled it already.
-    if (!made || window_)
+    if (!window_ && !making_control) {
+        making_control = true;
+        const bool made = make_control();
+        making_control = false;
+        if (!made)
+            return;
+    }
+    if (window_)
         return;
     QWidget* control = MQtUtil::findControl(control_name);
     if (!control) {
-        MGlobal::displayError(to_m(QString("%1 - the workspace control %2 has no widget to hold the picker")
-                                       .arg(texts::command_name, control_name)));
+        if (!making_control)
+            MGlobal::displayError(to_m(QString("%1 - the workspace control %2 has no widget to hold the picker")
+                                           .arg(texts::command_name, control_name)));
         return;
     }
     if (!control->layout()) {

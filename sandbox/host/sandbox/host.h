@@ -212,9 +212,9 @@ public:
     QWidget* main_window() const;
     // The workspace controls that exist, by name.
     QStringList workspace_controls() const;
-    // What Maya does with the saved workspace when it starts again: each
+    // A restart with the saved workspace: "quitApplication", then each
     // control comes back empty and its uiScript fills it, at once when it
-    // is open, when next shown when it is closed.
+    // is open, when next shown when it is closed. The scene stays.
     void restore_workspace();
 
     // ----- Fault injection: the call after `after` successful ones fails once.
