@@ -364,14 +364,11 @@ void sandbox_window::save_screenshot(const QString& path)
 {
     // A docked picker is already part of the main window's picture; only a
     // floating one is a separate window to put beside it.
+    // The floating control stays this window's child.
     QWidget* picker = nullptr;
-    for (QWidget* w : QApplication::topLevelWidgets())
-        if (w != this && w->isVisible() && w->findChild<QWidget*>("QuillmarshPicker"))
-            picker = w;
-    if (!picker)
-        if (QWidget* inside = findChild<QWidget*>("QuillmarshPicker"))
-            if (inside->window() != this && inside->window()->isVisible())
-                picker = inside->window();
+    if (QWidget* inside = findChild<QWidget*>("QuillmarshPicker"))
+        if (inside->window() != this && inside->window()->isVisible())
+            picker = inside->window();
     QImage main = grab().toImage();
     QImage side = picker ? picker->grab().toImage() : QImage();
     main.setDevicePixelRatio(1); // pixels side by side, whatever the screen scale

@@ -22,7 +22,6 @@
 #include <QDataStream>
 #include <QDir>
 #include <QGuiApplication>
-#include <QIcon>
 #include <QResource>
 #include <QScreen>
 #include <QSettings>
@@ -299,6 +298,12 @@ bool picker_main::control_command(const QString& flags, MStringArray* result)
     return bool(MGlobal::executeCommand(text, result ? *result : ignored, false, false));
 }
 
+bool picker_main::control_exists()
+{
+    MStringArray exists;
+    return control_command("-exists", &exists) && exists.length() == 1 && exists[0] == "1";
+}
+
 bool picker_main::control_visible()
 {
     MStringArray visible;
@@ -307,8 +312,7 @@ bool picker_main::control_visible()
 
 bool picker_main::make_control()
 {
-    MStringArray exists;
-    if (control_command("-q -exists", &exists) && exists.length() == 1 && exists[0] == "1")
+    if (control_exists())
         return true;
     QSettings settings(settings_organisation, settings_application);
     // The first time, the window is wide enough for the whole toolbox row.
@@ -384,8 +388,7 @@ void picker_main::delete_control()
 {
     if (!has_interface())
         return;
-    MStringArray exists;
-    if (control_command("-q -exists", &exists) && exists.length() == 1 && exists[0] == "1")
+    if (control_exists())
         report_error(MGlobal::executeCommand(to_m(QString("deleteUI %1").arg(control_name)), false, false),
                      "could not delete the picker's workspace control");
 }

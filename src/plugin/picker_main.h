@@ -100,6 +100,7 @@ private:
     static bool make_control();
     // Runs `workspaceControl <flags> NAME` quietly; false when it failed.
     static bool control_command(const QString& flags, MStringArray* result = nullptr);
+    static bool control_exists();
     static bool control_visible();
     // Whether widgets may exist in this session.
     static bool has_interface();
