@@ -8,6 +8,7 @@
 
 #include <maya/MQtUtil.h>
 
+#include <QAction>
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
@@ -668,6 +669,28 @@ private slots:
             QVERIFY2(w->width() >= w->minimumSizeHint().width(), qPrintable(w->toolTip()));
         }
         QVERIFY(controls >= 6);
+    }
+
+    // File > Exit Picker closes the control and keeps the window; the
+    // command shows that same window again with its tabs.
+    void exit_closes_the_control_and_the_command_reopens_it()
+    {
+        run("QuillmarshPicker; QuillmarshPicker new_tab");
+        const QStringList tabs = result("QuillmarshPicker query_tabs");
+        QPointer<QWidget> window = picker_main::window_;
+        QAction* exit = nullptr;
+        for (QAction* a : window->findChildren<QAction*>())
+            if (a->text() == "Exit Picker")
+                exit = a;
+        QVERIFY(exit);
+        exit->trigger();
+        const QString visible = QString("workspaceControl -q -visible %1").arg(picker_main::control_name);
+        QCOMPARE(result(visible), QStringList{"0"});
+        QVERIFY(window);
+        run("QuillmarshPicker");
+        QCOMPARE(result(visible), QStringList{"1"});
+        QCOMPARE(static_cast<QWidget*>(picker_main::window_), window.data());
+        QCOMPARE(result("QuillmarshPicker query_tabs"), tabs);
     }
 
     // Counts of every event the plug-in listens to.
