@@ -357,26 +357,6 @@ private slots:
         QVERIFY(d->isFloating());
     }
 
-    // Dragging the control's title onto the main window's right edge docks
-    // it there, as Maya docks a workspace control dropped on a panel edge.
-    void dragging_the_title_onto_the_main_window_docks_it()
-    {
-        QDockWidget* d = dock();
-        const QPoint grip = d->mapToGlobal(QPoint(d->width() / 3, d->widget()->geometry().top() / 2));
-        const QPoint edge = main_->mapToGlobal(QPoint(main_->width() - 15, main_->height() / 2));
-        QVERIFY(xdo::drag(grip, edge));
-        TRY_VERIFY(!d->isFloating());
-        QCOMPARE(main_->dockWidgetArea(d), Qt::RightDockWidgetArea);
-        QCOMPARE(static_cast<QWidget*>(view())->window(), static_cast<QWidget*>(main_));
-        QCOMPARE(query("workspaceControl -q -floating QuillmarshPickerWorkspaceControl"), QString("0"));
-
-        // Floating again beside the main window, for the tests after it.
-        QVERIFY(h.execute("workspaceControl -e -floating true QuillmarshPickerWorkspaceControl"));
-        TRY_VERIFY(d->isFloating());
-        d->move(main_->frameGeometry().right() + 40, 40);
-        TRY_VERIFY(!d->frameGeometry().intersects(main_->frameGeometry()));
-    }
-
     // Work is not lost to a key: Ctrl+W on a tab with unsaved changes and
     // Ctrl+Q on a modified scene both ask first, and Escape keeps everything.
     void nothing_closes_without_asking()
@@ -453,6 +433,26 @@ private slots:
         QCOMPARE(view()->shift, shift);
         mel_input()->clear();
         docked_ = docked;
+    }
+
+    // Dragging the control's title onto the main window's right edge docks
+    // it there, as Maya docks a workspace control dropped on a panel edge.
+    void dragging_the_title_onto_the_main_window_docks_it()
+    {
+        QDockWidget* d = dock();
+        QVERIFY(h.execute(QString("workspaceControl -e -floating true %1").arg(picker_main::control_name)));
+        TRY_VERIFY(d->isFloating());
+        d->move(main_->frameGeometry().right() + 40, 40);
+        QVERIFY(QTest::qWaitForWindowExposed(d));
+        TRY_VERIFY(!d->frameGeometry().intersects(main_->frameGeometry()));
+
+        const QPoint grip = d->mapToGlobal(QPoint(d->width() / 3, d->widget()->geometry().top() / 2));
+        const QPoint edge = main_->mapToGlobal(QPoint(main_->width() - 15, main_->height() / 2));
+        QVERIFY(xdo::drag(grip, edge));
+        TRY_VERIFY(!d->isFloating());
+        QCOMPARE(main_->dockWidgetArea(d), Qt::RightDockWidgetArea);
+        QCOMPARE(static_cast<QWidget*>(view())->window(), static_cast<QWidget*>(main_));
+        QCOMPARE(query(QString("workspaceControl -q -floating %1").arg(picker_main::control_name)), QString("0"));
     }
 
     // Docked into the main window, a click still decides where keys go:
