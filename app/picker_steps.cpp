@@ -3,8 +3,8 @@
 #include <sandbox/host.h>
 
 #include <QApplication>
-#include <QDockWidget>
 #include <QMetaObject>
+#include <QWidget>
 #include <QRegularExpression>
 
 namespace {
@@ -14,15 +14,14 @@ void report(const QString& text)
     sandbox::host::instance().log(sandbox::log_kind::error, text);
 }
 
-// The picker's dock, docked in the main window or floating on its own.
-QDockWidget* picker_dock(QWidget* main_window)
+// The picker's window, wherever its workspace control has it.
+QWidget* picker_window_of(QWidget* main_window)
 {
-    if (auto* dock = main_window->findChild<QDockWidget*>("QuillmarshPicker"))
-        return dock;
-    for (QWidget* w : QApplication::topLevelWidgets())
-        if (auto* dock = qobject_cast<QDockWidget*>(w))
-            if (dock->objectName() == "QuillmarshPicker")
-                return dock;
+    if (auto* w = main_window->findChild<QWidget*>("QuillmarshPicker"))
+        return w;
+    for (QWidget* top : QApplication::topLevelWidgets())
+        if (auto* w = top->findChild<QWidget*>("QuillmarshPicker"))
+            return w;
     return nullptr;
 }
 
@@ -37,12 +36,14 @@ void resize_picker(QWidget* main_window, const QString& size)
         report(QString("--picker-size takes WIDTHxHEIGHT, 100 to 10000 pixels each, not \"%1\".").arg(size));
         return;
     }
-    QDockWidget* dock = picker_dock(main_window);
-    if (!dock) {
+    QWidget* picker = picker_window_of(main_window);
+    if (!picker) {
         report("--picker-size: the picker window is not open.");
         return;
     }
-    dock->resize(w, h);
+    // A docked picker takes the size its panel gives it.
+    if (picker->window() != main_window)
+        picker->window()->resize(w, h);
 }
 
 void zoom_picker(QWidget* main_window, const QString& zoom)
@@ -53,11 +54,11 @@ void zoom_picker(QWidget* main_window, const QString& zoom)
         report(QString("--picker-zoom takes a zoom greater than 0, not \"%1\".").arg(zoom));
         return;
     }
-    QDockWidget* dock = picker_dock(main_window);
+    QWidget* picker = picker_window_of(main_window);
     // The picker's view is the plug-in's class: reached by its name.
     QWidget* view = nullptr;
-    if (dock)
-        for (QWidget* w : dock->findChildren<QWidget*>())
+    if (picker)
+        for (QWidget* w : picker->findChildren<QWidget*>())
             if (w->inherits("picker_view") && w->isVisible())
                 view = w;
     if (!view) {

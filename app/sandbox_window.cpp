@@ -364,13 +364,11 @@ void sandbox_window::save_screenshot(const QString& path)
 {
     // A docked picker is already part of the main window's picture; only a
     // floating one is a separate window to put beside it.
-    QWidget* picker = findChild<QDockWidget*>("QuillmarshPicker");
-    if (!picker || !picker->isWindow() || !picker->isVisible()) {
-        picker = nullptr;
-        for (QWidget* w : QApplication::topLevelWidgets())
-            if (qobject_cast<QDockWidget*>(w) && w->isVisible() && w->objectName() != "Outliner")
-                picker = w;
-    }
+    // The floating control stays this window's child.
+    QWidget* picker = nullptr;
+    if (QWidget* inside = findChild<QWidget*>("QuillmarshPicker"))
+        if (inside->window() != this && inside->window()->isVisible())
+            picker = inside->window();
     QImage main = grab().toImage();
     QImage side = picker ? picker->grab().toImage() : QImage();
     main.setDevicePixelRatio(1); // pixels side by side, whatever the screen scale

@@ -220,11 +220,12 @@ private slots:
     {
         // Like maya -batch: no QApplication (a widget would abort the run),
         // idle texts wait for flushIdleQueue, and the picker works on the
-        // scene's pickers without a window.
+        // scene's pickers without a window, nor a workspace control to hold one.
         const QString pickers = QFileInfo(DEMO_SCENE).absolutePath() + "/../pickers";
         run_result run = launch({"--batch", DEMO_SCENE, "--mel", "evalDeferred \"print \\\"later\\\\n\\\"\"",
                                  "--mel", "print \"now\\n\"", "--mel", "print(`QuillmarshPicker query_tabs`)",
-                                 "--mel", "QuillmarshPicker", "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
+                                 "--mel", "QuillmarshPicker", "--mel", "workspaceControl -q -exists QuillmarshPickerWorkspaceControl",
+                                 "--py", "import maya.cmds as cmds; cmds.flushIdleQueue()",
                                  "--mel", "QuillmarshPicker select \"hero:L_hand_ctrl\"; print(`ls -sl`)",
                                  "--mel", "QuillmarshPicker saveas", "--mel",
                                  "QuillmarshPicker open \"" + pickers + "/hero.pkr\"; "
@@ -233,11 +234,13 @@ private slots:
                                 SANDBOX_APP);
         const QString output = run.lines.join('\n') + run.errors;
         QVERIFY2(in_order(run.lines, {"now", "hero", "sidekick", "// Warning: QuillmarshPicker: there is no picker window...",
+                                      "// Error: line 1: workspaceControl: This command is not available in batch mode.",
                                       "later", "hero:L_hand_ctrl",
                                       "// Error: QuillmarshPicker - saveas: needs the path to save to...", "props",
                                       "hero", "sidekick", "hero"}),
                  qPrintable(output));
         QVERIFY2(!output.contains("QWidget"), qPrintable(output));
+        QCOMPARE(output.count("not available in batch mode"), 1); // only the one asked above
         QCOMPARE(run.status, 1);
         QCOMPARE(launch({"--batch", "--screenshot", "@dir/x.png"}).status, 2);
     }

@@ -15,6 +15,8 @@
 
 #include <sandbox/host.h>
 
+#include <maya/MQtUtil.h>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QClipboard>
@@ -56,8 +58,10 @@ class test_gui : public QObject {
 
     sandbox::host& h = sandbox::host::instance();
     sandbox_window* main_ = nullptr;
+    bool docked_ = false;
 
-    QDockWidget* dock() const { return main_->findChild<QDockWidget*>("QuillmarshPicker"); }
+    // The workspace control the picker window lives in.
+    QDockWidget* dock() const { return main_->findChild<QDockWidget*>(picker_main::control_name); }
     picker_window* window() const { return picker_main::picker(); }
     picker_view* view() const { return picker_main::current_view(); }
     script_input* mel_input() const { return main_->findChild<script_editor*>()->input(); }
@@ -196,7 +200,8 @@ private slots:
 
     void init()
     {
-        QVERIFY(dock()->isFloating());
+        // Floating until a test docks it for those after it.
+        QVERIFY(dock()->isFloating() || docked_);
         h.execute("select -cl");
         main_->settle();
         view()->zoomWindow(1.0f, QPoint(0, 0));
@@ -324,8 +329,9 @@ private slots:
         TRY_COMPARE(view()->buttons().at(index).label, before);
     }
 
-    // The picker floats: a double-click on its title leaves it floating, the
-    // title offers no float button (only close), and it still drags it.
+    // The picker's control floats: a double-click on its title leaves it
+    // floating, the title offers no float button (only close), and it still
+    // drags it. Docking is for a drag onto the main window or a command.
     void the_title_never_docks_the_picker()
     {
         QDockWidget* d = dock();
@@ -387,8 +393,8 @@ private slots:
     }
 
     // Typing into the script editor with the pointer resting on the picker
-    // types into the editor, wherever the picker sits. Last: the picker
-    // stays docked.
+    // types into the editor, wherever the picker sits. The picker stays
+    // docked, as Maya docks a workspace control into its main window.
     void keys_stay_in_the_editor_data()
     {
         QTest::addColumn<bool>("docked");
@@ -400,8 +406,9 @@ private slots:
     {
         QFETCH(bool, docked);
         if (docked) {
-            dock()->setFloating(false);
+            QVERIFY(h.execute(QString("workspaceControl -e -dockToMainWindow right 1 %1").arg(picker_main::control_name)));
             TRY_VERIFY(!dock()->isWindow() && view()->isVisible());
+            QCOMPARE(static_cast<QWidget*>(view())->window(), static_cast<QWidget*>(main_));
             QVERIFY(QTest::qWaitForWindowExposed(main_));
         }
         // Lit buttons, for a stray Backspace to delete.
@@ -425,6 +432,117 @@ private slots:
         QCOMPARE(view()->zoom, zoom);
         QCOMPARE(view()->shift, shift);
         mel_input()->clear();
+        docked_ = docked;
+    }
+
+    // Dragging the control's title onto the main window's right edge docks
+    // it there, as Maya docks a workspace control dropped on a panel edge.
+    void dragging_the_title_onto_the_main_window_docks_it()
+    {
+        QDockWidget* d = dock();
+        QVERIFY(h.execute(QString("workspaceControl -e -floating true %1").arg(picker_main::control_name)));
+        TRY_VERIFY(d->isFloating());
+        d->move(main_->frameGeometry().right() + 40, 40);
+        QVERIFY(QTest::qWaitForWindowExposed(d));
+        TRY_VERIFY(!d->frameGeometry().intersects(main_->frameGeometry()));
+
+        const QPoint grip = d->mapToGlobal(QPoint(d->width() / 3, d->widget()->geometry().top() / 2));
+        const QPoint edge = main_->mapToGlobal(QPoint(main_->width() - 15, main_->height() / 2));
+        QVERIFY(xdo::drag(grip, edge));
+        TRY_VERIFY(!d->isFloating());
+        QCOMPARE(main_->dockWidgetArea(d), Qt::RightDockWidgetArea);
+        QCOMPARE(static_cast<QWidget*>(view())->window(), static_cast<QWidget*>(main_));
+        QCOMPARE(query(QString("workspaceControl -q -floating %1").arg(picker_main::control_name)), QString("0"));
+    }
+
+    // Docked into the main window, a click still decides where keys go:
+    // the canvas after a click on it, the editor after a click there.
+    void keys_go_where_clicked_when_docked()
+    {
+        QVERIFY(docked_);
+        QVERIFY(main_->isAncestorOf(view()));
+        const int index = lone_button();
+        const QPoint pos = view()->buttons().at(index).pos;
+        QVERIFY(pick(index));
+        QVERIFY(xdo::key("Right"));
+        TRY_COMPARE(view()->buttons().at(index).pos, pos + QPoint(1, 0));
+        QVERIFY(xdo::key("ctrl+z"));
+        TRY_COMPARE(view()->buttons().at(index).pos, pos);
+        QVERIFY(focus_editor());
+        QVERIFY(xdo::type("ls"));
+        QVERIFY(xdo::key("Right"));
+        TRY_COMPARE(mel_input()->toPlainText(), QString("ls"));
+        QCOMPARE(view()->buttons().at(index).pos, pos);
+        mel_input()->clear();
+    }
+
+    // Closing the control hides the window with its tabs; the command
+    // brings the same window back where it was, docked.
+    void closing_and_reopening_keeps_the_tabs()
+    {
+        const QString name = picker_main::control_name;
+        QVERIFY(h.execute("QuillmarshPicker new_tab; QuillmarshPicker rename_tab spare"));
+        const QStringList tabs = tab_names();
+        QWidget* before = picker_main::window_;
+        QVERIFY(h.execute(QString("workspaceControl -e -close %1").arg(name)));
+        TRY_VERIFY(!view()->isVisible());
+        QCOMPARE(query(QString("workspaceControl -q -visible %1").arg(name)), QString("0"));
+        QCOMPARE(query(QString("workspaceControl -q -exists %1").arg(name)), QString("1"));
+
+        main_->run_mel("QuillmarshPicker", false);
+        TRY_VERIFY(view()->isVisible());
+        QCOMPARE(static_cast<QWidget*>(picker_main::window_), before);
+        QCOMPARE(tab_names(), tabs);
+        QVERIFY(main_->isAncestorOf(view()));
+    }
+
+    // A new session with the saved workspace: the control comes back empty
+    // and its uiScript puts the picker back, from what the scene holds,
+    // into that same control; no second one appears.
+    void a_new_session_refills_the_control()
+    {
+        const QStringList tabs = tab_names();
+        QPointer<QWidget> before = picker_main::window_;
+        // The picker writes its tabs into the scene as the session ends.
+        QVERIFY(h.execute("sandboxRestoreWorkspace"));
+        QVERIFY(!before);
+        TRY_VERIFY(view() && view()->isVisible());
+        QCOMPARE(tab_names(), tabs);
+        QCOMPARE(h.workspace_controls(), QStringList{picker_main::control_name});
+        int controls = 0;
+        for (QWidget* w : QApplication::allWidgets())
+            controls += w->objectName() == picker_main::control_name;
+        QCOMPARE(controls, 1);
+        QVERIFY(dock()->isAncestorOf(view()));
+        QVERIFY(main_->isAncestorOf(view()));
+        QVERIFY(!h.output_text().contains("Error"));
+    }
+
+    // Last: unloading takes the control away, and the host finds nothing
+    // the plug-in left behind.
+    void unloading_leaves_no_control()
+    {
+        h.clear_output();
+        QString error;
+        QVERIFY2(h.unload_plugin("QuillmarshPicker", &error), qPrintable(error));
+        QVERIFY(h.workspace_controls().isEmpty());
+        QVERIFY(!MQtUtil::findControl(picker_main::control_name));
+        QTRY_VERIFY(!main_->findChild<QDockWidget*>(picker_main::control_name));
+        QVERIFY2(!h.output_text().contains("left"), qPrintable(h.output_text()));
+        QCOMPARE(query(QString("workspaceControl -q -exists %1").arg(picker_main::control_name)), QString("0"));
+    }
+
+private:
+    QStringList tab_names()
+    {
+        mel::value v;
+        return h.execute("QuillmarshPicker query_tabs", &v) ? v.to_strings() : QStringList{"(failed)"};
+    }
+
+    QString query(const QString& text)
+    {
+        mel::value v;
+        return h.execute(text, &v) ? v.to_string() : QString("(failed)");
     }
 };
 

@@ -6,6 +6,9 @@
 #include "model/scene_data.h"
 
 
+#include <maya/MQtUtil.h>
+
+#include <QAction>
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
@@ -617,14 +620,16 @@ private slots:
             settings.setValue("pickerPosition", position.isNull() ? QPoint(90000, 90000) : position);
         }
         run("QuillmarshPicker");
-        QCOMPARE(picker_main::window_->size(), size);
+        // The floating control is the window that has the size and place.
+        QWidget* control = picker_main::window_->window();
+        QCOMPARE(control->size(), size);
         QRect centred(QPoint(0, 0), size);
         centred.moveCenter(QGuiApplication::primaryScreen()->availableGeometry().center());
-        QCOMPARE(picker_main::window_->pos(), position.isNull() ? centred.topLeft() : position);
+        QCOMPARE(control->pos(), position.isNull() ? centred.topLeft() : position);
 
         // Quitting stores what the window has now.
-        picker_main::window_->resize(333, 222);
-        picker_main::window_->move(20, 30);
+        control->resize(333, 222);
+        control->move(20, 30);
         h.quit();
         QVERIFY(!picker_main::window_);
         QSettings settings("Quillmarsh", "picker");
@@ -632,7 +637,7 @@ private slots:
         QCOMPARE(settings.value("pickerPosition").toPoint(), QPoint(20, 30));
     }
 
-    void command_opens_a_floating_dock_that_fits_the_toolbox()
+    void command_opens_a_floating_control_that_fits_the_toolbox()
     {
         picker_main::cleanup();
         {
@@ -641,17 +646,16 @@ private slots:
             settings.remove("pickerPosition");
         }
         run("QuillmarshPicker");
-        auto* dock = main.findChild<QDockWidget*>("QuillmarshPicker");
+        // The window lives in Maya's workspace control, which floats at first.
+        auto* dock = main.findChild<QDockWidget*>(picker_main::control_name);
         QVERIFY(dock);
         QVERIFY(dock->isFloating());
-        QCOMPARE(dock->windowTitle(), QString("QuillmarshPicker"));
-        QCOMPARE(dock->allowedAreas(), Qt::NoDockWidgetArea);
-        QCOMPARE(dock->features(), QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
-                                       QDockWidget::DockWidgetFloatable);
+        QCOMPARE(dock->windowTitle(), QString("Quillmarsh Picker"));
+        QVERIFY(MQtUtil::findControl(picker_main::control_name)->isAncestorOf(picker_main::window_));
         QCOMPARE(result("QuillmarshPicker query_tabs"), QStringList{"Untitled"});
-        QWidget* window = picker_main::window_->widget();
-        QVERIFY(QTest::qWaitForWindowExposed(picker_main::window_));
-        QVERIFY(picker_main::window_->height() >= 400);
+        QWidget* window = picker_main::window_;
+        QVERIFY(QTest::qWaitForWindowExposed(dock));
+        QVERIFY(dock->height() >= 400);
         // Every control of the toolbox gets the room it asks for.
         int controls = 0;
         for (QWidget* w : window->findChildren<QWidget*>()) {
@@ -665,6 +669,28 @@ private slots:
             QVERIFY2(w->width() >= w->minimumSizeHint().width(), qPrintable(w->toolTip()));
         }
         QVERIFY(controls >= 6);
+    }
+
+    // File > Exit Picker closes the control and keeps the window; the
+    // command shows that same window again with its tabs.
+    void exit_closes_the_control_and_the_command_reopens_it()
+    {
+        run("QuillmarshPicker; QuillmarshPicker new_tab");
+        const QStringList tabs = result("QuillmarshPicker query_tabs");
+        QPointer<QWidget> window = picker_main::window_;
+        QAction* exit = nullptr;
+        for (QAction* a : window->findChildren<QAction*>())
+            if (a->text() == "Exit Picker")
+                exit = a;
+        QVERIFY(exit);
+        exit->trigger();
+        const QString visible = QString("workspaceControl -q -visible %1").arg(picker_main::control_name);
+        QCOMPARE(result(visible), QStringList{"0"});
+        QVERIFY(window);
+        run("QuillmarshPicker");
+        QCOMPARE(result(visible), QStringList{"1"});
+        QCOMPARE(static_cast<QWidget*>(picker_main::window_), window.data());
+        QCOMPARE(result("QuillmarshPicker query_tabs"), tabs);
     }
 
     // Counts of every event the plug-in listens to.

@@ -13,6 +13,9 @@
 #include <maya/MQtUtil.h>
 
 #include <QApplication>
+#include <QDockWidget>
+#include <QLabel>
+#include <QLayout>
 #include <QFile>
 #include <QMainWindow>
 #include <QMessageBox>
@@ -48,7 +51,7 @@ bool log_contains(const QString& text)
 
 // A plug-in linked into the test that leaves everything it adds behind: a
 // callback from its initializePlugin, one from its command, one from its
-// callback, and its command.
+// callback, its command and the workspace control its command makes.
 namespace leaky {
 
 int calls = 0;
@@ -65,7 +68,7 @@ struct command : MPxCommand {
     {
         MStatus status;
         MEventMessage::addEventCallback("SelectionChanged", on_event, nullptr, &status);
-        return status;
+        return status ? MGlobal::executeCommand("workspaceControl -uiScript \"\" leakyControl") : status;
     }
 };
 
@@ -604,6 +607,9 @@ private slots:
                               "(SceneOpened, SelectionChanged, deleteAll); the host removed them."),
                  qPrintable(h.output_text()));
         QVERIFY(log_contains("// Error: plug-in leaky left 1 command registered at unload (leakyCommand)"));
+        QVERIFY(log_contains("// Error: plug-in leaky left 1 workspace control at unload (leakyControl); "
+                             "the host deleted it."));
+        QVERIFY(h.workspace_controls().isEmpty());
         QCOMPARE(h.callback_count("SceneOpened"), 1);
         QCOMPARE(h.callback_count("deleteAll"), 0);
         QVERIFY(MMessage::removeCallback(test_id));
@@ -1395,6 +1401,148 @@ private slots:
         QCOMPARE(h.callback_count("SelectionChanged"), callbacks + 1);
         h.reset();
         QCOMPARE(h.callback_count("SelectionChanged"), callbacks);
+    }
+
+    // ----- Workspace controls
+
+    void workspace_control_errors_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QStringList>("left");
+        const QStringList none;
+        QTest::newRow("name taken") << "workspaceControl -ui \"\" twin; workspaceControl -ui \"\" twin"
+                                    << "workspaceControl: Object's name 'twin' is not unique." << QStringList{"twin"};
+        QTest::newRow("no uiScript") << "workspaceControl bare" << "-uiScript flag is required" << none;
+        QTest::newRow("edit a missing one") << "workspaceControl -e -restore ghost"
+                                            << "workspaceControl: Object 'ghost' not found." << none;
+        QTest::newRow("query a missing one") << "workspaceControl -q -visible ghost"
+                                             << "workspaceControl: Object 'ghost' not found." << none;
+        QTest::newRow("unknown flag") << "workspaceControl -ui \"\" -bogus 1 odd" << "Invalid flag '-bogus'" << none;
+        QTest::newRow("no such side") << "workspaceControl -ui \"\" -dockToMainWindow middle 0 side"
+                                      << "Invalid dock position 'middle'" << none;
+        QTest::newRow("close when creating") << "workspaceControl -ui \"\" -close shut"
+                                             << "only work in edit mode" << none;
+        QTest::newRow("retain in edit") << "workspaceControl -ui \"\" kept; workspaceControl -e -retain 0 kept"
+                                        << "can only be used when creating" << QStringList{"kept"};
+        QTest::newRow("delete a missing one") << "workspaceControl -ui \"\" real; deleteUI real ghost"
+                                              << "deleteUI: Object 'ghost' not found." << QStringList{"real"};
+        QTest::newRow("two values short") << "workspaceControl -ui \"\" -dockToMainWindow left"
+                                          << "Flag '-dockToMainWindow' must be passed a value." << none;
+    }
+
+    void workspace_control_errors()
+    {
+        QFETCH(QString, script);
+        QFETCH(QString, error);
+        QFETCH(QStringList, left);
+        QMainWindow main;
+        h.set_main_window(&main);
+        run(script, false);
+        QVERIFY2(log_contains(error), qPrintable(h.output_text()));
+        QCOMPARE(h.workspace_controls(), left);
+        for (const QString& name : left)
+            run("deleteUI -control " + name);
+        h.set_main_window(nullptr);
+    }
+
+    // Made floating and filled by its uiScript at once; docked and floated
+    // again; closing keeps it and what it holds when retained, restore
+    // shows it as it was; deleteUI takes it with its content.
+    void workspace_control_life()
+    {
+        QMainWindow main;
+        main.show();
+        h.set_main_window(&main);
+        QCOMPARE(strings(run("workspaceControl -exists wc")), QStringList{"0"});
+        QCOMPARE(strings(run("workspaceControl -label \"Pick\" -closeCommand \"print \\\"closed\\\\n\\\"\" "
+                             "-uiScript \"print \\\"built\\\\n\\\"\" -initialWidth 300 -initialHeight 200 wc")),
+                 QStringList{"wc"});
+        QCOMPARE(h.output_text().count("built"), 1);
+        QWidget* content = MQtUtil::findControl("wc");
+        QVERIFY(content && content->layout());
+        QPointer<QLabel> held = new QLabel("held");
+        content->layout()->addWidget(held);
+        QVERIFY(content->window()->isWindow() && content->window() != &main);
+        QCOMPARE(content->window()->size(), QSize(300, 200));
+        auto query = [&](const char* flag) { return run(QString("workspaceControl -q %1 wc").arg(flag)).to_string(); };
+        QCOMPARE(query("-exists"), QString("1"));
+        QCOMPARE(query("-visible"), QString("1"));
+        QCOMPARE(query("-floating"), QString("1"));
+        QCOMPARE(query("-label"), QString("Pick"));
+
+        run("workspaceControl -e -dockToMainWindow left 0 wc");
+        QCOMPARE(query("-floating"), QString("0"));
+        QCOMPARE(content->window(), &main);
+        QCOMPARE(main.dockWidgetArea(main.findChild<QDockWidget*>("wc")), Qt::LeftDockWidgetArea);
+        QCOMPARE(MQtUtil::findControl("wc", &main), content);
+        run("workspaceControl -e -label \"Other\" wc");
+        QCOMPARE(query("-label"), QString("Other"));
+
+        run("workspaceControl -e -close wc");
+        QCOMPARE(query("-visible"), QString("0"));
+        QCOMPARE(query("-exists"), QString("1"));
+        QVERIFY(log_contains("closed"));
+        QVERIFY(held);
+        run("workspaceControl -e -restore wc");
+        QCOMPARE(query("-visible"), QString("1"));
+        QCOMPARE(query("-floating"), QString("0"));
+        QCOMPARE(h.output_text().count("built"), 1);
+        run("workspaceControl -e -visible false wc; workspaceControl -e -visible true wc");
+        QCOMPARE(query("-visible"), QString("1"));
+        run("workspaceControl -e -floating true wc");
+        QCOMPARE(query("-floating"), QString("1"));
+
+        run("deleteUI -control wc");
+        QCOMPARE(query("-exists"), QString("0"));
+        QVERIFY(!held);
+        QVERIFY(!MQtUtil::findControl("wc"));
+
+        // Not retained: closing deletes it and its content.
+        run("workspaceControl -retain false -ui \"\" brief");
+        held = new QLabel("held");
+        MQtUtil::findControl("brief")->layout()->addWidget(held);
+        run("workspaceControl -e -close brief");
+        QCOMPARE(strings(run("workspaceControl -q -exists brief")), QStringList{"0"});
+        QTRY_VERIFY(!held);
+        h.set_main_window(nullptr);
+    }
+
+    // A new session finds the controls empty: open ones are refilled by
+    // their uiScript at once, closed ones when they are shown again. A
+    // uiScript that guards a missing command says nothing.
+    void restoring_the_workspace_refills_each_control()
+    {
+        run("workspaceControl -ui \"if (`exists noSuchTool`) noSuchTool; print \\\"open\\\\n\\\"\" open;"
+            "workspaceControl -ui \"print \\\"shut\\\\n\\\"\" shut; workspaceControl -e -close shut");
+        QPointer<QLabel> held = new QLabel("held");
+        MQtUtil::findControl("open")->layout()->addWidget(held);
+        QString quit = "quit";
+        const MCallbackId id = MEventMessage::addEventCallback("quitApplication", record_event, &quit);
+        h.clear_output();
+        run("sandboxRestoreWorkspace");
+        QCOMPARE(events_seen, QStringList{"quit"}); // the old session ended first
+        MMessage::removeCallback(id);
+        QVERIFY(!held);
+        QCOMPARE(h.output_text().count("open"), 1);
+        QCOMPARE(h.output_text().count("shut"), 0);
+        QCOMPARE(h.workspace_controls(), (QStringList{"open", "shut"}));
+        run("workspaceControl -e -restore shut; workspaceControl -e -close shut; workspaceControl -e -restore shut");
+        QCOMPARE(h.output_text().count("open"), 1);
+        QCOMPARE(h.output_text().count("shut"), 1);
+        QCOMPARE(h.error_count(), 0);
+        run("deleteUI open shut");
+        QVERIFY(h.workspace_controls().isEmpty());
+    }
+
+    void workspace_controls_need_the_interface()
+    {
+        h.set_batch(true);
+        run("workspaceControl -q -exists any", false);
+        QVERIFY(log_contains("workspaceControl: This command is not available in batch mode."));
+        run("deleteUI any", false);
+        QVERIFY(log_contains("deleteUI: This command is not available in batch mode."));
+        QVERIFY(!MQtUtil::findControl("any"));
     }
 
     void execute_command_from_the_api()

@@ -411,6 +411,19 @@ QWidget* MQtUtil::mainWindow()
     return host::instance().main_window();
 }
 
+QWidget* MQtUtil::findControl(MString controlName, const QWidget* ancestor)
+{
+    QWidget* control = sandbox::find_control(sandbox::to_qstring(controlName));
+    if (control && ancestor && !ancestor->isAncestorOf(control))
+        return nullptr;
+    return control;
+}
+
+QWidget* MQtUtil::findLayout(MString, const QWidget*)
+{
+    return nullptr; // the sandbox makes no MEL layouts
+}
+
 QString MQtUtil::toQString(const MString& s)
 {
     return to_qstring(s);

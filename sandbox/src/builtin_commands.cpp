@@ -231,6 +231,8 @@ int builtin_flag_takes_value(const QString& command, const QString& flag)
 {
     if (undo_flag_takes_value(command, flag) >= 0)
         return undo_flag_takes_value(command, flag);
+    if (workspace_flag_takes_value(command, flag) >= 0)
+        return workspace_flag_takes_value(command, flag);
     const command_syntax* syntax = find_syntax(command);
     const flag_rule* rule = syntax ? find_flag(*syntax, flag) : nullptr;
     if (!rule)

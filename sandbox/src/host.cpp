@@ -47,6 +47,7 @@ host::host() : d(new impl)
     d->interp.on_warning = [this](const QString& t) { log(log_kind::warning, t); };
     install_builtin_commands(*this, d->interp);
     install_undo_commands(*this, d->interp);
+    install_workspace_commands(*this, d->interp);
 }
 
 host::~host() = default;

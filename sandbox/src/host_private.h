@@ -151,6 +151,13 @@ bool python_running();
 // The undo queue's commands (undo, redo, undoInfo, flushUndo) and scriptJob.
 void install_undo_commands(host& h, mel::interpreter& interp);
 int undo_flag_takes_value(const QString& command, const QString& flag);
+// workspaceControl, deleteUI and sandboxRestoreWorkspace.
+void install_workspace_commands(host& h, mel::interpreter& interp);
+int workspace_flag_takes_value(const QString& command, const QString& flag);
+// The widget a workspace control holds its content in; null when none has the name.
+QWidget* find_control(const QString& name);
+// Deletes the workspace controls a plug-in made; returns their names.
+QStringList drop_workspace_controls(const QString& owner);
 void kill_script_jobs(host& h);
 // Queues the -attributeChange jobs watching a plug ("|grp|ctl.translateX").
 void notify_attribute_change(host& h, const QString& full_plug);

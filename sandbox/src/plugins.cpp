@@ -44,6 +44,13 @@ void drop_leftovers(host& h, plugin_record* record, const QString& when)
                                    .arg(stale.size())
                                    .arg(stale.size() == 1 ? "" : "s", when, events.join(", "),
                                         stale.size() == 1 ? "it" : "them"));
+    const QStringList controls = drop_workspace_controls(record->name);
+    if (!controls.isEmpty())
+        h.log(log_kind::error, QString("plug-in %1 left %2 workspace control%3 %4 (%5); the host deleted %6.")
+                                   .arg(record->name)
+                                   .arg(controls.size())
+                                   .arg(controls.size() == 1 ? "" : "s", when, controls.join(", "),
+                                        controls.size() == 1 ? "it" : "them"));
     const QStringList commands = record->commands;
     for (const QString& name : commands) {
         d.plugins.commands.remove(name);

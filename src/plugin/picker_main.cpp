@@ -21,22 +21,20 @@
 
 #include <QDataStream>
 #include <QDir>
-#include <QDockWidget>
-#include <QEvent>
 #include <QGuiApplication>
-#include <QIcon>
-#include <QMainWindow>
 #include <QResource>
 #include <QScreen>
 #include <QSettings>
 #include <QTabWidget>
+#include <QVBoxLayout>
 #include <QUndoStack>
 
 #include <algorithm>
 #include <utility>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
-QPointer<QDockWidget> picker_main::window_;
+const char* const picker_main::control_name = "QuillmarshPickerWorkspaceControl";
+QPointer<QWidget> picker_main::window_;
 QPointer<picker_book> picker_main::headless_;
 QMutex picker_main::mutex_;
 MString picker_main::name_(texts::command_name);
@@ -50,35 +48,9 @@ MCallbackId picker_main::beforeSaveId_ = 0;
 
 namespace {
 
-// The picker floats, and nothing of Qt's own dock handling may put it into
-// the main window's dock areas: not a double-click on its title (drawn by
-// Qt or by the system), nor the title's float button, which is hidden.
-// Dragging the title still moves it.
-class float_only : public QObject {
-public:
-    explicit float_only(QDockWidget* dock) : QObject(dock), dock_(dock)
-    {
-        dock->installEventFilter(this);
-        if (QWidget* button = dock->findChild<QWidget*>("qt_dockwidget_floatbutton")) {
-            button->installEventFilter(this);
-            button->hide();
-        }
-    }
-
-    bool eventFilter(QObject* watched, QEvent* e) override
-    {
-        if (watched == dock_)
-            return e->type() == QEvent::MouseButtonDblClick || e->type() == QEvent::NonClientAreaMouseButtonDblClick;
-        // The dock shows its float button again whenever it lays out its title.
-        if (e->type() == QEvent::Show)
-            QMetaObject::invokeMethod(static_cast<QWidget*>(watched), "hide", Qt::QueuedConnection);
-        return e->type() == QEvent::MouseButtonPress || e->type() == QEvent::MouseButtonRelease
-               || e->type() == QEvent::MouseButtonDblClick;
-    }
-
-private:
-    QDockWidget* dock_;
-};
+// While the command makes the control: the uiScript Maya runs then is that
+// same command again, and leaves filling the control to the first.
+bool making_control = false;
 
 MString to_m(const QString& s)
 {
@@ -188,7 +160,7 @@ void* picker_main::creator()
 
 picker_window* picker_main::picker()
 {
-    return window_ ? dynamic_cast<picker_window*>(window_->widget()) : nullptr;
+    return qobject_cast<picker_window*>(window_.data());
 }
 
 picker_view* picker_main::current_view()
@@ -264,10 +236,13 @@ MStatus picker_main::doIt(const MArgList& args)
         }
         if (!window_)
             create_window();
-        if (!window_->isVisible())
-            window_->showNormal();
+        if (!window_)
+            return making_control ? MStatus::kSuccess : MStatus::kFailure;
+        // A closed control comes back as the user left it: docked or floating.
+        if (!control_visible())
+            control_command("-e -restore");
         else if (window_->isActiveWindow())
-            window_->raise();
+            window_->window()->raise();
         selectionChangedFn(nullptr);
         return MStatus::kSuccess;
     }
@@ -317,26 +292,78 @@ MStatus picker_main::process_command(const MString& directive, const MStringArra
     return MStatus::kFailure;
 }
 
+bool picker_main::control_command(const QString& flags, MStringArray* result)
+{
+    const MString text = to_m(QString("workspaceControl %1 %2").arg(flags, control_name));
+    MStringArray ignored;
+    return bool(MGlobal::executeCommand(text, result ? *result : ignored, false, false));
+}
+
+bool picker_main::control_exists()
+{
+    MStringArray exists;
+    return control_command("-exists", &exists) && exists.length() == 1 && exists[0] == "1";
+}
+
+bool picker_main::control_visible()
+{
+    MStringArray visible;
+    return control_command("-q -visible", &visible) && visible.length() == 1 && visible[0] == "1";
+}
+
+bool picker_main::make_control()
+{
+    if (control_exists())
+        return true;
+    QSettings settings(settings_organisation, settings_application);
+    // The first time, the window is wide enough for the whole toolbox row.
+    const QSize size = settings.value("pickerSize", QSize(400, 540)).toSize().expandedTo(QSize(150, 150));
+    // Maya runs the uiScript at once and whenever it restores the workspace
+    // in a later session: the command without arguments fills the control
+    // it finds, and does nothing while the plug-in is not loaded. The
+    // control is retained: closing it hides the window with its tabs.
+    const QString flags = QString("-label \"Quillmarsh Picker\" -retain true -floating true -checksPlugins true "
+                                  "-initialWidth %1 -initialHeight %2 "
+                                  "-uiScript \"if (`exists %3`) %3;\"")
+                              .arg(size.width())
+                              .arg(size.height())
+                              .arg(texts::command_name);
+    if (control_command(flags))
+        return true;
+    MGlobal::displayError(to_m(QString("%1 - could not make the workspace control %2 for the picker window")
+                                   .arg(texts::command_name, control_name)));
+    return false;
+}
+
 void picker_main::create_window()
 {
     init_picker_resources();
-    QMainWindow* main = qobject_cast<QMainWindow*>(MQtUtil::mainWindow());
-    QDockWidget* dock = new QDockWidget;
-    dock->setObjectName(texts::command_name);
-    picker_window* window = new picker_window(dock);
-    dock->setWidget(window);
-    window_ = dock;
-    if (main)
-        main->addDockWidget(Qt::RightDockWidgetArea, dock);
-    dock->setFloating(true);
-    dock->setAllowedAreas(Qt::NoDockWidgetArea);
-    dock->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
-                      QDockWidget::DockWidgetFloatable);
-    new float_only(dock);
-    dock->setWindowTitle(texts::command_name);
-    dock->setWindowIcon(QIcon(":/resources/QuillmarshLogo.png"));
+    if (!window_ && !making_control) {
+        making_control = true;
+        const bool made = make_control();
+        making_control = false;
+        if (!made)
+            return;
+    }
+    if (window_)
+        return;
+    QWidget* control = MQtUtil::findControl(control_name);
+    if (!control) {
+        if (!making_control)
+            MGlobal::displayError(to_m(QString("%1 - the workspace control %2 has no widget to hold the picker")
+                                           .arg(texts::command_name, control_name)));
+        return;
+    }
+    if (!control->layout()) {
+        auto* layout = new QVBoxLayout(control);
+        layout->setContentsMargins(0, 0, 0, 0);
+    }
+    picker_window* window = new picker_window(control);
+    control->layout()->addWidget(window);
+    window_ = window;
+    QObject::connect(window, &picker_window::exit_requested, window, [] { control_command("-e -close"); });
     read_settings();
-    dock->show();
+    window->show();
     // At once rather than on idle: a script that opens the window and then
     // builds buttons must not have them replaced by a restore run later.
     restore_from_scene();
@@ -354,7 +381,17 @@ void picker_main::cleanup()
     write_settings();
     if (picker_window* w = picker())
         w->flushSceneData(false);
+    // The control stays: Maya keeps it with the workspace it saves.
     delete window_.data();
+}
+
+void picker_main::delete_control()
+{
+    if (!has_interface())
+        return;
+    if (control_exists())
+        report_error(MGlobal::executeCommand(to_m(QString("deleteUI %1").arg(control_name)), false, false),
+                     "could not delete the picker's workspace control");
 }
 
 // ----- Window geometry
@@ -363,9 +400,13 @@ void picker_main::write_settings()
 {
     if (!window_)
         return;
+    // Only a floating control has a size and place of its own.
+    QWidget* top = window_->window();
+    if (top == MQtUtil::mainWindow())
+        return;
     QSettings settings(settings_organisation, settings_application);
-    settings.setValue("pickerSize", window_->size());
-    settings.setValue("pickerPosition", window_->pos());
+    settings.setValue("pickerSize", top->size());
+    settings.setValue("pickerPosition", top->pos());
 }
 
 void picker_main::read_settings()
@@ -389,8 +430,11 @@ void picker_main::read_settings()
         if (QScreen* primary = QGuiApplication::primaryScreen())
             rect.moveCenter(primary->availableGeometry().center());
     }
-    window_->resize(rect.size());
-    window_->move(rect.topLeft());
+    QWidget* top = window_->window();
+    if (top == MQtUtil::mainWindow() || top == window_)
+        return;
+    top->resize(rect.size());
+    top->move(rect.topLeft());
 }
 
 // ----- Host callbacks

@@ -11,7 +11,7 @@
 #include <maya/MString.h>
 #include <maya/MStringArray.h>
 
-#include <QDockWidget>
+#include <QWidget>
 #include <QMutex>
 #include <QPointer>
 #include <QString>
@@ -41,7 +41,12 @@ public:
 
     MStatus process_command(const MString& directive, const MStringArray& args);
 
-    static QPointer<QDockWidget> window_;
+    // The workspace control the window lives in: Maya docks it, closes it,
+    // and brings it back with the user's workspace.
+    static const char* const control_name;
+    // The picker window, inside the control; null before it is made and
+    // after Maya's session (or a workspace restore) emptied the control.
+    static QPointer<QWidget> window_;
     // The pages scripts work on where Maya has no interface.
     static QPointer<picker_book> headless_;
     static QMutex mutex_;
@@ -66,6 +71,9 @@ public:
     static void restore_from_scene();
 
     static void cleanup();
+    // At unload: the control goes too, or Maya would keep running its
+    // uiScript for a command that is gone.
+    static void delete_control();
     static void read_settings();
     static void write_settings();
 
@@ -88,6 +96,12 @@ public:
 
 private:
     static void create_window();
+    // Makes the control (once); false when the host refused.
+    static bool make_control();
+    // Runs `workspaceControl <flags> NAME` quietly; false when it failed.
+    static bool control_command(const QString& flags, MStringArray* result = nullptr);
+    static bool control_exists();
+    static bool control_visible();
     // Whether widgets may exist in this session.
     static bool has_interface();
     // Rebuilds the window from picker data; from_scene: the text is what the

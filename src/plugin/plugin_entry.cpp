@@ -98,6 +98,7 @@ MStatus uninitializePlugin(MObject obj)
     MStatus status;
     MFnPlugin plugin(obj, "Quillmarsh, Inc.", "1.0", "Any", &status);
     picker_main::cleanup();
+    picker_main::delete_control();
     // Every callback goes even when the command cannot; a failure keeps the
     // plug-in loaded (Maya does not unload it), and unloading again retries
     // what is left.

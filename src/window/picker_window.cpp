@@ -16,7 +16,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCursor>
-#include <QDockWidget>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QInputDialog>
@@ -35,7 +34,6 @@
 
 #include <optional>
 
-QDockWidget* picker_window::dock_ = nullptr;
 
 namespace {
 const QStringList size_items = {"5",  "6",  "7",  "8",  "9",  "10", "11", "12", "13", "14", "15",
@@ -62,12 +60,11 @@ void clear_layout(QLayout* layout)
     }
 }
 
-picker_window::picker_window(QDockWidget* dock) : QWidget(dock), book_(new picker_book(this))
+picker_window::picker_window(QWidget* parent) : QWidget(parent), book_(new picker_book(this))
 {
     // Nothing made while building is a change the scene has to hear of.
     std::optional<picker_book::quiet> building;
     building.emplace(book_);
-    dock_ = dock;
     init_picker_resources();
     buttonRecord::set_selection_list(&selection_list());
     setWindowTitle(texts::command_name);
@@ -166,8 +163,7 @@ void picker_window::make_menus()
     setWidgetShortcut(reopenAction, QKeySequence("Ctrl+Shift+T"));
     fileMenu->addSeparator();
     exitAction = add_item(fileMenu, tr("Exit Picker"), nullptr);
-    if (dock_)
-        connect(exitAction, SIGNAL(triggered(bool)), dock_, SLOT(close()));
+    connect(exitAction, &QAction::triggered, this, &picker_window::exit_requested);
     setWidgetShortcut(exitAction, QKeySequence("Ctrl+Shift+W"));
 
     undoAction = add_item(editMenu, tr("Undo"), SLOT(do_undo()));

@@ -21,7 +21,6 @@
 
 class QAction;
 class QDataStream;
-class QDockWidget;
 class QHBoxLayout;
 class QKeyEvent;
 class QKeySequence;
@@ -50,10 +49,9 @@ class picker_window : public QWidget {
     Q_OBJECT
 
 public:
-    explicit picker_window(QDockWidget* dock);
+    explicit picker_window(QWidget* parent);
     ~picker_window() override;
 
-    static QDockWidget* dock_;
     // The host's selection as the picker knows it, in the order received,
     // with the names the picker's own gestures added since.
     static const QStringList& selection();
@@ -219,6 +217,10 @@ public:
     // The oldest opened picker still waiting for its namespaces to be bound,
     // else the front picker.
     picker_view* take_picker_to_bind();
+
+signals:
+    // File > Exit Picker: whatever holds the window closes it.
+    void exit_requested();
 
 public slots:
     // Shows the front picker's targets' values, or without targets the

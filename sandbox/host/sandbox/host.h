@@ -211,6 +211,12 @@ public:
     bool batch() const;
     void set_main_window(QWidget* window);
     QWidget* main_window() const;
+    // The workspace controls that exist, by name.
+    QStringList workspace_controls() const;
+    // A restart with the saved workspace: "quitApplication", then each
+    // control comes back empty and its uiScript fills it, at once when it
+    // is open, when next shown when it is closed. The scene stays.
+    void restore_workspace();
 
     // ----- Fault injection: the call after `after` successful ones fails once.
     void inject_fault(fault which, int after = 0);

@@ -10,6 +10,8 @@ OPENMAYA_MAJOR_NAMESPACE_OPEN
 class OPENMAYA_EXPORT MQtUtil {
 public:
     static QWidget* mainWindow();
+    static QWidget* findControl(MString controlName, const QWidget* ancestor = NULL);
+    static QWidget* findLayout(MString layoutName, const QWidget* ancestor = NULL);
     static QString toQString(const MString&);
     static MString toMString(const QString&);
 };
