@@ -713,7 +713,7 @@ bool scene_state::add_attribute(const QString& node_name, attribute a, QString* 
     // An enum without a default starts at its first name.
     if (a.type == "enum" && a.fallback == 0 && !a.fields.isEmpty()) {
         bool zero = false;
-        for (const auto& f : a.fields)
+        for (const auto& f : std::as_const(a.fields))
             zero = zero || f.second == 0;
         if (!zero)
             a.fallback = a.fields[0].second;
