@@ -435,10 +435,12 @@ QString scene_state::short_name(const QString& name) const
 
 // ----- Attributes
 
-bool scene_state::attribute::lowest(double* v) const
+// A bool's bounds are 0 and 1, an enum's its smallest and largest value,
+// a number's its minimum and maximum where it has them.
+bool scene_state::attribute::bound(bool upper, double* v) const
 {
     if (type == "bool") {
-        *v = 0;
+        *v = upper ? 1 : 0;
         return true;
     }
     if (type == "enum") {
@@ -446,29 +448,21 @@ bool scene_state::attribute::lowest(double* v) const
             return false;
         *v = fields[0].second;
         for (const auto& f : fields)
-            *v = qMin(*v, double(f.second));
+            *v = upper ? qMax(*v, double(f.second)) : qMin(*v, double(f.second));
         return true;
     }
-    *v = min;
-    return has_min;
+    *v = upper ? max : min;
+    return upper ? has_max : has_min;
+}
+
+bool scene_state::attribute::lowest(double* v) const
+{
+    return bound(false, v);
 }
 
 bool scene_state::attribute::highest(double* v) const
 {
-    if (type == "bool") {
-        *v = 1;
-        return true;
-    }
-    if (type == "enum") {
-        if (fields.isEmpty())
-            return false;
-        *v = fields[0].second;
-        for (const auto& f : fields)
-            *v = qMax(*v, double(f.second));
-        return true;
-    }
-    *v = max;
-    return has_max;
+    return bound(true, v);
 }
 
 QString scene_state::attribute::enum_text() const

@@ -66,6 +66,7 @@ public:
         // The lowest and highest value the attribute takes, when bounded.
         bool lowest(double* v) const;
         bool highest(double* v) const;
+        bool bound(bool upper, double* v) const;
         // "a:b=5" as addAttr -enumName takes it.
         QString enum_text() const;
     };

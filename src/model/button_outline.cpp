@@ -7,24 +7,43 @@
 
 namespace {
 
+// The points' own bounding box stretched over `box`: where each point is
+// drawn. Coordinates are bounded, so the differences fit.
+struct fitting {
+    int left, top;
+    double sx, sy;
+    QPointF origin;
+
+    fitting(const QRectF& box, const QVector<QPoint>& points)
+    {
+        left = points[0].x();
+        top = points[0].y();
+        int right = left, bottom = top;
+        for (const QPoint& p : points) {
+            left = std::min(left, p.x());
+            right = std::max(right, p.x());
+            top = std::min(top, p.y());
+            bottom = std::max(bottom, p.y());
+        }
+        sx = right > left ? box.width() / double(right - left) : 0;
+        sy = bottom > top ? box.height() / double(bottom - top) : 0;
+        origin = box.topLeft();
+    }
+    QPointF operator()(const QPoint& p) const
+    {
+        return QPointF(origin.x() + (p.x() - left) * sx, origin.y() + (p.y() - top) * sy);
+    }
+};
+
 QPolygonF fitted_polygon(const QRectF& box, const QVector<QPoint>& points)
 {
     QPolygonF polygon;
     if (points.isEmpty())
         return polygon;
-    int left = points[0].x(), right = left, top = points[0].y(), bottom = top;
-    for (const QPoint& p : points) {
-        left = std::min(left, p.x());
-        right = std::max(right, p.x());
-        top = std::min(top, p.y());
-        bottom = std::max(bottom, p.y());
-    }
-    // Coordinates are bounded, so these differences fit.
-    const double sx = right > left ? box.width() / double(right - left) : 0;
-    const double sy = bottom > top ? box.height() / double(bottom - top) : 0;
+    const fitting placed(box, points);
     polygon.reserve(points.size() + 1);
     for (const QPoint& p : points)
-        polygon.append(QPointF(box.left() + (p.x() - left) * sx, box.top() + (p.y() - top) * sy));
+        polygon.append(placed(p));
     polygon.append(polygon.first());
     return polygon;
 }
@@ -36,18 +55,7 @@ bool polygon_holds(const QRectF& box, const QVector<QPoint>& points, const QPoin
 {
     if (points.size() < 3)
         return false;
-    int left = points[0].x(), right = left, top = points[0].y(), bottom = top;
-    for (const QPoint& p : points) {
-        left = std::min(left, p.x());
-        right = std::max(right, p.x());
-        top = std::min(top, p.y());
-        bottom = std::max(bottom, p.y());
-    }
-    const double sx = right > left ? box.width() / double(right - left) : 0;
-    const double sy = bottom > top ? box.height() / double(bottom - top) : 0;
-    const auto placed = [&](const QPoint& p) {
-        return QPointF(box.left() + (p.x() - left) * sx, box.top() + (p.y() - top) * sy);
-    };
+    const fitting placed(box, points);
     bool inside = false;
     QPointF a = placed(points.last());
     for (const QPoint& p : points) {
