@@ -769,20 +769,31 @@ bool scene_state::find_attribute(const QString& plug, attribute* out, QString* f
     return true;
 }
 
-bool scene_state::set_attribute(const QString& plug, const QVector<double>& values, QString* error,
-                                QStringList* changed)
+int scene_state::plug_attributes(const QString& plug, QVector<attribute>* all,
+                                 QVector<const attribute*>* targets, QString* error) const
 {
     QString name;
     const int id = resolve_plug(plug, &name, error);
     if (!id)
-        return false;
-    const QVector<attribute> all = attributes_of(id);
-    const QVector<const attribute*> targets = plug_targets(all, name, has_attributes(nodes_[id].type));
-    if (targets.isEmpty()) {
+        return 0;
+    *all = attributes_of(id);
+    *targets = plug_targets(*all, name, has_attributes(nodes_[id].type));
+    if (targets->isEmpty()) {
         if (error)
             *error = no_match(plug);
-        return false;
+        return 0;
     }
+    return id;
+}
+
+bool scene_state::set_attribute(const QString& plug, const QVector<double>& values, QString* error,
+                                QStringList* changed)
+{
+    QVector<attribute> all;
+    QVector<const attribute*> targets;
+    const int id = plug_attributes(plug, &all, &targets, error);
+    if (!id)
+        return false;
     if (values.size() != targets.size()) {
         if (error)
             *error = QString("%1 takes %2 value(s), not %3.").arg(plug).arg(targets.size()).arg(values.size());
@@ -813,17 +824,11 @@ bool scene_state::set_attribute(const QString& plug, const QVector<double>& valu
 
 bool scene_state::get_attribute(const QString& plug, QVector<double>* values, QString* error) const
 {
-    QString name;
-    const int id = resolve_plug(plug, &name, error);
+    QVector<attribute> all;
+    QVector<const attribute*> targets;
+    const int id = plug_attributes(plug, &all, &targets, error);
     if (!id)
         return false;
-    const QVector<attribute> all = attributes_of(id);
-    const QVector<const attribute*> targets = plug_targets(all, name, has_attributes(nodes_[id].type));
-    if (targets.isEmpty()) {
-        if (error)
-            *error = no_match(plug);
-        return false;
-    }
     const node& n = nodes_[id];
     values->clear();
     for (const attribute* a : std::as_const(targets))

@@ -177,6 +177,10 @@ private:
     // The node of a plug and its attribute; 0 with *error when either is missing.
     int resolve_plug(const QString& plug, QString* attr_name, QString* error) const;
     QVector<attribute> attributes_of(int id) const;
+    // The node of a plug and the attributes it names (one, or a compound's
+    // children, pointing into *all); 0 with *error when there are none.
+    int plug_attributes(const QString& plug, QVector<attribute>* all, QVector<const attribute*>* targets,
+                        QString* error) const;
     bool parse_item(const QString& item, selected* out) const;
 
     // Ids count up, so the map's order is the order of creation. Plain
