@@ -184,6 +184,41 @@ picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_b
     return picture_read::broken;
 }
 
+namespace {
+
+// ----- Tagged fields: what version 6 records carry beyond their fixed
+// fields. Each tag's bytes are a QDataStream of their own, so a field is
+// read whole or not at all and never moves the record's stream.
+namespace record_tag {
+} // namespace record_tag
+
+struct tagged_field {
+    quint32 tag = 0;
+    QByteArray bytes;
+};
+
+// The fields a record of these attributes carries, by rising tag.
+QVector<tagged_field> record_fields(const buttonAttributes& a)
+{
+    QVector<tagged_field> fields;
+    Q_UNUSED(a);
+    return fields;
+}
+
+enum class field_read { read, damaged, unknown };
+
+field_read read_record_field(quint32 tag, const QByteArray& bytes, buttonAttributes& a)
+{
+    Q_UNUSED(bytes);
+    Q_UNUSED(a);
+    switch (tag) {
+    default:
+        return field_read::unknown;
+    }
+}
+
+} // namespace
+
 void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a)
 {
     out << index << a.pos << a.size << a.width << a.height << a.kind << a.language
@@ -196,7 +231,12 @@ void write_button_record(QDataStream& out, qint32 index, const buttonAttributes&
         for (const QPoint& p : a.points)
             out << qint32(p.x()) << qint32(p.y());
     }
-    out << quint32(0); // tagged fields
+    const QVector<tagged_field> fields = record_fields(a);
+    out << quint32(fields.size());
+    for (const tagged_field& f : fields) {
+        out << f.tag << quint32(f.bytes.size());
+        out.writeRawData(f.bytes.constData(), f.bytes.size());
+    }
 }
 
 namespace {
@@ -247,12 +287,25 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
             in.setStatus(QDataStream::ReadCorruptData);
             return false;
         }
-        // No tag is known to this version: whatever it holds, reading the
-        // rest without it would lose it on the next save.
-        if (newer)
-            *newer = true;
-        in.setStatus(QDataStream::ReadCorruptData);
-        return false;
+        QByteArray field_bytes(int(bytes), Qt::Uninitialized);
+        if (in.readRawData(field_bytes.data(), field_bytes.size()) != field_bytes.size()) {
+            in.setStatus(QDataStream::ReadPastEnd);
+            return false;
+        }
+        switch (read_record_field(tag, field_bytes, a)) {
+        case field_read::read:
+            break;
+        case field_read::damaged:
+            valid = false;
+            break;
+        case field_read::unknown:
+            // Whatever it holds, reading the rest without it would lose it
+            // on the next save.
+            if (newer)
+                *newer = true;
+            in.setStatus(QDataStream::ReadCorruptData);
+            return false;
+        }
     }
     if (!valid)
         a.points.clear();
