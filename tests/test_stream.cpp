@@ -15,6 +15,7 @@
 #include <QtTest>
 
 #include <climits>
+#include <cstring>
 
 Q_DECLARE_METATYPE(buttonAttributes)
 
@@ -50,6 +51,12 @@ struct bytes {
     {
         data.append(char(v));
         return *this;
+    }
+    bytes& f64(double v)
+    {
+        quint64 bits;
+        std::memcpy(&bits, &v, sizeof bits);
+        return u32(quint32(bits >> 32)).u32(quint32(bits));
     }
     // One record of version 5: what every later version starts with.
     bytes& record5(qint32 index, const buttonAttributes& a)
@@ -412,7 +419,7 @@ private slots:
         QTest::newRow("too many fields") << bytes().u8(0).u32(limits::max_record_fields + 1).data << 1;
         QTest::newRow("field too long") << bytes().u8(0).u32(1).u32(7).u32(2 << 20).data << 1;
         QTest::newRow("unknown field") << bytes().u8(0).u32(1).u32(0x50494354).u32(4).u32(0).data << -1;
-        QTest::newRow("empty unknown field") << bytes().u8(1).u32(1).u32(1).u32(0).data << -1;
+        QTest::newRow("empty unknown field") << bytes().u8(1).u32(1).u32(0x7f).u32(0).data << -1;
     }
     void record_shapes_and_fields()
     {
@@ -457,6 +464,67 @@ private slots:
 
         QDataStream payload(bytes().i32(2).raw(list).data);
         QCOMPARE(readButtonAttributes(payload).size(), kept < 0 ? 0 : got.size());
+    }
+
+    // An attribute button's widget travels in tagged field 1: a field that
+    // does not describe the record's plugs drops that record alone.
+    void attribute_records_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<qint32>("kind");
+        QTest::addColumn<QByteArray>("fields"); // the count and the fields
+        QTest::addColumn<bool>("kept");
+        const QStringList one{"hero:face.jaw"}, two{"hero:eye.x", "hero:eye.y"};
+        const auto field = [](const QByteArray& body) { return bytes().u32(1).u32(body.size()).raw(body).data; };
+        const QByteArray slider = bytes().u8(0).f64(-1).f64(2).data;
+        const QByteArray pad = bytes().u8(1).f64(0).f64(1).f64(-5).f64(5).data;
+        QTest::newRow("slider") << one << 2 << bytes().u32(1).raw(field(slider)).data << true;
+        QTest::newRow("slider2d") << two << 2 << bytes().u32(1).raw(field(pad)).data << true;
+        QTest::newRow("checkbox") << one << 2 << bytes().u32(1).raw(field(bytes().u8(2).f64(0).f64(3).data)).data
+                                  << true;
+        QTest::newRow("no field") << one << 2 << bytes().u32(0).data << false;
+        QTest::newRow("on a selection button") << one << 0 << bytes().u32(1).raw(field(slider)).data << false;
+        QTest::newRow("widget 3") << one << 2 << bytes().u32(1).raw(field(bytes().u8(3).f64(0).f64(1).data)).data
+                                  << false;
+        QTest::newRow("empty range") << one << 2 << bytes().u32(1).raw(field(bytes().u8(0).f64(1).f64(1).data)).data
+                                     << false;
+        QTest::newRow("not a number")
+            << one << 2 << bytes().u32(1).raw(field(bytes().u8(0).f64(qQNaN()).f64(1).data)).data << false;
+        QTest::newRow("beyond the limit")
+            << one << 2 << bytes().u32(1).raw(field(bytes().u8(0).f64(0).f64(1e16).data)).data << false;
+        QTest::newRow("two plugs for a slider") << two << 2 << bytes().u32(1).raw(field(slider)).data << false;
+        QTest::newRow("one plug for a pad") << one << 2 << bytes().u32(1).raw(field(pad)).data << false;
+        QTest::newRow("short") << one << 2 << bytes().u32(1).raw(field(bytes().u8(0).f64(0).data)).data << false;
+        QTest::newRow("bytes after") << one << 2 << bytes().u32(1).raw(field(slider + "x")).data << false;
+        QTest::newRow("twice") << one << 2 << bytes().u32(2).raw(field(slider)).raw(field(slider)).data << false;
+        QTest::newRow("a plug that could run MEL")
+            << QStringList{"face.jaw; system(\"x\")"} << 2 << bytes().u32(1).raw(field(slider)).data << false;
+    }
+    void attribute_records()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(qint32, kind);
+        QFETCH(QByteArray, fields);
+        QFETCH(bool, kept);
+        const QList<buttonAttributes> all = picker_buttons();
+        buttonAttributes a = all[1];
+        a.kind = kind;
+        a.names = names;
+        a.shape = 0;
+        const QByteArray list = bytes().i32(3).record(0, all[0]).record5(1, a).u8(0).raw(fields).record(2, all[2]).data;
+        QDataStream in(list);
+        qint32 budget = limits::max_buttons;
+        QList<buttonAttributes> got;
+        const button_list_read read = read_button_list(in, 6, budget, [&got](const buttonAttributes& b) { got << b; });
+        QCOMPARE(read.accepted, kept ? 3 : 2);
+        QCOMPARE(got.last(), all[2]);
+        if (!kept)
+            return;
+        // What was read writes back to the same bytes.
+        QByteArray again;
+        QDataStream out(&again, QIODevice::WriteOnly);
+        write_button_record(out, 1, got[1]);
+        QCOMPARE(again, bytes().record5(1, a).u8(0).raw(fields).data);
     }
 
     // Copied buttons paste with their shapes; payloads of version 1

@@ -150,7 +150,7 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
             p.setX(-p.x());
         a.label = map_label(a.label, pairs);
         QStringList kept;
-        if (a.kind == 0) {
+        if (names_scene_objects(a.kind)) {
             QSet<QString> seen;
             for (int i = 0; i < a.names.size(); ++i) {
                 a.names[i] = map_name(from.names[i], pairs);
@@ -174,7 +174,7 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
             const QString names = shortened(kept, 5, "names");
             if (!from.label.isEmpty())
                 report << QString("%1: %2").arg(from.label, names);
-            else if (a.kind == 0)
+            else if (names_scene_objects(a.kind))
                 report << names;
             else
                 report << QString("the command button at %1, %2: its script").arg(from.pos.x()).arg(from.pos.y());
@@ -204,14 +204,14 @@ QStringList missing_report(const QList<buttonAttributes>& copies, QStringList* m
 {
     QStringList asked;
     for (const buttonAttributes& a : copies)
-        if (a.kind == 0)
+        if (names_scene_objects(a.kind))
             asked << a.names;
     asked.removeDuplicates();
     const QStringList missing = asked.isEmpty() ? QStringList() : picker_host::instance().missing_objects(asked);
     const QSet<QString> absent(missing.begin(), missing.end());
     QStringList report;
     for (const buttonAttributes& a : copies) {
-        if (a.kind != 0)
+        if (!names_scene_objects(a.kind))
             continue;
         QStringList gone;
         for (const QString& name : a.names)

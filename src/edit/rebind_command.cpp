@@ -13,15 +13,15 @@ rebind_namespace_cmd::rebind_namespace_cmd(picker_page* page, const QStringList&
         return;
     QSet<QString> bound;
     for (const buttonRecord& r : page->buttons())
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             add_bound_root_names(bound, r.names);
     for (const buttonRecord& r : page->buttons()) {
-        if (r.kind != 0 && r.kind != 1)
+        if (r.kind != selection_kind && r.kind != command_kind && r.kind != attribute_kind)
             continue;
         buttonAttributes a;
         a.names = r.names;
         a.language = r.language;
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             rebind_picker_button(a, from, to);
         else
             rebind_cmd_button(a, from, to, bound);
@@ -95,7 +95,7 @@ bool namespace_move(const picker_page& page, const QStringList& chosen, QStringL
             return fail(QString("\"%1\" is not a namespace").arg(ns));
     QStringList names;
     for (const buttonRecord& r : page.buttons())
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             names << r.names;
     const QStringList used = namespaces_by_use(names);
     const QString bare = bare_namespace(chosen.size() == 2 ? chosen[0] : used.value(0));

@@ -3,6 +3,11 @@
 #include "model/picker_host.h"
 #include "model/undo_chunk.h"
 
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cmath>
+
 namespace {
 
 name_list* installed_list = nullptr;
@@ -14,11 +19,16 @@ bool buttonAttributes::operator==(const buttonAttributes& other) const
     return pos == other.pos && size == other.size && width == other.width
         && height == other.height && kind == other.kind && language == other.language
         && color == other.color && labelColor == other.labelColor && label == other.label
-        && names == other.names && shape == other.shape && points == other.points;
+        && names == other.names && shape == other.shape && points == other.points
+        && (kind != attribute_kind
+            || (widget == other.widget && minimum[0] == other.minimum[0] && minimum[1] == other.minimum[1]
+                && maximum[0] == other.maximum[0] && maximum[1] == other.maximum[1]));
 }
 
 qint32 legacy_shape(qint32 kind, int name_count, const QString& label)
 {
+    if (kind == attribute_kind)
+        return qint32(button_shape::rectangle);
     if (kind)
         return qint32(button_shape::rounded);
     if (name_count < 2)
@@ -41,6 +51,92 @@ qint32 shape_from_name(const QString& name)
         if (name == QLatin1String(shape_names[i]))
             return i;
     return -1;
+}
+
+namespace {
+const char* const widget_names[attribute_widget_count] = {"slider", "slider2d", "checkbox"};
+} // namespace
+
+QString widget_name(qint32 widget)
+{
+    return widget >= 0 && widget < attribute_widget_count ? QString::fromLatin1(widget_names[widget]) : QString();
+}
+
+qint32 widget_from_name(const QString& name)
+{
+    for (qint32 i = 0; i < attribute_widget_count; ++i)
+        if (name == QLatin1String(widget_names[i]))
+            return i;
+    return -1;
+}
+
+bool is_plug_name(const QString& plug)
+{
+    // A node (namespaces, a DAG path), then attributes each maybe indexed.
+    static const QRegularExpression form(QStringLiteral(
+        "\\A\\|?(?:[A-Za-z_][A-Za-z0-9_]*:)*[A-Za-z_][A-Za-z0-9_]*"
+        "(?:\\|(?:[A-Za-z_][A-Za-z0-9_]*:)*[A-Za-z_][A-Za-z0-9_]*)*"
+        "(?:\\.[A-Za-z_][A-Za-z0-9_]*(?:\\[[0-9]{1,9}\\])?)+\\z"));
+    return plug.size() <= 1024 && form.match(plug).hasMatch();
+}
+
+QString plug_node(const QString& plug)
+{
+    const int dot = plug.indexOf('.');
+    return dot < 0 ? plug : plug.left(dot);
+}
+
+double value_fraction(const buttonAttributes& a, int i, double value)
+{
+    const double lo = a.minimum[i], hi = a.maximum[i];
+    if (!(hi > lo))
+        return 0;
+    return std::clamp((value - lo) / (hi - lo), 0.0, 1.0);
+}
+
+double fraction_value(const buttonAttributes& a, int i, double fraction)
+{
+    const double lo = a.minimum[i], hi = a.maximum[i];
+    return lo + std::clamp(fraction, 0.0, 1.0) * (hi - lo);
+}
+
+double checkbox_next(const buttonAttributes& a, double value)
+{
+    const double lo = a.minimum[0], hi = a.maximum[0];
+    // Off and on: whatever lies between counts as off.
+    if (hi - lo <= 1 || std::floor(lo) != lo || std::floor(hi) != hi)
+        return value >= hi ? lo : hi;
+    const double next = std::floor(value) + 1;
+    return next > hi || next < lo ? lo : next;
+}
+
+QString set_attributes_mel(const QStringList& plugs, const QVector<double>& values)
+{
+    QString text;
+    for (int i = 0; i < plugs.size() && i < values.size(); ++i)
+        if (std::isfinite(values[i]))
+            text += QString("setAttr %1 %2;").arg(mel_literal(plugs[i]), QString::number(values[i], 'g', 17));
+    return text;
+}
+
+button_look attribute_look(qint32 widget)
+{
+    button_look look;
+    look.color = 0x3a3f44;
+    look.labelColor = 0xe6e6e6;
+    switch (attribute_widget(widget)) {
+    case attribute_widget::slider2d:
+        look.width = look.height = 80;
+        break;
+    case attribute_widget::checkbox:
+        look.width = look.height = 20;
+        break;
+    default:
+        look.width = 120;
+        look.height = 20;
+        break;
+    }
+    return look;
 }
 
 buttonAttributes new_button(const QPoint& pos, const button_look& look, int kind, int language,

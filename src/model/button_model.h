@@ -14,7 +14,10 @@
 #include <QVarLengthArray>
 #include <QVector>
 
+#include <QtNumeric>
+
 #include <algorithm>
+#include <cmath>
 
 // What is saved, copied and restored by undo. The field order is the order
 // every stream writes them in.
@@ -23,7 +26,7 @@ struct buttonAttributes {
     qint32 size = 0;        // legacy single size, kept equal to width
     qint32 width = 0;
     qint32 height = 0;
-    qint32 kind = 0;        // 0 selection button, 1 command button
+    qint32 kind = 0;        // a button_kind
     qint32 language = 0;    // command buttons: 0 MEL, 1 Python
     quint32 color = 0;      // 0xAARRGGBB, alpha ignored when drawing
     quint32 labelColor = 0; // same form; older files mean white, 0xffffff
@@ -35,10 +38,34 @@ struct buttonAttributes {
     // box stretched over the button's, so a resize scales it about the
     // centre without rounding the points.
     QVector<QPoint> points;
+    // Attribute buttons: the widget, and for each of names (one plug, two
+    // for a two-axis slider) the values the widget's ends stand for.
+    qint32 widget = 0;      // an attribute_widget
+    double minimum[2] = {0, 0};
+    double maximum[2] = {1, 1};
 
     bool operator==(const buttonAttributes& other) const;
     bool operator!=(const buttonAttributes& other) const { return !(*this == other); }
 };
+
+enum button_kind : qint32 { selection_kind = 0, command_kind = 1, attribute_kind = 2 };
+
+// Buttons whose names are the scene's (objects, or an attribute's plugs):
+// rebinding, mirroring and the missing-object check go through them.
+inline bool names_scene_objects(qint32 kind)
+{
+    return kind == selection_kind || kind == attribute_kind;
+}
+
+enum class attribute_widget : qint32 { slider = 0, slider2d = 1, checkbox = 2 };
+constexpr qint32 attribute_widget_count = 3;
+QString widget_name(qint32 widget);
+qint32 widget_from_name(const QString& name);
+// The plugs a widget sets.
+inline int widget_plugs(qint32 widget)
+{
+    return widget == qint32(attribute_widget::slider2d) ? 2 : 1;
+}
 
 enum class button_shape : qint32 { rectangle = 0, rounded = 1, ellipse = 2, polygon = 3 };
 constexpr qint32 button_shape_count = 4;
@@ -127,6 +154,13 @@ private:
 
 public:
     name_flags nameFlags;   // one per name: selected through this button
+    // An attribute button's plugs' values as the host last told them
+    // (never stored); NaN until it has, or while it has none.
+    double value[2] = {qQNaN(), qQNaN()};
+    bool value_known() const
+    {
+        return !std::isnan(value[0]) && (names.size() < 2 || !std::isnan(value[1]));
+    }
     // Given by the page; never stored. Last: passes over every button
     // (marquees, paints) do not read it.
     button_id id = 0;
@@ -163,6 +197,29 @@ public:
 private:
     const name_id_list& make_name_ids() const;
 };
+
+// ----- Attribute buttons
+// "node.attr", the node possibly under namespaces and a DAG path, the
+// attribute possibly a child or an element ("pos.x", "w[2]"): a plug text
+// MEL can quote without it running anything.
+bool is_plug_name(const QString& plug);
+// A plug's node: what must exist in the scene for it to.
+QString plug_node(const QString& plug);
+// Where `value` lies between the widget's ends for plug i, 0 to 1, and the
+// value at such a place; a checkbox is on at its maximum.
+double value_fraction(const buttonAttributes& a, int i, double value);
+double fraction_value(const buttonAttributes& a, int i, double fraction);
+// What a checkbox click sets: the next whole step up from `value`, back to
+// the minimum after the maximum (off and on for a two-value range).
+double checkbox_next(const buttonAttributes& a, double value);
+
+// setAttr for each plug, as MEL: plugs are checked names and the values
+// finite numbers (others are left out), so nothing else can run.
+QString set_attributes_mel(const QStringList& plugs, const QVector<double>& values);
+
+// How a new attribute button of the widget looks: a dark track with a
+// light label, sized for the widget.
+button_look attribute_look(qint32 widget);
 
 // Runs a command button's script in its language when the host is next
 // idle; anything else runs nothing.

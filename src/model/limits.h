@@ -62,4 +62,7 @@ constexpr qint32 max_polygon_points = 1024;
 // label's size) without letting a claimed length cost more.
 constexpr qint32 max_record_fields = 64;
 constexpr qint64 max_record_field_bytes = qint64(1) << 20;
+// The ends of an attribute widget's range: far past any rig's values, and
+// exact as doubles.
+constexpr double max_attribute_value = 1e15;
 } // namespace limits

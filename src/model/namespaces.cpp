@@ -219,10 +219,10 @@ void rebind_buttons(QVector<buttonAttributes>& buttons, const QStringList& from,
 {
     QSet<QString> bound;
     for (const buttonAttributes& b : buttons)
-        if (b.kind == 0)
+        if (names_scene_objects(b.kind))
             add_bound_root_names(bound, b.names);
     for (buttonAttributes& b : buttons) {
-        if (b.kind == 0)
+        if (names_scene_objects(b.kind))
             rebind_picker_button(b, from, to);
         else if (b.kind == 1)
             rebind_cmd_button(b, from, to, bound);

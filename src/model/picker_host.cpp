@@ -1,6 +1,7 @@
 #include "model/picker_host.h"
 
 #include <QtGlobal>
+#include <QtNumeric>
 
 namespace {
 
@@ -37,6 +38,21 @@ picker_host::~picker_host()
 QStringList picker_host::missing_objects(const QStringList&)
 {
     return QStringList();
+}
+
+bool picker_host::run_mel_undoable(const QString& text)
+{
+    return run_mel_now(text);
+}
+
+attribute_facts picker_host::attribute_facts_of(const QString&)
+{
+    return attribute_facts();
+}
+
+QVector<double> picker_host::attribute_values(const QStringList& plugs)
+{
+    return QVector<double>(plugs.size(), qQNaN());
 }
 
 void picker_host::warn(const QString& text)

@@ -5,6 +5,19 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
+
+// An attribute as the host knows it.
+struct attribute_facts {
+    bool exists = false;
+    enum { number, boolean, enumeration, other } type = other;
+    bool hasMinimum = false;
+    bool hasMaximum = false;
+    double minimum = 0;
+    double maximum = 0;
+    double defaultValue = 0;
+    int enumFields = 0;
+};
 
 class picker_host {
 public:
@@ -20,6 +33,14 @@ public:
     // The names among these that no object in the scene has (an attribute
     // or component counts by its node). A host that cannot tell finds none.
     virtual QStringList missing_objects(const QStringList& names);
+    // Runs MEL at once as what the host's undo takes back: one step, or a
+    // part of the step an open chunk or a running command makes.
+    virtual bool run_mel_undoable(const QString& text);
+    // What the host knows of an attribute ("node.attr").
+    virtual attribute_facts attribute_facts_of(const QString& plug);
+    // Each plug's value now; NaN for one that has none (no such plug, not
+    // a number). A host that cannot tell knows none.
+    virtual QVector<double> attribute_values(const QStringList& plugs);
     // Shows a warning where the host shows its messages.
     virtual void warn(const QString& text);
     // Shows a confirmation there (a file saved).

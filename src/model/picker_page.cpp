@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -326,12 +327,50 @@ bool picker_page::any_selected() const
     return false;
 }
 
+bool picker_page::set_attribute_values(const QHash<QString, double>& values)
+{
+    bool changed = false;
+    for (buttonRecord& r : buttons_) {
+        if (r.kind != attribute_kind)
+            continue;
+        for (int i = 0; i < r.names.size() && i < 2; ++i) {
+            const auto found = values.constFind(r.names[i]);
+            if (found == values.constEnd())
+                continue;
+            const double was = r.value[i];
+            if (!(was == *found || (std::isnan(was) && std::isnan(*found)))) {
+                r.value[i] = *found;
+                changed = true;
+            }
+        }
+    }
+    if (changed) {
+        ++revision_;
+        emit touched();
+    }
+    return changed;
+}
+
+QStringList picker_page::attribute_plugs() const
+{
+    QStringList out;
+    QSet<QString> seen;
+    for (const buttonRecord& r : buttons_)
+        if (r.kind == attribute_kind)
+            for (const QString& plug : r.names)
+                if (!seen.contains(plug)) {
+                    seen.insert(plug);
+                    out << plug;
+                }
+    return out;
+}
+
 bool picker_page::set_missing(const QSet<QString>& names)
 {
     bool changed = false;
     for (buttonRecord& r : buttons_) {
         bool missing = false;
-        if (r.kind == 0 && !names.isEmpty())
+        if (names_scene_objects(r.kind) && !names.isEmpty())
             for (const QString& name : std::as_const(r.names))
                 if (names.contains(name)) {
                     missing = true;
@@ -460,7 +499,7 @@ QStringList picker_page::namespaces() const
 {
     QStringList out;
     for (const buttonRecord& r : buttons_)
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             for (const QString& name : r.names)
                 extract_namespace(out, name);
     std::sort(out.begin(), out.end(), compare_name);

@@ -106,6 +106,12 @@ public:
     // when any changed.
     template <class Meets>
     bool select_where(bool additive, Meets meets);
+    // Attribute buttons show their plugs' values as the host holds them:
+    // every button bound to a plug here takes its value (NaN: unknown).
+    // Not stored; true when any shown value changed.
+    bool set_attribute_values(const QHash<QString, double>& values);
+    // The plugs of every attribute button, each once.
+    QStringList attribute_plugs() const;
     // True when any button's state changed.
     bool conform_to_selection();
     bool conform_to_selected();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 
 // Readers never trust a count: every loop stops at the first stream error and
 // at the limits, and each pass consumes bytes, so a damaged count costs at
@@ -186,11 +187,52 @@ picture_read read_picture(QDataStream& in, png_picture& picture, qint64* pixel_b
 
 namespace {
 
+enum class field_read { read, damaged, unknown };
+
 // ----- Tagged fields: what version 6 records carry beyond their fixed
 // fields. Each tag's bytes are a QDataStream of their own, so a field is
 // read whole or not at all and never moves the record's stream.
 namespace record_tag {
+// An attribute button's widget: u8 widget, then for each plug f64 minimum
+// and f64 maximum.
+constexpr quint32 attribute = 1;
 } // namespace record_tag
+
+// Each field's own stream: big-endian, doubles as 8 bytes.
+void set_field_stream(QDataStream& s)
+{
+    s.setVersion(picker_format::pkr_stream_version);
+    s.setFloatingPointPrecision(QDataStream::DoublePrecision);
+}
+
+bool usable_range(double lo, double hi)
+{
+    return std::isfinite(lo) && std::isfinite(hi) && lo < hi && std::fabs(lo) <= limits::max_attribute_value
+        && std::fabs(hi) <= limits::max_attribute_value;
+}
+
+field_read read_attribute_field(const QByteArray& bytes, buttonAttributes& a)
+{
+    QDataStream in(bytes);
+    set_field_stream(in);
+    quint8 widget = 0;
+    in >> widget;
+    if (!stream_ok(in) || widget >= attribute_widget_count)
+        return field_read::damaged;
+    a.widget = widget;
+    const int plugs = widget_plugs(widget);
+    for (int i = 0; i < plugs; ++i) {
+        in >> a.minimum[i] >> a.maximum[i];
+        if (!stream_ok(in) || !usable_range(a.minimum[i], a.maximum[i]))
+            return field_read::damaged;
+    }
+    if (!in.atEnd() || a.kind != attribute_kind || a.names.size() != plugs)
+        return field_read::damaged;
+    for (const QString& plug : std::as_const(a.names))
+        if (!is_plug_name(plug))
+            return field_read::damaged;
+    return field_read::read;
+}
 
 struct tagged_field {
     quint32 tag = 0;
@@ -201,17 +243,23 @@ struct tagged_field {
 QVector<tagged_field> record_fields(const buttonAttributes& a)
 {
     QVector<tagged_field> fields;
-    Q_UNUSED(a);
+    if (a.kind == attribute_kind) {
+        tagged_field f{record_tag::attribute, {}};
+        QDataStream out(&f.bytes, QIODevice::WriteOnly);
+        set_field_stream(out);
+        out << quint8(a.widget);
+        for (int i = 0; i < widget_plugs(a.widget); ++i)
+            out << a.minimum[i] << a.maximum[i];
+        fields << f;
+    }
     return fields;
 }
 
-enum class field_read { read, damaged, unknown };
-
 field_read read_record_field(quint32 tag, const QByteArray& bytes, buttonAttributes& a)
 {
-    Q_UNUSED(bytes);
-    Q_UNUSED(a);
     switch (tag) {
+    case record_tag::attribute:
+        return read_attribute_field(bytes, a);
     default:
         return field_read::unknown;
     }
@@ -278,6 +326,7 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
         in.setStatus(QDataStream::ReadCorruptData);
         return false;
     }
+    quint32 seen = 0;
     for (quint32 i = 0; i < fields; ++i) {
         quint32 tag = 0, bytes = 0;
         in >> tag >> bytes;
@@ -292,6 +341,11 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
             in.setStatus(QDataStream::ReadPastEnd);
             return false;
         }
+        // A tag given twice would leave the record meaning either.
+        if (tag < 32 && (seen & (1u << tag)))
+            valid = false;
+        if (tag < 32)
+            seen |= 1u << tag;
         switch (read_record_field(tag, field_bytes, a)) {
         case field_read::read:
             break;
@@ -307,6 +361,9 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
             return false;
         }
     }
+    // An attribute button is nothing without its widget.
+    if (a.kind == attribute_kind && !(seen & (1u << record_tag::attribute)))
+        valid = false;
     if (!valid)
         a.points.clear();
     return valid;
@@ -319,6 +376,9 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
 {
     a.shape = 0;
     a.points.clear();
+    a.widget = 0;
+    a.minimum[0] = a.minimum[1] = 0;
+    a.maximum[0] = a.maximum[1] = 1;
     qint32 read_index = 0;
     in >> read_index >> a.pos >> a.size;
     if (version >= 5) {
@@ -332,7 +392,8 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
     bool valid = read_index == index;
     if (version >= 2) {
         in >> a.kind >> a.language;
-        valid = valid && in_range(a.kind) && in_range(a.language);
+        // Attribute buttons came with version 6 and its tagged fields.
+        valid = valid && (in_range(a.kind) || (version >= 6 && a.kind == attribute_kind)) && in_range(a.language);
     } else {
         a.kind = 0;
         a.language = 0;

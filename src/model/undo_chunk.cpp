@@ -1,8 +1,5 @@
 #include "model/undo_chunk.h"
 
-namespace {
-
-// The script as a MEL string literal.
 QString mel_literal(const QString& text)
 {
     QString out = "\"";
@@ -18,6 +15,8 @@ QString mel_literal(const QString& text)
     }
     return out + '"';
 }
+
+namespace {
 
 // The script as a Python string literal.
 QString python_literal(const QString& text)

@@ -5,5 +5,8 @@
 
 #include <QString>
 
+// Any text as a MEL string literal, quotes and line ends escaped.
+QString mel_literal(const QString& text);
+
 QString mel_in_undo_chunk(const QString& script);
 QString python_in_undo_chunk(const QString& script);

@@ -9,6 +9,7 @@
 #include "model/picker_host.h"
 #include "model/scene_room.h"
 #include "model/side_patterns.h"
+#include "model/undo_chunk.h"
 #include "plugin/picker_main.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
@@ -23,6 +24,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <QtNumeric>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <type_traits>
@@ -501,6 +505,186 @@ MStatus picker_main::add_cmd_button(const MStringArray& args)
     return add_one("add_cmd_button", args, 1, text_at(args, 3) == "python" ? 1 : 0, QStringList{text_at(args, 4)});
 }
 
+// ----- Attribute buttons
+
+namespace {
+
+// A widget's range for one plug: given, or the attribute's own (a switch's
+// off and on, a choice's fields, a number's minimum and maximum), within
+// whatever bounds the attribute has.
+bool attribute_range(const char* directive, const QString& plug, const attribute_facts& f, const double* given,
+                     double& lo, double& hi, MStatus& status)
+{
+    auto refuse = [&](const QString& why) {
+        status = script_error(directive, why);
+        return false;
+    };
+    if (given) {
+        lo = given[0];
+        hi = given[1];
+    } else if (f.type == attribute_facts::boolean) {
+        lo = 0;
+        hi = 1;
+    } else if (f.type == attribute_facts::enumeration) {
+        if (f.enumFields < 2)
+            return refuse(QString("%1 has fewer than two fields to choose from").arg(plug));
+        lo = 0;
+        hi = f.enumFields - 1;
+    } else if (f.hasMinimum && f.hasMaximum) {
+        lo = f.minimum;
+        hi = f.maximum;
+    } else {
+        return refuse(QString("%1 has no minimum and maximum: give the range").arg(plug));
+    }
+    if (!(lo < hi))
+        return refuse(QString("the minimum must be below the maximum, not %1 and %2").arg(lo).arg(hi));
+    if (std::fabs(lo) > limits::max_attribute_value || std::fabs(hi) > limits::max_attribute_value)
+        return refuse(QString("the range must lie within +-%1").arg(limits::max_attribute_value));
+    const double floor = f.hasMinimum ? f.minimum : f.type == attribute_facts::boolean ? 0 : -qInf();
+    const double ceiling = f.hasMaximum ? f.maximum
+        : f.type == attribute_facts::boolean ? 1
+        : f.type == attribute_facts::enumeration ? f.enumFields - 1
+                                                  : qInf();
+    if (lo < floor || hi > ceiling)
+        return refuse(QString("%1 takes values from %2 to %3, not %4 to %5")
+                          .arg(plug, QString::number(floor), QString::number(ceiling), QString::number(lo),
+                               QString::number(hi)));
+    return true;
+}
+
+} // namespace
+
+// add_attribute_button X Y LABEL slider|slider2d|checkbox PLUG [MIN MAX] [PLUG2 [MIN2 MAX2]]
+MStatus picker_main::add_attribute_button(const MStringArray& args)
+{
+    const char* directive = "add_attribute_button";
+    const unsigned count = args.length();
+    if (count < 5)
+        return wrong_count(directive);
+    reader in{directive, args};
+    const QPoint at = in.point(0);
+    if (!in.ok())
+        return in.status;
+    const QString word = text_at(args, 3);
+    const qint32 widget = widget_from_name(word);
+    if (widget < 0)
+        return script_error(directive, QString("the widget must be slider, slider2d or checkbox, not \"%1\"").arg(word));
+    const int plugs = widget_plugs(widget);
+    button_look look = attribute_look(widget);
+    look.label = text_at(args, 2);
+    buttonAttributes a = new_button(at, look, attribute_kind);
+    a.widget = widget;
+    unsigned i = 4;
+    while (i < count) {
+        if (a.names.size() == plugs)
+            return wrong_count(directive);
+        const QString plug = text_at(args, i++);
+        if (!is_plug_name(plug))
+            return script_error(directive, QString("\"%1\" is not an attribute (node.attribute)").arg(plug));
+        const attribute_facts facts = picker_host::instance().attribute_facts_of(plug);
+        if (!facts.exists)
+            return script_error(directive, QString("%1 is not in the scene").arg(plug));
+        if (facts.type == attribute_facts::other)
+            return script_error(directive, QString("%1 is not a number, a switch or a choice").arg(plug));
+        // A range follows unless the next word is the next attribute.
+        double given[2] = {0, 0};
+        const bool ranged = i < count && !is_plug_name(text_at(args, i));
+        if (ranged) {
+            if (i + 1 >= count)
+                return wrong_count(directive);
+            given[0] = in.number(i, "the minimum");
+            given[1] = in.number(i + 1, "the maximum");
+            if (!in.ok())
+                return in.status;
+            i += 2;
+        }
+        const int k = a.names.size();
+        MStatus status;
+        if (!attribute_range(directive, plug, facts, ranged ? given : nullptr, a.minimum[k], a.maximum[k], status))
+            return status;
+        a.names << plug;
+    }
+    if (a.names.size() != plugs)
+        return script_error(directive, plugs == 2 ? QString("a slider2d needs two attributes")
+                                                  : QString("a %1 needs one attribute").arg(word));
+    picker_page* page = current_page();
+    const QString why = no_room(book()->pages(), page, 1, 0, a.names.size());
+    if (!why.isEmpty())
+        return script_error(directive, why);
+    page->insert(std::move(a));
+    return MStatus::kSuccess;
+}
+
+// Sets the plugs as one step of the host's undo queue, undone and redone
+// by this command; the values are what the host holds after.
+MStatus picker_main::set_attribute_step(const char* directive, const QStringList& plugs, QVector<double> values)
+{
+    const QVector<double> before = picker_host::instance().attribute_values(plugs);
+    for (double v : before)
+        if (std::isnan(v))
+            return script_error(directive, QString("%1 cannot be read").arg(plugs.join(", ")));
+    if (!set_attributes_now(plugs, values))
+        return script_error(directive, QString("could not set %1").arg(plugs.join(", ")));
+    attributePlugs_ = plugs;
+    attributesBefore_ = before;
+    attributesAfter_ = picker_host::instance().attribute_values(plugs);
+    undoable_ = true;
+    attributeStep_ = true;
+    return MStatus::kSuccess;
+}
+
+// set_attribute_button ADDRESS VALUE [VALUE2]: what a drag to the value
+// does, a click's step for a checkbox.
+MStatus picker_main::set_attribute_button(const MStringArray& args)
+{
+    const char* directive = "set_attribute_button";
+    const unsigned count = args.length();
+    if (count < 3)
+        return wrong_count(directive);
+    target t{current_page()};
+    MStatus status = find_target(directive, args, count, count - 2, t);
+    if (!status)
+        return status;
+    const buttonRecord& r = t.button();
+    if (r.kind != attribute_kind)
+        return script_error(directive, "the button sets no attribute");
+    const int plugs = r.names.size();
+    if (int(count - t.next) != plugs)
+        return script_error(directive, plugs == 2 ? QString("a slider2d takes two values")
+                                                  : QString("a %1 takes one value").arg(widget_name(r.widget)));
+    reader in{directive, args};
+    QVector<double> values;
+    for (int i = 0; i < plugs; ++i)
+        values << in.number(t.next + unsigned(i), i ? "the second value" : "the value");
+    if (!in.ok())
+        return in.status;
+    for (int i = 0; i < plugs; ++i) {
+        values[i] = std::clamp(values[i], r.minimum[i], r.maximum[i]);
+        if (r.widget == qint32(attribute_widget::checkbox))
+            values[i] = std::round(values[i]);
+    }
+    return set_attribute_step(directive, r.names, values);
+}
+
+// get_attribute_button ADDRESS: the widget, then each plug with its range,
+// then the values the host holds now.
+MStatus picker_main::get_attribute_button(const MStringArray& args)
+{
+    return with_target("get_attribute_button", args, 3, 0, [&](const target& t) -> MStatus {
+        const buttonRecord& r = t.button();
+        if (r.kind != attribute_kind)
+            return script_error("get_attribute_button", "the button sets no attribute");
+        QStringList out{widget_name(r.widget)};
+        for (int i = 0; i < r.names.size(); ++i)
+            out << r.names[i] << QString::number(r.minimum[i]) << QString::number(r.maximum[i]);
+        for (double v : picker_host::instance().attribute_values(r.names))
+            out << (std::isnan(v) ? QString() : QString::number(v));
+        MPxCommand::clearResult();
+        MPxCommand::appendToResult(QStringListToMStringArray(out));
+        return MStatus::kSuccess;
+    });
+}
+
 // Exactly a click: the selection reaches the host, and a script runs, when
 // the host is next idle.
 MStatus picker_main::press_button(const MStringArray& args)
@@ -508,12 +692,19 @@ MStatus picker_main::press_button(const MStringArray& args)
     if (args.length() != 2 && args.length() != 3)
         return wrong_count("press_button");
     return with_target("press_button", args, 3, 0, [&](const target& t) -> MStatus {
-        if (picker_view* view = view_of(t.page)) {
+        const buttonRecord& r = t.button();
+        if (picker_view* view = r.kind == attribute_kind ? nullptr : view_of(t.page)) {
             view->press_button(t.index);
             return MStatus::kSuccess;
         }
+        // A switch steps at once, as one step of the host's undo queue.
+        if (r.kind == attribute_kind) {
+            if (r.widget != qint32(attribute_widget::checkbox))
+                return script_error("press_button", "a slider is dragged, not pressed: use set_attribute_button");
+            const QVector<double> now = picker_host::instance().attribute_values(r.names);
+            return set_attribute_step("press_button", r.names, {checkbox_next(r, now.value(0))});
+        }
         // Without a window nothing waits for idle time: the button acts now.
-        const buttonRecord& r = t.button();
         if (r.kind == 1) {
             run_button_script(r);
             return MStatus::kSuccess;

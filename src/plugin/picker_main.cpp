@@ -8,6 +8,7 @@
 #include "model/picker_host.h"
 #include "model/scene_data.h"
 #include "model/scene_room.h"
+#include "model/undo_chunk.h"
 #include "plugin/string_lists.h"
 #include "view/picker_view.h"
 #include "window/picker_files.h"
@@ -20,6 +21,7 @@
 #include <maya/MSelectionList.h>
 
 #include <QDataStream>
+#include <QtNumeric>
 #include <QDir>
 #include <QGuiApplication>
 #include <QResource>
@@ -30,12 +32,14 @@
 #include <QUndoStack>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 // Constructed at library load in this order, destroyed in reverse at unload.
 const char* const picker_main::control_name = "QuillmarshPickerWorkspaceControl";
 QPointer<QWidget> picker_main::window_;
 QPointer<picker_book> picker_main::headless_;
+QHash<QString, int> picker_main::watches_;
 QMutex picker_main::mutex_;
 MString picker_main::name_(texts::command_name);
 MString picker_main::path_;
@@ -125,6 +129,10 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"set_button_properties", &picker_main::set_button_properties, tab, any},
     {"set_button_shape", &picker_main::set_button_shape, tab, any},
     {"press_button", &picker_main::press_button, tab, any},
+    {"add_attribute_button", &picker_main::add_attribute_button, tab, 10},
+    {"set_attribute_button", &picker_main::set_attribute_button, tab, 5},
+    {"get_attribute_button", &picker_main::get_attribute_button, tab, 3},
+    {"attribute_changed", &picker_main::attribute_changed, any_tab, any},
     {"mirror_buttons", &picker_main::mirror_buttons, tab, any},
     {"set_mirror_patterns", &picker_main::set_mirror_patterns, any_tab, any},
     {"get_mirror_patterns", &picker_main::get_mirror_patterns, any_tab, 1},
@@ -371,6 +379,8 @@ void picker_main::create_window()
 
 void picker_main::cleanup()
 {
+    // A job left behind would call a command that is gone.
+    unwatch_attributes();
     // A change still waiting for idle time goes into the scene first.
     if (headless_) {
         headless_->flush(false);
@@ -501,6 +511,7 @@ void picker_main::deleteAllFn(void*)
     if (existing_book()) {
         reset_pickers();
         selectionChangedFn(nullptr);
+        watch_attributes();
     }
 }
 
@@ -535,16 +546,43 @@ void picker_main::restore_from_scene()
     if (!MGlobal::executeCommand(query, data, false, false))
         data.clear();
     restore_window(data, true);
+    watch_attributes();
 }
 
-void load_script(const QString& name)
+namespace {
+QByteArray script_text(const QString& name)
 {
     init_picker_resources();
     QResource resource(QString(":/scripts/%1").arg(name));
-    if (!resource.isValid())
-        return;
-    QByteArray text = resource.uncompressedData();
-    MGlobal::executeCommandOnIdle(MString(text.constData(), text.size()), false);
+    return resource.isValid() ? resource.uncompressedData() : QByteArray();
+}
+} // namespace
+
+void load_script(const QString& name)
+{
+    const QByteArray text = script_text(name);
+    if (!text.isEmpty())
+        MGlobal::executeCommandOnIdle(MString(text.constData(), text.size()), false);
+}
+
+bool load_script_now(const QString& name)
+{
+    const QByteArray text = script_text(name);
+    return !text.isEmpty() && MGlobal::executeCommand(MString(text.constData(), text.size()), false, false);
+}
+
+bool ensure_script(const char* proc, const QString& name)
+{
+    MStringArray result;
+    MGlobal::executeCommand(MString("exists ") + proc, result, false, false);
+    if (result.length() == 1 && result[0] == "1")
+        return true;
+    return load_script_now(name);
+}
+
+bool load_attribute_procs()
+{
+    return ensure_script("picker_WatchAttributes", "picker_Attributes.mel");
 }
 
 // ----- Selection directives
@@ -571,12 +609,107 @@ bool picker_main::remember_selection(MSelectionList& list)
 // through the selection callback, as for any other change.
 MStatus picker_main::undoIt()
 {
+    if (attributeStep_)
+        return set_attributes_now(attributePlugs_, attributesBefore_);
     return MGlobal::setActiveSelectionList(before_, MGlobal::kReplaceList);
 }
 
 MStatus picker_main::redoIt()
 {
+    if (attributeStep_)
+        return set_attributes_now(attributePlugs_, attributesAfter_);
     return MGlobal::setActiveSelectionList(after_, MGlobal::kReplaceList);
+}
+
+// ----- Attribute values
+
+MStatus picker_main::set_attributes_now(const QStringList& plugs, const QVector<double>& values)
+{
+    const bool ok = picker_host::instance().run_mel_now(set_attributes_mel(plugs, values));
+    refresh_attribute_values(plugs);
+    return ok ? MStatus::kSuccess : MStatus::kFailure;
+}
+
+void picker_main::refresh_attribute_values(const QStringList& plugs)
+{
+    picker_book* b = existing_book();
+    if (!b)
+        return;
+    QStringList asked = plugs;
+    if (asked.isEmpty())
+        for (const picker_page* page : b->pages())
+            asked += page->attribute_plugs();
+    asked.removeDuplicates();
+    if (asked.isEmpty())
+        return;
+    const QVector<double> values = picker_host::instance().attribute_values(asked);
+    QHash<QString, double> known;
+    for (int i = 0; i < asked.size(); ++i)
+        known.insert(asked[i], values.value(i, qQNaN()));
+    for (int i = 0; i < b->count(); ++i)
+        b->page(i)->set_attribute_values(known);
+}
+
+void picker_main::watch_attributes()
+{
+    picker_book* b = existing_book();
+    QSet<QString> wanted;
+    // Batch sessions have no widget to show a value in.
+    if (b && has_interface())
+        for (const picker_page* page : b->pages())
+            for (const QString& plug : page->attribute_plugs())
+                wanted.insert(plug);
+    QStringList ended;
+    QStringList ids;
+    for (auto it = watches_.begin(); it != watches_.end();) {
+        if (wanted.contains(it.key())) {
+            wanted.remove(it.key());
+            ++it;
+        } else {
+            ids << QString::number(it.value());
+            it = watches_.erase(it);
+        }
+    }
+    if (!ids.isEmpty())
+        MGlobal::executeCommand(to_m(QString("picker_UnwatchAttributes({%1})").arg(ids.join(", "))), false, false);
+    QStringList added(wanted.begin(), wanted.end());
+    if (added.isEmpty() || !load_attribute_procs())
+        return;
+    QStringList quoted;
+    for (const QString& plug : std::as_const(added))
+        quoted << mel_literal(plug);
+    MStringArray result;
+    MGlobal::executeCommand(to_m(QString("picker_WatchAttributes({%1})").arg(quoted.join(", "))), result, false,
+                            false);
+    for (int i = 0; i < added.size() && i < int(result.length()); ++i) {
+        bool ok = false;
+        const int id = to_q(result[unsigned(i)]).toInt(&ok);
+        if (ok)
+            watches_.insert(added[i], id);
+    }
+    refresh_attribute_values(added);
+}
+
+void picker_main::unwatch_attributes()
+{
+    QStringList ids;
+    for (int id : std::as_const(watches_))
+        ids << QString::number(id);
+    watches_.clear();
+    if (!ids.isEmpty())
+        MGlobal::executeCommand(to_m(QString("picker_UnwatchAttributes({%1})").arg(ids.join(", "))), false, false);
+}
+
+// What the watches run: the plug changed by some route (a script, undo,
+// another tool), so the buttons bound to it show its value again.
+MStatus picker_main::attribute_changed(const MStringArray& args)
+{
+    QStringList plugs = MStringArrayToQStringList(args);
+    for (const QString& plug : std::as_const(plugs))
+        if (!is_plug_name(plug))
+            return script_error("attribute_changed", QString("\"%1\" is not an attribute (node.attribute)").arg(plug));
+    refresh_attribute_values(plugs);
+    return MStatus::kSuccess;
 }
 
 MStatus picker_main::clear_selection(const MStringArray& args)
@@ -898,6 +1031,7 @@ MStatus picker_main::open(const MStringArray& given)
     if (!open_into_book(*b, paths, &why, &opened))
         return script_error("open", why);
     MStringArray scene_list;
+    ensure_script("picker_ListNamespaces", "picker_ListNamespaces.mel");
     MGlobal::executeCommand("picker_ListNamespaces", scene_list, false, false);
     const QStringList scene = MStringArrayToQStringList(scene_list);
     for (const opened_picker& each : std::as_const(opened)) {
@@ -939,6 +1073,8 @@ MStatus picker_main::flush(const MStringArray&)
 {
     if (picker_book* b = book())
         b->flush(true);
+    // Whatever changed the pickers may have changed the plugs they watch.
+    watch_attributes();
     return MStatus::kSuccess;
 }
 
@@ -1001,7 +1137,7 @@ MStatus picker_main::get_namespaces(const MStringArray&)
     // Main namespace first: the one update_namespace NEW moves.
     QStringList names;
     for (const buttonRecord& r : page->buttons())
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             names << r.names;
     QStringList used = namespaces_by_use(names);
     if (used.isEmpty())

@@ -14,7 +14,10 @@
 #include <QWidget>
 #include <QMutex>
 #include <QPointer>
+#include <QHash>
 #include <QString>
+#include <QStringList>
+#include <QVector>
 
 class QUndoCommand;
 class picker_book;
@@ -110,6 +113,25 @@ private:
 
     // The host's selection before a select or clear, and after it.
     bool undoable_ = false;
+    // An attribute step: what undo and redo set instead of the selection.
+    bool attributeStep_ = false;
+    QStringList attributePlugs_;
+    QVector<double> attributesBefore_;
+    QVector<double> attributesAfter_;
+    MStatus set_attribute_step(const char* directive, const QStringList& plugs, QVector<double> values);
+    static MStatus set_attributes_now(const QStringList& plugs, const QVector<double>& values);
+
+public:
+    // Attribute buttons show what the host holds: the values of these plugs
+    // (all the pickers' when empty) are read again.
+    static void refresh_attribute_values(const QStringList& plugs = QStringList());
+    // One watch (a script job) per plug the pickers set, so a change by any
+    // route reaches them; none in batch mode. Called as the pickers change.
+    static void watch_attributes();
+    static void unwatch_attributes();
+
+private:
+    static QHash<QString, int> watches_;
     MSelectionList before_;
     MSelectionList after_;
     // Keeps the host's selection in *list; reports a failure.
@@ -157,6 +179,10 @@ private:
     MStatus set_button_shape(const MStringArray& args);
     MStatus color_directive(const MStringArray& args, bool label);
     MStatus press_button(const MStringArray& args);
+    MStatus add_attribute_button(const MStringArray& args);
+    MStatus set_attribute_button(const MStringArray& args);
+    MStatus get_attribute_button(const MStringArray& args);
+    MStatus attribute_changed(const MStringArray& args);
     MStatus mirror_buttons(const MStringArray& args);
     MStatus set_mirror_patterns(const MStringArray& args);
     MStatus get_mirror_patterns(const MStringArray& args);
@@ -177,3 +203,9 @@ private:
 
 // Runs a MEL script kept in the plug-in's resources (":/scripts/<name>") on idle.
 void load_script(const QString& name);
+// Sources it at once; false when it failed.
+bool load_script_now(const QString& name);
+// The picker's procedures are sourced when Maya is next idle after
+// loading; a script that needs one before has its file sourced now.
+bool ensure_script(const char* proc, const QString& name);
+bool load_attribute_procs();

@@ -89,6 +89,7 @@ MStatus initializePlugin(MObject obj)
     }
     picker_main::path_ = plugin.loadPath();
     load_script("picker_ListNamespaces.mel");
+    load_script("picker_Attributes.mel");
     return MStatus::kSuccess;
 }
 

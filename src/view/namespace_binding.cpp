@@ -38,7 +38,7 @@ void picker_view::rebind(QStringList& sceneNamespaces, bool force)
         if (others && !force) {
             QStringList names;
             for (const buttonRecord& r : page_->buttons())
-                if (r.kind == 0)
+                if (names_scene_objects(r.kind))
                     names += r.names;
             needed = !names.isEmpty() && !picker_host::instance().missing_objects(names).isEmpty();
         }

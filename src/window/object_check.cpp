@@ -31,7 +31,7 @@ void picker_window::check_objects()
     QSet<QString> seen;
     QStringList names;
     for (const buttonRecord& r : view->page()->buttons())
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             for (const QString& name : r.names)
                 if (!seen.contains(name)) {
                     seen.insert(name);
