@@ -135,7 +135,8 @@ private:
     {
         static const QStringList known{"$schema", "title", "description", "$defs", "$ref", "type", "const", "enum",
                                        "pattern", "minLength", "minimum", "maximum", "required", "properties",
-                                       "additionalProperties", "items", "minItems", "maxItems", "not", "oneOf"};
+                                       "additionalProperties", "items", "minItems", "maxItems", "not", "oneOf",
+                                       "allOf"};
         const QJsonObject s = schema_value.toObject();
         for (const QString& key : s.keys())
             if (!known.contains(key))
@@ -186,6 +187,9 @@ private:
         }
         if (s.contains("not") && valid(s["not"], v))
             fail("not");
+        for (const QJsonValue& each : s["allOf"].toArray())
+            if (!valid(each, v))
+                fail("allOf");
         if (s.contains("oneOf")) {
             int matched = 0;
             for (const QJsonValue& one : s["oneOf"].toArray())
@@ -270,6 +274,21 @@ private slots:
         shaped[1].shape = qint32(button_shape::ellipse);
         shaped[2].shape = qint32(button_shape::rectangle);
         QTest::newRow("every shape") << file_bytes("shapes", QString(), png_picture(), shaped) << false;
+        QList<buttonAttributes> widgets = usual;
+        for (int w = 0; w < attribute_widget_count; ++w) {
+            buttonAttributes a = button({40 * w, 9}, 120, 20, attribute_kind, 0, 0xff3a3f44, 0xe6e6e6, "jaw",
+                                        {"hero:face.jawOpen"});
+            a.widget = w;
+            a.minimum[0] = -0.1 * (w + 1);
+            a.maximum[0] = 1e15;
+            if (w == qint32(attribute_widget::slider2d)) {
+                a.names << "hero:L_eye.aim[2]";
+                a.minimum[1] = -1e15;
+                a.maximum[1] = 1.0 / 3;
+            }
+            widgets << a;
+        }
+        QTest::newRow("attribute widgets") << file_bytes("face", QString(), png_picture(), widgets) << false;
     }
     void json_gives_back_the_same_file()
     {
@@ -322,6 +341,24 @@ private slots:
         QTest::newRow("name an object") << with("\"name\": \"b\"", "\"name\": {}") << "name: must be a string";
         QTest::newRow("a name a number") << with("\"hero:L_hand_ctrl\"", "7") << "buttons[0].names[1]: must be a string";
         QTest::newRow("kind a number") << with("\"selection\"", "0") << "buttons[0].kind: must be";
+        const QByteArray slider = with("\"kind\": \"selection\"",
+                                       "\"kind\": \"attribute\", \"widget\": \"slider\", \"ranges\": [[0, 1]]");
+        const auto attribute = [&slider](const char* from, const char* to) {
+            QByteArray j = slider;
+            return j.replace(from, to);
+        };
+        QTest::newRow("two names for a slider") << slider << "buttons[0].names: must hold one attribute";
+        QTest::newRow("widget without attribute") << with("\"label\": \"A\"", "\"label\": \"A\", \"widget\": \"slider\"")
+                                                  << "buttons[0].widget: only an attribute button";
+        const QByteArray one_plug = attribute("\"hero:L_arm_ctrl\",", "").replace("hero:L_hand_ctrl", "hero:face.jaw");
+        QTest::newRow("a name, not a plug") << attribute("\"hero:L_arm_ctrl\",", "")
+                                             << "buttons[0].names[0]: must be an attribute";
+        QTest::newRow("empty range") << QByteArray(one_plug).replace("[[0, 1]]", "[[1, 1]]")
+                                     << "buttons[0].ranges[0]: must be [minimum, maximum]";
+        QTest::newRow("range a word") << QByteArray(one_plug).replace("[[0, 1]]", "[[0, \"1\"]]")
+                                      << "buttons[0].ranges[0]: must be [minimum, maximum]";
+        QTest::newRow("no widget") << QByteArray(one_plug).replace("\"widget\": \"slider\", ", "")
+                                   << "buttons[0].widget: missing";
         QTest::newRow("script on a selection") << with("\"label\": \"A\"", "\"label\": \"A\", \"script\": \"ls\"")
                                                << "buttons[0].script: only a command button";
         QTest::newRow("picture not base64") << with("\"key\": null", "\"key\": \"5\", \"png\": \"@@@\"")

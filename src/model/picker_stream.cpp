@@ -225,6 +225,9 @@ field_read read_attribute_field(const QByteArray& bytes, buttonAttributes& a)
         in >> a.minimum[i] >> a.maximum[i];
         if (!stream_ok(in) || !usable_range(a.minimum[i], a.maximum[i]))
             return field_read::damaged;
+        // No text form keeps the sign of a zero.
+        a.minimum[i] += 0.0;
+        a.maximum[i] += 0.0;
     }
     if (!in.atEnd() || a.kind != attribute_kind || a.names.size() != plugs)
         return field_read::damaged;

@@ -232,6 +232,42 @@ void read_shape(const QJsonObject& o, const QString& where, buttonAttributes& a)
     }
 }
 
+// An attribute button's widget and the range of each of its plugs.
+void read_widget(const QJsonObject& o, const QString& where, buttonAttributes& a)
+{
+    if (a.kind != attribute_kind) {
+        for (const char* key : {"widget", "ranges"})
+            if (o.contains(key))
+                fail(at(where, key), "only an attribute button has one");
+        return;
+    }
+    const QJsonValue widget = required(o, "widget", where);
+    a.widget = widget_from_name(widget.toString());
+    if (a.widget < 0)
+        fail(at(where, "widget"), "must be \"slider\", \"slider2d\" or \"checkbox\"");
+    const int plugs = widget_plugs(a.widget);
+    const QString names_where = at(where, "names");
+    if (a.names.size() != plugs)
+        fail(names_where, plugs == 2 ? "must hold two attributes" : "must hold one attribute");
+    for (int i = 0; i < plugs; ++i)
+        if (!is_plug_name(a.names[i]))
+            fail(QString("%1[%2]").arg(names_where).arg(i), "must be an attribute, node.attribute");
+    const QString ranges_where = at(where, "ranges");
+    const QJsonArray ranges = required(o, "ranges", where).toArray();
+    if (ranges.size() != plugs)
+        fail(ranges_where, plugs == 2 ? "must hold two ranges" : "must hold one range");
+    const double most = limits::max_attribute_value;
+    for (int i = 0; i < plugs; ++i) {
+        const QJsonArray pair = ranges.at(i).toArray();
+        const double lo = pair.at(0).toDouble(qQNaN()), hi = pair.at(1).toDouble(qQNaN());
+        if (pair.size() != 2 || !(lo >= -most && hi <= most && lo < hi))
+            fail(QString("%1[%2]").arg(ranges_where).arg(i),
+                 QString("must be [minimum, maximum], the minimum below the maximum, within +-%1").arg(most));
+        a.minimum[i] = lo;
+        a.maximum[i] = hi;
+    }
+}
+
 buttonAttributes read_button(const QJsonValue& value, int index)
 {
     const QString where = QString("buttons[%1]").arg(index);
@@ -239,7 +275,7 @@ buttonAttributes read_button(const QJsonValue& value, int index)
         fail(where, "must be an object");
     const QJsonObject o = value.toObject();
     known_keys_only(o, {"x", "y", "width", "height", "size", "kind", "language", "color", "labelColor", "label",
-                        "names", "script", "shape", "points"},
+                        "names", "script", "shape", "points", "widget", "ranges"},
                     where);
     buttonAttributes a;
     const qint32 c = limits::max_coordinate;
@@ -247,7 +283,12 @@ buttonAttributes read_button(const QJsonValue& value, int index)
     a.width = read_int(o, "width", where, 0, limits::max_button_side);
     a.height = read_int(o, "height", where, 0, limits::max_button_side);
     a.size = o.contains("size") ? read_int(o, "size", where, 0, limits::max_button_side) : a.width;
-    a.kind = read_choice(o, "kind", where, "selection", "command") == "command" ? 1 : 0;
+    const QJsonValue kind = required(o, "kind", where);
+    a.kind = kind == QLatin1String("command") ? command_kind
+        : kind == QLatin1String("attribute") ? attribute_kind
+                                            : selection_kind;
+    if (a.kind == selection_kind && kind != QLatin1String("selection"))
+        fail(at(where, "kind"), "must be \"selection\", \"command\" or \"attribute\"");
     a.language = read_choice(o, "language", where, "mel", "python") == "python" ? 1 : 0;
     a.color = read_colour(o, "color", where);
     a.labelColor = read_colour(o, "labelColor", where);
@@ -276,6 +317,7 @@ buttonAttributes read_button(const QJsonValue& value, int index)
             fail(QString("%1[%2]").arg(list_where).arg(i), "must be a string or null");
         a.names << (name.isNull() ? QString() : (name.toString().isNull() ? QString("") : name.toString()));
     }
+    read_widget(o, where, a);
     // JSON made before buttons had shapes means what its .pkr meant.
     if (!o.contains("shape"))
         a.shape = legacy_shape(a.kind, a.names.size(), a.label);
@@ -384,7 +426,7 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
         o.insert("height", a.height);
         if (a.size != a.width)
             o.insert("size", a.size);
-        o.insert("kind", a.kind == 1 ? "command" : "selection");
+        o.insert("kind", a.kind == command_kind ? "command" : a.kind == attribute_kind ? "attribute" : "selection");
         o.insert("language", a.language == 1 ? "python" : "mel");
         o.insert("color", colour_text(a.color));
         o.insert("labelColor", colour_text(a.labelColor));
@@ -395,6 +437,13 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
             for (const QPoint& p : a.points)
                 points.append(QJsonArray{p.x(), p.y()});
             o.insert("points", points);
+        }
+        if (a.kind == attribute_kind) {
+            o.insert("widget", widget_name(a.widget));
+            QJsonArray ranges;
+            for (int i = 0; i < widget_plugs(a.widget); ++i)
+                ranges.append(QJsonArray{a.minimum[i], a.maximum[i]});
+            o.insert("ranges", ranges);
         }
         if (a.kind == 1 && a.names.size() == 1) {
             o.insert("script", text_value(a.names.first()));
