@@ -7,6 +7,9 @@
 
 #include <QUndoStack>
 
+#include <QtNumeric>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
@@ -216,6 +219,144 @@ void track_button_cmd::finish()
         view->refresh();
     }
     view->update_toolbox();
+}
+
+// ----- Attribute buttons
+
+attribute_drag_cmd::attribute_drag_cmd(picker_view* v, const QPoint& pos, int i, int modifiers)
+    : view(v), button(v->buttons().at(i).id), anchor(pos)
+{
+    const buttonRecord& r = view->buttons().at(i);
+    rect = view->mapToScreen(r.bounds);
+    toggle = r.widget == qint32(attribute_widget::checkbox);
+    if (toggle) {
+        view->page()->set_state(i, 1);
+        view->refresh();
+        return;
+    }
+    // A value the host has not told is read now: the drag starts from it.
+    const QVector<double> now = picker_host::instance().attribute_values(r.names);
+    for (int k = 0; k < r.names.size(); ++k)
+        anchorValue[k] = value[k] = std::isnan(now.value(k)) ? r.minimum[k] : now.value(k);
+    chunk = picker_host::instance().run_mel_now("undoInfo -openChunk -chunkName \"QuillmarshPicker drag\";");
+    fine = modifiers & Qt::ShiftModifier;
+    // Without Shift the handle jumps to the pointer, as a slider's does.
+    if (!fine) {
+        anchor = QPoint(-1, -1);
+        update(pos, modifiers);
+    }
+}
+
+attribute_drag_cmd::~attribute_drag_cmd()
+{
+    // A drag cut short (the view going, the pointer grabbed away) still
+    // leaves the host's undo queue whole.
+    close_chunk();
+}
+
+int attribute_drag_cmd::row() const
+{
+    return view->page()->row_of(button);
+}
+
+void attribute_drag_cmd::close_chunk()
+{
+    if (chunk)
+        picker_host::instance().run_mel_now("undoInfo -closeChunk;");
+    chunk = false;
+}
+
+void attribute_drag_cmd::update(const QPoint& pos, int modifiers)
+{
+    const int k = row();
+    if (k < 0)
+        return;
+    const buttonRecord& r = view->buttons().at(k);
+    if (toggle) {
+        const qint16 state = rect.contains(pos) ? 1 : 0;
+        if (state != r.selected) {
+            view->page()->set_state(k, state);
+            view->refresh();
+        }
+        return;
+    }
+    const QRectF box = QRectF(rect).adjusted(2, 2, -2, -2);
+    const bool upright = r.widget == qint32(attribute_widget::slider) && r.height > r.width;
+    const bool shift = modifiers & Qt::ShiftModifier;
+    // The pace changes where the pointer is, so the handle never jumps.
+    if (shift != fine || anchor == QPoint(-1, -1)) {
+        if (anchor == QPoint(-1, -1)) {
+            // The press itself: the values under the pointer.
+            const double fx = (pos.x() - box.left()) / std::max(1.0, box.width());
+            const double fy = (box.bottom() - pos.y()) / std::max(1.0, box.height());
+            if (r.widget == qint32(attribute_widget::slider2d)) {
+                value[0] = fraction_value(r, 0, fx);
+                value[1] = fraction_value(r, 1, fy);
+            } else {
+                value[0] = fraction_value(r, 0, upright ? fy : fx);
+            }
+        }
+        anchor = pos;
+        anchorValue[0] = value[0];
+        anchorValue[1] = value[1];
+        fine = shift;
+    }
+    const double pace = fine ? 0.1 : 1.0;
+    const double dx = (pos.x() - anchor.x()) / std::max(1.0, box.width()) * pace;
+    const double dy = (anchor.y() - pos.y()) / std::max(1.0, box.height()) * pace;
+    const double moved[2] = {r.widget == qint32(attribute_widget::slider2d) ? dx : upright ? dy : dx, dy};
+    QVector<double> values;
+    QHash<QString, double> shown;
+    bool changed = false;
+    for (int i = 0; i < r.names.size(); ++i) {
+        const double v = std::clamp(anchorValue[i] + moved[i] * (r.maximum[i] - r.minimum[i]), r.minimum[i],
+                                    r.maximum[i]);
+        changed = changed || v != r.value[i];
+        value[i] = v;
+        values << v;
+        shown.insert(r.names[i], v);
+    }
+    if (!changed)
+        return;
+    const QStringList plugs = r.names;
+    // Shown at once; the host's own notice confirms it when next idle.
+    view->page()->set_attribute_values(shown);
+    picker_host::instance().run_mel_undoable(set_attributes_mel(plugs, values));
+}
+
+void attribute_drag_cmd::finish()
+{
+    const int k = row();
+    if (toggle && k >= 0 && view->buttons().at(k).selected) {
+        view->page()->set_state(k, 0);
+        const buttonRecord& r = view->buttons().at(k);
+        const QVector<double> now = picker_host::instance().attribute_values(r.names);
+        set_now(view->page(), r.names, {checkbox_next(r, now.value(0))});
+        view->refresh();
+    }
+    close_chunk();
+}
+
+void attribute_drag_cmd::set_now(picker_page* page, const QStringList& plugs, const QVector<double>& values)
+{
+    picker_host::instance().run_mel_undoable(QString("undoInfo -openChunk;%1undoInfo -closeChunk;")
+                                                 .arg(set_attributes_mel(plugs, values)));
+    QHash<QString, double> shown;
+    const QVector<double> now = picker_host::instance().attribute_values(plugs);
+    for (int i = 0; i < plugs.size(); ++i)
+        shown.insert(plugs[i], now.value(i, qQNaN()));
+    page->set_attribute_values(shown);
+}
+
+void attribute_drag_cmd::reset(picker_page* page, int row)
+{
+    const buttonRecord& r = page->at(row);
+    QVector<double> values;
+    for (const QString& plug : r.names) {
+        const attribute_facts facts = picker_host::instance().attribute_facts_of(plug);
+        values << (facts.exists ? facts.defaultValue : qQNaN());
+    }
+    set_now(page, r.names, values);
 }
 
 // ----- Pan and zoom

@@ -54,6 +54,37 @@ private:
     QRect rect;
 };
 
+// A press on an attribute button. A slider or pad follows the pointer,
+// setting its plugs live, the whole drag one step of the host's undo
+// queue; Shift moves a tenth as far. A switch steps when released over it.
+class attribute_drag_cmd : public picker_mouse_cmd {
+public:
+    attribute_drag_cmd(picker_view* view, const QPoint& pos, int index, int modifiers);
+    ~attribute_drag_cmd() override;
+    void update(const QPoint& pos, int modifiers) override;
+    void finish() override;
+
+    // What the host runs to step a switch, or to set plugs back to their
+    // defaults: one step of its undo queue.
+    static void set_now(picker_page* page, const QStringList& plugs, const QVector<double>& values);
+    static void reset(picker_page* page, int row);
+
+private:
+    int row() const;
+    void close_chunk();
+
+    picker_view* view;
+    button_id button;
+    QRect rect;
+    bool toggle = false;
+    bool chunk = false;
+    // Where the pointer and values were when the drag last changed pace.
+    QPoint anchor;
+    double anchorValue[2] = {0, 0};
+    double value[2] = {0, 0};
+    bool fine = false;
+};
+
 class shift_picker_cmd : public picker_mouse_cmd {
 public:
     shift_picker_cmd(picker_view* view, const QPoint& pos);

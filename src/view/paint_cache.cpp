@@ -27,14 +27,20 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
         now.kind = r.kind;
         now.selected = r.selected;
         now.several = r.name_count() >= 2;
-        now.missing = r.missing && r.kind == 0;
+        now.missing = r.missing && names_scene_objects(r.kind);
         now.shape = r.shape;
         now.points = r.points;
-        // Written only when it differs: an unchanged frame reads and compares.
+        if (r.kind == attribute_kind) {
+            now.value[0] = r.value[0];
+            now.value[1] = r.value[1];
+        }
+        // Written only when it differs (NaN, a value not known, included):
+        // an unchanged frame reads and compares.
         if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
             || p->several != now.several || p->labelSize != now.labelSize || p->missing != now.missing
-            || p->shape != now.shape || p->points != now.points) {
+            || p->shape != now.shape || p->points != now.points
+            || std::memcmp(p->value, now.value, sizeof now.value) != 0) {
             // The pen later buttons are drawn with depends on the kinds; a
             // label of another size reaches other pixels.
             all = all || p->bounds != now.bounds || p->kind != now.kind || p->labelSize != now.labelSize;
@@ -65,7 +71,7 @@ void paint_layer::index(const QList<buttonRecord>& buttons, const QVector<QRect>
     int last = -1;
     for (int i = 0; i < screen_.size(); ++i) {
         commandBefore_[i] = last;
-        if (buttons.at(i).kind && !screen_[i].isEmpty())
+        if (buttons.at(i).kind == command_kind && !screen_[i].isEmpty())
             last = i;
     }
     columns_ = std::max(1, (size.width() + cell - 1) / cell);
@@ -125,6 +131,7 @@ uint qHash(const face_cache::key& k, uint seed)
     h = (h ^ k.fill) * 0xC2B2AE3Du;
     h = (h ^ k.outline) * 0x27D4EB2Fu;
     h ^= uint(k.missing) << 24 | uint(k.shape) << 16 | uint(quint16(k.selected));
+    h = (h ^ uint(quint16(k.at[0])) ^ uint(quint16(k.at[1])) << 16) * 0x9E3779B1u;
     for (const QPoint& p : k.points)
         h = (h ^ uint(p.x()) ^ uint(p.y()) << 16) * 0x9E3779B1u;
     return h ^ (h >> 15);

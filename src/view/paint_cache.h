@@ -96,6 +96,7 @@ private:
         bool missing = false;
         qint32 shape = 0;
         QVector<QPoint> points;
+        double value[2] = {0, 0}; // an attribute button's
     };
 
     view_state state_;
@@ -125,10 +126,15 @@ public:
         qint16 selected = 0;
         bool missing = false;
         QVector<QPoint> points; // a polygon's
+        // An attribute button's widget and where its values stand, in
+        // 1/4096ths of the way (-1: not known); -1 for other buttons.
+        qint16 widget = -1;
+        qint16 at[2] = {-1, -1};
         bool operator==(const key& o) const
         {
             return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
-                && selected == o.selected && missing == o.missing && points == o.points;
+                && selected == o.selected && missing == o.missing && points == o.points && widget == o.widget
+                && at[0] == o.at[0] && at[1] == o.at[1];
         }
     };
     enum { command = 16, ring = 32 };

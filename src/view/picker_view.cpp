@@ -847,7 +847,7 @@ void picker_view::draw_buttons(QPainter& painter, const QRect& exposed)
     for (const buttonRecord& r : buttons()) {
         if (!r.bounds.intersects(area))
             continue;
-        if (r.kind)
+        if (r.kind == command_kind)
             draw_command_button(painter, r);
         else
             draw_one_button(painter, r);
@@ -912,7 +912,7 @@ QRgb picker_view::fill_of(const buttonRecord& r)
     // A button's own colour is opaque whatever its top byte holds; one whose
     // objects are missing is dimmed towards the canvas.
     const QRgb own = QRgb(r.color) | 0xff000000u;
-    if (!(r.missing && r.kind == 0))
+    if (!(r.missing && names_scene_objects(r.kind)))
         return own;
     const QRgb under = canvas_color.rgb();
     return qRgb((qRed(own) + qRed(under)) / 2, (qGreen(own) + qGreen(under)) / 2, (qBlue(own) + qBlue(under)) / 2);
@@ -925,7 +925,7 @@ bool picker_view::plain(const buttonRecord& r)
 
 int picker_view::shape_of(const buttonRecord& r)
 {
-    return (r.shape + 1) | (r.kind ? face_cache::command : 0);
+    return (r.shape + 1) | (r.kind == command_kind ? face_cache::command : 0);
 }
 
 const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density)
@@ -935,13 +935,18 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
     k.shape = quint8(shape_of(r));
     if (r.shape == qint32(button_shape::polygon))
         k.points = r.points;
-    if (r.kind) {
+    if (r.kind == command_kind) {
         k.fill = r.color;
         k.selected = r.selected;
     } else {
         k.fill = fill_of(r);
         k.outline = pen.style() == Qt::NoPen ? 0 : pen.color().rgba();
         k.missing = r.missing;
+    }
+    if (r.kind == attribute_kind) {
+        k.widget = qint16(r.widget);
+        for (int i = 0; i < 2; ++i)
+            k.at[i] = std::isnan(r.value[i]) ? qint16(-1) : qint16(std::lround(value_fraction(r, i, r.value[i]) * 4096));
     }
     if (const QImage* face = faces.find(k))
         return *face;
@@ -952,7 +957,7 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
     QPainter p(&image);
     p.setRenderHints(QPainter::RenderHints(hints));
     const QRectF at(QPointF(0, 0), QSizeF(size));
-    if (r.kind) {
+    if (r.kind == command_kind) {
         draw_command_face(p, at, r);
     } else {
         p.setPen(pen);
@@ -971,8 +976,75 @@ void picker_view::draw_selection_face(QPainter& painter, const QRectF& R, const 
         painter.setBrush(fill);
         draw_shape(painter, R, r);
     }
+    if (r.kind == attribute_kind)
+        draw_widget(painter, R, r);
     if (r.missing)
         hatch(painter, R, r);
+}
+
+// An attribute button's widget over its face: a slider's track filled to
+// its value with a handle there, a pad's cross hairs meeting at its two
+// values, a switch's box filled by its steps. A value not known shows no
+// handle.
+void picker_view::draw_widget(QPainter& painter, const QRectF& R, const buttonRecord& r)
+{
+    painter.save();
+    painter.setPen(Qt::NoPen);
+    const QColor face = QColor::fromRgba(fill_of(r));
+    const QColor track = face.darker(170), lit = face.lighter(190), handle = QColor(245, 245, 245);
+    const bool known = r.value_known();
+    const qreal inset = std::max<qreal>(1, std::min(R.width(), R.height()) * 0.15);
+    const QRectF inner = R.adjusted(inset, inset, -inset, -inset);
+    switch (attribute_widget(r.widget)) {
+    case attribute_widget::slider: {
+        const bool upright = r.height > r.width;
+        const qreal thick = std::max<qreal>(2, (upright ? inner.width() : inner.height()) * 0.3);
+        const QRectF line = upright ? QRectF(inner.center().x() - thick / 2, inner.top(), thick, inner.height())
+                                    : QRectF(inner.left(), inner.center().y() - thick / 2, inner.width(), thick);
+        painter.fillRect(line, track);
+        if (!known)
+            break;
+        const qreal f = value_fraction(r, 0, r.value[0]);
+        const qreal grip = std::max<qreal>(3, thick);
+        if (upright) {
+            const qreal y = inner.bottom() - f * inner.height();
+            painter.fillRect(QRectF(line.left(), y, line.width(), inner.bottom() - y), lit);
+            painter.fillRect(QRectF(inner.left(), y - grip / 2, inner.width(), grip), handle);
+        } else {
+            const qreal x = inner.left() + f * inner.width();
+            painter.fillRect(QRectF(inner.left(), line.top(), x - inner.left(), line.height()), lit);
+            painter.fillRect(QRectF(x - grip / 2, inner.top(), grip, inner.height()), handle);
+        }
+        break;
+    }
+    case attribute_widget::slider2d: {
+        painter.fillRect(inner, track);
+        if (!known)
+            break;
+        const qreal x = inner.left() + value_fraction(r, 0, r.value[0]) * inner.width();
+        const qreal y = inner.bottom() - value_fraction(r, 1, r.value[1]) * inner.height();
+        painter.fillRect(QRectF(inner.left(), y - 0.5, inner.width(), 1), lit);
+        painter.fillRect(QRectF(x - 0.5, inner.top(), 1, inner.height()), lit);
+        const qreal grip = std::max<qreal>(4, std::min(inner.width(), inner.height()) * 0.12);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(handle);
+        painter.drawEllipse(QPointF(x, y), grip / 2, grip / 2);
+        break;
+    }
+    case attribute_widget::checkbox: {
+        painter.fillRect(inner, track);
+        if (!known)
+            break;
+        const qreal f = value_fraction(r, 0, r.value[0]);
+        if (f > 0) {
+            const qreal gap = std::max<qreal>(1, inset / 2);
+            const QRectF on = inner.adjusted(gap, gap, -gap, -gap);
+            painter.fillRect(QRectF(on.left(), on.top(), on.width() * f, on.height()), lit);
+        }
+        break;
+    }
+    }
+    painter.restore();
 }
 
 void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
@@ -980,7 +1052,7 @@ void picker_view::draw_one_button(QPainter& painter, const buttonRecord& r)
     const QRect box = mapToScreen(r.bounds);
     // No pen is set here on purpose: a command button drawn earlier in the
     // same paint leaves its thin outline pen, and shapes pick it up.
-    const QPen pen = r.name_count() < 2 ? QPen(Qt::NoPen) : painter.pen();
+    const QPen pen = r.name_count() < 2 || r.kind == attribute_kind ? QPen(Qt::NoPen) : painter.pen();
     if (plain(r)) {
         painter.fillRect(QRectF(box), QColor::fromRgba(fill_of(r)));
     } else if (const int density = box.isEmpty() ? 0 : copies_faces(painter)) {

@@ -229,6 +229,7 @@ protected:
     void hideEvent(QHideEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
+    void mouseDoubleClickEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
     void wheelEvent(QWheelEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
@@ -276,6 +277,7 @@ protected:
     // pixels a widget pixel when none is kept yet.
     const QImage& face_of(const buttonRecord& r, const QSize& size, const QPen& pen, int hints, int density);
     void draw_selection_face(QPainter& painter, const QRectF& R, const buttonRecord& r);
+    static void draw_widget(QPainter& painter, const QRectF& R, const buttonRecord& r);
     static QRgb fill_of(const buttonRecord& r);
     // A selection button drawn as a plain fill of its box.
     static bool plain(const buttonRecord& r);

@@ -533,8 +533,10 @@ void picker_view::mousePressEvent(QMouseEvent* e)
             }
             int index = find_button_index(e->pos());
             hitButton = index < 0 ? 0 : buttons().at(index).id;
-            if (index < 0 || ctrlOnly || buttons().at(index).kind == 0)
+            if (index < 0 || ctrlOnly || buttons().at(index).kind == selection_kind)
                 mouseCmd = new select_button_cmd(this, e->pos(), modifiers);
+            else if (buttons().at(index).kind == attribute_kind)
+                mouseCmd = new attribute_drag_cmd(this, e->pos(), index, modifiers);
             else
                 mouseCmd = new track_button_cmd(this, e->pos(), index);
             e->accept();
@@ -559,6 +561,23 @@ void picker_view::mousePressEvent(QMouseEvent* e)
     } else {
         e->ignore();
     }
+}
+
+void picker_view::mouseDoubleClickEvent(QMouseEvent* e)
+{
+    // A double-click puts a slider or pad back to its attributes' defaults;
+    // a switch just steps again.
+    const int index = e->button() == Qt::LeftButton && !(e->modifiers() & (Qt::ControlModifier | Qt::AltModifier))
+        ? find_button_index(e->pos())
+        : -1;
+    if (index >= 0 && buttons().at(index).kind == attribute_kind
+        && buttons().at(index).widget != qint32(attribute_widget::checkbox)) {
+        delete std::exchange(mouseCmd, nullptr);
+        attribute_drag_cmd::reset(page_, index);
+        e->accept();
+        return;
+    }
+    mousePressEvent(e);
 }
 
 void picker_view::mouseMoveEvent(QMouseEvent* e)
