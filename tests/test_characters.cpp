@@ -59,10 +59,8 @@ class test_characters : public QObject, host_fixture {
 private slots:
     void initTestCase()
     {
-        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        const QString failed = open_picker_window();
         QVERIFY2(failed.isEmpty(), qPrintable(failed));
-        run("QuillmarshPicker");
-        h.drain_idle();
         body = dir.filePath("body.pkr");
         face = dir.filePath("face.pkr");
         write_pkr_file(body, "body",

@@ -134,16 +134,21 @@ class test_gui : public QObject {
     // looking at it would.
     bool glance_at_edit_menu()
     {
+        QMenu* edit = open_menu("&Edit");
+        return edit && xdo::key("Escape") && QTest::qWaitFor([&] { return !edit->isVisible(); }, patience);
+    }
+
+    // Clicks the picker's menu with this title open; null when it did not open.
+    QMenu* open_menu(const QString& title)
+    {
         auto* bar = window()->findChild<QMenuBar*>();
-        QMenu* edit = nullptr;
+        QMenu* menu = nullptr;
         for (QMenu* m : bar->findChildren<QMenu*>())
-            if (m->title() == "&Edit")
-                edit = m;
-        if (!edit || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(edit->menuAction()).center())))
-            return false;
-        if (!QTest::qWaitFor([&] { return edit->isVisible(); }, patience))
-            return false;
-        return xdo::key("Escape") && QTest::qWaitFor([&] { return !edit->isVisible(); }, patience);
+            if (m->title() == title)
+                menu = m;
+        if (!menu || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(menu->menuAction()).center())))
+            return nullptr;
+        return QTest::qWaitFor([&] { return menu->isVisible(); }, patience) ? menu : nullptr;
     }
 
 private slots:
@@ -584,14 +589,8 @@ private:
     // Picker > Follow Selection, clicked as the animator would.
     bool toggle_follow_in_menu()
     {
-        auto* bar = window()->findChild<QMenuBar*>();
-        QMenu* picker = nullptr;
-        for (QMenu* m : bar->findChildren<QMenu*>())
-            if (m->title() == "&Picker")
-                picker = m;
-        if (!picker || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(picker->menuAction()).center())))
-            return false;
-        if (!QTest::qWaitFor([&] { return picker->isVisible(); }, patience))
+        QMenu* picker = open_menu("&Picker");
+        if (!picker)
             return false;
         QAction* follow = nullptr;
         for (QAction* a : picker->actions())
