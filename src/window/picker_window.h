@@ -362,6 +362,7 @@ private:
     bool followingNow = false;
     // The namespace of the last selection no tab could follow, and the
     // tabs' names then: the next selection there need not ask the host again.
+    QStringList followSeen; // the host's selection as last taken in
     QString followMiss;
     QVector<quint64> followMissStamps;
     void follow(const QStringList& names);
