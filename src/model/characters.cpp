@@ -5,6 +5,7 @@
 #include "model/picker_page.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -130,7 +131,7 @@ follow_step plan_follow(const QVector<const picker_page*>& pages, int current, c
         if (i != current)
             order << i;
     for (const QString& c : candidates)
-        for (int i : order)
+        for (int i : std::as_const(order))
             if (fits(pages[i]->binding(), c, missing)) {
                 step.what = follow_step::rebind;
                 step.page = i;
