@@ -1,5 +1,6 @@
 // Selection is hashing: the host's selection of 1,000 names shown over 10
-// tabs of 2,000 buttons, beside one hash look-up per button name; and a
+// tabs of 2,000 buttons, beside one hash look-up per button name, with and
+// without following it to the selected character's tab; and a
 // marquee over 10,000 buttons (a fresh one, and a Shift one adding to half a
 // selection), beside hit-testing the same buttons.
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_sync
@@ -65,6 +66,15 @@ void host_selection()
         for (const buttonRecord& r : view->buttons())
             lit += r.selected != 0;
     bench::report("host selection, 1,000 names over 10 tabs x 2,000 buttons", times, sync_goal);
+    // Following adds a look at the last names' namespace and at what each
+    // tab drives, worked out once per change of its names.
+    window.set_follow_selection(true);
+    const int shown = window.tabs()->currentIndex();
+    const bench::paired followed = bench::paired_ms([&] { window.setSelection(selections[++turn % 2]); }, floor);
+    bench::report("the same, followed to the selected character's tab", followed, sync_goal);
+    if (window.tabs()->currentIndex() == shown)
+        std::printf("host selection followed: the tab never changed: the figure above does not compare\n");
+    window.set_follow_selection(false);
     if (lit == 0)
         std::printf("host selection: no button lit up: the figure above does not compare\n");
 }

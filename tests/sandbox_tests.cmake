@@ -43,6 +43,9 @@ quill_test(test_mirror SOURCES test_mirror.cpp LIBS picker_ui)
 quill_test(test_directives SOURCES test_directives.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
            LIBS picker_plugin maya_sandbox_host)
 
+quill_test(test_characters SOURCES test_characters.cpp ${CMAKE_SOURCE_DIR}/src/plugin/plugin_entry.cpp
+           LIBS picker_plugin maya_sandbox_host)
+
 quill_test(test_menus SOURCES test_menus.cpp LIBS picker_ui)
 
 # What edits act on, with the selection's round trip through the real host.

@@ -137,10 +137,8 @@ class test_directives : public QObject, host_fixture {
 private slots:
     void initTestCase()
     {
-        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        const QString failed = open_picker_window();
         QVERIFY2(failed.isEmpty(), qPrintable(failed));
-        run("QuillmarshPicker");
-        h.drain_idle();
     }
 
     void init()

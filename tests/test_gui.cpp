@@ -134,16 +134,21 @@ class test_gui : public QObject {
     // looking at it would.
     bool glance_at_edit_menu()
     {
+        QMenu* edit = open_menu("&Edit");
+        return edit && xdo::key("Escape") && QTest::qWaitFor([&] { return !edit->isVisible(); }, patience);
+    }
+
+    // Clicks the picker's menu with this title open; null when it did not open.
+    QMenu* open_menu(const QString& title)
+    {
         auto* bar = window()->findChild<QMenuBar*>();
-        QMenu* edit = nullptr;
+        QMenu* menu = nullptr;
         for (QMenu* m : bar->findChildren<QMenu*>())
-            if (m->title() == "&Edit")
-                edit = m;
-        if (!edit || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(edit->menuAction()).center())))
-            return false;
-        if (!QTest::qWaitFor([&] { return edit->isVisible(); }, patience))
-            return false;
-        return xdo::key("Escape") && QTest::qWaitFor([&] { return !edit->isVisible(); }, patience);
+            if (m->title() == title)
+                menu = m;
+        if (!menu || !xdo::click_at(bar->mapToGlobal(bar->actionGeometry(menu->menuAction()).center())))
+            return nullptr;
+        return QTest::qWaitFor([&] { return menu->isVisible(); }, patience) ? menu : nullptr;
     }
 
 private slots:
@@ -518,6 +523,52 @@ private slots:
         QVERIFY(!h.output_text().contains("Error"));
     }
 
+    // With Follow Selection checked in the Picker menu, selecting a
+    // character's objects in the host brings up the tab driving it, or
+    // rebinds the front tab to it, and leaves the keys where they were;
+    // unchecked, the tabs stay. The choice outlives the window.
+    void the_picker_follows_the_host_selection()
+    {
+        QVERIFY(h.execute("QuillmarshPicker set_tab hero"));
+        QVERIFY(!window()->follows_selection());
+        h.execute("select -r sidekick:head_ctrl");
+        main_->settle();
+        QCOMPARE(current_tab(), QString("hero"));
+
+        QVERIFY(toggle_follow_in_menu());
+        QVERIFY(window()->follows_selection());
+        QVERIFY(focus_editor());
+        h.execute("select -r sidekick:L_hand_ctrl");
+        TRY_COMPARE(current_tab(), QString("sidekick"));
+        QCOMPARE(QApplication::focusWidget(), mel_input());
+        QVERIFY(view()->any_selected());
+
+        // No tab for the sidekick: the hero's picker fits, and is rebound.
+        QVERIFY(h.execute("QuillmarshPicker close_tab; QuillmarshPicker set_tab hero"));
+        h.execute("select -r sidekick:jaw_ctrl");
+        TRY_COMPARE(view()->page()->binding().main, QString("sidekick"));
+        QCOMPARE(current_tab(), QString("hero"));
+        TRY_VERIFY(window()->tabs()->tabText(window()->tabs()->currentIndex()).startsWith("sidekick: hero"));
+        QCOMPARE(QApplication::focusWidget(), mel_input());
+
+        // A new window follows as the last one did.
+        QVERIFY(h.execute("sandboxRestoreWorkspace"));
+        TRY_VERIFY(view() && view()->isVisible());
+        QVERIFY(window()->follows_selection());
+        h.execute("select -r hero:head_ctrl");
+        TRY_COMPARE(view()->page()->binding().main, QString("hero"));
+
+        QVERIFY(toggle_follow_in_menu());
+        QVERIFY(!window()->follows_selection());
+        h.execute("select -r sidekick:jaw_ctrl");
+        main_->settle();
+        QCOMPARE(view()->page()->binding().main, QString("hero"));
+        QVERIFY(h.execute("sandboxRestoreWorkspace"));
+        TRY_VERIFY(view() && view()->isVisible());
+        QVERIFY(!window()->follows_selection());
+        mel_input()->clear();
+    }
+
     // Last: unloading takes the control away, and the host finds nothing
     // the plug-in left behind.
     void unloading_leaves_no_control()
@@ -533,6 +584,24 @@ private slots:
     }
 
 private:
+    QString current_tab() { return query("QuillmarshPicker current_tab"); }
+
+    // Picker > Follow Selection, clicked as the animator would.
+    bool toggle_follow_in_menu()
+    {
+        QMenu* picker = open_menu("&Picker");
+        if (!picker)
+            return false;
+        QAction* follow = nullptr;
+        for (QAction* a : picker->actions())
+            if (a->text() == "Follow Selection")
+                follow = a;
+        const bool was = follow && follow->isChecked();
+        if (!follow || !xdo::click_at(picker->mapToGlobal(picker->actionGeometry(follow).center())))
+            return false;
+        return QTest::qWaitFor([&] { return !picker->isVisible() && follow->isChecked() != was; }, patience);
+    }
+
     QStringList tab_names()
     {
         mel::value v;

@@ -43,7 +43,7 @@ __all__ = [
     "new_tab", "tabs", "current_tab", "set_tab", "rename_tab", "close_tab", "clear_tabs",
     "set_background", "clear_background", "background",
     "namespaces", "update_namespace", "check_bindings",
-    "open", "save", "flush", "batch",
+    "open", "follow_selection", "save", "flush", "batch",
 ]
 
 
@@ -511,13 +511,25 @@ def check_bindings() -> List[Tuple[str, str]]:
 
 # ----- Files and the scene
 
-def open(paths: Union[Path, Sequence[Path]], namespace: Optional[str] = None) -> None:
-    """Opens each .pkr file as a new tab, bound to `namespace` when given,
-    else to the scene's namespaces (asking when one is missing)."""
+def open(paths: Union[Path, Sequence[Path]], namespace: Union[str, Sequence[str], None] = None) -> None:
+    """Opens each .pkr file as a new tab bound to `namespace`, or as one tab
+    for each of several namespaces (one per copy of a character); without,
+    the pickers stay as their files have them."""
     args = _paths(paths)
     if namespace is not None:
-        args += ["namespace", str(namespace)]
+        for each in [namespace] if isinstance(namespace, str) else list(namespace):
+            args += ["namespace", str(each)]
     _run("open", *args)
+
+
+def follow_selection(on: Optional[bool] = None) -> bool:
+    """Whether the window follows a selection made in Maya to the tab of the
+    selected character (rebinding a picker that fits it); sets it when `on`
+    is given, as Picker > Follow Selection does, and returns it."""
+    if on is None:
+        return str(_run("follow_selection")) == "1"
+    _run("follow_selection", 1 if on else 0)
+    return bool(on)
 
 
 def save(path: Optional[Path] = None) -> None:

@@ -16,6 +16,12 @@
 
 namespace {
 
+quint64 next_binding_stamp()
+{
+    static quint64 last = 0;
+    return ++last;
+}
+
 button_id next_id()
 {
     static button_id last = 0;
@@ -51,7 +57,10 @@ bool conform_buttons(QList<buttonRecord>& buttons, const Selected& selected)
 
 } // namespace
 
-picker_page::picker_page(QObject* parent) : QObject(parent), mirrorPatterns_(side_patterns::user_default()) {}
+picker_page::picker_page(QObject* parent)
+    : QObject(parent), mirrorPatterns_(side_patterns::user_default()), bindingStamp_(next_binding_stamp())
+{
+}
 
 // ----- Reading
 
@@ -506,6 +515,15 @@ QStringList picker_page::namespaces() const
     return out;
 }
 
+const page_binding& picker_page::binding() const
+{
+    if (!bindingValid_) {
+        binding_ = binding_of(buttons_);
+        bindingValid_ = true;
+    }
+    return binding_;
+}
+
 // ----- Notices
 
 picker_page::hold::hold(picker_page* page) : page_(page)
@@ -543,6 +561,10 @@ void picker_page::mark_saved()
 void picker_page::notify(unsigned fields, int row)
 {
     ++revision_;
+    if (fields & (page_field::binding | page_field::layout)) {
+        bindingValid_ = false;
+        bindingStamp_ = next_binding_stamp();
+    }
     if (fields & page_field::stored) {
         const bool was = modified();
         ++storedEdits_;

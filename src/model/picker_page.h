@@ -5,6 +5,7 @@
 #pragma once
 
 #include "model/button_model.h"
+#include "model/characters.h"
 #include "model/png_picture.h"
 #include "model/platform.h"
 
@@ -172,6 +173,11 @@ public:
     // The namespaces the selection buttons' names live in, each with its
     // parents, sorted case-insensitively.
     QStringList namespaces() const;
+    // Which namespace the picker drives, worked out again only after its
+    // names change: following the host's selection asks it of every tab.
+    const page_binding& binding() const;
+    // Changes whenever the names may have; unique across pages.
+    quint64 binding_stamp() const { return bindingStamp_; }
 
     // While held, notices are merged and sent once when the last hold ends:
     // a command that touches many buttons, or a script in batch mode, makes
@@ -217,6 +223,9 @@ private:
 
     mutable QHash<button_id, int> index_;
     mutable bool indexValid_ = true;
+    mutable page_binding binding_;
+    mutable bool bindingValid_ = false;
+    quint64 bindingStamp_;
 
     QSet<button_id> picks_;
     bool picking_ = false;

@@ -141,6 +141,7 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"disable_batch_mode", &picker_main::disable_batch_mode, any_tab, 0},
     {"flush", &picker_main::flush, any_tab, 0},
     {"open", &picker_main::open, any_tab, any},
+    {"follow_selection", &picker_main::follow_selection, any_tab, 1},
     {"query_buttons", &picker_main::query_buttons, tab, 0},
     {"get_background", &picker_main::get_background, tab, 0},
     {"current_tab", &picker_main::current_tab, tab, 0},
@@ -1007,40 +1008,53 @@ void warn_unbound(const char* directive, const picker_page& page, const QStringL
 
 } // namespace
 
-// open PATH... [namespace NS]: never a dialog. With NS each picker's main
-// namespace moves to NS; without, a picker naming namespaces the scene
-// lacks is named in a warning, for update_namespace to move.
+// open PATH... [namespace NS]...: never a dialog. With namespaces each file
+// opens once per namespace, its main namespace moved there; without, a
+// picker naming namespaces the scene lacks is named in a warning, for
+// update_namespace to move. Every argument is checked before any file is read.
 MStatus picker_main::open(const MStringArray& given)
 {
     picker_book* b = book();
-    QStringList paths = MStringArrayToQStringList(given);
-    QString target;
-    const int at = paths.indexOf("namespace");
-    if (at >= 0) {
-        if (at != paths.size() - 2)
-            return script_error("open", "namespace takes one namespace, after the files");
-        target = paths.takeLast();
-        paths.removeLast();
-        if (!is_valid_namespace(target))
+    const QStringList args = MStringArrayToQStringList(given);
+    QStringList paths, targets;
+    for (int i = 0; i < args.size(); ++i) {
+        if (args[i] != "namespace") {
+            if (!targets.isEmpty())
+                return script_error("open", QString("\"%1\" comes after a namespace: the files come first").arg(args[i]));
+            paths << args[i];
+            continue;
+        }
+        if (++i == args.size())
+            return script_error("open", "namespace needs a namespace after it");
+        const QString target = args[i];
+        if (target.isEmpty() || !is_valid_namespace(target))
             return script_error("open", QString("\"%1\" is not a namespace").arg(target));
+        const QString bare = bare_namespace(target);
+        for (const QString& other : std::as_const(targets))
+            if (bare_namespace(other) == bare)
+                return script_error("open", QString("the namespace \"%1\" is given twice").arg(target));
+        targets << target;
     }
     if (paths.isEmpty())
         return script_error("open", "needs a picker file");
     QString why;
     QList<opened_picker> opened;
-    if (!open_into_book(*b, paths, &why, &opened))
+    const int copies = std::max(1, int(targets.size()));
+    if (!open_into_book(*b, paths, &why, &opened, copies))
         return script_error("open", why);
     MStringArray scene_list;
     ensure_script("picker_ListNamespaces", "picker_ListNamespaces.mel");
     MGlobal::executeCommand("picker_ListNamespaces", scene_list, false, false);
     const QStringList scene = MStringArrayToQStringList(scene_list);
-    for (const opened_picker& each : std::as_const(opened)) {
-        // What the file lost is said in the script output, naming the file.
-        if (!each.warning.isEmpty())
+    for (int i = 0; i < opened.size(); ++i) {
+        const opened_picker& each = opened[i];
+        // What the file lost is said in the script output, naming the file,
+        // once however many copies it opened as.
+        if (!each.warning.isEmpty() && i % copies == 0)
             MGlobal::displayWarning(to_m(QString("%1 - open: %2").arg(texts::command_name, each.warning.simplified())));
-        if (!target.isEmpty()) {
+        if (!targets.isEmpty()) {
             QStringList from, to;
-            if (namespace_move(*each.page, {target}, &from, &to, &why) && !from.isEmpty())
+            if (namespace_move(*each.page, {targets[i % copies]}, &from, &to, &why) && !from.isEmpty())
                 rebind_namespace_cmd(each.page, from, to).redo(); // part of opening: no undo step
             continue;
         }
@@ -1050,6 +1064,34 @@ MStatus picker_main::open(const MStringArray& given)
         for (const opened_picker& each : std::as_const(opened))
             w->frame_when_shown(w->view_of(each.page));
     selectionChangedFn(nullptr);
+    return MStatus::kSuccess;
+}
+
+// follow_selection [1|0]: sets whether the window follows the animator's
+// selection to the tab of the selected character; alone, returns it.
+MStatus picker_main::follow_selection(const MStringArray& args)
+{
+    picker_window* w = picker();
+    if (args.length() == 0) {
+        clearResult();
+        // As text, as the other directives give numbers.
+        MPxCommand::setResult(MString((w ? w->follows_selection() : picker_window::follow_setting()) ? "1" : "0"));
+        return MStatus::kSuccess;
+    }
+    const QString value = to_q(args[0]).toLower();
+    bool on;
+    if (value == "1" || value == "true" || value == "on")
+        on = true;
+    else if (value == "0" || value == "false" || value == "off")
+        on = false;
+    else
+        return script_error("follow_selection", QString("takes 1 or 0, got \"%1\"").arg(to_q(args[0])));
+    // Without a window there is nothing to follow with; the choice is the
+    // user's all the same, for the next session with one.
+    if (w)
+        w->set_follow_selection(on);
+    else
+        picker_window::store_follow_setting(on);
     return MStatus::kSuccess;
 }
 

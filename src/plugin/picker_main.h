@@ -163,6 +163,7 @@ private:
     MStatus disable_batch_mode(const MStringArray& args);
     MStatus flush(const MStringArray& args);
     MStatus open(const MStringArray& args);
+    MStatus follow_selection(const MStringArray& args);
     MStatus add_button(const MStringArray& args);
     MStatus add_cmd_button(const MStringArray& args);
     MStatus move_button(const MStringArray& args);

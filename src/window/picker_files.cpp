@@ -129,7 +129,8 @@ opened_picker add_picker_page(picker_book& book, const QString& path, const pkr_
     return {page, whole ? QString() : damage_text(path, contents, key_refused)};
 }
 
-bool open_into_book(picker_book& book, const QStringList& paths, QString* why, QList<opened_picker>* opened)
+bool open_into_book(picker_book& book, const QStringList& paths, QString* why, QList<opened_picker>* opened,
+                    int copies)
 {
     // Every file is read before any page is made, so a bad path opens nothing.
     QList<pkr_contents> all;
@@ -147,10 +148,10 @@ bool open_into_book(picker_book& book, const QStringList& paths, QString* why, Q
     // All of them or none.
     qint64 buttons = 0, names = 0;
     for (const pkr_contents& contents : all) {
-        buttons += contents.buttons.size();
-        names += names_in(contents.buttons);
+        buttons += qint64(contents.buttons.size()) * copies;
+        names += names_in(contents.buttons) * copies;
     }
-    const QString full = no_room(book.pages(), nullptr, buttons, int(all.size()), names);
+    const QString full = no_room(book.pages(), nullptr, buttons, int(all.size()) * copies, names);
     if (!full.isEmpty()) {
         *why = full;
         return false;
@@ -162,8 +163,10 @@ bool open_into_book(picker_book& book, const QStringList& paths, QString* why, Q
         *why = QString("the pickers were not opened: %1").arg(scene_budget_exceeded());
         return false;
     }
+    // Copies share their file's picture: the scene keeps it once.
     for (int i = 0; i < paths.size(); ++i)
-        opened->append(add_picker_page(book, paths[i], all[i]));
+        for (int copy = 0; copy < copies; ++copy)
+            opened->append(add_picker_page(book, paths[i], all[i]));
     return true;
 }
 

@@ -188,6 +188,12 @@ void picker_window::make_menus()
     pickerMenu->addSeparator();
     backgroundAction = add_item(pickerMenu, "Change Background...", SLOT(change_background()));
     namespaceAction = add_item(pickerMenu, "Change Namespace...", SLOT(change_namespace()));
+    pickerMenu->addSeparator();
+    followAction = add_item(pickerMenu, "Follow Selection", nullptr);
+    followAction->setCheckable(true);
+    following = follow_setting();
+    followAction->setChecked(following);
+    connect(followAction, &QAction::toggled, this, &picker_window::set_follow_selection);
 
     QAction* about = add_item(helpMenu, "About QuillmarshPicker...", SLOT(about_dialog()));
 
@@ -225,6 +231,8 @@ void picker_window::connect_picker(picker_view* view)
     connect(view->page(), &picker_page::changed, this, [this, view](const page_notice& notice) {
         if (notice.fields & (page_field::name | page_field::path))
             show_tab_name(view);
+        else if (notice.fields & (page_field::binding | page_field::layout))
+            show_tab_names_later();
     });
     show_tab_name(view);
     QUndoStack* stack = view->undoer();
@@ -562,6 +570,8 @@ void picker_window::pass_key_on(QKeyEvent* e)
 
 void picker_window::settle_focus()
 {
+    if (followingNow)
+        return;
     // The canvas takes the keys unless the animator clicked into the label
     // field; it never takes them from a widget of the host's.
     picker_view* view = frontPicker();

@@ -95,6 +95,17 @@ public:
     // Whether a selection directive asked for these names because the
     // picker posted them; each post is recognised once.
     bool take_own_post(const QStringList& asked);
+    // Picker > Follow Selection: a selection the animator makes in the host
+    // brings up the tab driving its character, or rebinds one that fits it.
+    bool follows_selection() const { return following; }
+    void set_follow_selection(bool on);
+    // The user's choice as the settings keep it, with or without a window.
+    static bool follow_setting();
+    static void store_follow_setting(bool on);
+    // Whether the animator is in the middle of an edit (a gesture, a
+    // dialog, the label field, Control held over the canvas): the tabs
+    // stay as they are then.
+    bool editing() const;
     // Clears every tab's lit buttons and picks: the picker makes a new
     // selection of its own.
     void clearAllSelected();
@@ -333,6 +344,7 @@ private:
     QAction* updateAction = nullptr;
     QAction* backgroundAction = nullptr;
     QAction* namespaceAction = nullptr;
+    QAction* followAction = nullptr;
 
     QAction* toolboxAction = nullptr;
 
@@ -345,6 +357,19 @@ private:
     QVBoxLayout* mainLayout = nullptr;
     toolbox_values toolboxState;
     bool closing = false;
+    bool following = false;
+    // While a followed selection changes the tab: the keys stay where they are.
+    bool followingNow = false;
+    // The namespace of the last selection no tab could follow, and the
+    // tabs' names then: the next selection there need not ask the host again.
+    QStringList followSeen; // the host's selection as last taken in
+    QString followMiss;
+    QVector<quint64> followMissStamps;
+    void follow(const QStringList& names);
+    // The tab bar's text and tip of every tab, once the event loop is
+    // back: a script adding thousands of buttons asks for it each time.
+    void show_tab_names_later();
+    bool tabNamesPending = false;
     bool objectCheckPending = false;
     QList<closed_tab> closed;
     // Keeps a closed tab for reopening, within max_closed tabs and the

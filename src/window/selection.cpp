@@ -62,6 +62,14 @@ void picker_window::setSelection(const QStringList& names, bool own, const QStri
     for (picker_page* page : changed)
         if (picker_view* view = view_of(page))
             view->refresh();
+    // Only a selection the animator made in the host: a click here already
+    // shows the tab it was made in, and a sync that brings no change (a
+    // restored scene, an opened picker) is not the animator's doing.
+    if (names != followSeen) {
+        followSeen = names;
+        if (!own)
+            follow(names);
+    }
     // The toolbox follows a selection made in the host as it does one made here.
     updateControls();
     // Objects come and go with selections (a new node is selected, a

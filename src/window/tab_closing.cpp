@@ -35,14 +35,39 @@ void picker_window::show_tab_name(picker_view* view)
     if (index < 0)
         return;
     const picker_page* page = view->page();
-    // A name may hold '&', which a tab bar would take for a mnemonic.
     QString shown = page->name();
+    // The character the picker drives leads, written as the host writes a
+    // name in it: copies of one picker differ only there, and a narrow tab
+    // is cut at its end. A tab named after it already says it.
+    const QString& ns = page->binding().main;
+    const bool named = !ns.isEmpty() && ns != ":" && ns.compare(shown, Qt::CaseInsensitive) != 0;
+    if (named)
+        shown = ns + ": " + shown;
+    // A name may hold '&', which a tab bar would take for a mnemonic.
     shown.replace('&', "&&");
     tabWidget->setTabText(index, page->modified() ? shown + texts::modified_mark : shown);
     QString tip = page->path().isEmpty() ? texts::tab_without_file : QDir::toNativeSeparators(page->path());
+    if (!ns.isEmpty() && ns != ":")
+        tip = texts::tab_namespace_tip.arg(ns) + "\n" + tip;
     if (page->modified())
         tip += "\n" + texts::tab_modified_tip;
     tabWidget->setTabToolTip(index, tip);
+}
+
+void picker_window::show_tab_names_later()
+{
+    if (tabNamesPending)
+        return;
+    tabNamesPending = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            tabNamesPending = false;
+            for (int i = 0; i < tabWidget->count(); ++i)
+                if (auto* view = qobject_cast<picker_view*>(tabWidget->widget(i)))
+                    show_tab_name(view);
+        },
+        Qt::QueuedConnection);
 }
 
 bool picker_window::close_one(int index)

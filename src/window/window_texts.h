@@ -23,6 +23,7 @@ const QString close_tab_file = QStringLiteral("Its file \"%1\" does not hold the
 const QString modified_mark = QStringLiteral("*");
 const QString tab_without_file = QStringLiteral("Not saved to a picker file");
 const QString tab_modified_tip = QStringLiteral("Changed since it was last saved");
+const QString tab_namespace_tip = QStringLiteral("Drives the namespace %1");
 const QString replace_question = QStringLiteral("\"%1\" already exists.\n\nDo you want to replace it?");
 const QString saved_picker = QStringLiteral("Saved the picker \"%1\" to %2.");
 const QString open_failed =

@@ -18,6 +18,17 @@ struct host_fixture {
 
     bool run(const QString& mel, mel::value* result = nullptr) { return h.execute(mel, result); }
 
+    // The plug-in loaded and its window open, the host idle; empty, or why not.
+    QString open_picker_window()
+    {
+        const QString failed = start_linked_picker(h, &main, "QuillmarshPicker.so");
+        if (!failed.isEmpty())
+            return failed;
+        run("QuillmarshPicker");
+        h.drain_idle();
+        return QString();
+    }
+
     // What the MEL gives back as strings: none for no result, "<failed>"
     // when it fails.
     QStringList result(const QString& mel)

@@ -1,0 +1,142 @@
+#include "model/characters.h"
+
+#include "model/namespaces.h"
+#include "model/object_names.h"
+#include "model/picker_page.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// The namespace itself and its parents, the deepest first.
+QStringList with_parents(const QString& ns)
+{
+    QStringList out;
+    for (QString each = ns; !each.isEmpty();) {
+        out << each;
+        const int parent = each.lastIndexOf(':');
+        each = parent < 0 ? QString() : each.left(parent);
+    }
+    return out;
+}
+
+bool inside(const QString& ns, const QString& outer)
+{
+    return ns == outer || (ns.startsWith(outer) && ns.size() > outer.size() && ns.at(outer.size()) == ':');
+}
+
+// Whether the scene has most of the page's sampled names moved to ns: a
+// button or two left broken in the rig does not keep a picker from fitting.
+bool fits(const page_binding& binding, const QString& ns,
+          const std::function<QStringList(const QStringList&)>& missing)
+{
+    if (binding.sample.isEmpty() || binding.main == ns)
+        return false;
+    QStringList from, to;
+    add_namespace_pair(from, to, binding.main, ns);
+    buttonAttributes moved;
+    moved.names = binding.sample;
+    rebind_picker_button(moved, from, to);
+    return missing(moved.names).size() * 4 <= moved.names.size();
+}
+
+} // namespace
+
+QString node_namespace(const QString& name)
+{
+    QString node = name.left(node_end(name));
+    node = node.mid(node.lastIndexOf('|') + 1);
+    if (node.startsWith(':'))
+        node.remove(0, 1);
+    const int colon = node.lastIndexOf(':');
+    return colon <= 0 ? QString() : node.left(colon);
+}
+
+QString selection_namespace(const QStringList& names)
+{
+    for (auto it = names.crbegin(); it != names.crend(); ++it) {
+        const QString ns = node_namespace(*it);
+        // One a name could not have (a mistyped "a::b") says nothing.
+        if (!ns.isEmpty() && is_valid_namespace(ns))
+            return ns;
+    }
+    return QString();
+}
+
+page_binding binding_of(const QList<buttonRecord>& buttons)
+{
+    page_binding out;
+    QStringList names;
+    for (const buttonRecord& r : buttons) {
+        if (r.kind != 0)
+            continue;
+        names << r.names;
+        for (const QString& name : r.names) {
+            const QString ns = node_namespace(name);
+            out.direct.insert(ns.isEmpty() ? QString(":") : ns);
+        }
+    }
+    const QStringList used = namespaces_by_use(names);
+    if (used.isEmpty())
+        return out;
+    out.main = used.first();
+    // Spread over the picker, so one body part renamed in a rig copy does
+    // not decide alone.
+    QVector<int> fitting;
+    for (int i = 0; i < names.size(); ++i) {
+        const QString ns = node_namespace(names[i]);
+        if (out.main == ":" ? ns.isEmpty() : inside(ns, out.main))
+            fitting << i;
+    }
+    const int n = int(fitting.size());
+    const int take = std::min(n, binding_sample_size);
+    for (int k = 0; k < take; ++k) {
+        const QString& name = names[fitting[int(qint64(k) * n / take)]];
+        out.sample << name.left(node_end(name));
+    }
+    out.sample.removeDuplicates();
+    return out;
+}
+
+follow_step plan_follow(const QVector<const picker_page*>& pages, int current, const QString& ns,
+                        const std::function<QStringList(const QStringList&)>& missing)
+{
+    follow_step step;
+    if (ns.isEmpty() || pages.isEmpty())
+        return step;
+    const QStringList candidates = with_parents(ns);
+    const picker_page* front = pages.value(current);
+    if (front)
+        for (const QString& c : candidates)
+            if (front->binding().direct.contains(c))
+                return step;
+    const auto show = [&step](int index) {
+        step.what = follow_step::show;
+        step.page = index;
+        return step;
+    };
+    for (const QString& c : candidates) {
+        for (int i = 0; i < pages.size(); ++i)
+            if (i != current && pages[i]->binding().main == c)
+                return show(i);
+        for (int i = 0; i < pages.size(); ++i)
+            if (i != current && pages[i]->binding().direct.contains(c))
+                return show(i);
+    }
+    QVector<int> order;
+    if (front)
+        order << current;
+    for (int i = 0; i < pages.size(); ++i)
+        if (i != current)
+            order << i;
+    for (const QString& c : candidates)
+        for (int i : std::as_const(order))
+            if (fits(pages[i]->binding(), c, missing)) {
+                step.what = follow_step::rebind;
+                step.page = i;
+                step.to = c;
+                return step;
+            }
+    return step;
+}
