@@ -134,6 +134,28 @@ private slots:
         QCOMPARE(h.error_count(), 0);
     }
 
+    // The picker holding the picked object answers before the one that
+    // merely drives its namespace: picking the second copy's jaw brings up
+    // the face picker, rebound, not the second copy's body.
+    void the_picker_of_the_picked_object_answers_first()
+    {
+        open_body({"charA", "charB"});
+        QVERIFY(run(QString("QuillmarshPicker open \"%1\"").arg(face)));
+        h.drain_idle();
+        window()->tabs()->setCurrentIndex(0);
+        QVERIFY(run("select -r charB:jaw"));
+        h.drain_idle();
+        QCOMPARE(window()->tabs()->currentIndex(), 2);
+        QCOMPARE(mains(), (QStringList{"charA", "charB", "charB"}));
+        QVERIFY(run("select -r charA:jaw"));
+        h.drain_idle();
+        QCOMPARE(mains(), (QStringList{"charA", "charB", "charA"}));
+        QVERIFY(run("select -r charB:leg"));
+        h.drain_idle();
+        QCOMPARE(window()->tabs()->currentIndex(), 1);
+        QCOMPARE(h.error_count(), 0);
+    }
+
     // A followed rebind is what Change Namespace... does: one undo step,
     // and scripts see the names it moved to at once.
     void a_followed_rebind_is_one_undo_step()

@@ -77,6 +77,35 @@ QImage draw_character(const QColor& body, const QColor& accent)
     return image;
 }
 
+// The face the facial picker lies over: a head filling the card, eyes,
+// brows and a mouth where the picker's widgets go.
+QImage draw_face(const QColor& skin, const QColor& accent)
+{
+    QImage image(320, 320, QImage::Format_ARGB32);
+    image.setDotsPerMeterX(3937);
+    image.setDotsPerMeterY(3937);
+    image.fill(QColor(34, 38, 46));
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(skin.darker(140), 3));
+    p.setBrush(skin);
+    p.drawEllipse(QPointF(160, 170), 118, 136);
+    p.setPen(Qt::NoPen);
+    p.setBrush(QColor(236, 236, 230));
+    for (int x : {116, 204})
+        p.drawEllipse(QPointF(x, 146), 26, 20);                       // eyes
+    p.setBrush(skin.darker(170));
+    for (int x : {116, 204})
+        p.drawRoundedRect(QRectF(x - 32, 100, 64, 10), 5, 5);         // brows
+    p.setBrush(accent);
+    QPainterPath mouth;
+    mouth.moveTo(104, 238);
+    mouth.cubicTo(130, 262, 190, 262, 216, 238);
+    mouth.cubicTo(190, 250, 130, 250, 104, 238);
+    p.drawPath(mouth);
+    return image;
+}
+
 bool fail(const QString& message)
 {
     std::fprintf(stderr, "make_demo: %s\n%s\n", qPrintable(message),
@@ -159,7 +188,8 @@ bool build(const options& o)
     const QString& script = o.script;
     sandbox::host& h = sandbox::host::instance();
     if (!draw_character(QColor(88, 120, 168), QColor(200, 160, 60)).save(out.filePath("images/hero.png")) ||
-        !draw_character(QColor(176, 112, 72), QColor(90, 150, 110)).save(out.filePath("images/sidekick.png")))
+        !draw_character(QColor(176, 112, 72), QColor(90, 150, 110)).save(out.filePath("images/sidekick.png")) ||
+        !draw_face(QColor(88, 120, 168), QColor(200, 160, 60)).save(out.filePath("images/hero_face.png")))
         return fail("cannot write the pictures");
     QFile file(script);
     if (!file.open(QIODevice::ReadOnly))

@@ -43,25 +43,39 @@ bool fits(const page_binding& binding, const QString& ns,
 
 } // namespace
 
-QString node_namespace(const QString& name)
+namespace {
+// The node a name ends in, without a DAG path or a leading root colon.
+QString leaf_node(const QString& name)
 {
     QString node = name.left(node_end(name));
     node = node.mid(node.lastIndexOf('|') + 1);
     if (node.startsWith(':'))
         node.remove(0, 1);
+    return node;
+}
+} // namespace
+
+QString node_namespace(const QString& name)
+{
+    const QString node = leaf_node(name);
     const int colon = node.lastIndexOf(':');
     return colon <= 0 ? QString() : node.left(colon);
 }
 
-QString selection_namespace(const QStringList& names)
+QString selection_node(const QStringList& names)
 {
     for (auto it = names.crbegin(); it != names.crend(); ++it) {
         const QString ns = node_namespace(*it);
         // One a name could not have (a mistyped "a::b") says nothing.
         if (!ns.isEmpty() && is_valid_namespace(ns))
-            return ns;
+            return leaf_node(*it);
     }
     return QString();
+}
+
+QString selection_namespace(const QStringList& names)
+{
+    return node_namespace(selection_node(names));
 }
 
 page_binding binding_of(const QList<buttonRecord>& buttons)
@@ -69,12 +83,13 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
     page_binding out;
     QStringList names;
     for (const buttonRecord& r : buttons) {
-        if (r.kind != 0)
+        if (!names_scene_objects(r.kind))
             continue;
         names << r.names;
         for (const QString& name : r.names) {
             const QString ns = node_namespace(name);
             out.direct.insert(ns.isEmpty() ? QString(":") : ns);
+            out.nodes.insert(leaf_node(name));
         }
     }
     const QStringList used = namespaces_by_use(names);
@@ -100,13 +115,40 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
 }
 
 follow_step plan_follow(const QVector<const picker_page*>& pages, int current, const QString& ns,
-                        const std::function<QStringList(const QStringList&)>& missing)
+                        const std::function<QStringList(const QStringList&)>& missing, const QString& node)
 {
     follow_step step;
     if (ns.isEmpty() || pages.isEmpty())
         return step;
     const QStringList candidates = with_parents(ns);
     const picker_page* front = pages.value(current);
+    QVector<int> order;
+    if (front)
+        order << current;
+    for (int i = 0; i < pages.size(); ++i)
+        if (i != current)
+            order << i;
+    if (!node.isEmpty() && inside(node_namespace(node), ns)) {
+        for (int i : std::as_const(order))
+            if (pages[i]->binding().nodes.contains(node)) {
+                if (i != current) {
+                    step.what = follow_step::show;
+                    step.page = i;
+                }
+                return step;
+            }
+        const QString own = node.mid(ns.size() + 1);
+        for (int i : std::as_const(order)) {
+            const page_binding& b = pages[i]->binding();
+            const QString there = b.main == ":" ? own : b.main + ':' + own;
+            if (b.nodes.contains(there) && fits(b, ns, missing)) {
+                step.what = follow_step::rebind;
+                step.page = i;
+                step.to = ns;
+                return step;
+            }
+        }
+    }
     if (front)
         for (const QString& c : candidates)
             if (front->binding().direct.contains(c))
@@ -124,12 +166,6 @@ follow_step plan_follow(const QVector<const picker_page*>& pages, int current, c
             if (i != current && pages[i]->binding().direct.contains(c))
                 return show(i);
     }
-    QVector<int> order;
-    if (front)
-        order << current;
-    for (int i = 0; i < pages.size(); ++i)
-        if (i != current)
-            order << i;
     for (const QString& c : candidates)
         for (int i : std::as_const(order))
             if (fits(pages[i]->binding(), c, missing)) {

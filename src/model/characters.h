@@ -26,6 +26,8 @@ struct page_binding {
     // A few node names in main or nested in it, spread over the picker:
     // enough to tell whether another copy of the character has them.
     QStringList sample;
+    // The node of every name, without a DAG path.
+    QSet<QString> nodes;
 };
 
 // Names per picker that decide whether it fits another copy.
@@ -39,6 +41,8 @@ QString node_namespace(const QString& name);
 // What a host selection is about: the namespace of the most recently
 // selected name that has one; empty when none has.
 QString selection_namespace(const QStringList& names);
+// That name's node, without a DAG path; empty when no name has a namespace.
+QString selection_node(const QStringList& names);
 
 struct follow_step {
     enum action { stay, show, rebind };
@@ -47,11 +51,16 @@ struct follow_step {
     QString to;     // for rebind: the namespace its main one moves to
 };
 
-// Where to go for a selection in namespace ns (or a parent of it, the
-// deepest first): nowhere when the current page drives it; else the page
-// that does (its main namespace before one it merely uses); else a page
-// whose sampled names the scene has under it instead of its own (the
-// current page first), rebound. `missing` returns the names among those
-// given that the scene lacks.
+// Where to go for a selection of `node` in namespace ns. The picker that
+// holds the node itself answers first (nowhere when it is the current
+// one), then one that holds it under another copy's namespace and fits
+// this one, rebound (a facial picker follows the face control picked).
+// Then by namespace (or a parent of it, the deepest first): nowhere when
+// the current page drives it; else the page that does (its main
+// namespace before one it merely uses); else a page whose sampled names
+// the scene has under it instead of its own (the current page first),
+// rebound. `missing` returns the names among those given that the scene
+// lacks.
 follow_step plan_follow(const QVector<const picker_page*>& pages, int current, const QString& ns,
-                        const std::function<QStringList(const QStringList&)>& missing);
+                        const std::function<QStringList(const QStringList&)>& missing,
+                        const QString& node = QString());

@@ -592,7 +592,7 @@ void picker_view::mouseMoveEvent(QMouseEvent* e)
         return;
     hoverPoint = e->pos();
     const buttonRecord* hit = find_button(e->pos());
-    if (!hit || hit->kind != 0) {
+    if (!hit || !names_scene_objects(hit->kind)) {
         if (!tooltipText.isEmpty()) {
             tooltipText.clear();
             setToolTip(QString());

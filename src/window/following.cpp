@@ -60,7 +60,8 @@ void picker_window::follow(const QStringList& names)
 {
     if (!following || tabWidget->count() == 0 || editing())
         return;
-    const QString ns = selection_namespace(names);
+    const QString node = selection_node(names);
+    const QString ns = node_namespace(node);
     if (ns.isEmpty())
         return;
     const QVector<const picker_page*> all = pages();
@@ -70,13 +71,13 @@ void picker_window::follow(const QStringList& names)
     stamps << quint64(book_->current());
     // Asking the host which names exist is the costly part; a namespace no
     // tab fitted is not asked about again until a picker's names change.
-    if (ns == followMiss && stamps == followMissStamps)
+    if (node == followMiss && stamps == followMissStamps)
         return;
-    const follow_step step = plan_follow(all, book_->current(), ns, [](const QStringList& sample) {
-        return picker_host::instance().missing_objects(sample);
-    });
+    const follow_step step = plan_follow(
+        all, book_->current(), ns,
+        [](const QStringList& sample) { return picker_host::instance().missing_objects(sample); }, node);
     if (step.what == follow_step::stay) {
-        followMiss = ns;
+        followMiss = node;
         followMissStamps = stamps;
         return;
     }
