@@ -527,6 +527,76 @@ private slots:
     // character's objects in the host brings up the tab driving it, or
     // rebinds the front tab to it, and leaves the keys where they were;
     // unchecked, the tabs stay. The choice outlives the window.
+    // The demo's facial picker dragged as the animator drags it: values
+    // live in the host, a drag one undo step, Shift a tenth as far, a
+    // double-click back to the default, switches stepping, values set
+    // elsewhere shown, the same picker driving the other character once
+    // rebound, and following the face control picked in the host.
+    void the_facial_picker_drags_through_the_window()
+    {
+        QVERIFY(h.execute("QuillmarshPicker set_tab hero_face"));
+        main_->settle();
+        view()->zoomWindow(2.0f, QPoint(0, 0));
+        TRY_VERIFY(!view()->animating());
+        const QString brow = "hero:face_ctrl.L_brow";
+        QVERIFY(xdo::drag(on(brow, 0.5, 0.5), on(brow, 1.3, 0.5)));
+        TRY_COMPARE(number("getAttr " + brow), 1.0);
+        QCOMPARE(shown(brow), 1.0);
+        QVERIFY(h.execute("undo"));
+        QCOMPARE(number("getAttr " + brow), 0.0);
+        TRY_COMPARE(shown(brow), 0.0);
+
+        // Shift from the press on: a quarter of the track moves a fortieth
+        // of the range (a tenth of a quarter), give or take the edge.
+        QVERIFY(xdo::run({"keydown", "shift"}));
+        const bool dragged = xdo::drag(on(brow, 0.5, 0.5), on(brow, 0.75, 0.5));
+        QVERIFY(xdo::run({"keyup", "shift"}));
+        QVERIFY(dragged);
+        TRY_VERIFY(number("getAttr " + brow) > 0.04 && number("getAttr " + brow) < 0.07);
+        QVERIFY(xdo::double_click_at(on(brow, 0.9, 0.5)));
+        TRY_COMPARE(number("getAttr " + brow), 0.0);
+
+        // A pad sets both plugs: the top right corner is both maxima.
+        const QString eye = "hero:face_ctrl.L_eye_x";
+        QVERIFY(xdo::drag(on(eye, 0.5, 0.5), on(eye, 1.5, -0.5)));
+        TRY_COMPARE(number("getAttr hero:face_ctrl.L_eye_y"), 1.0);
+        QCOMPARE(number("getAttr " + eye), 1.0);
+        QVERIFY(h.execute("undo"));
+        QCOMPARE(number("getAttr hero:face_ctrl.L_eye_y"), 0.0);
+        QCOMPARE(number("getAttr " + eye), 0.0);
+
+        // A switch steps on a click, one undo step each.
+        const QString fk = "hero:settings_ctrl.L_arm_ikFk";
+        QVERIFY(xdo::click_at(on(fk, 0.5, 0.5)));
+        TRY_COMPARE(number("getAttr " + fk), 1.0);
+        QVERIFY(xdo::click_at(on(fk, 0.5, 0.5)));
+        TRY_COMPARE(number("getAttr " + fk), 0.0);
+        QVERIFY(h.execute("undo"));
+        QCOMPARE(number("getAttr " + fk), 1.0);
+        TRY_COMPARE(shown(fk), 1.0);
+        QVERIFY(h.execute("setAttr hero:settings_ctrl.L_arm_ikFk 0; setAttr hero:face_ctrl.jaw_open 0.5"));
+        TRY_COMPARE(shown("hero:face_ctrl.jaw_open"), 0.5);
+
+        // Rebound, the picker drives the sidekick's face and leaves the hero's.
+        QVERIFY(h.execute("QuillmarshPicker update_namespace sidekick"));
+        main_->settle();
+        const QString theirs = "sidekick:face_ctrl.L_brow";
+        QVERIFY(xdo::drag(on(theirs, 0.5, 0.5), on(theirs, -0.3, 0.5)));
+        TRY_COMPARE(number("getAttr " + theirs), -1.0);
+        QCOMPARE(number("getAttr " + brow), 0.0);
+
+        // Following: the face control picked in the host brings the facial
+        // picker up, bound to that character.
+        QVERIFY(h.execute("QuillmarshPicker follow_selection 1; QuillmarshPicker set_tab hero"));
+        h.execute("select -r hero:face_ctrl");
+        TRY_COMPARE(current_tab(), QString("hero_face"));
+        TRY_COMPARE(view()->page()->binding().main, QString("hero"));
+        h.execute("select -r sidekick:L_hand_ctrl");
+        TRY_COMPARE(current_tab(), QString("sidekick"));
+        QVERIFY(h.execute("QuillmarshPicker follow_selection 0; QuillmarshPicker set_tab hero; select -cl"));
+        QCOMPARE(h.error_count(), 0);
+    }
+
     void the_picker_follows_the_host_selection()
     {
         QVERIFY(h.execute("QuillmarshPicker set_tab hero"));
@@ -585,6 +655,31 @@ private slots:
 
 private:
     QString current_tab() { return query("QuillmarshPicker current_tab"); }
+
+    const buttonRecord* bound_to(const QString& plug)
+    {
+        for (const buttonRecord& r : view()->buttons())
+            if (r.names.value(0) == plug)
+                return &r;
+        return nullptr;
+    }
+    // A place on the button of the plug, as parts of its width and height,
+    // on the screen.
+    QPoint on(const QString& plug, double fx, double fy)
+    {
+        const buttonRecord* r = bound_to(plug);
+        if (!r)
+            return QPoint();
+        const QRect box = view()->mapToScreen(r->bounds);
+        return view()->mapToGlobal(box.topLeft() + QPoint(qRound(fx * box.width()), qRound(fy * box.height())));
+    }
+    // The value the button of the plug shows.
+    double shown(const QString& plug)
+    {
+        const buttonRecord* r = bound_to(plug);
+        return r ? r->value[0] : qQNaN();
+    }
+    double number(const QString& mel) { return query(mel).toDouble(); }
 
     // Picker > Follow Selection, clicked as the animator would.
     bool toggle_follow_in_menu()

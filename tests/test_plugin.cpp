@@ -399,7 +399,7 @@ private slots:
         QVERIFY(run(QString("file -f -open \"%1/examples/demo/demo.ma\"").arg(SOURCE_DIR)));
         h.drain_idle();
         const QStringList stored = snapshot();
-        QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick"}));
+        QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick", "hero_face"}));
         QCOMPARE(h.nodes().size(), 88);
 
         QFile script(QString("%1/examples/demo/build_demo.mel").arg(SOURCE_DIR));

@@ -197,12 +197,16 @@ def add_command_button(x: Number, y: Number, label: str, script: str, language: 
 
 
 _KINDS = ("select", "command")
+# Kinds as buttons report them: attribute buttons are made apart.
+_ALL_KINDS = _KINDS + ("attribute",)
+_WIDGETS = ("slider", "slider2d", "checkbox")
 _LANGUAGES = ("mel", "python")
 
 
 def buttons() -> List[Dict[str, Any]]:
     """Every button of the current tab in order, each a dict: label, kind
-    ("select"/"command"), names (the objects; empty for a command button),
+    ("select"/"command"/"attribute"), names (the objects, or an attribute
+    button's attributes; empty for a command button),
     x, y (the centre), width, height (the set size), bounds (left, top,
     width, height, grown to hold the label), color, label_color ("#rrggbb"),
     and for a command button script and language ("mel"/"python"), else
@@ -223,6 +227,8 @@ def buttons() -> List[Dict[str, Any]]:
             "label_color": b["labelColor"],
             "script": (b["names"] or [""])[0] if command else None,
             "language": b.get("language", "mel") if command else None,
+            "widget": b.get("widget"),
+            "ranges": [tuple(r) for r in b["ranges"]] if "ranges" in b else None,
         })
     return out
 
@@ -250,7 +256,7 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
     properties = {
         "x": int(v[0]),
         "y": int(v[1]),
-        "kind": _KINDS[int(v[2])],
+        "kind": _ALL_KINDS[int(v[2])],
         "language": _LANGUAGES[int(v[3])],
         "size": int(v[4]),
         "width": int(v[5]),
@@ -367,6 +373,50 @@ def color_button(*, label: Optional[str] = None, object: Optional[str] = None, a
     except PickerError:
         _run("color_button", *(address + [before]))
         raise
+
+
+def add_attribute_button(x: Number, y: Number, label: str, widget: str,
+                         attributes: Sequence[Any]) -> None:
+    """An attribute button centred at (x, y): widget "slider", "slider2d"
+    (two attributes) or "checkbox". Each attribute is "node.attr", or
+    ("node.attr", minimum, maximum) for a range other than its own."""
+    if widget not in _WIDGETS:
+        raise ValueError("widget must be one of %s, not %r" % (", ".join(_WIDGETS), widget))
+    if isinstance(attributes, str):
+        attributes = [attributes]
+    args: List[Any] = [_number(x, "x"), _number(y, "y"), label, widget]
+    for attribute in attributes:
+        if isinstance(attribute, str):
+            args.append(attribute)
+            continue
+        try:
+            plug, low, high = attribute
+        except (TypeError, ValueError):
+            raise TypeError("an attribute is \"node.attr\" or (\"node.attr\", minimum, maximum), not %r"
+                            % (attribute,)) from None
+        args += [plug, _number(low, "minimum"), _number(high, "maximum")]
+    _run("add_attribute_button", *args)
+
+
+def set_attribute_button(*, label: Optional[str] = None, object: Optional[str] = None,
+                         at: Optional[Point] = None, value: Any) -> None:
+    """What a drag to value does (a pair for a slider2d): the attributes are
+    set, within the button's range, as one step of Maya's undo queue."""
+    values = list(value) if isinstance(value, (tuple, list)) else [value]
+    _run("set_attribute_button", *(_address(label, object, at) + [_number(v, "value") for v in values]))
+
+
+def attribute_button(*, label: Optional[str] = None, object: Optional[str] = None,
+                     at: Optional[Point] = None) -> Dict[str, Any]:
+    """{"widget", "attributes": [("node.attr", minimum, maximum), ...],
+    "values": [the values Maya holds now, None where it has none]}."""
+    v = _strings(_run("get_attribute_button", *_address(label, object, at)))
+    plugs = (len(v) - 1) // 4
+    return {
+        "widget": v[0],
+        "attributes": [(v[1 + 3 * i], float(v[2 + 3 * i]), float(v[3 + 3 * i])) for i in range(plugs)],
+        "values": [float(s) if s else None for s in v[1 + 3 * plugs:]],
+    }
 
 
 def press_button(*, label: Optional[str] = None, object: Optional[str] = None,

@@ -389,6 +389,9 @@ MStatus picker_main::set_button_properties(const MStringArray& args)
         const QRgb labelColor = given(9) ? in.color(n + 9, "labelColor") : 0;
         if (!in.ok())
             return in.status;
+        // An attribute button's plugs are no objects nor a script.
+        if (given(3) && t.button().kind == attribute_kind)
+            return script_error("set_button_properties", "an attribute button's kind cannot change");
         // A kind or language other than 0 or 1 would make the button vanish the
         // next time the picker is read.
         for (unsigned i : {0u, 1u}) {
@@ -837,7 +840,7 @@ MStatus picker_main::query_buttons(const MStringArray&)
     for (const buttonRecord& r : current_page()->buttons()) {
         QJsonObject b;
         b["label"] = r.label;
-        b["kind"] = r.kind == 1 ? "command" : "select";
+        b["kind"] = r.kind == command_kind ? "command" : r.kind == attribute_kind ? "attribute" : "select";
         b["names"] = QJsonArray::fromStringList(r.names);
         b["x"] = r.pos.x();
         b["y"] = r.pos.y();
@@ -851,6 +854,13 @@ MStatus picker_main::query_buttons(const MStringArray&)
         b["shape"] = shape_name(r.shape);
         if (r.shape == qint32(button_shape::polygon))
             b["points"] = polygon_json(r);
+        if (r.kind == attribute_kind) {
+            b["widget"] = widget_name(r.widget);
+            QJsonArray ranges;
+            for (int i = 0; i < r.names.size() && i < 2; ++i)
+                ranges.append(QJsonArray{r.minimum[i], r.maximum[i]});
+            b["ranges"] = ranges;
+        }
         list.append(b);
     }
     MPxCommand::setResult(MQtUtil::toMString(QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact))));
