@@ -14,7 +14,8 @@ bool buttonAttributes::operator==(const buttonAttributes& other) const
     return pos == other.pos && size == other.size && width == other.width
         && height == other.height && kind == other.kind && language == other.language
         && color == other.color && labelColor == other.labelColor && label == other.label
-        && names == other.names && shape == other.shape && points == other.points;
+        && names == other.names && shape == other.shape && points == other.points
+        && picture == other.picture;
 }
 
 qint32 legacy_shape(qint32 kind, int name_count, const QString& label)

@@ -62,4 +62,7 @@ constexpr qint32 max_polygon_points = 1024;
 // label's size) without letting a claimed length cost more.
 constexpr qint32 max_record_fields = 64;
 constexpr qint64 max_record_field_bytes = qint64(1) << 20;
+// A picture on a button: an icon, drawn at most a few hundred pixels wide.
+// It shares the pixel budget of the pictures it is read or kept with.
+constexpr qint32 max_button_picture_side = 1024;
 } // namespace limits

@@ -124,6 +124,7 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"get_button_properties", &picker_main::get_button_properties, tab, any},
     {"set_button_properties", &picker_main::set_button_properties, tab, any},
     {"set_button_shape", &picker_main::set_button_shape, tab, any},
+    {"set_button_image", &picker_main::set_button_image, tab, any},
     {"press_button", &picker_main::press_button, tab, any},
     {"mirror_buttons", &picker_main::mirror_buttons, tab, any},
     {"set_mirror_patterns", &picker_main::set_mirror_patterns, any_tab, any},

@@ -30,11 +30,12 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
         now.missing = r.missing && r.kind == 0;
         now.shape = r.shape;
         now.points = r.points;
+        now.picture = r.picture.key();
         // Written only when it differs: an unchanged frame reads and compares.
         if (p->bounds != now.bounds || p->color != now.color || p->labelColor != now.labelColor
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
             || p->several != now.several || p->labelSize != now.labelSize || p->missing != now.missing
-            || p->shape != now.shape || p->points != now.points) {
+            || p->shape != now.shape || p->points != now.points || p->picture != now.picture) {
             // The pen later buttons are drawn with depends on the kinds; a
             // label of another size reaches other pixels.
             all = all || p->bounds != now.bounds || p->kind != now.kind || p->labelSize != now.labelSize;
@@ -42,7 +43,7 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
             const bool ring = now.kind == 0 && !now.several && p->several == now.several
                 && now.shape == qint32(button_shape::rectangle) && p->shape == now.shape
                 && p->color == now.color && p->labelColor == now.labelColor && p->label == now.label
-                && p->missing == now.missing;
+                && p->missing == now.missing && p->picture == now.picture;
             const bool lit = ring && p->selected == 0;
             *p = now;
             if (!all)
@@ -125,6 +126,7 @@ uint qHash(const face_cache::key& k, uint seed)
     h = (h ^ k.fill) * 0xC2B2AE3Du;
     h = (h ^ k.outline) * 0x27D4EB2Fu;
     h ^= uint(k.missing) << 24 | uint(k.shape) << 16 | uint(quint16(k.selected));
+    h = (h ^ uint(k.picture) ^ uint(k.picture >> 32)) * 0x85EBCA77u;
     for (const QPoint& p : k.points)
         h = (h ^ uint(p.x()) ^ uint(p.y()) << 16) * 0x9E3779B1u;
     return h ^ (h >> 15);

@@ -96,6 +96,7 @@ private:
         bool missing = false;
         qint32 shape = 0;
         QVector<QPoint> points;
+        qint64 picture = 0;
     };
 
     view_state state_;
@@ -125,10 +126,13 @@ public:
         qint16 selected = 0;
         bool missing = false;
         QVector<QPoint> points; // a polygon's
+        // The picture's key: a face holds it scaled to the face's size, so
+        // thousands of buttons with one icon at one zoom scale it once.
+        qint64 picture = 0;
         bool operator==(const key& o) const
         {
             return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
-                && selected == o.selected && missing == o.missing && points == o.points;
+                && selected == o.selected && missing == o.missing && points == o.points && picture == o.picture;
         }
     };
     enum { command = 16, ring = 32 };

@@ -205,6 +205,10 @@ public slots:
     // middle of the open area.
     void zoom_to(double z);
     void change_background();
+    // The targeted buttons' picture: chosen from a PNG file (a dialog), or
+    // removed. One undo step each.
+    void choose_button_picture();
+    void remove_button_picture();
     void add_one_button();
     void add_many_buttons();
     void update_button();
@@ -310,6 +314,8 @@ private:
     QAction* deleteAction = nullptr;
     QAction* mirrorAction = nullptr;
     QAction* commandAction = nullptr;
+    QAction* pictureAction = nullptr;
+    QAction* removePictureAction = nullptr;
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;
     int modeWord = 0;
