@@ -205,8 +205,8 @@ def buttons() -> List[Dict[str, Any]]:
     ("select"/"command"), names (the objects; empty for a command button),
     x, y (the centre), width, height (the set size), bounds (left, top,
     width, height, grown to hold the label), color, label_color ("#rrggbb"),
-    and for a command button script and language ("mel"/"python"), else
-    None."""
+    for a command button script and language ("mel"/"python"), else None,
+    and picture, the (width, height) of the button's picture or None."""
     out = []
     for b in json.loads((_strings(_run("query_buttons")) or ["[]"])[0] or "[]"):
         command = b["kind"] == "command"
@@ -223,6 +223,7 @@ def buttons() -> List[Dict[str, Any]]:
             "label_color": b["labelColor"],
             "script": (b["names"] or [""])[0] if command else None,
             "language": b.get("language", "mel") if command else None,
+            "picture": tuple(int(v) for v in b["picture"]) if "picture" in b else None,
         })
     return out
 
@@ -244,8 +245,9 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
                       at: Optional[Point] = None) -> Dict[str, Any]:
     """{"x", "y", "kind" ("select"/"command"), "language" ("mel"/"python"),
     "size", "width", "height", "color", "label_color" ("#rrggbb"), "shape"
-    ("rectangle"/"rounded"/"ellipse"/"polygon")}, and for a polygon "points",
-    [(x, y), ...] as drawn."""
+    ("rectangle"/"rounded"/"ellipse"/"polygon"), "picture" ((width, height) of
+    the button's picture, or None)}, and for a polygon "points", [(x, y), ...]
+    as drawn."""
     v = _strings(_run("get_button_properties", *_address(label, object, at)))
     properties = {
         "x": int(v[0]),
@@ -258,9 +260,15 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
         "color": v[7],
         "label_color": v[8],
         "shape": v[9],
+        "picture": None,
     }
+    # The picture's word and size follow the points.
+    end = len(v)
+    if "picture" in v[10:]:
+        end = v.index("picture", 10)
+        properties["picture"] = (int(v[end + 1]), int(v[end + 2]))
     if v[9] == "polygon":
-        properties["points"] = [(int(v[i]), int(v[i + 1])) for i in range(10, len(v) - 1, 2)]
+        properties["points"] = [(int(v[i]), int(v[i + 1])) for i in range(10, end - 1, 2)]
     return properties
 
 
@@ -284,6 +292,12 @@ def set_button_shape(*, label: Optional[str] = None, object: Optional[str] = Non
     elif points is not None:
         raise TypeError("a %s takes no points" % shape)
     _run("set_button_shape", *(_address(label, object, at) + [shape] + coordinates))
+
+
+def set_button_image(*, label: Optional[str] = None, object: Optional[str] = None,
+                     at: Optional[Point] = None, path: Optional[Path]) -> None:
+    """Puts the PNG picture in the file on the button; None removes it."""
+    _run("set_button_image", *(_address(label, object, at) + ["" if path is None else _paths(path)[0]]))
 
 
 def set_button_properties(*, label: Optional[str] = None, object: Optional[str] = None,

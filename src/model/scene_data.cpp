@@ -634,37 +634,39 @@ png_picture load_image_file(const QString& path, QString* error)
 
 png_picture load_button_picture(const QString& path, QString* error)
 {
-    auto fail = [error, &path](const QString& why) {
+    auto fail = [error](const QString& why) {
         if (error)
-            *error = QString("the picture \"%1\" %2").arg(path, why);
+            *error = why;
         return png_picture();
     };
+    const QString unreadable = QString("could not read the picture \"%1\"").arg(path);
     QFile file;
     QString why;
     if (open_regular_file(file, path, &why) != read_open::ok)
-        return fail("cannot be read: " + why);
-    const QString too_large = QString("a button's picture is at most %1 x %1 pixels and %2 KB")
-                                  .arg(limits::max_button_picture_side)
-                                  .arg(limits::max_record_field_bytes >> 10);
+        return fail(unreadable + ": " + why);
+    const QString limit = QString("a button's picture is at most %1 x %1 pixels and %2 KB")
+                              .arg(limits::max_button_picture_side)
+                              .arg(limits::max_record_field_bytes >> 10);
     // One byte past the limit tells a file over it without reading it all.
     const QByteArray bytes = file.read(limits::max_record_field_bytes + 1);
     if (bytes.size() > limits::max_record_field_bytes)
-        return fail("is too large: " + too_large);
+        return fail(QString("the picture \"%1\" is too large: %2").arg(path, limit));
     png_picture picture;
     QSize size;
     switch (button_picture_from_png(bytes, picture, &size)) {
     case png_check::ok:
         return picture;
     case png_check::not_png:
-        return fail("is not a PNG image");
+        return fail(QString("the picture \"%1\" is not a PNG image").arg(path));
     case png_check::too_large:
-        return fail(QString("is %1 x %2 pixels: %3").arg(size.width()).arg(size.height()).arg(too_large));
+        return fail(QString("the picture \"%1\" is %2 x %3 pixels: %4")
+                        .arg(path).arg(size.width()).arg(size.height()).arg(limit));
     case png_check::damaged:
-        return fail("is cut short or damaged");
+        return fail(unreadable + ": the PNG is cut short or damaged");
     case png_check::undecodable:
         break;
     }
-    return fail("does not decode");
+    return fail(unreadable + ": the PNG does not decode");
 }
 
 bool is_background_key(const QString& key)
