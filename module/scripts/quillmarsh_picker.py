@@ -206,7 +206,7 @@ def buttons() -> List[Dict[str, Any]]:
     x, y (the centre), width, height (the set size), bounds (left, top,
     width, height, grown to hold the label), color, label_color ("#rrggbb"),
     for a command button script and language ("mel"/"python"), else None,
-    and picture, the (width, height) of the button's picture or None."""
+    and for a button carrying a picture, picture: its (width, height)."""
     out = []
     for b in json.loads((_strings(_run("query_buttons")) or ["[]"])[0] or "[]"):
         command = b["kind"] == "command"
@@ -223,8 +223,9 @@ def buttons() -> List[Dict[str, Any]]:
             "label_color": b["labelColor"],
             "script": (b["names"] or [""])[0] if command else None,
             "language": b.get("language", "mel") if command else None,
-            "picture": tuple(int(v) for v in b["picture"]) if "picture" in b else None,
         })
+        if "picture" in b:
+            out[-1]["picture"] = tuple(int(v) for v in b["picture"])
     return out
 
 
@@ -245,9 +246,9 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
                       at: Optional[Point] = None) -> Dict[str, Any]:
     """{"x", "y", "kind" ("select"/"command"), "language" ("mel"/"python"),
     "size", "width", "height", "color", "label_color" ("#rrggbb"), "shape"
-    ("rectangle"/"rounded"/"ellipse"/"polygon"), "picture" ((width, height) of
-    the button's picture, or None)}, and for a polygon "points", [(x, y), ...]
-    as drawn."""
+    ("rectangle"/"rounded"/"ellipse"/"polygon")}, for a polygon "points",
+    [(x, y), ...] as drawn, and for a button carrying a picture "picture",
+    its (width, height)."""
     v = _strings(_run("get_button_properties", *_address(label, object, at)))
     properties = {
         "x": int(v[0]),
@@ -260,7 +261,6 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
         "color": v[7],
         "label_color": v[8],
         "shape": v[9],
-        "picture": None,
     }
     # The picture's word and size follow the points.
     end = len(v)

@@ -380,7 +380,7 @@ MStatus picker_main::set_button_image(const MStringArray& args)
     const char* directive = "set_button_image";
     if (args.length() < 3)
         return wrong_count(directive);
-    return with_target(directive, args, 5, 1, [&](const target& t) -> MStatus {
+    return with_target(directive, args, 4, 1, [&](const target& t) -> MStatus {
         const QString file = text_at(args, t.next);
         png_picture picture;
         if (!file.isEmpty()) {
