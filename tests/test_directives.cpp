@@ -792,12 +792,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString path = dir.filePath("icon.png");
-        QImage icon(30, 20, QImage::Format_ARGB32);
-        icon.fill(Qt::blue);
-        QVERIFY(icon.save(path));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray png = file.readAll();
+        const QByteArray png = write_picture_file(path, 30, 20, Qt::blue);
         h.drain_idle();
         h.set_modified(false);
         const int steps = view()->undoer()->count();

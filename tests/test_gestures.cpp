@@ -426,9 +426,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString icon = dir.filePath("icon.png");
-        QImage image(16, 16, QImage::Format_RGB32);
-        image.fill(Qt::yellow);
-        QVERIFY(image.save(icon));
+        write_picture_file(icon, 16, 16, Qt::yellow);
         const QString junk = dir.filePath("junk.png");
         QFile file(junk);
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write("not a picture") > 0);
