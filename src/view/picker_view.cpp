@@ -385,7 +385,7 @@ void picker_view::choose_button_picture()
     if (!picture.isNull() && window && !within_scene_budget(window->scene_pictures() << picture))
         why = QString("the picture was not set: %1").arg(scene_budget_exceeded());
     if (!why.isEmpty()) {
-        QMessageBox::warning(this, "Button Picture", why.left(1).toUpper() + why.mid(1) + '.');
+        QMessageBox::warning(this, "Button Picture", why.at(0).toUpper() + why.mid(1) + '.');
         return;
     }
     undo.push(new change_picture_cmd(page_, picture));

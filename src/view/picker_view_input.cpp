@@ -231,7 +231,8 @@ void picker_view::show_context_menu(QMouseEvent* e)
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
     bool pictured = false;
-    for (int row : page_->target_rows())
+    const QVector<int> targets = page_->target_rows();
+    for (int row : targets)
         pictured = pictured || !buttons().at(row).picture.isNull();
     pictureAction->setEnabled(page_->any_target());
     removePictureAction->setEnabled(pictured);
