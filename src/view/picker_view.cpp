@@ -382,7 +382,7 @@ void picker_view::choose_button_picture()
         return;
     QString why;
     const png_picture picture = load_button_picture(file, &why);
-    if (!picture.isNull() && window && !within_scene_budget(window->scene_pictures() << picture))
+    if (!picture.isNull() && !pictures_fit({picture}))
         why = QString("the picture was not set: %1").arg(scene_budget_exceeded());
     if (!why.isEmpty()) {
         QMessageBox::warning(this, "Button Picture", why.at(0).toUpper() + why.mid(1) + '.');
@@ -436,6 +436,14 @@ void picker_view::set_button_size(int index, int w, int h)
 QString picker_view::no_room_for(qint64 more_buttons, qint64 more_names) const
 {
     return no_room(window ? window->pages() : QVector<const picker_page*>{page_}, page_, more_buttons, 0, more_names);
+}
+
+bool picker_view::pictures_fit(const QList<png_picture>& more) const
+{
+    QList<png_picture> all = window ? window->scene_pictures() : button_pictures(page_->buttons());
+    if (!window)
+        all << page_->background();
+    return within_scene_budget(all + more);
 }
 
 bool picker_view::conform_to_selection()
