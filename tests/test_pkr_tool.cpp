@@ -815,6 +815,10 @@ private slots:
         script.names = QStringList{"select hero:arm;"};
         QTest::newRow("script") << QList<buttonAttributes>{arm, leg, script}
                                 << QStringList{"buttons[2] \"go\": script: \"select hero:leg;\" -> \"select hero:arm;\""};
+        buttonAttributes pictured = leg;
+        pictured.picture = picture(6, 4);
+        QTest::newRow("picture") << QList<buttonAttributes>{arm, pictured, go}
+                                 << QStringList{"buttons[1]: picture: none -> 6 x 4"};
         QTest::newRow("order") << QList<buttonAttributes>{go, arm, leg}
                                << QStringList{"buttons: the order of the list changed (it is the order they are drawn in)"};
     }
