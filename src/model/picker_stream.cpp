@@ -470,7 +470,8 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in)
     qint32 budget = limits::max_buttons;
     qint64 names = limits::max_total_names;
     const button_list_read got = read_records(
-        in, version == 1 ? 5 : 6, count, budget, [&result](const buttonAttributes& a) { result.append(a); }, &names, nullptr);
+        in, version == 1 ? 5 : 6, count, budget, [&result](const buttonAttributes& a) { result.append(a); }, &names,
+        nullptr);
     if (got.newer)
         result.clear();
     return result;

@@ -236,7 +236,8 @@ void read_shape(const QJsonObject& o, const QString& where, buttonAttributes& a)
 // picture's limits and the pixels the picker's pictures share.
 png_picture read_button_picture(const QJsonValue& v, const QString& where, picture_pool& pool)
 {
-    const auto decoded = QByteArray::fromBase64Encoding(v.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    const auto decoded =
+        QByteArray::fromBase64Encoding(v.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
     if (!v.isString() || !decoded || decoded.decoded.isEmpty())
         fail(where, "must be a PNG picture in base64");
     const auto seen = pool.seen.constFind(decoded.decoded);
@@ -255,8 +256,9 @@ png_picture read_button_picture(const QJsonValue& v, const QString& where, pictu
         fail(where, "the picture is cut short, damaged or followed by other bytes");
     case png_check::too_large:
         if (size.width() <= limits::max_button_picture_side && size.height() <= limits::max_button_picture_side
-            && decoded.decoded.size() <= limits::max_record_field_bytes && qint64(size.width()) * size.height() > budget)
-            fail(where, "the picker's pictures would be over the pixels a scene holds: " + scene_budget_exceeded());
+            && decoded.decoded.size() <= limits::max_record_field_bytes
+            && qint64(size.width()) * size.height() > budget)
+            fail(where, scene_budget_exceeded());
         fail(where, QString("the picture is %1 x %2 pixels and %3 bytes; a button's is at most %4 x %4 and %5 bytes")
                         .arg(size.width()).arg(size.height()).arg(decoded.decoded.size())
                         .arg(limits::max_button_picture_side).arg(limits::max_record_field_bytes));

@@ -291,7 +291,8 @@ MStatus picker_main::get_button_properties(const MStringArray& args)
                 MPxCommand::appendToResult(MQtUtil::toMString(QString::number(qRound(v))));
         // A word no point is, so a script finds it after any points.
         if (!r.picture.isNull())
-            for (const QString& v : {picture_word, QString::number(r.picture.width()), QString::number(r.picture.height())})
+            for (const QString& v :
+                 {picture_word, QString::number(r.picture.width()), QString::number(r.picture.height())})
                 MPxCommand::appendToResult(MQtUtil::toMString(v));
     });
 }
