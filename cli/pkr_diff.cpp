@@ -36,6 +36,11 @@ bool is_script(const buttonAttributes& b)
     return b.kind == 1 && b.names.size() == 1;
 }
 
+QString picture_text(const png_picture& p)
+{
+    return p.isNull() ? QString("none") : QString("%1 x %2").arg(p.width()).arg(p.height());
+}
+
 // How a button is named in a line: its place in the list, label and objects.
 QString describe(int index, const buttonAttributes& b)
 {
@@ -68,6 +73,10 @@ void compare_fields(const buttonAttributes& x, const buttonAttributes& y, const 
         field("script", quoted(x.names.first()), quoted(y.names.first()));
     else
         field("names", names_text(x.names), names_text(y.names));
+    if (x.picture != y.picture) {
+        const QString before = picture_text(x.picture), after = picture_text(y.picture);
+        out << QString("%1: picture: %2 -> %3%4").arg(where, before, after, before == after ? " (other pixels)" : "");
+    }
 }
 
 } // namespace
@@ -81,10 +90,7 @@ QStringList diff_pickers(const pkr_contents& a, const pkr_contents& b)
         out << QString("name: %1 -> %2").arg(quoted(ha.name), quoted(hb.name));
     if (ha.backgroundKey != hb.backgroundKey)
         out << QString("background.key: %1 -> %2").arg(quoted(ha.backgroundKey), quoted(hb.backgroundKey));
-    const auto picture = [](const pkr_header& h) {
-        return h.background.isNull() ? QString("none")
-                                     : QString("%1 x %2").arg(h.background.width()).arg(h.background.height());
-    };
+    const auto picture = [](const pkr_header& h) { return picture_text(h.background); };
     if (ha.background.png() != hb.background.png())
         out << QString("background: picture %1 -> %2%3")
                    .arg(picture(ha), picture(hb),

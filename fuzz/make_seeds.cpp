@@ -112,6 +112,17 @@ png_picture background()
     return png_picture::decode(png);
 }
 
+// Buttons of every shape, two sharing one picture and one with another.
+QList<buttonAttributes> pictured_buttons()
+{
+    QList<buttonAttributes> all = shaped_buttons();
+    all[0].picture = all[1].picture = background();
+    QImage icon(5, 3, QImage::Format_ARGB32);
+    icon.fill(0x80ff8000);
+    all[2].picture = png_picture::from_image(icon);
+    return all;
+}
+
 QByteArray pkr(int version, bool with_background, const QList<buttonAttributes>& list)
 {
     QByteArray bytes;
@@ -185,6 +196,13 @@ int main(int argc, char** argv)
         out << quint32(1) << quint32(0x50494354) << quint32(4) << quint32(7);
         save("fuzz_pkr", "v6_tagged_field.pkr", tagged);
     }
+    save("fuzz_pkr", "v6_button_pictures.pkr", pkr(6, true, pictured_buttons()));
+    {
+        // A picture field whose PNG lost a byte of its data.
+        QByteArray cut = pkr(6, false, pictured_buttons().mid(2, 1));
+        cut.remove(cut.indexOf("IDAT") + 8, 1);
+        save("fuzz_pkr", "v6_damaged_picture.pkr", cut);
+    }
     save("fuzz_pkr", "empty_list.pkr", pkr(5, false, {}));
     QList<buttonAttributes> damaged = buttons();
     damaged[1].kind = 2;
@@ -199,6 +217,7 @@ int main(int argc, char** argv)
 
     save("fuzz_clipboard", "four_buttons", payload(shaped_buttons()));
     save("fuzz_clipboard", "one_button", payload(shaped_buttons().mid(1, 1)));
+    save("fuzz_clipboard", "pictured_buttons", payload(pictured_buttons()));
     {
         QByteArray old;
         QDataStream out(&old, QIODevice::WriteOnly);
@@ -211,6 +230,14 @@ int main(int argc, char** argv)
     save("fuzz_clipboard", "payload_version_3", wrong_version);
 
     save("fuzz_scene_data", "window_v7.bin", window_stream(7, true));
+    {
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << qint32(7) << qint32(1) << qint32(0) << qint32(0) << QString("icons") << QString();
+        write_button_list(out, pictured_buttons());
+        save("fuzz_scene_data", "window_v7_pictures.bin", bytes);
+        save("fuzz_scene_data", "scene_text_v7_pictures.txt", encode_picker_data(bytes));
+    }
     save("fuzz_scene_data", "scene_text_v7.txt", encode_picker_data(window_stream(7, true)));
     for (int version : {1, 2, 4, 5, 6})
         save("fuzz_scene_data", QString("window_v%1.bin").arg(version), window_stream(version, version >= 2));
@@ -263,5 +290,12 @@ int main(int argc, char** argv)
          "get_button_properties\tlabel\tArm\nquery_buttons\n"
          "set_button_shape\tlabel\tArm\trounded\nset_button_shape\tlabel\tArm\tpolygon\t1\t2\n"
          "mirror_buttons\n");
+    save("fuzz_directives", "pictures.txt",
+         "select\thero:arm\nadd_button\t10\t20\tArm\n"
+         "set_button_image\tlabel\tArm\tf_bg.png\n"
+         "set_button_image\tpoint\t10\t20\tf_junk.pkr\n"
+         "set_button_shape\tlabel\tArm\tellipse\n"
+         "get_button_properties\tlabel\tArm\nquery_buttons\nmirror_buttons\n"
+         "set_button_image\tlabel\tArm\t\nset_button_image\tlabel\tArm\n");
     return 0;
 }

@@ -104,6 +104,33 @@ private slots:
         QVERIFY(whole);
     }
 
+    // Buttons' pictures fill the scene's pixels as backgrounds do: a paste
+    // of a new one past them is refused, one the scene holds already costs
+    // nothing and is pasted.
+    void pasted_pictures_are_judged_by_the_scene()
+    {
+        picker_window w(nullptr);
+        picker_view* view = front(w);
+        const int side = limits::max_button_picture_side;
+        const int fit = int(limits::max_total_image_pixels / (qint64(side) * side));
+        QList<buttonAttributes> buttons = grid(fit + 1);
+        for (int i = 0; i <= fit; ++i) {
+            QImage image(side, side, QImage::Format_RGB32);
+            image.fill(QColor::fromRgb(i, 255 - i, 7));
+            buttons[i].picture = png_picture::from_image(image);
+        }
+        view->page()->insert_all(buttons.mid(0, fit).toVector());
+        copyButtonsToClipboard(buttons.mid(fit));
+        handle_paste(view, true);
+        QCOMPARE(view->buttons().size(), fit);
+        QVERIFY2(host.warnings.join('\n').contains("Paste refused: " + scene_budget_exceeded()),
+                 qPrintable(host.warnings.join('\n')));
+        copyButtonsToClipboard(buttons.mid(0, 2));
+        handle_paste(view, true);
+        QCOMPARE(view->buttons().size(), fit + 2);
+        QCOMPARE(view->buttons().last().picture, buttons[1].picture);
+    }
+
     // Two large pickers fit one scene together, as they did apart.
     void pickers_opened_together_are_judged_by_the_scene()
     {

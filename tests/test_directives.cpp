@@ -12,6 +12,7 @@
 #include "window/namespace_dialog.h"
 
 #include <QAction>
+#include <QBuffer>
 #include <QComboBox>
 #include <QPushButton>
 #include <QRandomGenerator>
@@ -647,6 +648,10 @@ private slots:
                                                << "set_button_shape: only a polygon takes points";
         QTest::newRow("shape of nothing") << "QuillmarshPicker set_button_shape label arm"
                                           << "set_button_shape: wrong number of arguments";
+        QTest::newRow("picture of nothing") << "QuillmarshPicker set_button_image label arm"
+                                            << "set_button_image: wrong number of arguments";
+        QTest::newRow("two pictures") << "QuillmarshPicker set_button_image label arm a.png b.png"
+                                      << "set_button_image: wrong number of arguments";
         const QString none = "Couldn't find any matching buttons!";
         QTest::newRow("shape at no button") << "QuillmarshPicker set_button_shape x 9000 9000 ellipse"
                                           << "set_button_shape: " + none + " (at 9000, 9000)";
@@ -729,6 +734,101 @@ private slots:
         view()->undoer()->undo();
         QVERIFY2(run("QuillmarshPicker set_button_shape x 150 40 ellipse"), qPrintable(h.output_text()));
         QCOMPARE(result(props).mid(9), QStringList{"ellipse"});
+        QCOMPARE(h.error_count(), 0);
+    }
+
+    void set_button_image_refuses_what_it_cannot_keep_data()
+    {
+        QTest::addColumn<QByteArray>("file"); // empty: there is none
+        QTest::addColumn<QString>("message"); // %1: the file's path
+        QByteArray png;
+        {
+            QBuffer buffer(&png);
+            buffer.open(QIODevice::WriteOnly);
+            QImage(12, 8, QImage::Format_RGB32).save(&buffer, "PNG");
+        }
+        QByteArray garbled = png;
+        garbled[png.indexOf("IDAT") + 6] = char(garbled[png.indexOf("IDAT") + 6] ^ 0x55);
+        QByteArray wide;
+        {
+            QBuffer buffer(&wide);
+            buffer.open(QIODevice::WriteOnly);
+            QImage(1025, 2, QImage::Format_RGB32).save(&buffer, "PNG");
+        }
+        const QString limit = ": a button's picture is at most 1024 x 1024 pixels and 1024 KB";
+        QTest::newRow("no such file") << QByteArray() << "could not read the picture \"%1\": No such file or directory";
+        QTest::newRow("not a PNG") << QByteArray("GIF89a and the rest") << "the picture \"%1\" is not a PNG image";
+        QTest::newRow("cut short") << png.left(png.size() - 6)
+                                   << "could not read the picture \"%1\": the PNG is cut short or damaged";
+        QTest::newRow("bytes after it") << png + "tail"
+                                        << "could not read the picture \"%1\": the PNG is cut short or damaged";
+        QTest::newRow("does not decode") << garbled << "could not read the picture \"%1\": the PNG does not decode";
+        QTest::newRow("too wide") << wide << "the picture \"%1\" is 1025 x 2 pixels" + limit;
+        QTest::newRow("too many bytes") << png + QByteArray(1 << 20, 'x') << "the picture \"%1\" is too large" + limit;
+    }
+    void set_button_image_refuses_what_it_cannot_keep()
+    {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("icon.png");
+        if (!file.isEmpty()) {
+            QFile out(path);
+            QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size());
+        }
+        const int steps = view()->undoer()->count();
+        QVERIFY(!run(QString("QuillmarshPicker set_button_image label arm \"%1\"").arg(path)));
+        const QString shown = "// Error: QuillmarshPicker - set_button_image: " + message.arg(path);
+        QVERIFY2(h.output_text().contains(shown), qPrintable(h.output_text()));
+        QVERIFY(view()->buttons().first().picture.isNull());
+        QCOMPARE(view()->undoer()->count(), steps);
+    }
+
+    // A picture is one undo step, reported by the queries, kept byte for
+    // byte through a file, and removed by an empty name.
+    void set_button_image_is_one_step_that_travels()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("icon.png");
+        const QByteArray png = write_picture_file(path, 30, 20, Qt::blue);
+        h.drain_idle();
+        h.set_modified(false);
+        const int steps = view()->undoer()->count();
+        const QString props = "QuillmarshPicker get_button_properties label arm";
+        const QString set = QString("QuillmarshPicker set_button_image label arm \"%1\"").arg(path);
+        QVERIFY2(run(set), qPrintable(h.output_text()));
+        QCOMPARE(view()->undoer()->count(), steps + 1);
+        QCOMPARE(view()->undoer()->undoText(), QString("Button Picture"));
+        QCOMPARE(result(props).mid(10), (QStringList{"picture", "30", "20"}));
+        QCOMPARE(view()->buttons().first().picture.png(), png);
+        const QJsonArray list = QJsonDocument::fromJson(result("QuillmarshPicker query_buttons").join("").toUtf8()).array();
+        QCOMPARE(list.at(0).toObject().value("picture").toArray(), (QJsonArray{30, 20}));
+        QVERIFY(!list.at(1).toObject().contains("picture"));
+        h.drain_idle();
+        QVERIFY(h.modified());
+        // The same picture again changes nothing; the point form reaches
+        // the other button.
+        QVERIFY(run(set));
+        QCOMPARE(view()->undoer()->count(), steps + 1);
+        QVERIFY2(run(QString("QuillmarshPicker set_button_image x 60 20 \"%1\"").arg(path)), qPrintable(h.output_text()));
+        QCOMPARE(view()->buttons().at(1).picture, view()->buttons().at(0).picture);
+
+        const QString saved = dir.filePath("icons.pkr");
+        QVERIFY(run(QString("QuillmarshPicker saveas \"%1\"; QuillmarshPicker clear_tabs; QuillmarshPicker open \"%1\"")
+                        .arg(saved)));
+        h.drain_idle();
+        QCOMPARE(view()->buttons().size(), 2);
+        QCOMPARE(view()->buttons().at(0).picture.png(), png);
+        // Read back, equal bytes are one picture.
+        QCOMPARE(view()->buttons().at(1).picture.key(), view()->buttons().at(0).picture.key());
+
+        QVERIFY(run("QuillmarshPicker set_button_image label arm \"\""));
+        QCOMPARE(view()->undoer()->undoText(), QString("Button Picture"));
+        QCOMPARE(result(props).size(), 10);
+        view()->undoer()->undo();
+        QCOMPARE(view()->buttons().first().picture.png(), png);
+        view()->undoer()->redo();
+        QVERIFY(view()->buttons().first().picture.isNull());
         QCOMPARE(h.error_count(), 0);
     }
 

@@ -17,6 +17,7 @@
 #include <QTabWidget>
 #include <QUndoStack>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cmath>
@@ -390,7 +391,8 @@ private slots:
     {
         QCOMPARE(right_click(QPoint(300, 300)),
                  (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
-                              "Mirror=0", "Add Command Button...=1", "Reset View=1", "Frame View=1"}));
+                              "Mirror=0", "Add Command Button...=1", "Set Button Picture...=0",
+                              "Remove Button Picture=0", "Reset View=1", "Frame View=1"}));
         picker_window::set_selection_names(QStringList{"hero:z"});
         QCOMPARE(right_click(QPoint(50, 150)).mid(0, 6),
                  (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0", "Delete Button=1",
@@ -415,6 +417,41 @@ private slots:
                                              "scene does not have: hero:R_foot"});
         view->undoer()->undo();
         QCOMPARE(view->buttons().size(), count);
+    }
+
+    // The menu gives the clicked button a picture from a file, one undo
+    // step; a file that is no picture is said and changes nothing; Remove
+    // is offered once there is one to remove.
+    void the_menu_sets_and_removes_pictures()
+    {
+        QTemporaryDir dir;
+        const QString icon = dir.filePath("icon.png");
+        write_picture_file(icon, 16, 16, Qt::yellow);
+        const QString junk = dir.filePath("junk.png");
+        QFile file(junk);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("not a picture") > 0);
+        file.close();
+        const auto choose = [this](const QString& text) {
+            for (QAction* a : view->contextMenu()->actions())
+                if (a->text() == text)
+                    a->trigger();
+        };
+        QVERIFY(right_click(QPoint(150, 50)).contains("Set Button Picture...=1"));
+        modal_helper::answer_in_turn({junk, "OK"});
+        choose("Set Button Picture...");
+        QVERIFY(modal_helper::last_text().contains("is not a PNG image"));
+        QCOMPARE(view->undoer()->count(), 0);
+        modal_helper::answer_next(icon);
+        choose("Set Button Picture...");
+        QCOMPARE(view->buttons()[2].picture.size(), QSize(16, 16));
+        QVERIFY(view->buttons()[0].picture.isNull());
+        QCOMPARE(view->undoer()->undoText(), QString("Button Picture"));
+        QVERIFY(right_click(QPoint(150, 50)).contains("Remove Button Picture=1"));
+        choose("Remove Button Picture");
+        QVERIFY(view->buttons()[2].picture.isNull());
+        QCOMPARE(view->undoer()->count(), 2);
+        view->undoer()->undo();
+        QCOMPARE(view->buttons()[2].picture.size(), QSize(16, 16));
     }
 
     // A right-click on a button that is not selected makes it the selection,

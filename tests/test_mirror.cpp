@@ -189,6 +189,10 @@ private slots:
         view.push_button(make_button(QPoint(200, 30), {"hero:L_arm"}, 14, 6), -1);
         buttonAttributes fingers = make_button(QPoint(290, 60), {"hero:L_thumb", "hero:L_index"});
         fingers.label = "L fingers";
+        QImage hand(6, 4, QImage::Format_RGB32);
+        hand.fill(Qt::white);
+        hand.setPixel(0, 0, qRgb(255, 0, 0)); // a left-right mark
+        fingers.picture = png_picture::from_image(hand);
         view.push_button(fingers, -1);
         buttonAttributes cmd = make_button(QPoint(250, 80), {"select -r hero:L_arm"});
         cmd.kind = 1;
@@ -208,6 +212,8 @@ private slots:
                               "70,80 12x8 k1 c0392b '' [select -r hero:R_arm] s1"}));
         QCOMPARE(view.buttons()[1].selected, qint16(0));
         QCOMPARE(view.buttons()[4].bounds, QRect(114, 28, 14, 6));
+        // The picture goes along as it is, not turned over.
+        QCOMPARE(view.buttons()[5].picture.png(), fingers.picture.png());
         QCOMPARE(host.warnings,
                  QStringList{"QuillmarshPicker - Mirror: 1 mirrored button selects objects the scene does not "
                              "have: R fingers: hero:R_index"});

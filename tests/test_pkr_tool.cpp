@@ -289,6 +289,11 @@ private slots:
             widgets << a;
         }
         QTest::newRow("attribute widgets") << file_bytes("face", QString(), png_picture(), widgets) << false;
+        // Equal pictures on two buttons, beside a background.
+        QList<buttonAttributes> pictured = shaped;
+        pictured[0].picture = pictured[3].picture = picture(20, 12);
+        pictured[1].picture = picture(7, 9);
+        QTest::newRow("button pictures") << file_bytes("icons", "4711", picture(64, 48), pictured) << false;
     }
     void json_gives_back_the_same_file()
     {
@@ -396,6 +401,21 @@ private slots:
                                          << "cannot read the picture";
         QTest::newRow("picture not PNG") << with("\"key\": null", "\"key\": \"5\", \"png\": \"aGVsbG8=\"")
                                          << "not a PNG";
+        const auto button_picture = [&with](const QByteArray& value) {
+            return with("\"shape\": \"rounded\"", "\"shape\": \"rounded\", \"picture\": " + value);
+        };
+        const QByteArray png = picture(8, 8).png();
+        QTest::newRow("button picture") << button_picture("\"" + png.toBase64() + "\"") << QString();
+        QTest::newRow("button picture a number") << button_picture("7")
+                                                 << "buttons[0].picture: must be a PNG picture in base64";
+        QTest::newRow("button picture not base64") << button_picture("\"@@@\"")
+                                                   << "buttons[0].picture: must be a PNG picture in base64";
+        QTest::newRow("button picture not PNG") << button_picture("\"aGVsbG8=\"")
+                                                << "buttons[0].picture: the picture is not a PNG image";
+        QTest::newRow("button picture cut short") << button_picture("\"" + png.left(png.size() - 4).toBase64() + "\"")
+                                                  << "buttons[0].picture: the picture is cut short";
+        QTest::newRow("button picture too wide") << button_picture("\"" + picture(1025, 1).png().toBase64() + "\"")
+                                                 << "buttons[0].picture: the picture is 1025 x 1 pixels";
         // More names in all than a picker file is read with.
         QByteArray names = "\"a\"";
         for (int i = 1; i < limits::max_names; ++i)
@@ -418,6 +438,12 @@ private slots:
         header.name = "kept";
         QList<buttonAttributes> buttons;
         QString why;
+        // The good form of what the rows break reads (its picture whole).
+        if (reason.isEmpty()) {
+            QVERIFY2(pkr_json::from_json(json, dir.path(), header, buttons, &why), qPrintable(why));
+            QCOMPARE(buttons.value(0).picture.size(), QSize(8, 8));
+            return;
+        }
         QVERIFY(!pkr_json::from_json(json, dir.path(), header, buttons, &why));
         QVERIFY2(why.contains(reason), qPrintable(why));
         QCOMPARE(header.name, QString("kept"));
@@ -826,6 +852,10 @@ private slots:
         script.names = QStringList{"select hero:arm;"};
         QTest::newRow("script") << QList<buttonAttributes>{arm, leg, script}
                                 << QStringList{"buttons[2] \"go\": script: \"select hero:leg;\" -> \"select hero:arm;\""};
+        buttonAttributes pictured = leg;
+        pictured.picture = picture(6, 4);
+        QTest::newRow("picture") << QList<buttonAttributes>{arm, pictured, go}
+                                 << QStringList{"buttons[1]: picture: none -> 6 x 4"};
         QTest::newRow("order") << QList<buttonAttributes>{go, arm, leg}
                                << QStringList{"buttons: the order of the list changed (it is the order they are drawn in)"};
     }

@@ -339,6 +339,23 @@ private slots:
         QVERIFY(raised("qp.move_button(label='head', to=(1, 1))").startsWith("PickerError: "));
     }
 
+    // A picture is reported after a polygon's points without spoiling them.
+    void button_pictures()
+    {
+        QImage picture(24, 16, QImage::Format_RGB32);
+        picture.fill(Qt::darkCyan);
+        const QString png = dir.filePath("icon.png");
+        QVERIFY(picture.save(png));
+        QVERIFY2(h.execute_python(some_buttons), qPrintable(h.output_text()));
+        QCOMPARE(repr(QString("qp.set_button_shape(label='head', shape='polygon', points=[(40, 20), (80, 20), (60, 50)])\n"
+                              "qp.set_button_image(label='head', path='%1')").arg(png),
+                      "[qp.button_properties(label='head')[k] for k in ('points', 'picture')], qp.buttons()[0]['picture']"),
+                 QString("([[(40, 20), (80, 20), (60, 50)], (24, 16)], (24, 16))"));
+        QCOMPARE(repr("qp.set_button_image(label='head', path=None)", "'picture' in qp.button_properties(label='head')"),
+                 QString("False"));
+        QVERIFY(raised("qp.set_button_image(label='head', path='/no/such.png')").startsWith("PickerError: "));
+    }
+
     void namespaces_and_bindings()
     {
         nodes("villain", {"head_ctrl", "L_hand_ctrl"});

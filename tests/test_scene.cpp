@@ -48,10 +48,11 @@ QString describe_stream(const QByteArray& bytes, const std::function<QImage(cons
         }
         out += '\n';
         read_button_list(in, picker_format::window_record_version(version), [&out](const buttonAttributes& a) {
-            out += QString("  (%1,%2) %3x%4 k%5 l%6 %7 %8 '%9' [%10] s%11\n")
+            out += QString("  (%1,%2) %3x%4 k%5 l%6 %7 %8 '%9' [%10] s%11 p%12\n")
                        .arg(a.pos.x()).arg(a.pos.y()).arg(a.width).arg(a.height).arg(a.kind).arg(a.language)
                        .arg(a.color, 0, 16).arg(a.labelColor, 0, 16).arg(a.label, a.names.join(','))
-                       .arg(a.shape);
+                       .arg(a.shape)
+                       .arg(QString(QCryptographicHash::hash(a.picture.png(), QCryptographicHash::Md5).toHex()));
         });
     }
     return in.status() == QDataStream::Ok ? out : out + "DAMAGED\n";
@@ -180,6 +181,24 @@ private slots:
         h.drain_idle();
         check_scene_holds_the_window("two files");
         reopen_and_compare("keys.ma");
+    }
+
+    // Buttons' pictures live in the picker data itself, byte for byte, and
+    // come back with the scene.
+    void button_pictures_reopen_with_the_scene()
+    {
+        const QString icon = dir.filePath("icon.png");
+        write_picture_file(icon, 9, 7, Qt::magenta);
+        run("QuillmarshPicker; select -r rig:arm; QuillmarshPicker add_button 5 5 arm;"
+            "select -r rig:leg; QuillmarshPicker add_button 30 5 leg");
+        QVERIFY2(run(QString("QuillmarshPicker set_button_image label arm \"%1\"").arg(icon)), qPrintable(h.output_text()));
+        h.drain_idle();
+        check_scene_holds_the_window("a picture");
+        QVERIFY(describe_scene().contains(
+            QCryptographicHash::hash(view()->buttons().first().picture.png(), QCryptographicHash::Md5).toHex()));
+        QCOMPARE(h.file_info_table().size(), 1); // no entry of its own
+        reopen_and_compare("pictures.ma");
+        QCOMPARE(view()->buttons().first().picture.size(), QSize(9, 7));
     }
 
     void opening_the_window_and_building_at_once_keeps_both()

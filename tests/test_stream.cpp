@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QRandomGenerator>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -69,7 +70,7 @@ struct bytes {
         return *this;
     }
     // One record with every field of the current version: the shape, a
-    // polygon's points, and no tagged fields.
+    // polygon's points, and the picture's field (tag 2) when it has one.
     bytes& record(qint32 index, const buttonAttributes& a)
     {
         record5(index, a).u8(quint8(a.shape));
@@ -78,8 +79,11 @@ struct bytes {
             for (const QPoint& p : a.points)
                 point(p);
         }
-        return u32(0);
+        if (a.picture.isNull())
+            return u32(0);
+        return u32(1).picture_field(a.picture.png());
     }
+    bytes& picture_field(const QByteArray& png) { return u32(2).u32(quint32(png.size())).raw(png); }
 };
 
 QList<buttonAttributes> picker_buttons()
@@ -213,20 +217,29 @@ private slots:
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QByteArray>("pixmap"); // the picture as Qt's own pixmap stream operator writes it
-        QTest::newRow("no background") << QString() << QByteArray();
-        QTest::newRow("background") << "bg_face" << pixmap_bytes(QPixmap::fromImage(test_image()));
+        QTest::addColumn<bool>("pictured"); // two buttons carry one picture
+        QTest::newRow("no background") << QString() << QByteArray() << false;
+        QTest::newRow("background") << "bg_face" << pixmap_bytes(QPixmap::fromImage(test_image())) << false;
+        QTest::newRow("button pictures") << QString() << QByteArray() << true;
     }
     void pkr_bytes()
     {
         QFETCH(QString, key);
         QFETCH(QByteArray, pixmap);
+        QFETCH(bool, pictured);
+        QList<buttonAttributes> buttons = picker_buttons();
+        if (pictured) {
+            // Chunks Qt's writer never makes: the bytes go out as they came.
+            buttons[0].picture = buttons[2].picture = png_picture::decode(with_text_chunk(real_png()));
+            buttons[0].shape = qint32(button_shape::ellipse);
+        }
         pkr_header header;
         header.name = QStringLiteral("Face");
         if (!key.isEmpty()) {
             header.backgroundKey = key;
             header.background = png_picture::decode(pixmap.mid(4));
         }
-        const QByteArray file = write_pkr(header, picker_buttons());
+        const QByteArray file = write_pkr(header, buttons);
         bytes expected;
         expected.i32(6).str("Face");
         if (key.isEmpty())
@@ -235,7 +248,7 @@ private slots:
             expected.str(key).raw(pixmap);
         expected.i32(3);
         for (int j = 0; j < 3; ++j)
-            expected.record(j, picker_buttons()[j]);
+            expected.record(j, buttons[j]);
         QCOMPARE(file.toHex(), expected.data.toHex());
 
         QDataStream in(file);
@@ -248,8 +261,12 @@ private slots:
         QCOMPARE(back.backgroundKey, key);
         QCOMPARE(back.background.image().convertToFormat(QImage::Format_ARGB32), key.isEmpty() ? QImage() : test_image());
         bool at_end = false;
-        QCOMPARE(read_list(file.mid(int(in.device()->pos())), back.version, &at_end), picker_buttons());
+        const QList<buttonAttributes> got = read_list(file.mid(int(in.device()->pos())), back.version, &at_end);
+        QCOMPARE(got, buttons);
         QVERIFY(at_end);
+        // Equal bytes in one list are one picture, decoded once.
+        QCOMPARE(got[0].picture.key(), got[2].picture.key());
+        QCOMPARE(got[0].picture.png(), buttons[0].picture.png());
     }
 
     void payload_bytes_data()
@@ -420,6 +437,19 @@ private slots:
         QTest::newRow("field too long") << bytes().u8(0).u32(1).u32(7).u32(2 << 20).data << 1;
         QTest::newRow("unknown field") << bytes().u8(0).u32(1).u32(0x50494354).u32(4).u32(0).data << -1;
         QTest::newRow("empty unknown field") << bytes().u8(1).u32(1).u32(0x7f).u32(0).data << -1;
+        const auto picture = [](const QByteArray& png) { return bytes().u8(2).u32(1).picture_field(png).data; };
+        const QByteArray png = real_png();
+        QTest::newRow("picture") << picture(png) << 3;
+        QTest::newRow("picture with its own chunks") << picture(with_text_chunk(png)) << 3;
+        QTest::newRow("picture at the side limit") << picture(claimed_png(1024, 3, true)) << 3;
+        QTest::newRow("picture too wide") << picture(claimed_png(1025, 3, true)) << 2;
+        QTest::newRow("picture claiming no pixels") << picture(claimed_png(0, 3)) << 2;
+        QTest::newRow("picture not a PNG") << picture("GIF89a, or anything") << 2;
+        QTest::newRow("empty picture") << picture(QByteArray()) << 2;
+        QTest::newRow("picture cut short") << picture(png.left(png.size() - 5)) << 2;
+        QTest::newRow("picture with bytes after it") << picture(png + "more") << 2;
+        QTest::newRow("picture that does not decode") << picture(claimed_png(40, 40)) << 2;
+        QTest::newRow("two pictures") << bytes().u8(0).u32(2).picture_field(png).picture_field(png).data << 2;
     }
     void record_shapes_and_fields()
     {
@@ -442,6 +472,7 @@ private slots:
         if (kept == 3) {
             QCOMPARE(got[1].shape, qint32(quint8(tail[0])));
             QCOMPARE(got[1].points.isEmpty(), got[1].shape != qint32(button_shape::polygon));
+            QCOMPARE(got[1].picture.isNull(), !tail.contains("IHDR"));
         }
 
         QBuffer file;
@@ -987,6 +1018,61 @@ private slots:
         QCOMPARE(got.tabs[1].text, QString("cut"));
         QVERIFY(got.tabs[1].image_refused);
         QVERIFY(got.damaged);
+    }
+
+    // The pictures of a file, a scene or a paste share one pixel budget
+    // with the background; a record whose picture would pass it is damaged.
+    // Equal bytes cost once, so thousands of buttons with one icon read whole.
+    void button_pictures_share_one_budget()
+    {
+        const QByteArray icon = claimed_png(1024, 1024, true); // a 64th of the budget
+        const auto distinct = [&icon](int i) {
+            return icon.left(33) + png_chunk("tEXt", QByteArray("n\0", 2) + QByteArray::number(i)) + icon.mid(33);
+        };
+        const auto list = [](const QVector<QByteArray>& pngs) {
+            bytes b;
+            b.i32(pngs.size());
+            for (int j = 0; j < pngs.size(); ++j)
+                b.record5(j, picker_buttons()[2]).u8(0).u32(1).picture_field(pngs[j]);
+            return b.data;
+        };
+        QVector<QByteArray> many;
+        for (int i = 0; i < 70; ++i)
+            many << distinct(i);
+
+        QDataStream same(list(QVector<QByteArray>(2000, icon)));
+        qint32 budget = limits::max_buttons;
+        picture_pool pool;
+        QSet<qint64> keys;
+        const button_list_read read = read_button_list(
+            same, 6, budget, [&keys](const buttonAttributes& a) { keys << a.picture.key(); }, nullptr, &pool);
+        QCOMPARE(read.accepted, 2000);
+        QCOMPARE(keys.size(), 1);
+        QCOMPARE(pool.pixel_budget, limits::max_total_image_pixels - 1024 * 1024);
+
+        // A 2048 x 2048 background leaves room for 60 of them; a picture
+        // met before still reads after the budget is spent.
+        QBuffer file;
+        file.setData(bytes().i32(6).str("Icons").str("1").i32(1).raw(claimed_png(2048, 2048, true))
+                         .raw(list(many.mid(0, 61) << many[0])).data);
+        file.open(QIODevice::ReadOnly);
+        pkr_contents contents;
+        QVERIFY(read_pkr(file, contents, nullptr));
+        QVERIFY(!contents.header.background.isNull());
+        QCOMPARE(contents.buttons.size(), 61);
+        QVERIFY(contents.damaged);
+        QCOMPARE(contents.buttons.last().picture, contents.buttons.first().picture);
+
+        // Tabs of a scene share it, and so do the buttons of a paste.
+        QDataStream scene(bytes().i32(7).i32(2).i32(0).i32(0).str("a").str("").raw(list(many.mid(0, 40)))
+                              .i32(1).str("b").str("").raw(list(many.mid(40) + many.mid(0, 3))).data);
+        window_contents window;
+        QVERIFY(read_window_stream(scene, window));
+        QCOMPARE(window.tabs.size(), 2);
+        QCOMPARE(window.tabs[0].buttons.size() + window.tabs[1].buttons.size(), 64 + 3);
+        QVERIFY(window.damaged);
+        QDataStream payload(bytes().i32(2).raw(list(many)).data);
+        QCOMPARE(readButtonAttributes(payload).size(), 64);
     }
 
     // A button with more names than any holds is passed over and reading

@@ -390,6 +390,68 @@ private slots:
         QVERIFY2(white > 5 && untouched > 5, qPrintable(QString("%1 white, %2 untouched").arg(white).arg(untouched)));
     }
 
+    // A picture fills the box it fits, centred and cut to the shape, over
+    // the colour and under the label, whether the face is copied from the
+    // cache or drawn (a scaled paint); rings and hatching still show.
+    void pictures_paint_inside_the_shape_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("cached");
+        QTest::newRow("selection, cached") << 0 << true;
+        QTest::newRow("selection, drawn") << 0 << false;
+        QTest::newRow("command, cached") << 1 << true;
+    }
+    void pictures_paint_inside_the_shape()
+    {
+        QFETCH(int, kind);
+        QFETCH(bool, cached);
+        picker_view view(nullptr);
+        view.resize(240, 240);
+        view.show();
+        view.set_paint_caching(cached);
+        view.setZoom(2.0f, QPoint(0, 0));
+        QImage icon(20, 10, QImage::Format_RGB32);
+        icon.fill(Qt::green);
+        buttonAttributes a = make_button(QPoint(40, 40), 40, 40, {"a"}, 0x0000ff, "W", kind);
+        a.labelColor = 0xff0000;
+        a.shape = qint32(button_shape::ellipse);
+        view.push_button(a, -1);
+        const QImage ground = render(view); // and the face before the picture
+        view.page()->set_picture(0, png_picture::from_image(icon));
+        const QImage drawn = cached ? render(view) : view.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+        const QRect box = view.mapToScreen(view.buttons()[0].bounds);
+        const QPoint c = box.center();
+        const auto green = [&drawn](QPoint p) { return drawn.pixel(p) == QColor(Qt::green).rgb(); };
+        // 80 x 40 on the screen, rows 20 to 59 of the box.
+        QVERIFY(green(c + QPoint(-30, -15)));
+        QVERIFY(green(c + QPoint(30, 15)));
+        QVERIFY(!green(c + QPoint(0, -25)) && !green(c + QPoint(0, 25)));
+        // The picture's corners lie outside the ellipse: the ground shows.
+        const QPoint corner = box.topLeft() + QPoint(1, 21);
+        QCOMPARE(drawn.pixel(corner), ground.pixel(corner));
+        QVERIFY(!view.find_button(corner) && view.find_button(c + QPoint(-30, -15)));
+        int red = 0;
+        for (int y = c.y() - 12; y <= c.y() + 12; ++y)
+            for (int x = c.x() - 12; x <= c.x() + 12; ++x)
+                red += qRed(drawn.pixel(x, y)) > 200 && qGreen(drawn.pixel(x, y)) < 80;
+        QVERIFY2(red > 10, "the label is drawn over the picture");
+
+        if (kind == 1)
+            return;
+        view.page()->set_state(0, 1);
+        const QImage lit = render(view);
+        const QPoint ring = QPoint(c.x(), box.top() - 2);
+        QVERIFY(lit.pixel(ring) != ground.pixel(ring));
+        QVERIFY(green(c + QPoint(-30, -15)));
+        view.page()->set_state(0, 0);
+        view.page()->set_missing({"a"});
+        const QImage hatched = render(view);
+        int lines = 0;
+        for (int x = c.x() - 30; x < c.x() + 30; ++x)
+            lines += hatched.pixel(x, c.y() + 15) != drawn.pixel(x, c.y() + 15);
+        QVERIFY2(lines > 5, "the hatching runs over the picture");
+    }
+
     void paints_button_states()
     {
         picker_view view(nullptr);

@@ -209,8 +209,8 @@ def buttons() -> List[Dict[str, Any]]:
     button's attributes; empty for a command button),
     x, y (the centre), width, height (the set size), bounds (left, top,
     width, height, grown to hold the label), color, label_color ("#rrggbb"),
-    and for a command button script and language ("mel"/"python"), else
-    None."""
+    for a command button script and language ("mel"/"python"), else None,
+    and for a button carrying a picture, picture: its (width, height)."""
     out = []
     for b in json.loads((_strings(_run("query_buttons")) or ["[]"])[0] or "[]"):
         command = b["kind"] == "command"
@@ -230,6 +230,8 @@ def buttons() -> List[Dict[str, Any]]:
             "widget": b.get("widget"),
             "ranges": [tuple(r) for r in b["ranges"]] if "ranges" in b else None,
         })
+        if "picture" in b:
+            out[-1]["picture"] = tuple(int(v) for v in b["picture"])
     return out
 
 
@@ -250,8 +252,9 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
                       at: Optional[Point] = None) -> Dict[str, Any]:
     """{"x", "y", "kind" ("select"/"command"), "language" ("mel"/"python"),
     "size", "width", "height", "color", "label_color" ("#rrggbb"), "shape"
-    ("rectangle"/"rounded"/"ellipse"/"polygon")}, and for a polygon "points",
-    [(x, y), ...] as drawn."""
+    ("rectangle"/"rounded"/"ellipse"/"polygon")}, for a polygon "points",
+    [(x, y), ...] as drawn, and for a button carrying a picture "picture",
+    its (width, height)."""
     v = _strings(_run("get_button_properties", *_address(label, object, at)))
     properties = {
         "x": int(v[0]),
@@ -265,8 +268,13 @@ def button_properties(*, label: Optional[str] = None, object: Optional[str] = No
         "label_color": v[8],
         "shape": v[9],
     }
+    # The picture's word and size follow the points.
+    end = len(v)
+    if "picture" in v[10:]:
+        end = v.index("picture", 10)
+        properties["picture"] = (int(v[end + 1]), int(v[end + 2]))
     if v[9] == "polygon":
-        properties["points"] = [(int(v[i]), int(v[i + 1])) for i in range(10, len(v) - 1, 2)]
+        properties["points"] = [(int(v[i]), int(v[i + 1])) for i in range(10, end - 1, 2)]
     return properties
 
 
@@ -290,6 +298,12 @@ def set_button_shape(*, label: Optional[str] = None, object: Optional[str] = Non
     elif points is not None:
         raise TypeError("a %s takes no points" % shape)
     _run("set_button_shape", *(_address(label, object, at) + [shape] + coordinates))
+
+
+def set_button_image(*, label: Optional[str] = None, object: Optional[str] = None,
+                     at: Optional[Point] = None, path: Optional[Path]) -> None:
+    """Puts the PNG picture in the file on the button; None removes it."""
+    _run("set_button_image", *(_address(label, object, at) + ["" if path is None else _paths(path)[0]]))
 
 
 def set_button_properties(*, label: Optional[str] = None, object: Optional[str] = None,

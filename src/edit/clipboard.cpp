@@ -3,6 +3,7 @@
 #include "edit/button_commands.h"
 #include "model/picker_host.h"
 #include "model/picker_stream.h"
+#include "model/scene_data.h"
 #include "model/scene_room.h"
 #include "view/picker_view.h"
 
@@ -38,7 +39,9 @@ void handle_paste(picker_view* view, bool inPlace)
     const QByteArray payload = data->data(format);
     QDataStream in(payload);
     const QList<buttonAttributes> buttons = readButtonAttributes(in);
-    const QString why = view->no_room_for(buttons.size(), names_in(buttons));
+    QString why = view->no_room_for(buttons.size(), names_in(buttons));
+    if (why.isEmpty() && !view->pictures_fit(button_pictures(buttons)))
+        why = scene_budget_exceeded();
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Paste refused: %1.").arg(why));
         return;

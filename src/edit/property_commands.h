@@ -19,6 +19,10 @@ inline QString move_text(int n)
     return n == 1 ? "Move Button" : "Move Buttons";
 }
 
+// What setting or removing a button's picture is called, from the menu or
+// a script.
+const char* const picture_step_text = "Button Picture";
+
 // The command ids the undo stack merges by; one place for all of them.
 namespace command_id {
 enum : int {
@@ -38,7 +42,8 @@ enum : int {
     paste = 13,
     add_many = 14,
     mirror = 15,
-    edit_button = 16
+    edit_button = 16,
+    change_picture = 17
 };
 }
 
@@ -192,6 +197,15 @@ struct adjust_size {
     static bool merge(int& delta, int next) { return adjust::merge(delta, next); }
 };
 
+// Each picture chosen is a step of its own, as a script's is.
+struct picture : set_to<png_picture> {
+    static QString text(const png_picture&, int) { return picture_step_text; }
+    static constexpr int command = command_id::change_picture;
+    static png_picture read(const buttonRecord& r) { return r.picture; }
+    static void write(picker_page& p, int row, const png_picture& v) { p.set_picture(row, v); }
+    static bool merge(png_picture&, const png_picture&) { return false; }
+};
+
 // Moved from the captured positions, not the current ones, so a merged run
 // lands where the sum of its steps says. Named as a drag is: the same edit.
 struct nudge {
@@ -220,3 +234,4 @@ using adjust_height_cmd = field_change_cmd<fields::adjust_height>;
 using adjust_size_cmd = field_change_cmd<fields::adjust_size>;
 using change_label_cmd = field_change_cmd<fields::label>;
 using nudge_buttons_cmd = field_change_cmd<fields::nudge>;
+using change_picture_cmd = field_change_cmd<fields::picture>;

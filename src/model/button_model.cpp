@@ -22,7 +22,8 @@ bool buttonAttributes::operator==(const buttonAttributes& other) const
         && names == other.names && shape == other.shape && points == other.points
         && (kind != attribute_kind
             || (widget == other.widget && minimum[0] == other.minimum[0] && minimum[1] == other.minimum[1]
-                && maximum[0] == other.maximum[0] && maximum[1] == other.maximum[1]));
+                && maximum[0] == other.maximum[0] && maximum[1] == other.maximum[1]))
+        && picture == other.picture;
 }
 
 qint32 legacy_shape(qint32 kind, int name_count, const QString& label)

@@ -5,10 +5,12 @@
 #include "model/label_picture.h"
 #include "model/name_ids.h"
 #include "model/name_list.h"
+#include "model/png_picture.h"
 
 #include <QPixmap>
 #include <QPoint>
 #include <QRect>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVarLengthArray>
@@ -43,6 +45,10 @@ struct buttonAttributes {
     qint32 widget = 0;      // an attribute_widget
     double minimum[2] = {0, 0};
     double maximum[2] = {1, 1};
+    // Drawn inside the shape, over the colour and under the label; null for
+    // none. Kept as the PNG bytes it came as, so saving never re-encodes it,
+    // and shared by every button carrying the same bytes.
+    png_picture picture;
 
     bool operator==(const buttonAttributes& other) const;
     bool operator!=(const buttonAttributes& other) const { return !(*this == other); }
@@ -76,13 +82,29 @@ constexpr qint32 button_shape_count = 4;
 // rounded box when labelled.
 qint32 legacy_shape(qint32 kind, int name_count, const QString& label);
 
+// The pictures of `buttons` (attributes or records), each once however
+// many buttons carry it: what they add to a scene's pixels.
+template <class Buttons>
+QList<png_picture> button_pictures(const Buttons& buttons)
+{
+    QList<png_picture> pictures;
+    QSet<qint64> listed;
+    for (const auto& b : buttons)
+        if (!b.picture.isNull() && !listed.contains(b.picture.key())) {
+            listed.insert(b.picture.key());
+            pictures.append(b.picture);
+        }
+    return pictures;
+}
+
 // The names of the shapes, as directives, queries and the JSON spell them;
 // -1 for any other word.
 QString shape_name(qint32 shape);
 qint32 shape_from_name(const QString& name);
 
-// Plain values all (point, integers, implicitly shared strings): containers
-// may move them with memcpy.
+// Plain values all (point, integers, implicitly shared strings, a shared
+// pointer that does not point back at itself): containers may move them
+// with memcpy.
 Q_DECLARE_TYPEINFO(buttonAttributes, Q_MOVABLE_TYPE);
 
 // How a new button looks: the toolbox's values, or these defaults, which

@@ -65,4 +65,7 @@ constexpr qint64 max_record_field_bytes = qint64(1) << 20;
 // The ends of an attribute widget's range: far past any rig's values, and
 // exact as doubles.
 constexpr double max_attribute_value = 1e15;
+// A picture on a button: an icon, drawn at most a few hundred pixels wide.
+// It shares the pixel budget of the pictures it is read or kept with.
+constexpr qint32 max_button_picture_side = 1024;
 } // namespace limits

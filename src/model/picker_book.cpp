@@ -295,10 +295,12 @@ void picker_book::adopt(const QByteArray& text, const QSet<QString>& images)
 QList<png_picture> picker_book::scene_pictures(const picker_page* except, const QString& except_key) const
 {
     QList<png_picture> pictures;
-    for (const picker_page* page : pages_)
-        if (page != except && !page->background().isNull() &&
-            (except_key.isEmpty() || page->background_key() != except_key))
+    for (const picker_page* page : pages_) {
+        if (page != except && !page->background().isNull()
+            && (except_key.isEmpty() || page->background_key() != except_key))
             pictures.append(page->background());
+        pictures += button_pictures(page->buttons());
+    }
     return pictures;
 }
 

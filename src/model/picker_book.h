@@ -91,8 +91,9 @@ public:
     // against the entries instead. Returns what could not be loaded, one
     // line a picture; those pages keep their keys.
     QStringList load_scene_pictures(const std::function<QByteArray(const QString& entry)>& entry);
-    // The pictures the pages show (a shared one once a page), but those of
-    // `except` and of the pages under `except_key`.
+    // The pictures the pages show (a shared one once a page), but the
+    // backgrounds of `except` and of the pages under `except_key`; the
+    // buttons' pictures always count.
     QList<png_picture> scene_pictures(const picker_page* except = nullptr,
                                       const QString& except_key = QString()) const;
     // Gives the page a background under a key no other page uses for another

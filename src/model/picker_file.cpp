@@ -68,9 +68,12 @@ bool read_pkr(QIODevice& device, pkr_contents& out, QString* error)
 
     qint32 budget = limits::max_buttons;
     qint64 names = limits::max_total_names;
+    // The buttons' pictures share the budget with the background.
+    picture_pool pictures;
+    pictures.pixel_budget -= qint64(header.background.width()) * header.background.height();
     const button_list_read list = read_button_list(
         in, std::min(header.version, picker_format::current_version), budget,
-        [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names);
+        [&out](const buttonAttributes& a) { out.buttons.append(a); }, &names, &pictures);
     if (list.newer) {
         out = pkr_contents();
         return refuse(QStringLiteral("the file was written by a newer version of the picker"));
@@ -125,7 +128,8 @@ bool read_window_stream(QDataStream& in, window_contents& out)
     // tabs, so many tabs cannot multiply it.
     qint32 scene_budget = limits::max_scene_buttons;
     qint64 names = limits::max_total_names;
-    qint64 pixel_budget = limits::max_total_image_pixels;
+    picture_pool button_pictures;
+    qint64& pixel_budget = button_pictures.pixel_budget;
     QList<png_picture> pictures;
     const qint32 tabs = std::clamp(out.declared_tabs, 0, limits::max_tabs);
     for (qint32 i = 0; i < tabs; ++i) {
@@ -152,7 +156,8 @@ bool read_window_stream(QDataStream& in, window_contents& out)
         qint32 tab_budget = std::min(limits::max_buttons, scene_budget);
         const button_list_read list =
             read_button_list(in, picker_format::window_record_version(out.version), tab_budget,
-                             [&tab](const buttonAttributes& a) { tab.buttons.append(a); }, &names);
+                             [&tab](const buttonAttributes& a) { tab.buttons.append(a); }, &names,
+                             &button_pictures);
         // What this version cannot read is left in the scene as it is.
         if (list.newer) {
             const qint32 version = out.version;

@@ -247,6 +247,12 @@ void picker_page::set_color(int row, quint32 color)
     notify(page_field::look, row);
 }
 
+void picker_page::set_picture(int row, const png_picture& picture)
+{
+    buttons_[row].picture = picture;
+    notify(page_field::look, row);
+}
+
 void picker_page::set_label_color(int row, quint32 color)
 {
     buttonRecord& r = buttons_[row];

@@ -77,6 +77,7 @@ public:
     void set_width(int row, int width);
     void set_height(int row, int height);
     void set_color(int row, quint32 color);
+    void set_picture(int row, const png_picture& picture);
     void set_label_color(int row, quint32 color);
     void set_label(int row, const QString& label);
     void set_names(int row, const QStringList& names);

@@ -35,14 +35,17 @@ qint32 clamp_side(qint32 v)
 // on while the budget lasts and dropping the rest.
 template <typename T>
 button_list_read read_records(QDataStream& in, int version, qint32 count, qint32& budget, T&& accept,
-                              qint64* names_budget)
+                              qint64* names_budget, picture_pool* pool)
 {
     button_list_read result;
     result.declared = count;
+    picture_pool own;
+    if (!pool)
+        pool = &own;
     buttonAttributes a;
     for (qint32 j = 0; j < count; ++j) {
         bool over_limit = false;
-        const bool valid = read_button_record(in, version, j, a, &over_limit, &result.newer);
+        const bool valid = read_button_record(in, version, j, a, &over_limit, &result.newer, pool);
         if (!stream_ok(in))
             break;
         if (valid && budget > 0 && (!names_budget || a.names.size() <= *names_budget)) {
@@ -196,6 +199,8 @@ namespace record_tag {
 // An attribute button's widget: u8 widget, then for each plug f64 minimum
 // and f64 maximum.
 constexpr quint32 attribute = 1;
+// The button's picture: its PNG bytes, nothing else.
+constexpr quint32 picture = 2;
 } // namespace record_tag
 
 // Each field's own stream: big-endian, doubles as 8 bytes.
@@ -255,14 +260,35 @@ QVector<tagged_field> record_fields(const buttonAttributes& a)
             out << a.minimum[i] << a.maximum[i];
         fields << f;
     }
+    if (!a.picture.isNull())
+        fields.append({record_tag::picture, a.picture.png()});
     return fields;
 }
 
-field_read read_record_field(quint32 tag, const QByteArray& bytes, buttonAttributes& a)
+// The bytes met before are the same picture, decoded once.
+field_read read_picture_field(const QByteArray& bytes, picture_pool& pool, png_picture& picture)
+{
+    const auto seen = pool.seen.constFind(bytes);
+    if (seen != pool.seen.constEnd()) {
+        picture = seen.value();
+        return field_read::read;
+    }
+    if (button_picture_from_png(bytes, picture, nullptr, &pool.pixel_budget) != png_check::ok)
+        return field_read::damaged;
+    pool.seen.insert(picture.png(), picture);
+    return field_read::read;
+}
+
+field_read read_record_field(quint32 tag, const QByteArray& bytes, buttonAttributes& a, picture_pool& pool)
 {
     switch (tag) {
     case record_tag::attribute:
         return read_attribute_field(bytes, a);
+    case record_tag::picture:
+        // Twice in one record: no writer does that.
+        if (!a.picture.isNull())
+            return field_read::damaged;
+        return read_picture_field(bytes, pool, a.picture);
     default:
         return field_read::unknown;
     }
@@ -294,7 +320,7 @@ namespace {
 
 // The shape and tagged fields of a version-6 record. False when they are
 // damaged; the stream fails where they cannot be passed over.
-bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
+bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer, picture_pool& pool)
 {
     quint8 shape = 0;
     in >> shape;
@@ -349,7 +375,7 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
             valid = false;
         if (tag < 32)
             seen |= 1u << tag;
-        switch (read_record_field(tag, field_bytes, a)) {
+        switch (read_record_field(tag, field_bytes, a, pool)) {
         case field_read::read:
             break;
         case field_read::damaged:
@@ -367,21 +393,27 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer)
     // An attribute button is nothing without its widget.
     if (a.kind == attribute_kind && !(seen & (1u << record_tag::attribute)))
         valid = false;
-    if (!valid)
+    if (!valid) {
         a.points.clear();
+        a.picture = png_picture();
+    }
     return valid;
 }
 
 } // namespace
 
 bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a, bool* over_limit,
-                        bool* newer)
+                        bool* newer, picture_pool* pool)
 {
+    picture_pool own;
+    if (!pool)
+        pool = &own;
     a.shape = 0;
     a.points.clear();
     a.widget = 0;
     a.minimum[0] = a.minimum[1] = 0;
     a.maximum[0] = a.maximum[1] = 1;
+    a.picture = png_picture();
     qint32 read_index = 0;
     in >> read_index >> a.pos >> a.size;
     if (version >= 5) {
@@ -419,7 +451,7 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
         for (qint32 i = 0; i < name_count && stream_ok(in); ++i)
             skip_string(in);
         if (version >= 6 && stream_ok(in))
-            read_record_tail(in, a, newer);
+            read_record_tail(in, a, newer, *pool);
         return false;
     }
     for (qint32 i = 0; i < name_count && stream_ok(in); ++i) {
@@ -436,7 +468,7 @@ bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttrib
     }
     if (version >= 6) {
         if (stream_ok(in))
-            valid = read_record_tail(in, a, newer) && valid;
+            valid = read_record_tail(in, a, newer, *pool) && valid;
     } else {
         a.shape = legacy_shape(a.kind, a.names.size(), a.label);
     }
@@ -451,7 +483,8 @@ void write_button_list(QDataStream& out, const QList<buttonAttributes>& buttons)
 }
 
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
-                                  const std::function<void(const buttonAttributes&)>& accept, qint64* names_budget)
+                                  const std::function<void(const buttonAttributes&)>& accept, qint64* names_budget,
+                                  picture_pool* pool)
 {
     button_list_read result;
     if (!stream_ok(in)) {
@@ -471,7 +504,7 @@ button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
             if (accept)
                 accept(a);
         },
-        names_budget);
+        names_budget, pool);
 }
 
 int read_button_list(QDataStream& in, int version,
@@ -504,7 +537,8 @@ QList<buttonAttributes> readButtonAttributes(QDataStream& in)
     qint32 budget = limits::max_buttons;
     qint64 names = limits::max_total_names;
     const button_list_read got = read_records(
-        in, version == 1 ? 5 : 6, count, budget, [&result](const buttonAttributes& a) { result.append(a); }, &names);
+        in, version == 1 ? 5 : 6, count, budget, [&result](const buttonAttributes& a) { result.append(a); }, &names,
+        nullptr);
     if (got.newer)
         result.clear();
     return result;

@@ -9,6 +9,7 @@
 #include "model/png_picture.h"
 
 #include <QDataStream>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -40,9 +41,18 @@ constexpr quint32 patterns_tag = 0x51504154;
 const char* const clipboard_mime = "application/x-qt-picker-mime;value=\"buttons\"";
 } // namespace picker_format
 
+// The pictures of one file, scene or paste as it is read: together they
+// stay within the pixel budget backgrounds use, and bytes met before give
+// the picture already decoded at no cost (a picker of thousands of buttons
+// with one icon holds one picture).
+struct picture_pool {
+    qint64 pixel_budget = limits::max_total_image_pixels;
+    QHash<QByteArray, png_picture> seen;
+};
+
 // One button record with every field of the current version: those of
 // version 5, the shape byte (a polygon's points after it), then the count
-// of tagged fields, none of which this version writes.
+// of tagged fields: the picture's (tag 2) when the button carries one.
 void write_button_record(QDataStream& out, qint32 index, const buttonAttributes& a);
 
 // Reads one record written at `version` into `a` (every field is assigned;
@@ -55,9 +65,12 @@ void write_button_record(QDataStream& out, qint32 index, const buttonAttributes&
 // where a count or length cannot be passed over (a polygon of more points
 // than allowed, a tagged field over its limit): the stream fails there.
 // A tagged field this version does not know sets *newer and fails the
-// stream: such a record is never read in part, so no save can drop it.
+// stream: such a record is never read in part, so no save can drop it. A
+// picture that is not one whole PNG, is over its limits or the pool's
+// budget, or does not decode marks the record damaged. Without a pool the
+// record's pictures are read within a budget of their own.
 bool read_button_record(QDataStream& in, int version, qint32 index, buttonAttributes& a,
-                        bool* over_limit = nullptr, bool* newer = nullptr);
+                        bool* over_limit = nullptr, bool* newer = nullptr, picture_pool* pool = nullptr);
 
 // A view's button list: the count, then the records. A count below 1 writes
 // nothing more.
@@ -78,9 +91,10 @@ struct button_list_read {
     bool damaged = false; // a negative count, dropped records or a stream error
     bool newer = false;   // a record holds a field only a newer version knows
 };
+// The list's pictures are read from `pool`, or from one of the list's own.
 button_list_read read_button_list(QDataStream& in, int version, qint32& budget,
                                   const std::function<void(const buttonAttributes&)>& accept,
-                                  qint64* names_budget = nullptr);
+                                  qint64* names_budget = nullptr, picture_pool* pool = nullptr);
 
 // The clipboard payload: payload version 2, the count, version-6 records.
 void writeButtonAttributes(QDataStream& out, const QList<buttonAttributes>& buttons);

@@ -268,14 +268,50 @@ void read_widget(const QJsonObject& o, const QString& where, buttonAttributes& a
     }
 }
 
-buttonAttributes read_button(const QJsonValue& value, int index)
+// A button's picture: base64 PNG bytes, kept as they are, within a button
+// picture's limits and the pixels the picker's pictures share.
+png_picture read_button_picture(const QJsonValue& v, const QString& where, picture_pool& pool)
+{
+    const auto decoded =
+        QByteArray::fromBase64Encoding(v.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    if (!v.isString() || !decoded || decoded.decoded.isEmpty())
+        fail(where, "must be a PNG picture in base64");
+    const auto seen = pool.seen.constFind(decoded.decoded);
+    if (seen != pool.seen.constEnd())
+        return seen.value();
+    png_picture picture;
+    QSize size;
+    const qint64 budget = pool.pixel_budget;
+    switch (button_picture_from_png(decoded.decoded, picture, &size, &pool.pixel_budget)) {
+    case png_check::ok:
+        pool.seen.insert(picture.png(), picture);
+        return picture;
+    case png_check::not_png:
+        fail(where, "the picture is not a PNG image");
+    case png_check::damaged:
+        fail(where, "the picture is cut short, damaged or followed by other bytes");
+    case png_check::too_large:
+        if (size.width() <= limits::max_button_picture_side && size.height() <= limits::max_button_picture_side
+            && decoded.decoded.size() <= limits::max_record_field_bytes
+            && qint64(size.width()) * size.height() > budget)
+            fail(where, scene_budget_exceeded());
+        fail(where, QString("the picture is %1 x %2 pixels and %3 bytes; a button's is at most %4 x %4 and %5 bytes")
+                        .arg(size.width()).arg(size.height()).arg(decoded.decoded.size())
+                        .arg(limits::max_button_picture_side).arg(limits::max_record_field_bytes));
+    case png_check::undecodable:
+        break;
+    }
+    fail(where, "the picture cannot be decoded");
+}
+
+buttonAttributes read_button(const QJsonValue& value, int index, picture_pool& pool)
 {
     const QString where = QString("buttons[%1]").arg(index);
     if (!value.isObject())
         fail(where, "must be an object");
     const QJsonObject o = value.toObject();
     known_keys_only(o, {"x", "y", "width", "height", "size", "kind", "language", "color", "labelColor", "label",
-                        "names", "script", "shape", "points", "widget", "ranges"},
+                        "names", "script", "shape", "points", "widget", "ranges", "picture"},
                     where);
     buttonAttributes a;
     const qint32 c = limits::max_coordinate;
@@ -294,6 +330,8 @@ buttonAttributes read_button(const QJsonValue& value, int index)
     a.labelColor = read_colour(o, "labelColor", where);
     a.label = read_text(o, "label", where);
     read_shape(o, where, a);
+    if (o.contains("picture"))
+        a.picture = read_button_picture(o.value("picture"), at(where, "picture"), pool);
     if (o.contains("script")) {
         if (a.kind != 1)
             fail(at(where, "script"), "only a command button has a script; a selection button has \"names\"");
@@ -445,6 +483,8 @@ QByteArray to_json(const pkr_contents& picker, const QString& image_file)
                 ranges.append(QJsonArray{a.minimum[i], a.maximum[i]});
             o.insert("ranges", ranges);
         }
+        if (!a.picture.isNull())
+            o.insert("picture", QString::fromLatin1(a.picture.png().toBase64()));
         if (a.kind == 1 && a.names.size() == 1) {
             o.insert("script", text_value(a.names.first()));
         } else {
@@ -504,15 +544,19 @@ bool from_json(QByteArray json, const QString& base_dir, pkr_header& header,
             bytes += 12;
         for (const QString& pattern : std::as_const(h.mirrorPatterns))
             bytes += 4 + 2 * qint64(pattern.size());
+        picture_pool pool;
+        pool.pixel_budget -= qint64(h.background.width()) * h.background.height();
         for (int i = 0; i < array.size(); ++i) {
-            read.append(read_button(array.at(i), i));
+            read.append(read_button(array.at(i), i, pool));
             // A file the picker would read only in part is not written at all.
             const buttonAttributes& a = read.last();
             names += a.names.size();
             if (names > limits::max_total_names)
                 fail(QString(), QString("more than %1 names in all; a picker holds at most that many")
                                     .arg(limits::max_total_names));
-            bytes += 52 + 2 * qint64(a.label.size());
+            bytes += 52 + 2 * qint64(a.label.size()) + 8 * qint64(a.points.size());
+            if (!a.picture.isNull())
+                bytes += 8 + a.picture.png().size();
             for (const QString& name : a.names)
                 bytes += 4 + 2 * qint64(name.size());
             if (bytes > limits::max_file_bytes)

@@ -336,3 +336,23 @@ png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize*
     picture = png_picture::decode(png, &refused);
     return refused ? png_check::undecodable : png_check::ok;
 }
+
+png_check button_picture_from_png(const QByteArray& bytes, png_picture& picture, QSize* size, qint64* pixel_budget)
+{
+    picture = png_picture();
+    QSize claimed;
+    if (!png_size(bytes, &claimed))
+        return png_check::not_png;
+    if (size)
+        *size = claimed;
+    const int most = limits::max_button_picture_side;
+    if (bytes.size() > limits::max_record_field_bytes || claimed.width() < 1 || claimed.height() < 1
+        || claimed.width() > most || claimed.height() > most
+        || (pixel_budget && qint64(claimed.width()) * claimed.height() > *pixel_budget))
+        return png_check::too_large;
+    if (!png_is_whole(bytes))
+        return png_check::damaged;
+    bool refused = false;
+    picture = png_picture::decode(bytes, &refused, pixel_budget);
+    return refused ? png_check::undecodable : png_check::ok;
+}

@@ -91,3 +91,11 @@ bool png_is_whole(const QByteArray& bytes, int offset = 0);
 // header claims.
 enum class png_check { ok, not_png, damaged, too_large, undecodable };
 png_check picture_from_png(const QByteArray& bytes, png_picture& picture, QSize* size = nullptr);
+
+// A button's picture from the bytes it is stored as, kept as they are: one
+// whole PNG with nothing after its end chunk, at most
+// limits::max_record_field_bytes, and at most limits::max_button_picture_side
+// a side by its header before anything is decoded. `pixel_budget` as for
+// png_picture::decode; a picture past it is too_large.
+png_check button_picture_from_png(const QByteArray& bytes, png_picture& picture, QSize* size = nullptr,
+                                  qint64* pixel_budget = nullptr);

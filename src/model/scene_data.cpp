@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QSet>
 #include <QDataStream>
 
 #include <algorithm>
@@ -514,11 +515,14 @@ QSize claimed_image_size(const QByteArray& text)
 
 qint64 distinct_pixels(const QList<png_picture>& pictures)
 {
+    // By their bytes, as pictures are told apart: thousands of buttons'
+    // pictures are each hashed once rather than compared with all others.
     qint64 pixels = 0;
-    for (int i = 0; i < pictures.size(); ++i) {
-        const png_picture& p = pictures[i];
-        if (p.isNull() || std::find(pictures.begin(), pictures.begin() + i, p) != pictures.begin() + i)
+    QSet<QByteArray> counted;
+    for (const png_picture& p : pictures) {
+        if (p.isNull() || counted.contains(p.png()))
             continue;
+        counted.insert(p.png());
         pixels += qint64(p.width()) * p.height();
     }
     return pixels;
@@ -626,6 +630,43 @@ png_picture load_image_file(const QString& path, QString* error)
     if (picture.isNull())
         return fail(unreadable + ": it cannot be stored as PNG");
     return picture;
+}
+
+png_picture load_button_picture(const QString& path, QString* error)
+{
+    auto fail = [error](const QString& why) {
+        if (error)
+            *error = why;
+        return png_picture();
+    };
+    const QString unreadable = QString("could not read the picture \"%1\"").arg(path);
+    QFile file;
+    QString why;
+    if (open_regular_file(file, path, &why) != read_open::ok)
+        return fail(unreadable + ": " + why);
+    const QString limit = QString("a button's picture is at most %1 x %1 pixels and %2 KB")
+                              .arg(limits::max_button_picture_side)
+                              .arg(limits::max_record_field_bytes >> 10);
+    // One byte past the limit tells a file over it without reading it all.
+    const QByteArray bytes = file.read(limits::max_record_field_bytes + 1);
+    if (bytes.size() > limits::max_record_field_bytes)
+        return fail(QString("the picture \"%1\" is too large: %2").arg(path, limit));
+    png_picture picture;
+    QSize size;
+    switch (button_picture_from_png(bytes, picture, &size)) {
+    case png_check::ok:
+        return picture;
+    case png_check::not_png:
+        return fail(QString("the picture \"%1\" is not a PNG image").arg(path));
+    case png_check::too_large:
+        return fail(QString("the picture \"%1\" is %2 x %3 pixels: %4")
+                        .arg(path).arg(size.width()).arg(size.height()).arg(limit));
+    case png_check::damaged:
+        return fail(unreadable + ": the PNG is cut short or damaged");
+    case png_check::undecodable:
+        break;
+    }
+    return fail(unreadable + ": the PNG does not decode");
 }
 
 bool is_background_key(const QString& key)

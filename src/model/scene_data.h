@@ -58,3 +58,7 @@ QString scene_budget_exceeded();
 // to its end chunk) and must read back as a stored picture would; any other
 // format Qt reads is encoded to PNG once.
 png_picture load_image_file(const QString& path, QString* error);
+// A picture file chosen for a button: a PNG kept as its bytes, within a
+// button picture's limits (see button_picture_from_png). Null with *error
+// set otherwise.
+png_picture load_button_picture(const QString& path, QString* error);

@@ -3,10 +3,12 @@
 // count says so, by a point (ignored word, x, y).
 #include "edit/button_commands.h"
 #include "edit/mirror_command.h"
+#include "edit/property_commands.h"
 #include "model/button_outline.h"
 #include "model/limits.h"
 #include "model/object_names.h"
 #include "model/picker_host.h"
+#include "model/scene_data.h"
 #include "model/scene_room.h"
 #include "model/side_patterns.h"
 #include "model/undo_chunk.h"
@@ -53,6 +55,8 @@ const char* const not_found = "Couldn't find any matching buttons!";
 // The words that are no side pattern ('-' is no name character).
 const QString patterns_flag = QStringLiteral("-patterns");
 const QString default_flag = QStringLiteral("-default");
+// Where a button's picture is reported.
+const QString picture_word = QStringLiteral("picture");
 
 // Arguments read strictly: a typo in a build script is an error that
 // changes nothing, never a silent 0 or black.
@@ -289,6 +293,11 @@ MStatus picker_main::get_button_properties(const MStringArray& args)
         for (const QPointF& p : drawn)
             for (qreal v : {p.x(), p.y()})
                 MPxCommand::appendToResult(MQtUtil::toMString(QString::number(qRound(v))));
+        // A word no point is, so a script finds it after any points.
+        if (!r.picture.isNull())
+            for (const QString& v :
+                 {picture_word, QString::number(r.picture.width()), QString::number(r.picture.height())})
+                MPxCommand::appendToResult(MQtUtil::toMString(v));
     });
 }
 
@@ -368,6 +377,32 @@ MStatus picker_main::set_button_shape(const MStringArray& args)
         return MStatus::kSuccess;
     push_step(t.page, new edit_button_cmd(t.page, t.button().id, a, "Button Shape"));
     return MStatus::kSuccess;
+}
+
+// set_button_image ADDRESS FILE.png, or "" for none.
+MStatus picker_main::set_button_image(const MStringArray& args)
+{
+    const char* directive = "set_button_image";
+    if (args.length() < 3)
+        return wrong_count(directive);
+    return with_target(directive, args, 4, 1, [&](const target& t) -> MStatus {
+        const QString file = text_at(args, t.next);
+        png_picture picture;
+        if (!file.isEmpty()) {
+            QString why;
+            picture = load_button_picture(file, &why);
+            if (picture.isNull())
+                return script_error(directive, why);
+            if (!within_scene_budget(book()->scene_pictures() << picture))
+                return script_error(directive, QString("\"%1\" was not set: %2").arg(file, scene_budget_exceeded()));
+        }
+        if (picture == t.button().picture)
+            return MStatus::kSuccess;
+        buttonAttributes a = t.button();
+        a.picture = picture;
+        push_step(t.page, new edit_button_cmd(t.page, t.button().id, a, picture_step_text));
+        return MStatus::kSuccess;
+    });
 }
 
 MStatus picker_main::set_button_properties(const MStringArray& args)
@@ -861,6 +896,8 @@ MStatus picker_main::query_buttons(const MStringArray&)
                 ranges.append(QJsonArray{r.minimum[i], r.maximum[i]});
             b["ranges"] = ranges;
         }
+        if (!r.picture.isNull())
+            b[picture_word] = QJsonArray{r.picture.width(), r.picture.height()};
         list.append(b);
     }
     MPxCommand::setResult(MQtUtil::toMString(QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact))));

@@ -128,6 +128,7 @@ const picker_main::directive_entry picker_main::directives[] = {
     {"get_button_properties", &picker_main::get_button_properties, tab, any},
     {"set_button_properties", &picker_main::set_button_properties, tab, any},
     {"set_button_shape", &picker_main::set_button_shape, tab, any},
+    {"set_button_image", &picker_main::set_button_image, tab, any},
     {"press_button", &picker_main::press_button, tab, any},
     {"add_attribute_button", &picker_main::add_attribute_button, tab, 10},
     {"set_attribute_button", &picker_main::set_attribute_button, tab, 5},

@@ -178,6 +178,7 @@ private:
     MStatus get_button_properties(const MStringArray& args);
     MStatus set_button_properties(const MStringArray& args);
     MStatus set_button_shape(const MStringArray& args);
+    MStatus set_button_image(const MStringArray& args);
     MStatus color_directive(const MStringArray& args, bool label);
     MStatus press_button(const MStringArray& args);
     MStatus add_attribute_button(const MStringArray& args);

@@ -30,6 +30,7 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
         now.missing = r.missing && names_scene_objects(r.kind);
         now.shape = r.shape;
         now.points = r.points;
+        now.picture = r.picture.key();
         if (r.kind == attribute_kind) {
             now.value[0] = r.value[0];
             now.value[1] = r.value[1];
@@ -40,7 +41,7 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
             || p->label != now.label || p->kind != now.kind || p->selected != now.selected
             || p->several != now.several || p->labelSize != now.labelSize || p->missing != now.missing
             || p->shape != now.shape || p->points != now.points
-            || std::memcmp(p->value, now.value, sizeof now.value) != 0) {
+            || p->picture != now.picture || std::memcmp(p->value, now.value, sizeof now.value) != 0) {
             // The pen later buttons are drawn with depends on the kinds; a
             // label of another size reaches other pixels.
             all = all || p->bounds != now.bounds || p->kind != now.kind || p->labelSize != now.labelSize;
@@ -48,7 +49,7 @@ paint_layer::staleness paint_layer::compare(const view_state& state, const QList
             const bool ring = now.kind == 0 && !now.several && p->several == now.several
                 && now.shape == qint32(button_shape::rectangle) && p->shape == now.shape
                 && p->color == now.color && p->labelColor == now.labelColor && p->label == now.label
-                && p->missing == now.missing;
+                && p->missing == now.missing && p->picture == now.picture;
             const bool lit = ring && p->selected == 0;
             *p = now;
             if (!all)
@@ -132,6 +133,7 @@ uint qHash(const face_cache::key& k, uint seed)
     h = (h ^ k.outline) * 0x27D4EB2Fu;
     h ^= uint(k.missing) << 24 | uint(k.shape) << 16 | uint(quint16(k.selected));
     h = (h ^ uint(quint16(k.at[0])) ^ uint(quint16(k.at[1])) << 16) * 0x9E3779B1u;
+    h = (h ^ uint(k.picture) ^ uint(k.picture >> 32)) * 0x85EBCA77u;
     for (const QPoint& p : k.points)
         h = (h ^ uint(p.x()) ^ uint(p.y()) << 16) * 0x9E3779B1u;
     return h ^ (h >> 15);

@@ -97,6 +97,7 @@ private:
         qint32 shape = 0;
         QVector<QPoint> points;
         double value[2] = {0, 0}; // an attribute button's
+        qint64 picture = 0;
     };
 
     view_state state_;
@@ -130,11 +131,14 @@ public:
         // 1/4096ths of the way (-1: not known); -1 for other buttons.
         qint16 widget = -1;
         qint16 at[2] = {-1, -1};
+        // The picture's key: a face holds it scaled to the face's size, so
+        // thousands of buttons with one icon at one zoom scale it once.
+        qint64 picture = 0;
         bool operator==(const key& o) const
         {
             return size == o.size && fill == o.fill && outline == o.outline && shape == o.shape
                 && selected == o.selected && missing == o.missing && points == o.points && widget == o.widget
-                && at[0] == o.at[0] && at[1] == o.at[1];
+                && at[0] == o.at[0] && at[1] == o.at[1] && picture == o.picture;
         }
     };
     enum { command = 16, ring = 32 };

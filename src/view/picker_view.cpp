@@ -7,6 +7,7 @@
 #include "model/picker_stream.h"
 #include "model/scene_data.h"
 #include "view/paint_cache.h"
+#include "edit/property_commands.h"
 #include "view/picker_mouse_cmd.h"
 #include "view/shortcuts.h"
 #include "window/picker_window.h"
@@ -372,6 +373,30 @@ void picker_view::change_background()
         QMessageBox::warning(this, "Background", QString("The picture was not set: %1.").arg(scene_budget_exceeded()));
 }
 
+void picker_view::choose_button_picture()
+{
+    if (!page_->any_target())
+        return;
+    const QString file = QFileDialog::getOpenFileName(this, "Choose Button Picture", QString(), "PNG Images (*.png)");
+    if (file.isEmpty())
+        return;
+    QString why;
+    const png_picture picture = load_button_picture(file, &why);
+    if (!picture.isNull() && !pictures_fit({picture}))
+        why = QString("the picture was not set: %1").arg(scene_budget_exceeded());
+    if (!why.isEmpty()) {
+        QMessageBox::warning(this, "Button Picture", why.at(0).toUpper() + why.mid(1) + '.');
+        return;
+    }
+    undo.push(new change_picture_cmd(page_, picture));
+}
+
+void picker_view::remove_button_picture()
+{
+    if (page_->any_target())
+        undo.push(new change_picture_cmd(page_, png_picture()));
+}
+
 // ----- Buttons
 
 buttonAttributes picker_view::new_button_at(const QPoint& widgetPos) const
@@ -411,6 +436,14 @@ void picker_view::set_button_size(int index, int w, int h)
 QString picker_view::no_room_for(qint64 more_buttons, qint64 more_names) const
 {
     return no_room(window ? window->pages() : QVector<const picker_page*>{page_}, page_, more_buttons, 0, more_names);
+}
+
+bool picker_view::pictures_fit(const QList<png_picture>& more) const
+{
+    QList<png_picture> all = window ? window->scene_pictures() : button_pictures(page_->buttons());
+    if (!window)
+        all << page_->background();
+    return within_scene_budget(all + more);
 }
 
 bool picker_view::conform_to_selection()
@@ -892,6 +925,21 @@ void draw_shape(QPainter& painter, const QRectF& R, const buttonAttributes& r)
     }
 }
 
+// The picture fitted to the box keeping its proportions, centred, and cut
+// to the outline clicks are tested against.
+void draw_picture(QPainter& painter, const QRectF& R, const buttonAttributes& r)
+{
+    if (r.picture.isNull() || R.isEmpty())
+        return;
+    const QSizeF fitted = QSizeF(r.picture.size()).scaled(R.size(), Qt::KeepAspectRatio);
+    const QRectF at(R.center() - QPointF(fitted.width(), fitted.height()) / 2, fitted);
+    painter.save();
+    painter.setClipPath(button_outline(R, r), Qt::IntersectClip);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(at, r.picture.image());
+    painter.restore();
+}
+
 // Diagonal hatching over the shape: its objects are not in the scene.
 void hatch(QPainter& painter, const QRectF& R, const buttonAttributes& r)
 {
@@ -920,7 +968,8 @@ QRgb picker_view::fill_of(const buttonRecord& r)
 
 bool picker_view::plain(const buttonRecord& r)
 {
-    return r.kind == 0 && r.name_count() < 2 && !r.missing && r.shape == qint32(button_shape::rectangle);
+    return r.kind == 0 && r.name_count() < 2 && !r.missing && r.shape == qint32(button_shape::rectangle)
+        && r.picture.isNull();
 }
 
 int picker_view::shape_of(const buttonRecord& r)
@@ -935,6 +984,7 @@ const QImage& picker_view::face_of(const buttonRecord& r, const QSize& size, con
     k.shape = quint8(shape_of(r));
     if (r.shape == qint32(button_shape::polygon))
         k.points = r.points;
+    k.picture = r.picture.key();
     if (r.kind == command_kind) {
         k.fill = r.color;
         k.selected = r.selected;
@@ -976,6 +1026,7 @@ void picker_view::draw_selection_face(QPainter& painter, const QRectF& R, const 
         painter.setBrush(fill);
         draw_shape(painter, R, r);
     }
+    draw_picture(painter, R, r);
     if (r.kind == attribute_kind)
         draw_widget(painter, R, r);
     if (r.missing)
@@ -1117,6 +1168,7 @@ void picker_view::draw_command_face(QPainter& painter, const QRectF& R, const bu
         painter.drawRect(R);
     else
         draw_shape(painter, R, r);
+    draw_picture(painter, R, r);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
     draw_shape(painter, R, r);

@@ -90,6 +90,9 @@ public:
     // Empty when this picker and its scene can take that many more buttons
     // holding that many names; otherwise why not (see no_room).
     QString no_room_for(qint64 more_buttons, qint64 more_names) const;
+    // Whether the scene's pictures (this page's alone without a window)
+    // and `more` stay within the pixels a scene holds.
+    bool pictures_fit(const QList<png_picture>& more) const;
     const QList<buttonRecord>& buttons() const { return page_->buttons(); }
     const png_picture& background() const { return page_->background(); }
     const QString& backgroundKey() const { return page_->background_key(); }
@@ -205,6 +208,10 @@ public slots:
     // middle of the open area.
     void zoom_to(double z);
     void change_background();
+    // The targeted buttons' picture: chosen from a PNG file (a dialog), or
+    // removed. One undo step each.
+    void choose_button_picture();
+    void remove_button_picture();
     void add_one_button();
     void add_many_buttons();
     void update_button();
@@ -312,6 +319,8 @@ private:
     QAction* deleteAction = nullptr;
     QAction* mirrorAction = nullptr;
     QAction* commandAction = nullptr;
+    QAction* pictureAction = nullptr;
+    QAction* removePictureAction = nullptr;
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;
     int modeWord = 0;

@@ -145,6 +145,8 @@ void picker_view::make_menu()
     deleteAction = make_action("Delete Button", SLOT(delete_button()), {QKeySequence(Qt::Key_Backspace)});
     mirrorAction = make_action("Mirror", SLOT(mirror_buttons()));
     commandAction = make_action("Add Command Button...", SLOT(edit_command_later()));
+    pictureAction = make_action("Set Button Picture...", SLOT(choose_button_picture()));
+    removePictureAction = make_action("Remove Button Picture", SLOT(remove_button_picture()));
     QAction* reset = make_action("Reset View", SLOT(reset_view()), {QKeySequence(Qt::Key_H)});
     QAction* frame = make_action("Frame View", SLOT(frame_view()), {QKeySequence(Qt::Key_F)});
     menu->addAction(addOneAction);
@@ -154,6 +156,9 @@ void picker_view::make_menu()
     menu->addAction(mirrorAction);
     menu->addSeparator();
     menu->addAction(commandAction);
+    menu->addSeparator();
+    menu->addAction(pictureAction);
+    menu->addAction(removePictureAction);
     menu->addSeparator();
     menu->addAction(reset);
     menu->addAction(frame);
@@ -225,6 +230,12 @@ void picker_view::show_context_menu(QMouseEvent* e)
     }
     addOneAction->setEnabled(!menuSelection.isEmpty());
     addManyAction->setEnabled(true);
+    bool pictured = false;
+    const QVector<int> targets = page_->target_rows();
+    for (int row : targets)
+        pictured = pictured || !buttons().at(row).picture.isNull();
+    pictureAction->setEnabled(page_->any_target());
+    removePictureAction->setEnabled(pictured);
     mirrorAction->setEnabled(page_->any_target());
     menu->exec(mapToGlobal(e->pos()), addOneAction);
     deleteAction->setEnabled(true);

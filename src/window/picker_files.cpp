@@ -158,7 +158,7 @@ bool open_into_book(picker_book& book, const QStringList& paths, QString* why, Q
     }
     QList<png_picture> pictures = book.scene_pictures();
     for (const pkr_contents& contents : all)
-        pictures << contents.header.background;
+        pictures << contents.header.background << button_pictures(contents.buttons);
     if (!within_scene_budget(pictures)) {
         *why = QString("the pickers were not opened: %1").arg(scene_budget_exceeded());
         return false;
@@ -217,7 +217,8 @@ void picker_window::load_pickers(const QStringList& paths)
         QString why;
         bool opened = false;
         const bool read = read_picker_file(paths[i], contents, &why, &opened);
-        const bool fits = read && within_scene_budget(scene_pictures() << contents.header.background);
+        const bool fits = read && within_scene_budget(scene_pictures() << contents.header.background
+                                                                    << button_pictures(contents.buttons));
         if (!fits) {
             const QString native = QDir::toNativeSeparators(paths[i]);
             const QString message = read     ? texts::over_budget.arg(native, scene_budget_exceeded())

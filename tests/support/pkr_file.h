@@ -29,6 +29,16 @@ inline png_picture filled_picture(int w, int h, QColor colour)
     return png_picture::from_image(image);
 }
 
+// A PNG file of one colour; its bytes, as a picture read from it keeps them.
+inline QByteArray write_picture_file(const QString& path, int w, int h, QColor colour)
+{
+    const QByteArray png = filled_picture(w, h, colour).png();
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(png) != png.size())
+        qWarning("cannot write %s", qPrintable(path));
+    return png;
+}
+
 // A .pkr named `name` holding `buttons`, with `background` under `key` if given.
 inline void write_pkr_file(const QString& path, const QString& name, const QList<buttonAttributes>& buttons,
                            const QString& key = QString(), const png_picture& background = png_picture())
