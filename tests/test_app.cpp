@@ -279,7 +279,7 @@ private slots:
                     found << line;
             return found;
         };
-        QCOMPARE(entries("batch.ma").size(), 3); // the data and two pictures
+        QCOMPARE(entries("batch.ma").size(), 4); // the data and three pictures
         QCOMPARE(entries("batch.ma"), entries("shown.ma"));
         for (const char* tab : {"hero", "sidekick"}) {
             QVERIFY(!bytes(QString("batch_%1.pkr").arg(tab)).isEmpty());

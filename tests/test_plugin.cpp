@@ -400,7 +400,7 @@ private slots:
         h.drain_idle();
         const QStringList stored = snapshot();
         QCOMPARE(result("QuillmarshPicker query_tabs"), (QStringList{"hero", "sidekick", "hero_face"}));
-        QCOMPARE(h.nodes().size(), 88);
+        QCOMPARE(h.nodes().size(), 92);
 
         QFile script(QString("%1/examples/demo/build_demo.mel").arg(SOURCE_DIR));
         QVERIFY(script.open(QIODevice::ReadOnly));

@@ -210,7 +210,8 @@ def buttons() -> List[Dict[str, Any]]:
     x, y (the centre), width, height (the set size), bounds (left, top,
     width, height, grown to hold the label), color, label_color ("#rrggbb"),
     for a command button script and language ("mel"/"python"), else None,
-    and for a button carrying a picture, picture: its (width, height)."""
+    for a button carrying a picture, picture: its (width, height); for an
+    attribute button, widget and ranges: [(minimum, maximum), ...] per attribute."""
     out = []
     for b in json.loads((_strings(_run("query_buttons")) or ["[]"])[0] or "[]"):
         command = b["kind"] == "command"
@@ -227,9 +228,10 @@ def buttons() -> List[Dict[str, Any]]:
             "label_color": b["labelColor"],
             "script": (b["names"] or [""])[0] if command else None,
             "language": b.get("language", "mel") if command else None,
-            "widget": b.get("widget"),
-            "ranges": [tuple(r) for r in b["ranges"]] if "ranges" in b else None,
         })
+        if "widget" in b:
+            out[-1]["widget"] = b["widget"]
+            out[-1]["ranges"] = [tuple(float(v) for v in r) for r in b["ranges"]]
         if "picture" in b:
             out[-1]["picture"] = tuple(int(v) for v in b["picture"])
     return out

@@ -360,6 +360,7 @@ private:
     bool following = false;
     // While a followed selection changes the tab: the keys stay where they are.
     bool followingNow = false;
+    bool followQueued = false;
     // The namespace of the last selection no tab could follow, and the
     // tabs' names then: the next selection there need not ask the host again.
     QStringList followSeen; // the host's selection as last taken in

@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QTabWidget>
+#include <QTimer>
 
 namespace {
 
@@ -67,8 +68,15 @@ void picker_window::setSelection(const QStringList& names, bool own, const QStri
     // restored scene, an opened picker) is not the animator's doing.
     if (names != followSeen) {
         followSeen = names;
-        if (!own)
-            follow(names);
+        // Once the host is done: a script that selects and then builds on
+        // the current tab must find the tab it chose.
+        if (!own && following && !followQueued) {
+            followQueued = true;
+            QTimer::singleShot(0, this, [this] {
+                followQueued = false;
+                follow(followSeen);
+            });
+        }
     }
     // The toolbox follows a selection made in the host as it does one made here.
     updateControls();
