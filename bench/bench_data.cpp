@@ -279,6 +279,23 @@ QList<buttonAttributes> make_buttons(const picker_shape& shape)
         } else if (i % 10 == 7) {
             a.shape = qint32(button_shape::ellipse);
         }
+        // A twentieth set attributes, as a sheet's sliders and switches do:
+        // the facial and settings controls of the character.
+        if (i % 20 == 11) {
+            a.kind = attribute_kind;
+            a.language = 0;
+            a.widget = (i / 20) % attribute_widget_count;
+            const QString node = ns + (c.part % 2 ? ":face_ctrl." : ":settings_ctrl.");
+            a.names = QStringList{node + control_label(c).replace(' ', '_') + "_x"};
+            if (a.widget == qint32(attribute_widget::slider2d))
+                a.names << node + control_label(c).replace(' ', '_') + "_y";
+            for (int k = 0; k < 2; ++k) {
+                a.minimum[k] = -1;
+                a.maximum[k] = 1;
+            }
+            a.shape = qint32(button_shape::rectangle);
+            a.points.clear();
+        }
         list.append(a);
     }
     return list;

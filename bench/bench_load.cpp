@@ -34,10 +34,10 @@ struct plain_record {
     QStringList names;
     quint8 shape = 0;
     QVector<QPoint> points;
+    QList<QByteArray> fields;
 };
 
-// The records of a button list (version 6, without tagged fields), read
-// as they lie.
+// The records of a button list (version 6), read as they lie.
 int bare_records(QDataStream& in, QVector<plain_record>& out)
 {
     qint32 count = 0;
@@ -64,6 +64,13 @@ int bare_records(QDataStream& in, QVector<plain_record>& out)
             }
         }
         in >> fields;
+        // Each field kept as its bytes, as a reader that knows it must.
+        for (quint32 f = 0; f < fields; ++f) {
+            quint32 tag = 0, bytes = 0;
+            in >> tag >> bytes;
+            r.fields.append(QByteArray(int(bytes), Qt::Uninitialized));
+            in.readRawData(r.fields.last().data(), int(bytes));
+        }
         out.append(r);
     }
     return count;

@@ -96,6 +96,27 @@ void write_old_list(QDataStream& out, int version, const QList<buttonAttributes>
         write_old_record(out, version, j, list[j]);
 }
 
+// A slider, a pad and a switch beside a selection button.
+QList<buttonAttributes> attribute_buttons()
+{
+    QList<buttonAttributes> all = shaped_buttons();
+    const char* const plugs[3][2] = {{"hero:face_ctrl.jaw", ""},
+                                     {"hero:face_ctrl.L_eye_x", "hero:face_ctrl.L_eye_y"},
+                                     {"hero:settings_ctrl.ikFk", ""}};
+    for (int w = 0; w < attribute_widget_count; ++w) {
+        buttonAttributes& a = all[w];
+        a.kind = attribute_kind;
+        a.language = 0;
+        a.widget = w;
+        a.names = QStringList{plugs[w][0]};
+        if (w == qint32(attribute_widget::slider2d))
+            a.names << plugs[w][1];
+        a.minimum[0] = a.minimum[1] = -1;
+        a.maximum[0] = a.maximum[1] = w == qint32(attribute_widget::checkbox) ? 2 : 1;
+    }
+    return all;
+}
+
 png_picture background()
 {
     QImage image(24, 16, QImage::Format_RGB32);
@@ -203,6 +224,7 @@ int main(int argc, char** argv)
         cut.remove(cut.indexOf("IDAT") + 8, 1);
         save("fuzz_pkr", "v6_damaged_picture.pkr", cut);
     }
+    save("fuzz_pkr", "v6_attribute_buttons.pkr", pkr(6, false, attribute_buttons()));
     save("fuzz_pkr", "empty_list.pkr", pkr(5, false, {}));
     QList<buttonAttributes> damaged = buttons();
     damaged[1].kind = 2;
@@ -218,6 +240,7 @@ int main(int argc, char** argv)
     save("fuzz_clipboard", "four_buttons", payload(shaped_buttons()));
     save("fuzz_clipboard", "one_button", payload(shaped_buttons().mid(1, 1)));
     save("fuzz_clipboard", "pictured_buttons", payload(pictured_buttons()));
+    save("fuzz_clipboard", "attribute_buttons", payload(attribute_buttons()));
     {
         QByteArray old;
         QDataStream out(&old, QIODevice::WriteOnly);
@@ -237,6 +260,13 @@ int main(int argc, char** argv)
         write_button_list(out, pictured_buttons());
         save("fuzz_scene_data", "window_v7_pictures.bin", bytes);
         save("fuzz_scene_data", "scene_text_v7_pictures.txt", encode_picker_data(bytes));
+    }
+    {
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << qint32(7) << qint32(1) << qint32(0) << qint32(0) << QString("face") << QString();
+        write_button_list(out, attribute_buttons());
+        save("fuzz_scene_data", "window_v7_attributes.bin", bytes);
     }
     save("fuzz_scene_data", "scene_text_v7.txt", encode_picker_data(window_stream(7, true)));
     for (int version : {1, 2, 4, 5, 6})
@@ -297,5 +327,12 @@ int main(int argc, char** argv)
          "set_button_shape\tlabel\tArm\tellipse\n"
          "get_button_properties\tlabel\tArm\nquery_buttons\nmirror_buttons\n"
          "set_button_image\tlabel\tArm\t\nset_button_image\tlabel\tArm\n");
+    save("fuzz_directives", "attributes.txt",
+         "add_attribute_button\t10\t20\tjaw\tslider\thero:face_ctrl.jaw\n"
+         "add_attribute_button\t40\t20\teye\tslider2d\thero:eye.x\t-1\t1\thero:eye.y\t0\t2\n"
+         "add_attribute_button\t70\t20\tfk\tcheckbox\thero:arm.ikFk\n"
+         "set_attribute_button\tlabel\tjaw\t0.5\nset_attribute_button\tpoint\t40\t20\t1\t2\n"
+         "get_attribute_button\tlabel\teye\npress_button\tlabel\tfk\nattribute_changed\thero:face_ctrl.jaw\n"
+         "query_buttons\nmirror_buttons\nupdate_namespace\tvillain\n");
     return 0;
 }
