@@ -71,6 +71,16 @@ private slots:
         QCOMPARE(mirror::map_name(name, defaults), mirrored);
     }
 
+    // An attribute button's plug is sided by its attributes as well: a
+    // face control's L_brow is the left brow.
+    void plugs()
+    {
+        QCOMPARE(mirror::map_plug("hero:face_ctrl.L_brow", defaults), QString("hero:face_ctrl.R_brow"));
+        QCOMPARE(mirror::map_plug("hero:L_eye_ctrl.lookX", defaults), QString("hero:R_eye_ctrl.lookX"));
+        QCOMPARE(mirror::map_plug("|rig|hero:L_arm.L_twist.aim_L", defaults), QString("|rig|hero:R_arm.R_twist.aim_R"));
+        QCOMPARE(mirror::map_plug("hero:face_ctrl.jaw_open", defaults), QString("hero:face_ctrl.jaw_open"));
+    }
+
     void labels_and_scripts_data()
     {
         QTest::addColumn<bool>("script");

@@ -84,6 +84,17 @@ QString map_name(const QString& name, const QStringList& pairs)
     return segments.join('|') + name.mid(end);
 }
 
+QString map_plug(const QString& plug, const QStringList& pairs)
+{
+    // The node as any name, then each attribute of the path (L_brow on a
+    // face control is as sided as the node L_eye_ctrl).
+    const int end = node_end(plug);
+    QStringList attributes = plug.mid(end).split('.');
+    for (QString& attribute : attributes)
+        attribute = map_word(attribute, pairs);
+    return map_name(plug.left(end), pairs) + attributes.join('.');
+}
+
 QString map_label(const QString& label, const QStringList& pairs)
 {
     // Streams tell an empty label from none: an empty one stays as it is.
@@ -153,7 +164,7 @@ QList<buttonAttributes> mirrored_copies(const picker_page* page, const QVector<i
         if (names_scene_objects(a.kind)) {
             QSet<QString> seen;
             for (int i = 0; i < a.names.size(); ++i) {
-                a.names[i] = map_name(from.names[i], pairs);
+                a.names[i] = a.kind == attribute_kind ? map_plug(from.names[i], pairs) : map_name(from.names[i], pairs);
                 if (a.names[i] == from.names[i] && !seen.contains(from.names[i])) {
                     seen.insert(from.names[i]);
                     kept << from.names[i];

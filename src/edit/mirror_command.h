@@ -25,6 +25,8 @@ namespace mirror {
 
 // One object name ("ns:L_arm|ns:L_hand.tx") on the other side.
 QString map_name(const QString& name, const QStringList& pairs);
+// An attribute button's plug: its node as map_name does, and its attributes.
+QString map_plug(const QString& plug, const QStringList& pairs);
 // A label, word by word ("L fingers" -> "R fingers").
 QString map_label(const QString& label, const QStringList& pairs);
 // The object names of a script in its language (0 MEL, 1 Python), as a

@@ -4,6 +4,8 @@
 #include "model/object_names.h"
 #include "model/picker_page.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <utility>
 
@@ -81,29 +83,56 @@ QString selection_namespace(const QStringList& names)
 page_binding binding_of(const QList<buttonRecord>& buttons)
 {
     page_binding out;
+    // Names with the same text before their node's own name live in the
+    // same namespaces: each such prefix is worked out once, counted by the
+    // names that share it (a picker of thousands has a handful).
+    QHash<QString, int> group_of;
+    QStringList reps;
+    QVector<int> weights;
+    QVector<int> groups; // each name's
     QStringList names;
+    QString last_prefix;
+    int last = -1;
     for (const buttonRecord& r : buttons) {
         if (!names_scene_objects(r.kind))
             continue;
-        names << r.names;
         for (const QString& name : r.names) {
-            const QString ns = node_namespace(name);
-            out.direct.insert(ns.isEmpty() ? QString(":") : ns);
-            out.nodes.insert(leaf_node(name));
+            const QStringView node = QStringView(name).left(node_end(name));
+            const qsizetype cut = std::max(node.lastIndexOf(':'), node.lastIndexOf('|')) + 1;
+            const QStringView prefix = node.left(cut);
+            if (last < 0 || prefix != QStringView(last_prefix)) {
+                last_prefix = prefix.toString();
+                const QString& key = last_prefix;
+                auto found = group_of.constFind(key);
+                if (found == group_of.constEnd()) {
+                    found = group_of.insert(key, int(reps.size()));
+                    reps << name;
+                    weights << 0;
+                    const QString ns = node_namespace(name);
+                    out.direct.insert(ns.isEmpty() ? QString(":") : ns);
+                }
+                last = *found;
+            }
+            ++weights[last];
+            groups << last;
+            names << name;
         }
     }
-    const QStringList used = namespaces_by_use(names);
+    const QStringList used = namespaces_by_use(reps, weights);
     if (used.isEmpty())
         return out;
     out.main = used.first();
     // Spread over the picker, so one body part renamed in a rig copy does
     // not decide alone.
-    QVector<int> fitting;
-    for (int i = 0; i < names.size(); ++i) {
-        const QString ns = node_namespace(names[i]);
-        if (out.main == ":" ? ns.isEmpty() : inside(ns, out.main))
-            fitting << i;
+    QVector<bool> group_fits(reps.size());
+    for (int g = 0; g < reps.size(); ++g) {
+        const QString ns = node_namespace(reps[g]);
+        group_fits[g] = out.main == ":" ? ns.isEmpty() : inside(ns, out.main);
     }
+    QVector<int> fitting;
+    for (int i = 0; i < names.size(); ++i)
+        if (group_fits[groups[i]])
+            fitting << i;
     const int n = int(fitting.size());
     const int take = std::min(n, binding_sample_size);
     for (int k = 0; k < take; ++k) {
@@ -112,6 +141,16 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
     }
     out.sample.removeDuplicates();
     return out;
+}
+
+QSet<QString> nodes_of(const QList<buttonRecord>& buttons)
+{
+    QSet<QString> nodes;
+    for (const buttonRecord& r : buttons)
+        if (names_scene_objects(r.kind))
+            for (const QString& name : r.names)
+                nodes.insert(leaf_node(name));
+    return nodes;
 }
 
 follow_step plan_follow(const QVector<const picker_page*>& pages, int current, const QString& ns,
@@ -130,7 +169,7 @@ follow_step plan_follow(const QVector<const picker_page*>& pages, int current, c
             order << i;
     if (!node.isEmpty() && inside(node_namespace(node), ns)) {
         for (int i : std::as_const(order))
-            if (pages[i]->binding().nodes.contains(node)) {
+            if (pages[i]->binding_nodes().contains(node)) {
                 if (i != current) {
                     step.what = follow_step::show;
                     step.page = i;
@@ -141,7 +180,7 @@ follow_step plan_follow(const QVector<const picker_page*>& pages, int current, c
         for (int i : std::as_const(order)) {
             const page_binding& b = pages[i]->binding();
             const QString there = b.main == ":" ? own : b.main + ':' + own;
-            if (b.nodes.contains(there) && fits(b, ns, missing)) {
+            if (pages[i]->binding_nodes().contains(there) && fits(b, ns, missing)) {
                 step.what = follow_step::rebind;
                 step.page = i;
                 step.to = ns;

@@ -26,14 +26,14 @@ struct page_binding {
     // A few node names in main or nested in it, spread over the picker:
     // enough to tell whether another copy of the character has them.
     QStringList sample;
-    // The node of every name, without a DAG path.
-    QSet<QString> nodes;
 };
 
 // Names per picker that decide whether it fits another copy.
 constexpr int binding_sample_size = 8;
 
 page_binding binding_of(const QList<buttonRecord>& buttons);
+// The node of every name, without a DAG path: asked only while following.
+QSet<QString> nodes_of(const QList<buttonRecord>& buttons);
 
 // The namespace of the node a name (path, attribute or component) ends
 // in, bare; empty for the root.

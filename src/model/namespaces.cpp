@@ -120,11 +120,13 @@ void extract_namespace(QStringList& out, const QString& name)
     }
 }
 
-QStringList namespaces_by_use(const QStringList& names)
+QStringList namespaces_by_use(const QStringList& names, const QVector<int>& weights)
 {
     QHash<QString, int> count;
     QStringList order;
-    for (const QString& name : names) {
+    for (int i = 0; i < names.size(); ++i) {
+        const QString& name = names[i];
+        const int weight = weights.value(i, 1);
         QStringList used;
         extract_namespace(used, name);
         for (const QString& segment : name.left(node_end(name)).split('|')) {
@@ -135,7 +137,7 @@ QStringList namespaces_by_use(const QStringList& names)
         for (const QString& ns : std::as_const(used)) {
             if (!count.contains(ns))
                 order << ns;
-            ++count[ns];
+            count[ns] += weight;
         }
     }
     const auto depth = [](const QString& ns) { return ns == ":" ? 0 : int(ns.count(':')) + 1; };

@@ -23,7 +23,8 @@ void extract_namespace(QStringList& out, const QString& name);
 // the root when a name is in it; ordered by how many names each holds
 // (with those nested in it), of equals the deepest, then by name. So the
 // first is the main namespace: "chars:hero" before "chars" and "sword".
-QStringList namespaces_by_use(const QStringList& names);
+// weights, when given, counts each name as that many.
+QStringList namespaces_by_use(const QStringList& names, const QVector<int>& weights = QVector<int>());
 // The sort order of namespace lists: case-insensitive.
 bool compare_name(const QString& a, const QString& b);
 // Index of the first entry that ends with ":<ns>"; -1 when none does.

@@ -530,6 +530,15 @@ const page_binding& picker_page::binding() const
     return binding_;
 }
 
+const QSet<QString>& picker_page::binding_nodes() const
+{
+    if (!nodesValid_) {
+        nodes_ = nodes_of(buttons_);
+        nodesValid_ = true;
+    }
+    return nodes_;
+}
+
 // ----- Notices
 
 picker_page::hold::hold(picker_page* page) : page_(page)
@@ -569,6 +578,7 @@ void picker_page::notify(unsigned fields, int row)
     ++revision_;
     if (fields & (page_field::binding | page_field::layout)) {
         bindingValid_ = false;
+        nodesValid_ = false;
         bindingStamp_ = next_binding_stamp();
     }
     if (fields & page_field::stored) {

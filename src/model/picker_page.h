@@ -177,6 +177,8 @@ public:
     // Which namespace the picker drives, worked out again only after its
     // names change: following the host's selection asks it of every tab.
     const page_binding& binding() const;
+    // The node of each of its names, without a DAG path.
+    const QSet<QString>& binding_nodes() const;
     // Changes whenever the names may have; unique across pages.
     quint64 binding_stamp() const { return bindingStamp_; }
 
@@ -226,6 +228,8 @@ private:
     mutable bool indexValid_ = true;
     mutable page_binding binding_;
     mutable bool bindingValid_ = false;
+    mutable QSet<QString> nodes_;
+    mutable bool nodesValid_ = false;
     quint64 bindingStamp_;
 
     QSet<button_id> picks_;

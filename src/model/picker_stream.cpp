@@ -4,10 +4,12 @@
 #include "model/side_patterns.h"
 
 #include <QIODevice>
+#include <QtEndian>
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
 
 // Readers never trust a count: every loop stops at the first stream error and
 // at the limits, and each pass consumes bytes, so a damaged count costs at
@@ -203,11 +205,22 @@ constexpr quint32 attribute = 1;
 constexpr quint32 picture = 2;
 } // namespace record_tag
 
-// Each field's own stream: big-endian, doubles as 8 bytes.
-void set_field_stream(QDataStream& s)
+// A big-endian IEEE double, as QDataStream writes one.
+double f64_at(const char* at)
 {
-    s.setVersion(picker_format::pkr_stream_version);
-    s.setFloatingPointPrecision(QDataStream::DoublePrecision);
+    const quint64 bits = qFromBigEndian<quint64>(at);
+    double v;
+    std::memcpy(&v, &bits, sizeof v);
+    return v;
+}
+
+void append_f64(QByteArray& out, double v)
+{
+    quint64 bits;
+    std::memcpy(&bits, &v, sizeof bits);
+    char be[8];
+    qToBigEndian(bits, be);
+    out.append(be, 8);
 }
 
 bool usable_range(double lo, double hi)
@@ -216,26 +229,23 @@ bool usable_range(double lo, double hi)
         && std::fabs(hi) <= limits::max_attribute_value;
 }
 
+// Read by hand: a stream of its own for each of hundreds of sliders would
+// cost more than the rest of their records.
 field_read read_attribute_field(const QByteArray& bytes, buttonAttributes& a)
 {
-    QDataStream in(bytes);
-    set_field_stream(in);
-    quint8 widget = 0;
-    in >> widget;
-    if (!stream_ok(in) || widget >= attribute_widget_count)
+    if (bytes.isEmpty() || quint8(bytes[0]) >= attribute_widget_count)
         return field_read::damaged;
-    a.widget = widget;
-    const int plugs = widget_plugs(widget);
+    a.widget = quint8(bytes[0]);
+    const int plugs = widget_plugs(a.widget);
+    if (bytes.size() != 1 + 16 * plugs || a.kind != attribute_kind || a.names.size() != plugs)
+        return field_read::damaged;
     for (int i = 0; i < plugs; ++i) {
-        in >> a.minimum[i] >> a.maximum[i];
-        if (!stream_ok(in) || !usable_range(a.minimum[i], a.maximum[i]))
-            return field_read::damaged;
         // No text form keeps the sign of a zero.
-        a.minimum[i] += 0.0;
-        a.maximum[i] += 0.0;
+        a.minimum[i] = f64_at(bytes.constData() + 1 + 16 * i) + 0.0;
+        a.maximum[i] = f64_at(bytes.constData() + 9 + 16 * i) + 0.0;
+        if (!usable_range(a.minimum[i], a.maximum[i]))
+            return field_read::damaged;
     }
-    if (!in.atEnd() || a.kind != attribute_kind || a.names.size() != plugs)
-        return field_read::damaged;
     for (const QString& plug : std::as_const(a.names))
         if (!is_plug_name(plug))
             return field_read::damaged;
@@ -252,12 +262,11 @@ QVector<tagged_field> record_fields(const buttonAttributes& a)
 {
     QVector<tagged_field> fields;
     if (a.kind == attribute_kind) {
-        tagged_field f{record_tag::attribute, {}};
-        QDataStream out(&f.bytes, QIODevice::WriteOnly);
-        set_field_stream(out);
-        out << quint8(a.widget);
-        for (int i = 0; i < widget_plugs(a.widget); ++i)
-            out << a.minimum[i] << a.maximum[i];
+        tagged_field f{record_tag::attribute, QByteArray(1, char(a.widget))};
+        for (int i = 0; i < widget_plugs(a.widget); ++i) {
+            append_f64(f.bytes, a.minimum[i]);
+            append_f64(f.bytes, a.maximum[i]);
+        }
         fields << f;
     }
     if (!a.picture.isNull())
