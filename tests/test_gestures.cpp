@@ -454,6 +454,37 @@ private slots:
         QCOMPARE(view->buttons()[2].picture.size(), QSize(16, 16));
     }
 
+    // Buttons > Shape reshapes the clicked button, one undo step: a polygon
+    // starts as a hexagon over its box and keeps its outline when chosen
+    // again.
+    void the_menu_shapes_buttons()
+    {
+        QVERIFY(right_click(QPoint(150, 50)).contains("Delete Button=1"));
+        QMenu* shapes = nullptr;
+        for (QMenu* sub : view->contextMenu()->findChildren<QMenu*>())
+            if (sub->title() == "Shape")
+                shapes = sub;
+        QVERIFY(shapes);
+        const auto choose = [shapes](const QString& text) {
+            for (QAction* a : shapes->actions())
+                if (a->text() == text && a->isEnabled())
+                    a->trigger();
+        };
+        const buttonAttributes before = view->buttons()[2];
+        choose("Polygon");
+        QCOMPARE(view->buttons()[2].shape, qint32(button_shape::polygon));
+        QCOMPARE(view->buttons()[2].points.size(), 6);
+        choose("Polygon");
+        QCOMPARE(view->undoer()->count(), 1);
+        choose("Ellipse");
+        QCOMPARE(view->buttons()[2].shape, qint32(button_shape::ellipse));
+        QVERIFY(view->buttons()[2].points.isEmpty());
+        QCOMPARE(view->undoer()->undoText(), QString("Button Shape"));
+        view->undoer()->undo();
+        view->undoer()->undo();
+        QCOMPARE(static_cast<const buttonAttributes&>(view->buttons()[2]), before);
+    }
+
     // A right-click on a button that is not selected makes it the selection,
     // in the host too, before the menu acts; Update binds the button to what
     // the host had selected before the click, and needs something.

@@ -43,7 +43,8 @@ enum : int {
     add_many = 14,
     mirror = 15,
     edit_button = 16,
-    change_picture = 17
+    change_picture = 17,
+    change_shape = 18
 };
 }
 
@@ -206,6 +207,35 @@ struct picture : set_to<png_picture> {
     static bool merge(png_picture&, const png_picture&) { return false; }
 };
 
+// A shape chosen from the menu. A button made a polygon keeps the outline
+// it had as one, or else takes a hexagon stretched over its box.
+struct shape {
+    struct value_type {
+        qint32 shape = 0;
+        QVector<QPoint> points;
+    };
+    using param_type = qint32;
+    static QString text(qint32, int) { return "Button Shape"; }
+    static constexpr int command = command_id::change_shape;
+    static value_type read(const buttonRecord& r) { return {r.shape, r.points}; }
+    static value_type target(const value_type& old, qint32 shape)
+    {
+        if (shape != qint32(button_shape::polygon))
+            return {shape, {}};
+        if (old.shape == shape)
+            return old;
+        return {shape, {{-4, 0}, {-2, -4}, {2, -4}, {4, 0}, {2, 4}, {-2, 4}}};
+    }
+    static void write(picker_page& p, int row, const value_type& v)
+    {
+        buttonAttributes a = p.at(row);
+        a.shape = v.shape;
+        a.points = v.points;
+        p.set_attributes(row, a);
+    }
+    static bool merge(qint32&, qint32) { return false; }
+};
+
 // Moved from the captured positions, not the current ones, so a merged run
 // lands where the sum of its steps says. Named as a drag is: the same edit.
 struct nudge {
@@ -235,3 +265,4 @@ using adjust_size_cmd = field_change_cmd<fields::adjust_size>;
 using change_label_cmd = field_change_cmd<fields::label>;
 using nudge_buttons_cmd = field_change_cmd<fields::nudge>;
 using change_picture_cmd = field_change_cmd<fields::picture>;
+using change_shape_cmd = field_change_cmd<fields::shape>;

@@ -391,6 +391,14 @@ void picker_view::choose_button_picture()
     undo.push(new change_picture_cmd(page_, picture));
 }
 
+void picker_view::set_shape(qint32 shape)
+{
+    // A choice that changes nothing leaves no step to undo.
+    const QVector<int> rows = page_->target_rows();
+    if (std::any_of(rows.begin(), rows.end(), [&](int row) { return buttons().at(row).shape != shape; }))
+        undo.push(new change_shape_cmd(page_, shape));
+}
+
 void picker_view::remove_button_picture()
 {
     if (page_->any_target())

@@ -212,6 +212,8 @@ public slots:
     // removed. One undo step each.
     void choose_button_picture();
     void remove_button_picture();
+    // The targets take the shape, one undo step.
+    void set_shape(qint32 shape);
     void add_one_button();
     void add_many_buttons();
     void update_button();
@@ -320,6 +322,7 @@ private:
     QAction* mirrorAction = nullptr;
     QAction* commandAction = nullptr;
     QAction* pictureAction = nullptr;
+    QVector<QAction*> shapeActions;
     QAction* removePictureAction = nullptr;
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;

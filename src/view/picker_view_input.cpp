@@ -178,6 +178,14 @@ void picker_view::make_menu()
     a->setIcon(QIcon(":/resources/distribute-vertical.png"));
     arrange->addAction(a);
     arrange->addSeparator();
+    QMenu* shapes = arrange->addMenu("Shape");
+    for (qint32 shape = 0; shape < button_shape_count; ++shape) {
+        static const char* const words[button_shape_count] = {"Rectangle", "Rounded Rectangle", "Ellipse", "Polygon"};
+        QAction* choice = shapes->addAction(words[shape]);
+        connect(choice, &QAction::triggered, this, [this, shape] { set_shape(shape); });
+        shapeActions << choice;
+    }
+    arrange->addSeparator();
     arrange->addAction(make_action("Increase Size", SLOT(adjust_size_up()),
                                    {QKeySequence("+"), QKeySequence("="), QKeySequence("Shift++")}));
     arrange->addAction(make_action("Decrease Size", SLOT(adjust_size_down()), {QKeySequence("-")}));
@@ -235,6 +243,8 @@ void picker_view::show_context_menu(QMouseEvent* e)
     for (int row : targets)
         pictured = pictured || !buttons().at(row).picture.isNull();
     pictureAction->setEnabled(page_->any_target());
+    for (QAction* choice : std::as_const(shapeActions))
+        choice->setEnabled(page_->any_target());
     removePictureAction->setEnabled(pictured);
     mirrorAction->setEnabled(page_->any_target());
     menu->exec(mapToGlobal(e->pos()), addOneAction);
