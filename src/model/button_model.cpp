@@ -39,36 +39,43 @@ qint32 legacy_shape(qint32 kind, int name_count, const QString& label)
 
 namespace {
 const char* const shape_names[button_shape_count] = {"rectangle", "rounded", "ellipse", "polygon"};
+const char* const widget_names[attribute_widget_count] = {"slider", "slider2d", "checkbox"};
+
+// A value's word in a table of words, and back (-1 for none).
+template <int N>
+QString word_of(const char* const (&words)[N], qint32 value)
+{
+    return value >= 0 && value < N ? QString::fromLatin1(words[value]) : QString();
+}
+
+template <int N>
+qint32 value_of(const char* const (&words)[N], const QString& word)
+{
+    for (qint32 i = 0; i < N; ++i)
+        if (word == QLatin1String(words[i]))
+            return i;
+    return -1;
+}
 } // namespace
 
 QString shape_name(qint32 shape)
 {
-    return shape >= 0 && shape < button_shape_count ? QString::fromLatin1(shape_names[shape]) : QString();
+    return word_of(shape_names, shape);
 }
 
 qint32 shape_from_name(const QString& name)
 {
-    for (qint32 i = 0; i < button_shape_count; ++i)
-        if (name == QLatin1String(shape_names[i]))
-            return i;
-    return -1;
+    return value_of(shape_names, name);
 }
-
-namespace {
-const char* const widget_names[attribute_widget_count] = {"slider", "slider2d", "checkbox"};
-} // namespace
 
 QString widget_name(qint32 widget)
 {
-    return widget >= 0 && widget < attribute_widget_count ? QString::fromLatin1(widget_names[widget]) : QString();
+    return word_of(widget_names, widget);
 }
 
 qint32 widget_from_name(const QString& name)
 {
-    for (qint32 i = 0; i < attribute_widget_count; ++i)
-        if (name == QLatin1String(widget_names[i]))
-            return i;
-    return -1;
+    return value_of(widget_names, name);
 }
 
 bool is_plug_name(const QString& plug)
