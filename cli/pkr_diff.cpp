@@ -31,6 +31,22 @@ QString colour(quint32 c)
     return QStringLiteral("#%1").arg(c, 8, 16, QLatin1Char('0'));
 }
 
+QString kind_word(qint32 kind)
+{
+    return kind == command_kind ? "command" : kind == attribute_kind ? "attribute" : "selection";
+}
+
+// An attribute button's widget and ranges, as the JSON writes them.
+QString widget_text(const buttonAttributes& b)
+{
+    if (b.kind != attribute_kind)
+        return QString("none");
+    QStringList ranges;
+    for (int i = 0; i < widget_plugs(b.widget); ++i)
+        ranges << QString("[%1, %2]").arg(b.minimum[i]).arg(b.maximum[i]);
+    return widget_name(b.widget) + ' ' + ranges.join(' ');
+}
+
 bool is_script(const buttonAttributes& b)
 {
     return b.kind == 1 && b.names.size() == 1;
@@ -46,7 +62,7 @@ QString describe(int index, const buttonAttributes& b)
 {
     return QString("buttons[%1] %2 %3 %4")
         .arg(index)
-        .arg(b.kind == 1 ? "command" : "selection", quoted(b.label),
+        .arg(kind_word(b.kind), quoted(b.label),
              is_script(b) ? "script " + quoted(b.names.first()) : names_text(b.names));
 }
 
@@ -64,7 +80,17 @@ void compare_fields(const buttonAttributes& x, const buttonAttributes& y, const 
     // The legacy size follows the width unless a file set it apart.
     if (x.size != x.width || y.size != y.width)
         field("size", n(x.size), n(y.size));
-    field("kind", x.kind == 1 ? "command" : "selection", y.kind == 1 ? "command" : "selection");
+    field("kind", kind_word(x.kind), kind_word(y.kind));
+    field("widget", widget_text(x), widget_text(y));
+    field("shape", shape_name(x.shape), shape_name(y.shape));
+    const auto points = [](const buttonAttributes& b) {
+        QStringList out;
+        for (const QPoint& p : b.points)
+            out << QString("%1 %2").arg(p.x()).arg(p.y());
+        return out.join(", ");
+    };
+    if (x.shape == y.shape)
+        field("points", points(x), points(y));
     field("language", x.language == 1 ? "python" : "mel", y.language == 1 ? "python" : "mel");
     field("color", colour(x.color), colour(y.color));
     field("labelColor", colour(x.labelColor), colour(y.labelColor));

@@ -130,7 +130,7 @@ QString main_namespace(const QVector<buttonAttributes>& buttons)
 {
     QStringList names;
     for (const buttonAttributes& b : buttons)
-        if (b.kind == 0)
+        if (names_scene_objects(b.kind))
             names += b.names;
     // The picker's own notion, as update_namespace moves it.
     const QString first = namespaces_by_use(names).value(0);
@@ -142,13 +142,13 @@ QStringList missing_objects(const QVector<buttonAttributes>& buttons)
     sandbox::host& h = sandbox::host::instance();
     QSet<QString> bound;
     for (const buttonAttributes& b : buttons)
-        if (b.kind == 0)
+        if (names_scene_objects(b.kind))
             for (const QString& name : b.names)
                 bound.insert(node_part(name));
     QStringList out;
     for (const buttonAttributes& b : buttons) {
         QStringList nodes;
-        if (b.kind == 0) {
+        if (names_scene_objects(b.kind)) {
             for (const QString& name : b.names)
                 if (!name.isEmpty())
                     nodes << node_part(name);

@@ -328,14 +328,14 @@ QStringList namespaces_of(const QVector<buttonAttributes>& buttons)
 {
     QStringList found;
     for (const buttonAttributes& b : buttons)
-        if (b.kind == 0)
+        if (names_scene_objects(b.kind))
             for (const QString& name : b.names)
                 extract_namespace(found, name);
     std::sort(found.begin(), found.end(), compare_name);
     return found;
 }
 
-QJsonObject info_json(const QString& path, const pkr_contents& contents, int commands)
+QJsonObject info_json(const QString& path, const pkr_contents& contents, int commands, int attributes)
 {
     const pkr_header& h = contents.header;
     QJsonObject background;
@@ -350,8 +350,9 @@ QJsonObject info_json(const QString& path, const pkr_contents& contents, int com
     o.insert("fileVersion", h.version);
     o.insert("background", background);
     o.insert("buttons", contents.buttons.size());
-    o.insert("selectionButtons", contents.buttons.size() - commands);
+    o.insert("selectionButtons", contents.buttons.size() - commands - attributes);
     o.insert("commandButtons", commands);
+    o.insert("attributeButtons", attributes);
     o.insert("namespaces", QJsonArray::fromStringList(namespaces_of(contents.buttons)));
     o.insert("damaged", contents.damaged || contents.image_refused);
     o.insert("declaredButtons", contents.declared);
@@ -373,11 +374,13 @@ int info(const QStringList& args)
             status = error(why);
             continue;
         }
-        int commands = 0;
-        for (const buttonAttributes& b : std::as_const(contents.buttons))
-            commands += b.kind == 1;
+        int commands = 0, attributes = 0;
+        for (const buttonAttributes& b : std::as_const(contents.buttons)) {
+            commands += b.kind == command_kind;
+            attributes += b.kind == attribute_kind;
+        }
         if (a.json) {
-            all.append(info_json(path, contents, commands));
+            all.append(info_json(path, contents, commands, attributes));
             continue;
         }
         const pkr_header& h = contents.header;
@@ -388,10 +391,11 @@ int info(const QStringList& args)
         say(QString("format version: %1").arg(h.version));
         say(h.background.isNull() ? QString("picture: none")
                                   : QString("picture: %1 x %2").arg(h.background.width()).arg(h.background.height()));
-        say(QString("buttons: %1 (%2 selection, %3 command)")
+        say(QString("buttons: %1 (%2 selection, %3 command, %4 attribute)")
                 .arg(contents.buttons.size())
-                .arg(contents.buttons.size() - commands)
-                .arg(commands));
+                .arg(contents.buttons.size() - commands - attributes)
+                .arg(commands)
+                .arg(attributes));
         say(QString("namespaces: %1").arg(namespaces_of(contents.buttons).join(' ')));
         if (contents.damaged || contents.image_refused)
             say("damaged: " + damage(contents));
@@ -410,7 +414,7 @@ QSet<QString> used_namespaces(const QVector<buttonAttributes>& buttons)
     QStringList found;
     bool root = false;
     for (const buttonAttributes& b : buttons) {
-        if (b.kind == 0) {
+        if (names_scene_objects(b.kind)) {
             for (const QString& name : b.names) {
                 extract_namespace(found, name);
                 const QString node = name.left(node_end(name)).section('|', -1);

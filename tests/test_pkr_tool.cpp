@@ -597,7 +597,7 @@ private slots:
         write(pkr, file);
         QString out;
         QCOMPARE(tool({"info", pkr}, &out), 0);
-        for (const char* line : {"name: hero", "picture: 200 x 100", "buttons: 2 (1 selection, 1 command)",
+        for (const char* line : {"name: hero", "picture: 200 x 100", "buttons: 2 (1 selection, 1 command, 0 attribute)",
                                  "namespaces: hero"})
             QVERIFY2(out.contains(line), qPrintable(out));
 
@@ -856,6 +856,14 @@ private slots:
         pictured.picture = picture(6, 4);
         QTest::newRow("picture") << QList<buttonAttributes>{arm, pictured, go}
                                  << QStringList{"buttons[1]: picture: none -> 6 x 4"};
+        buttonAttributes round = leg;
+        round.shape = qint32(button_shape::ellipse);
+        QTest::newRow("shape") << QList<buttonAttributes>{arm, round, go}
+                               << QStringList{"buttons[1]: shape: rectangle -> ellipse"};
+        buttonAttributes jaw = button({40, 10}, 9, 9, attribute_kind, 0, 0xff00ff00, 0, "jaw", {"hero:face.jaw"});
+        jaw.maximum[0] = 2;
+        QTest::newRow("attribute button") << QList<buttonAttributes>{arm, leg, go, jaw}
+                                          << QStringList{"added: buttons[3] attribute \"jaw\" [\"hero:face.jaw\"]"};
         QTest::newRow("order") << QList<buttonAttributes>{go, arm, leg}
                                << QStringList{"buttons: the order of the list changed (it is the order they are drawn in)"};
     }
