@@ -247,6 +247,64 @@ private slots:
         QCOMPARE(host->mel.size(), 1);
     }
 
+    // A slider follows the pointer from the press, live, the whole drag one
+    // chunk of the host's undo; Shift moves a tenth as far from where it
+    // was; a switch steps on release inside; a plug the host cannot read is
+    // said once and never set.
+    void attribute_buttons_drag_and_step()
+    {
+        buttonAttributes slider = button(QPoint(250, 250), {"hero:face.jaw"});
+        slider.kind = attribute_kind;
+        slider.widget = qint32(attribute_widget::slider);
+        slider.size = slider.width = 104;
+        slider.height = 20;
+        slider.minimum[0] = -1;
+        slider.shape = qint32(button_shape::rectangle);
+        const int k = view->push_button(slider, -1);
+        const QRectF box = QRectF(view->mapToScreen(view->buttons()[k].bounds)).adjusted(2, 2, -2, -2);
+        const auto at = [&box](double f) { return QPoint(qRound(box.left() + f * box.width()), qRound(box.center().y())); };
+        host->values["hero:face.jaw"] = 0.3;
+        press(view, at(0.5));
+        move(view, at(0.75));
+        release(view, at(0.75));
+        QCOMPARE(host->now, (QStringList{"undoInfo -openChunk -chunkName \"QuillmarshPicker drag\";",
+                                         "undoInfo -closeChunk;"}));
+        QCOMPARE(host->undoable, (QStringList{"setAttr \"hero:face.jaw\" 0;", "setAttr \"hero:face.jaw\" 0.5;"}));
+        QCOMPARE(view->buttons()[k].value[0], 0.5);
+
+        host->clear();
+        press(view, at(0.5), Qt::ShiftModifier);
+        QVERIFY(host->undoable.isEmpty());
+        move(view, at(1.0), Qt::ShiftModifier);
+        release(view, at(1.0), Qt::ShiftModifier);
+        QVERIFY(qFuzzyCompare(view->buttons()[k].value[0], 0.4));
+        QCOMPARE(host->now.size(), 2);
+
+        host->clear();
+        host->values.clear();
+        press(view, at(0.5));
+        move(view, at(0.9));
+        release(view, at(0.9));
+        QVERIFY(host->now.isEmpty() && host->undoable.isEmpty());
+        QCOMPARE(host->warnings, QStringList{"QuillmarshPicker: hero:face.jaw cannot be set: it is not in the "
+                                             "scene, or not a number"});
+
+        buttonAttributes toggle = slider;
+        toggle.pos = QPoint(250, 320);
+        toggle.size = toggle.width = toggle.height = 20;
+        toggle.widget = qint32(attribute_widget::checkbox);
+        toggle.names = QStringList{"hero:face.on"};
+        toggle.minimum[0] = 0;
+        view->push_button(toggle, -1);
+        host->clear();
+        host->values["hero:face.on"] = 1;
+        click(view, QPoint(250, 320));
+        QCOMPARE(host->undoable, QStringList{"undoInfo -openChunk;setAttr \"hero:face.on\" 0;undoInfo -closeChunk;"});
+        press(view, QPoint(250, 320));
+        release(view, QPoint(300, 380));
+        QCOMPARE(host->undoable.size(), 1);
+    }
+
     // Notches in and as many out come back exactly, and the picker point
     // under the pointer stays under it all along, also from a zoom that
     // framing left between steps.

@@ -234,10 +234,16 @@ attribute_drag_cmd::attribute_drag_cmd(picker_view* v, const QPoint& pos, int i,
         view->refresh();
         return;
     }
-    // A value the host has not told is read now: the drag starts from it.
+    // The drag starts from what the host holds now; a plug it cannot read
+    // (gone from the scene, not a number) is not dragged at all.
     const QVector<double> now = picker_host::instance().attribute_values(r.names);
-    for (int k = 0; k < r.names.size(); ++k)
-        anchorValue[k] = value[k] = std::isnan(now.value(k)) ? r.minimum[k] : now.value(k);
+    for (int k = 0; k < r.names.size(); ++k) {
+        anchorValue[k] = value[k] = now.value(k, qQNaN());
+        if (std::isnan(value[k])) {
+            unusable(r.names[k]);
+            return;
+        }
+    }
     chunk = picker_host::instance().run_mel_now("undoInfo -openChunk -chunkName \"QuillmarshPicker drag\";");
     fine = modifiers & Qt::ShiftModifier;
     // Without Shift the handle jumps to the pointer, as a slider's does.
@@ -252,6 +258,13 @@ attribute_drag_cmd::~attribute_drag_cmd()
     // A drag cut short (the view going, the pointer grabbed away) still
     // leaves the host's undo queue whole.
     close_chunk();
+}
+
+void attribute_drag_cmd::unusable(const QString& plug)
+{
+    dead = true;
+    picker_host::instance().warn(QString("%1: %2 cannot be set: it is not in the scene, or not a number")
+                                     .arg(picker_host::command, plug));
 }
 
 int attribute_drag_cmd::row() const
@@ -272,6 +285,8 @@ void attribute_drag_cmd::update(const QPoint& pos, int modifiers)
     if (k < 0)
         return;
     const buttonRecord& r = view->buttons().at(k);
+    if (dead)
+        return;
     if (toggle) {
         const qint16 state = rect.contains(pos) ? 1 : 0;
         if (state != r.selected) {
@@ -319,9 +334,12 @@ void attribute_drag_cmd::update(const QPoint& pos, int modifiers)
     if (!changed)
         return;
     const QStringList plugs = r.names;
-    // Shown at once; the host's own notice confirms it when next idle.
+    // Shown at once; the host's own notice confirms it when next idle. A
+    // plug the host refuses (locked, driven) is tried once a drag, so its
+    // error shows once.
     view->page()->set_attribute_values(shown);
-    picker_host::instance().run_mel_undoable(set_attributes_mel(plugs, values));
+    if (!picker_host::instance().run_mel_undoable(set_attributes_mel(plugs, values)))
+        dead = true;
 }
 
 void attribute_drag_cmd::finish()
@@ -330,8 +348,11 @@ void attribute_drag_cmd::finish()
     if (toggle && k >= 0 && view->buttons().at(k).selected) {
         view->page()->set_state(k, 0);
         const buttonRecord& r = view->buttons().at(k);
-        const QVector<double> now = picker_host::instance().attribute_values(r.names);
-        set_now(view->page(), r.names, {checkbox_next(r, now.value(0))});
+        const double now = picker_host::instance().attribute_values(r.names).value(0, qQNaN());
+        if (std::isnan(now))
+            unusable(r.names.value(0));
+        else
+            set_now(view->page(), r.names, {checkbox_next(r, now)});
         view->refresh();
     }
     close_chunk();

@@ -72,6 +72,8 @@ public:
 private:
     int row() const;
     void close_chunk();
+    // Says the plug cannot be set, and ends the gesture's effect.
+    void unusable(const QString& plug);
 
     picker_view* view;
     button_id button;
@@ -83,6 +85,7 @@ private:
     double anchorValue[2] = {0, 0};
     double value[2] = {0, 0};
     bool fine = false;
+    bool dead = false;
 };
 
 class shift_picker_cmd : public picker_mouse_cmd {

@@ -3,7 +3,10 @@
 
 #include "model/picker_host.h"
 
+#include <QHash>
 #include <QStringList>
+#include <QVector>
+#include <QtNumeric>
 
 class recording_host : public picker_host {
 public:
@@ -26,6 +29,19 @@ public:
                 out << name;
         return out;
     }
+    bool run_mel_undoable(const QString& text) override
+    {
+        undoable << text;
+        return true;
+    }
+    // Plugs hold what values says; others are not there.
+    QVector<double> attribute_values(const QStringList& plugs) override
+    {
+        QVector<double> out;
+        for (const QString& plug : plugs)
+            out << values.value(plug, qQNaN());
+        return out;
+    }
     void warn(const QString& text) override { warnings << text; }
     void inform(const QString& text) override { infos << text; }
     void clear()
@@ -33,6 +49,7 @@ public:
         mel.clear();
         python.clear();
         now.clear();
+        undoable.clear();
         warnings.clear();
         infos.clear();
     }
@@ -40,6 +57,8 @@ public:
     QStringList mel;    // queued for idle time
     QStringList python; // queued for idle time
     QStringList now;    // run at once
+    QStringList undoable; // run at once as steps of the host's undo
+    QHash<QString, double> values; // attributes' values
     QStringList absent; // objects the scene lacks
     QStringList warnings;
     QStringList infos;
