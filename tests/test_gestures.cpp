@@ -10,6 +10,7 @@
 #include "window/picker_window.h"
 
 #include <QAction>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QMenu>
@@ -305,6 +306,59 @@ private slots:
         QCOMPARE(host->undoable.size(), 1);
     }
 
+    // The dialog makes an attribute button where the menu was opened, or
+    // edits the one clicked; it stays open, saying why, until the host has
+    // the attribute and the range fits it.
+    void attribute_buttons_are_added_and_edited_in_the_dialog()
+    {
+        attribute_facts jaw;
+        jaw.exists = true;
+        jaw.type = attribute_facts::number;
+        jaw.hasMinimum = jaw.hasMaximum = true;
+        jaw.maximum = 2;
+        host->facts["hero:face.jaw"] = jaw;
+        QString said;
+        const auto fill = [&said](const QString& plug, const QString& low, const QString& high) {
+            modal_helper::with_next([=, &said](QWidget* dialog) {
+                dialog->findChild<QLineEdit*>("attribute")->setText(plug);
+                dialog->findChild<QLineEdit*>("minimum")->setText(low);
+                dialog->findChild<QLineEdit*>("maximum")->setText(high);
+                modal_helper::answer(dialog, "OK");
+                said = dialog->findChild<QLabel*>("problem")->text();
+                if (dialog->isVisible())
+                    modal_helper::answer(dialog, "Cancel");
+            });
+        };
+        modal_helper::with_next_popup([](QWidget* popup) { popup->close(); });
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
+        fill("hero:face.gone", "", "");
+        view->add_attribute_button();
+        QCOMPARE(said, QString("Hero:face.gone is not in the scene."));
+        fill("hero:face.jaw", "0", "3");
+        view->add_attribute_button();
+        QCOMPARE(said, QString("Hero:face.jaw takes values from 0 to 2, not 0 to 3."));
+        QCOMPARE(view->buttons().size(), 5);
+
+        fill("hero:face.jaw", "", "");
+        view->add_attribute_button();
+        QCOMPARE(view->buttons().size(), 6);
+        const buttonRecord& made = view->buttons()[5];
+        QCOMPARE(made.kind, qint32(attribute_kind));
+        QCOMPARE(made.names, QStringList{"hero:face.jaw"});
+        QCOMPARE(made.maximum[0], 2.0);
+        QCOMPARE(made.pos, QPoint(300, 100));
+        QCOMPARE(view->undoer()->undoText(), QString("Add Attribute Button"));
+
+        modal_helper::with_next_popup([](QWidget* popup) { popup->close(); });
+        press(view, QPoint(300, 100), Qt::NoModifier, Qt::RightButton);
+        fill("hero:face.jaw", "0.5", "1");
+        view->add_attribute_button();
+        QCOMPARE(view->buttons()[5].minimum[0], 0.5);
+        QCOMPARE(view->undoer()->undoText(), QString("Edit Attribute Button"));
+        view->undoer()->undo();
+        QCOMPARE(view->buttons()[5].minimum[0], 0.0);
+    }
+
     // Notches in and as many out come back exactly, and the picker point
     // under the pointer stays under it all along, also from a zoom that
     // framing left between steps.
@@ -449,8 +503,8 @@ private slots:
     {
         QCOMPARE(right_click(QPoint(300, 300)),
                  (QStringList{"Add One Button=0", "Add Many Buttons=1", "Update Button=0", "Delete Button=0",
-                              "Mirror=0", "Add Command Button...=1", "Set Button Picture...=0",
-                              "Remove Button Picture=0", "Reset View=1", "Frame View=1"}));
+                              "Mirror=0", "Add Command Button...=1", "Add Attribute Button...=1",
+                              "Set Button Picture...=0", "Remove Button Picture=0", "Reset View=1", "Frame View=1"}));
         picker_window::set_selection_names(QStringList{"hero:z"});
         QCOMPARE(right_click(QPoint(50, 150)).mid(0, 6),
                  (QStringList{"Add One Button=1", "Add Many Buttons=1", "Update Button=0", "Delete Button=1",

@@ -1,5 +1,6 @@
 #include "model/button_model.h"
 
+#include "model/limits.h"
 #include "model/picker_host.h"
 #include "model/undo_chunk.h"
 
@@ -106,6 +107,51 @@ double fraction_value(const buttonAttributes& a, int i, double fraction)
 {
     const double lo = a.minimum[i], hi = a.maximum[i];
     return lo + std::clamp(fraction, 0.0, 1.0) * (hi - lo);
+}
+
+QString settable_problem(const QString& plug, const attribute_facts& facts)
+{
+    if (!is_plug_name(plug))
+        return QString("\"%1\" is not an attribute (node.attribute)").arg(plug);
+    if (!facts.exists)
+        return QString("%1 is not in the scene").arg(plug);
+    if (facts.type == attribute_facts::other)
+        return QString("%1 is not a number, a switch or a choice").arg(plug);
+    return QString();
+}
+
+QString widget_range(const QString& plug, const attribute_facts& f, const double* given, double& lo, double& hi)
+{
+    if (given) {
+        lo = given[0];
+        hi = given[1];
+    } else if (f.type == attribute_facts::boolean) {
+        lo = 0;
+        hi = 1;
+    } else if (f.type == attribute_facts::enumeration) {
+        if (f.enumFields < 2)
+            return QString("%1 has fewer than two fields to choose from").arg(plug);
+        lo = 0;
+        hi = f.enumFields - 1;
+    } else if (f.hasMinimum && f.hasMaximum) {
+        lo = f.minimum;
+        hi = f.maximum;
+    } else {
+        return QString("%1 has no minimum and maximum: give the range").arg(plug);
+    }
+    if (!(lo < hi))
+        return QString("the minimum must be below the maximum, not %1 and %2").arg(lo).arg(hi);
+    if (std::fabs(lo) > limits::max_attribute_value || std::fabs(hi) > limits::max_attribute_value)
+        return QString("the range must lie within +-%1").arg(limits::max_attribute_value);
+    const double floor = f.hasMinimum ? f.minimum : f.type == attribute_facts::boolean ? 0 : -qInf();
+    const double ceiling = f.hasMaximum ? f.maximum
+        : f.type == attribute_facts::boolean ? 1
+        : f.type == attribute_facts::enumeration ? f.enumFields - 1
+                                                  : qInf();
+    if (lo < floor || hi > ceiling)
+        return QString("%1 takes values from %2 to %3, not %4 to %5")
+            .arg(plug, QString::number(floor), QString::number(ceiling), QString::number(lo), QString::number(hi));
+    return QString();
 }
 
 double checkbox_next(const buttonAttributes& a, double value)

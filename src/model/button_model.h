@@ -231,6 +231,14 @@ QString plug_node(const QString& plug);
 // value at such a place; a checkbox is on at its maximum.
 double value_fraction(const buttonAttributes& a, int i, double value);
 double fraction_value(const buttonAttributes& a, int i, double fraction);
+// The range a widget spans for a plug the host describes: `given` (two
+// values) or the attribute's own (a switch's off and on, an enum's fields,
+// a number's minimum and maximum), within whatever bounds it has. Empty
+// when usable, else why not, for a message.
+struct attribute_facts;
+QString widget_range(const QString& plug, const attribute_facts& facts, const double* given, double& lo, double& hi);
+// What the host must have for a plug to be set: empty, or why not.
+QString settable_problem(const QString& plug, const attribute_facts& facts);
 // What a checkbox click sets: the next whole step up from `value`, back to
 // the minimum after the maximum (off and on for a two-value range).
 double checkbox_next(const buttonAttributes& a, double value);

@@ -545,53 +545,6 @@ MStatus picker_main::add_cmd_button(const MStringArray& args)
 
 // ----- Attribute buttons
 
-namespace {
-
-// A widget's range for one plug: given, or the attribute's own (a switch's
-// off and on, a choice's fields, a number's minimum and maximum), within
-// whatever bounds the attribute has.
-bool attribute_range(const char* directive, const QString& plug, const attribute_facts& f, const double* given,
-                     double& lo, double& hi, MStatus& status)
-{
-    auto refuse = [&](const QString& why) {
-        status = script_error(directive, why);
-        return false;
-    };
-    if (given) {
-        lo = given[0];
-        hi = given[1];
-    } else if (f.type == attribute_facts::boolean) {
-        lo = 0;
-        hi = 1;
-    } else if (f.type == attribute_facts::enumeration) {
-        if (f.enumFields < 2)
-            return refuse(QString("%1 has fewer than two fields to choose from").arg(plug));
-        lo = 0;
-        hi = f.enumFields - 1;
-    } else if (f.hasMinimum && f.hasMaximum) {
-        lo = f.minimum;
-        hi = f.maximum;
-    } else {
-        return refuse(QString("%1 has no minimum and maximum: give the range").arg(plug));
-    }
-    if (!(lo < hi))
-        return refuse(QString("the minimum must be below the maximum, not %1 and %2").arg(lo).arg(hi));
-    if (std::fabs(lo) > limits::max_attribute_value || std::fabs(hi) > limits::max_attribute_value)
-        return refuse(QString("the range must lie within +-%1").arg(limits::max_attribute_value));
-    const double floor = f.hasMinimum ? f.minimum : f.type == attribute_facts::boolean ? 0 : -qInf();
-    const double ceiling = f.hasMaximum ? f.maximum
-        : f.type == attribute_facts::boolean ? 1
-        : f.type == attribute_facts::enumeration ? f.enumFields - 1
-                                                  : qInf();
-    if (lo < floor || hi > ceiling)
-        return refuse(QString("%1 takes values from %2 to %3, not %4 to %5")
-                          .arg(plug, QString::number(floor), QString::number(ceiling), QString::number(lo),
-                               QString::number(hi)));
-    return true;
-}
-
-} // namespace
-
 // add_attribute_button X Y LABEL slider|slider2d|checkbox PLUG [MIN MAX] [PLUG2 [MIN2 MAX2]]
 MStatus picker_main::add_attribute_button(const MStringArray& args)
 {
@@ -617,13 +570,11 @@ MStatus picker_main::add_attribute_button(const MStringArray& args)
         if (a.names.size() == plugs)
             return wrong_count(directive);
         const QString plug = text_at(args, i++);
-        if (!is_plug_name(plug))
-            return script_error(directive, QString("\"%1\" is not an attribute (node.attribute)").arg(plug));
-        const attribute_facts facts = picker_host::instance().attribute_facts_of(plug);
-        if (!facts.exists)
-            return script_error(directive, QString("%1 is not in the scene").arg(plug));
-        if (facts.type == attribute_facts::other)
-            return script_error(directive, QString("%1 is not a number, a switch or a choice").arg(plug));
+        const attribute_facts facts =
+            is_plug_name(plug) ? picker_host::instance().attribute_facts_of(plug) : attribute_facts();
+        const QString problem = settable_problem(plug, facts);
+        if (!problem.isEmpty())
+            return script_error(directive, problem);
         // A range follows unless the next word is the next attribute.
         double given[2] = {0, 0};
         const bool ranged = i < count && !is_plug_name(text_at(args, i));
@@ -637,9 +588,9 @@ MStatus picker_main::add_attribute_button(const MStringArray& args)
             i += 2;
         }
         const int k = a.names.size();
-        MStatus status;
-        if (!attribute_range(directive, plug, facts, ranged ? given : nullptr, a.minimum[k], a.maximum[k], status))
-            return status;
+        const QString why = widget_range(plug, facts, ranged ? given : nullptr, a.minimum[k], a.maximum[k]);
+        if (!why.isEmpty())
+            return script_error(directive, why);
         a.names << plug;
     }
     if (a.names.size() != plugs)

@@ -221,6 +221,8 @@ public slots:
     void mirror_buttons();
     void add_command_button();
     void edit_command_later();
+    void add_attribute_button();
+    void edit_attribute_later();
     void align_horizontal();
     void align_vertical();
     void distribute_horizontal();
@@ -323,6 +325,7 @@ private:
     QAction* commandAction = nullptr;
     QAction* pictureAction = nullptr;
     QVector<QAction*> shapeActions;
+    QAction* attributeAction = nullptr;
     QAction* removePictureAction = nullptr;
     QCursor* editCursor = nullptr;
     QCursor* addManyCursor = nullptr;

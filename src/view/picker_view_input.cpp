@@ -11,6 +11,7 @@
 #include "model/picker_host.h"
 #include "model/scene_room.h"
 #include "view/gestures.h"
+#include "window/attribute_dialog.h"
 #include "window/command_dialog.h"
 #include "window/picker_window.h"
 
@@ -145,6 +146,7 @@ void picker_view::make_menu()
     deleteAction = make_action("Delete Button", SLOT(delete_button()), {QKeySequence(Qt::Key_Backspace)});
     mirrorAction = make_action("Mirror", SLOT(mirror_buttons()));
     commandAction = make_action("Add Command Button...", SLOT(edit_command_later()));
+    attributeAction = make_action("Add Attribute Button...", SLOT(edit_attribute_later()));
     pictureAction = make_action("Set Button Picture...", SLOT(choose_button_picture()));
     removePictureAction = make_action("Remove Button Picture", SLOT(remove_button_picture()));
     QAction* reset = make_action("Reset View", SLOT(reset_view()), {QKeySequence(Qt::Key_H)});
@@ -156,6 +158,7 @@ void picker_view::make_menu()
     menu->addAction(mirrorAction);
     menu->addSeparator();
     menu->addAction(commandAction);
+    menu->addAction(attributeAction);
     menu->addSeparator();
     menu->addAction(pictureAction);
     menu->addAction(removePictureAction);
@@ -222,6 +225,7 @@ void picker_view::show_context_menu(QMouseEvent* e)
     const int index = find_button_index(e->pos());
     const buttonRecord* hit = index < 0 ? nullptr : &buttons().at(index);
     commandAction->setText("Add Command Button...");
+    attributeAction->setText("Add Attribute Button...");
     if (!hit) {
         updateAction->setEnabled(false);
         deleteAction->setEnabled(page_->any_target());
@@ -232,8 +236,10 @@ void picker_view::show_context_menu(QMouseEvent* e)
         if (!page_->is_target(index))
             select_alone(index);
         updateAction->setEnabled(hit->kind == 0 && !menuSelection.isEmpty());
-        if (hit->kind == 1)
+        if (hit->kind == command_kind)
             commandAction->setText("Edit Command Button...");
+        if (hit->kind == attribute_kind)
+            attributeAction->setText("Edit Attribute Button...");
         deleteAction->setEnabled(true);
     }
     addOneAction->setEnabled(!menuSelection.isEmpty());
@@ -510,6 +516,39 @@ void picker_view::add_command_button()
         undo.push(command);
     else
         delete command;
+}
+
+void picker_view::edit_attribute_later()
+{
+    QTimer::singleShot(0, this, SLOT(add_attribute_button()));
+}
+
+void picker_view::add_attribute_button()
+{
+    // As for command buttons: the dialog's event loop may see the buttons
+    // change under it.
+    QPointer<picker_view> self(this);
+    const int index = find_button_index(pressPoint);
+    if (index >= 0 && buttons().at(index).kind == attribute_kind) {
+        const button_id id = buttons().at(index).id;
+        const buttonAttributes before = buttons().at(index);
+        buttonAttributes copy = before;
+        if (!attribute_dialog::do_dialog(this, &copy) || !self)
+            return;
+        const int row = page_->row_of(id);
+        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before && copy != before)
+            undo.push(new edit_button_cmd(page_, id, copy, "Edit Attribute Button"));
+        return;
+    }
+    const QString why = no_room_for(1, 2);
+    if (!why.isEmpty()) {
+        picker_host::instance().warn(QString("Add Attribute Button refused: %1.").arg(why));
+        return;
+    }
+    buttonAttributes a = new_button(mapToPicker(pressPoint), attribute_look(0), attribute_kind);
+    if (!attribute_dialog::do_dialog(this, &a) || !self)
+        return;
+    undo.push(new add_button_cmd(page_, a, "Add Attribute Button"));
 }
 
 // ----- Events

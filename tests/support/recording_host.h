@@ -42,6 +42,7 @@ public:
             out << values.value(plug, qQNaN());
         return out;
     }
+    attribute_facts attribute_facts_of(const QString& plug) override { return facts.value(plug); }
     void warn(const QString& text) override { warnings << text; }
     void inform(const QString& text) override { infos << text; }
     void clear()
@@ -59,6 +60,7 @@ public:
     QStringList now;    // run at once
     QStringList undoable; // run at once as steps of the host's undo
     QHash<QString, double> values; // attributes' values
+    QHash<QString, attribute_facts> facts;
     QStringList absent; // objects the scene lacks
     QStringList warnings;
     QStringList infos;
