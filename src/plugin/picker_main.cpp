@@ -26,6 +26,7 @@
 #include <QGuiApplication>
 #include <QResource>
 #include <QScreen>
+#include <QSet>
 #include <QSettings>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -573,18 +574,23 @@ bool load_script_now(const QString& name)
     return !text.isEmpty() && MGlobal::executeCommand(MString(text.constData(), text.size()), false, false);
 }
 
-bool ensure_script(const char* proc, const QString& name)
+bool ensure_script(const QString& name)
 {
-    MStringArray result;
-    MGlobal::executeCommand(MString("exists ") + proc, result, false, false);
-    if (result.length() == 1 && result[0] == "1")
+    // Sourced again once a load, whatever idle time has done: asking MEL
+    // whether a procedure exists gives a number, which is not a result this
+    // plug-in reads.
+    static QSet<QString> sourced;
+    if (sourced.contains(name))
         return true;
-    return load_script_now(name);
+    if (!load_script_now(name))
+        return false;
+    sourced.insert(name);
+    return true;
 }
 
 bool load_attribute_procs()
 {
-    return ensure_script("picker_WatchAttributes", "picker_Attributes.mel");
+    return ensure_script("picker_Attributes.mel");
 }
 
 // ----- Selection directives
@@ -1044,7 +1050,7 @@ MStatus picker_main::open(const MStringArray& given)
     if (!open_into_book(*b, paths, &why, &opened, copies))
         return script_error("open", why);
     MStringArray scene_list;
-    ensure_script("picker_ListNamespaces", "picker_ListNamespaces.mel");
+    ensure_script("picker_ListNamespaces.mel");
     MGlobal::executeCommand("picker_ListNamespaces", scene_list, false, false);
     const QStringList scene = MStringArrayToQStringList(scene_list);
     for (int i = 0; i < opened.size(); ++i) {

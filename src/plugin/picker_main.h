@@ -209,5 +209,5 @@ void load_script(const QString& name);
 bool load_script_now(const QString& name);
 // The picker's procedures are sourced when Maya is next idle after
 // loading; a script that needs one before has its file sourced now.
-bool ensure_script(const char* proc, const QString& name);
+bool ensure_script(const QString& name);
 bool load_attribute_procs();
