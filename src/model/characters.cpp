@@ -103,15 +103,17 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
             if (last < 0 || prefix != QStringView(last_prefix)) {
                 last_prefix = prefix.toString();
                 const QString& key = last_prefix;
-                auto found = group_of.constFind(key);
-                if (found == group_of.constEnd()) {
-                    found = group_of.insert(key, int(reps.size()));
+                const auto found = group_of.constFind(key);
+                if (found != group_of.constEnd()) {
+                    last = *found;
+                } else {
+                    last = int(reps.size());
+                    group_of.insert(key, last);
                     reps << name;
                     weights << 0;
                     const QString ns = node_namespace(name);
                     out.direct.insert(ns.isEmpty() ? QString(":") : ns);
                 }
-                last = *found;
             }
             ++weights[last];
             groups << last;

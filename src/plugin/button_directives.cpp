@@ -666,7 +666,8 @@ MStatus picker_main::get_attribute_button(const MStringArray& args)
         QStringList out{widget_name(r.widget)};
         for (int i = 0; i < r.names.size(); ++i)
             out << r.names[i] << QString::number(r.minimum[i]) << QString::number(r.maximum[i]);
-        for (double v : picker_host::instance().attribute_values(r.names))
+        const QVector<double> values = picker_host::instance().attribute_values(r.names);
+        for (double v : values)
             out << (std::isnan(v) ? QString() : QString::number(v));
         MPxCommand::clearResult();
         MPxCommand::appendToResult(QStringListToMStringArray(out));

@@ -644,9 +644,11 @@ void picker_main::refresh_attribute_values(const QStringList& plugs)
     if (!b)
         return;
     QStringList asked = plugs;
-    if (asked.isEmpty())
-        for (const picker_page* page : b->pages())
+    if (asked.isEmpty()) {
+        const QVector<const picker_page*> pages = b->pages();
+        for (const picker_page* page : pages)
             asked += page->attribute_plugs();
+    }
     asked.removeDuplicates();
     if (asked.isEmpty())
         return;
@@ -663,11 +665,14 @@ void picker_main::watch_attributes()
     picker_book* b = existing_book();
     QSet<QString> wanted;
     // Batch sessions have no widget to show a value in.
-    if (b && has_interface())
-        for (const picker_page* page : b->pages())
-            for (const QString& plug : page->attribute_plugs())
+    if (b && has_interface()) {
+        const QVector<const picker_page*> pages = b->pages();
+        for (const picker_page* page : pages) {
+            const QStringList plugs = page->attribute_plugs();
+            for (const QString& plug : plugs)
                 wanted.insert(plug);
-    QStringList ended;
+        }
+    }
     QStringList ids;
     for (auto it = watches_.begin(); it != watches_.end();) {
         if (wanted.contains(it.key())) {
