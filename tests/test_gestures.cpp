@@ -304,6 +304,13 @@ private slots:
         press(view, QPoint(250, 320));
         release(view, QPoint(300, 380));
         QCOMPARE(host->undoable.size(), 1);
+
+        // A marquee picks them for editing without selecting their nodes.
+        press(view, QPoint(180, 230));
+        move(view, QPoint(330, 340));
+        release(view, QPoint(330, 340));
+        QVERIFY(view->page()->is_target(k));
+        QVERIFY(picker_window::selection().isEmpty());
     }
 
     // The dialog makes an attribute button where the menu was opened, or

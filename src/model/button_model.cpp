@@ -246,7 +246,9 @@ const name_id_list& buttonRecord::make_name_ids() const
 bool buttonRecord::select(bool quiet)
 {
     bool passed = false;
-    if (quiet) {
+    // An attribute button's plugs are no selection: a marquee over a face
+    // picks its sliders without selecting their nodes in the host.
+    if (quiet || kind == attribute_kind) {
         nameFlags.fill(1);
     } else {
         name_list* list = installed_list;
@@ -272,7 +274,7 @@ bool buttonRecord::select(bool quiet)
 bool buttonRecord::unselect(bool quiet)
 {
     bool passed = false;
-    if (quiet) {
+    if (quiet || kind == attribute_kind) {
         nameFlags.fill(0);
     } else {
         name_list* list = installed_list;
