@@ -883,14 +883,23 @@ MStatus picker_main::check_bindings(const MStringArray&)
     const picker_page* page = current_page();
     QSet<QString> bound;
     for (const buttonRecord& r : page->buttons())
-        if (r.kind == 0)
+        if (names_scene_objects(r.kind))
             for (const QString& name : r.names)
                 bound.insert(name.left(node_end(name)));
     MStringArray result;
     for (const buttonRecord& r : page->buttons()) {
-        const QStringList names = r.kind == 0 ? r.names : script_object_nodes(r.names.value(0), r.language == 1, bound);
-        for (const QString& missing : picker_host::instance().missing_objects(names))
-            result.append(MQtUtil::toMString(QString("button \"%1\": missing %2").arg(r.label, missing)));
+        QStringList missing;
+        if (r.kind == attribute_kind) {
+            // The attribute, not only its node: a rig may lose one.
+            for (const QString& plug : r.names)
+                if (!picker_host::instance().attribute_facts_of(plug).exists)
+                    missing << plug;
+        } else {
+            missing = picker_host::instance().missing_objects(
+                r.kind == selection_kind ? r.names : script_object_nodes(r.names.value(0), r.language == 1, bound));
+        }
+        for (const QString& name : std::as_const(missing))
+            result.append(MQtUtil::toMString(QString("button \"%1\": missing %2").arg(r.label, name)));
     }
     MPxCommand::setResult(result);
     return MStatus::kSuccess;
