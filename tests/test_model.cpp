@@ -61,6 +61,32 @@ private slots:
         }
     }
 
+    // Plugs are what an attribute button quotes into MEL: anything that
+    // is not node.attribute is refused, so nothing else can run.
+    void plug_names_data()
+    {
+        QTest::addColumn<QString>("plug");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("plain") << "face.jaw" << true;
+        QTest::newRow("namespaces") << "chars:hero:face_ctrl.L_brow" << true;
+        QTest::newRow("DAG path") << "|rig|hero:head.aim[12].x" << true;
+        QTest::newRow("no attribute") << "hero:face" << false;
+        QTest::newRow("empty attribute") << "face." << false;
+        QTest::newRow("empty index") << "face.w[]" << false;
+        QTest::newRow("index too long") << "face.w[1234567890]" << false;
+        QTest::newRow("digit first") << "face.1x" << false;
+        QTest::newRow("namespace without name") << "hero:.x" << false;
+        QTest::newRow("MEL") << "face.x; system(\"rm\")" << false;
+        QTest::newRow("quote") << "face.x\"" << false;
+        QTest::newRow("blank") << "face .x" << false;
+    }
+    void plug_names()
+    {
+        QFETCH(QString, plug);
+        QFETCH(bool, valid);
+        QCOMPARE(is_plug_name(plug), valid);
+    }
+
     void select_passes_new_names_once_data()
     {
         QTest::addColumn<bool>("selecting");

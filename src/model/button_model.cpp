@@ -4,7 +4,6 @@
 #include "model/picker_host.h"
 #include "model/undo_chunk.h"
 
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -79,14 +78,56 @@ qint32 widget_from_name(const QString& name)
     return value_of(widget_names, name);
 }
 
+namespace {
+// One identifier at i, moved past; false when none starts there.
+bool skip_identifier(const QString& text, int& i)
+{
+    const auto first = [](QChar c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; };
+    if (i >= text.size() || !first(text[i]))
+        return false;
+    ++i;
+    while (i < text.size() && (first(text[i]) || (text[i] >= '0' && text[i] <= '9')))
+        ++i;
+    return true;
+}
+} // namespace
+
 bool is_plug_name(const QString& plug)
 {
-    // A node (namespaces, a DAG path), then attributes each maybe indexed.
-    static const QRegularExpression form(QStringLiteral(
-        "\\A\\|?(?:[A-Za-z_][A-Za-z0-9_]*:)*[A-Za-z_][A-Za-z0-9_]*"
-        "(?:\\|(?:[A-Za-z_][A-Za-z0-9_]*:)*[A-Za-z_][A-Za-z0-9_]*)*"
-        "(?:\\.[A-Za-z_][A-Za-z0-9_]*(?:\\[[0-9]{1,9}\\])?)+\\z"));
-    return plug.size() <= 1024 && form.match(plug).hasMatch();
+    // A node (namespaces, a DAG path), then attributes each maybe indexed;
+    // scanned by hand, as every attribute button read from a file is.
+    if (plug.size() > 1024)
+        return false;
+    int i = 0;
+    if (i < plug.size() && plug[i] == '|')
+        ++i;
+    for (;;) {
+        if (!skip_identifier(plug, i))
+            return false;
+        if (i < plug.size() && (plug[i] == ':' || plug[i] == '|')) {
+            ++i;
+            continue;
+        }
+        break;
+    }
+    if (i >= plug.size())
+        return false;
+    while (i < plug.size()) {
+        if (plug[i] != '.')
+            return false;
+        ++i;
+        if (!skip_identifier(plug, i))
+            return false;
+        if (i < plug.size() && plug[i] == '[') {
+            const int start = ++i;
+            while (i < plug.size() && plug[i] >= '0' && plug[i] <= '9')
+                ++i;
+            if (i == start || i - start > 9 || i >= plug.size() || plug[i] != ']')
+                return false;
+            ++i;
+        }
+    }
+    return true;
 }
 
 QString plug_node(const QString& plug)

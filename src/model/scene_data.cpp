@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QHash>
+#include <QPair>
 #include <QSet>
 #include <QDataStream>
 
@@ -515,14 +517,21 @@ QSize claimed_image_size(const QByteArray& text)
 
 qint64 distinct_pixels(const QList<png_picture>& pictures)
 {
-    // By their bytes, as pictures are told apart: thousands of buttons'
-    // pictures are each hashed once rather than compared with all others.
+    // By their bytes, as pictures are told apart; but bytes are compared
+    // only between pictures of one size and length, and copies are known by
+    // their key: thousands of buttons' icons cost a lookup each, and a
+    // background of megabytes is never read through.
     qint64 pixels = 0;
-    QSet<QByteArray> counted;
+    QSet<qint64> keys;
+    QHash<QPair<qint64, qint64>, QVector<png_picture>> alike;
     for (const png_picture& p : pictures) {
-        if (p.isNull() || counted.contains(p.png()))
+        if (p.isNull() || keys.contains(p.key()))
             continue;
-        counted.insert(p.png());
+        keys.insert(p.key());
+        QVector<png_picture>& same = alike[{qint64(p.width()) << 32 | p.height(), p.png().size()}];
+        if (std::any_of(same.cbegin(), same.cend(), [&p](const png_picture& q) { return q == p; }))
+            continue;
+        same.append(p);
         pixels += qint64(p.width()) * p.height();
     }
     return pixels;
