@@ -22,6 +22,8 @@
 #include <QKeySequence>
 #include <QWidget>
 
+#include <functional>
+
 class QDataStream;
 class QKeyEvent;
 class QMenu;
@@ -311,6 +313,9 @@ private:
     void show_context_menu(QMouseEvent* e);
     // Makes one button the whole selection, in the host as well.
     void select_alone(int index);
+    // Edits the button of this kind under the menu's press in its dialog,
+    // one undo step named `step`; false when there is none there.
+    bool edit_pressed_button(qint32 kind, const char* step, const std::function<bool(buttonAttributes*)>& dialog);
     QAction* make_action(const QString& text, const char* slot, QList<QKeySequence> keys = {});
 
     QPoint pressPoint;

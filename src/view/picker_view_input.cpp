@@ -489,20 +489,9 @@ void picker_view::add_command_button()
     // The dialog runs an event loop: scripts tested from it may change the
     // buttons or delete this view, so nothing found before it is trusted after.
     QPointer<picker_view> self(this);
-    const int index = find_button_index(pressPoint);
-    if (index >= 0 && buttons().at(index).kind == 1) {
-        const button_id id = buttons().at(index).id;
-        const buttonAttributes before = buttons().at(index);
-        buttonAttributes copy = before;
-        if (!picker_editCmdDialog::do_dialog(this, &copy) || !self)
-            return;
-        // Not over a change a tested script made meanwhile; an edit that
-        // changes nothing leaves no step.
-        const int row = page_->row_of(id);
-        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before && copy != before)
-            undo.push(new edit_button_cmd(page_, id, copy, "Edit Command Button"));
+    if (edit_pressed_button(command_kind, "Edit Command Button",
+                            [this](buttonAttributes* a) { return picker_editCmdDialog::do_dialog(this, a); }))
         return;
-    }
     const QString why = no_room_for(1, 1);
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Add Command Button refused: %1.").arg(why));
@@ -518,6 +507,26 @@ void picker_view::add_command_button()
         delete command;
 }
 
+bool picker_view::edit_pressed_button(qint32 kind, const char* step,
+                                      const std::function<bool(buttonAttributes*)>& dialog)
+{
+    QPointer<picker_view> self(this);
+    const int index = find_button_index(pressPoint);
+    if (index < 0 || buttons().at(index).kind != kind)
+        return false;
+    const button_id id = buttons().at(index).id;
+    const buttonAttributes before = buttons().at(index);
+    buttonAttributes copy = before;
+    if (!dialog(&copy) || !self)
+        return true;
+    // Not over a change a tested script made meanwhile; an edit that
+    // changes nothing leaves no step.
+    const int row = page_->row_of(id);
+    if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before && copy != before)
+        undo.push(new edit_button_cmd(page_, id, copy, step));
+    return true;
+}
+
 void picker_view::edit_attribute_later()
 {
     QTimer::singleShot(0, this, SLOT(add_attribute_button()));
@@ -528,18 +537,9 @@ void picker_view::add_attribute_button()
     // As for command buttons: the dialog's event loop may see the buttons
     // change under it.
     QPointer<picker_view> self(this);
-    const int index = find_button_index(pressPoint);
-    if (index >= 0 && buttons().at(index).kind == attribute_kind) {
-        const button_id id = buttons().at(index).id;
-        const buttonAttributes before = buttons().at(index);
-        buttonAttributes copy = before;
-        if (!attribute_dialog::do_dialog(this, &copy) || !self)
-            return;
-        const int row = page_->row_of(id);
-        if (row >= 0 && static_cast<const buttonAttributes&>(buttons().at(row)) == before && copy != before)
-            undo.push(new edit_button_cmd(page_, id, copy, "Edit Attribute Button"));
+    if (edit_pressed_button(attribute_kind, "Edit Attribute Button",
+                            [this](buttonAttributes* a) { return attribute_dialog::do_dialog(this, a); }))
         return;
-    }
     const QString why = no_room_for(1, 2);
     if (!why.isEmpty()) {
         picker_host::instance().warn(QString("Add Attribute Button refused: %1.").arg(why));
