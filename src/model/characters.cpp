@@ -89,8 +89,12 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
     QHash<QString, int> group_of;
     QStringList reps;
     QVector<int> weights;
-    QVector<int> groups; // each name's
-    QStringList names;
+    QVector<int> groups; // each name's, in order
+    int total = 0;
+    for (const buttonRecord& r : buttons)
+        if (names_scene_objects(r.kind))
+            total += r.names.size();
+    groups.reserve(total);
     QString last_prefix;
     int last = -1;
     for (const buttonRecord& r : buttons) {
@@ -102,13 +106,12 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
             const QStringView prefix = node.left(cut);
             if (last < 0 || prefix != QStringView(last_prefix)) {
                 last_prefix = prefix.toString();
-                const QString& key = last_prefix;
-                const auto found = group_of.constFind(key);
+                const auto found = group_of.constFind(last_prefix);
                 if (found != group_of.constEnd()) {
                     last = *found;
                 } else {
                     last = int(reps.size());
-                    group_of.insert(key, last);
+                    group_of.insert(last_prefix, last);
                     reps << name;
                     weights << 0;
                     const QString ns = node_namespace(name);
@@ -117,7 +120,6 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
             }
             ++weights[last];
             groups << last;
-            names << name;
         }
     }
     const QStringList used = namespaces_by_use(reps, weights);
@@ -125,21 +127,33 @@ page_binding binding_of(const QList<buttonRecord>& buttons)
         return out;
     out.main = used.first();
     // Spread over the picker, so one body part renamed in a rig copy does
-    // not decide alone.
+    // not decide alone: the places of the names in main, then every n-th.
     QVector<bool> group_fits(reps.size());
     for (int g = 0; g < reps.size(); ++g) {
         const QString ns = node_namespace(reps[g]);
         group_fits[g] = out.main == ":" ? ns.isEmpty() : inside(ns, out.main);
     }
-    QVector<int> fitting;
-    for (int i = 0; i < names.size(); ++i)
-        if (group_fits[groups[i]])
-            fitting << i;
-    const int n = int(fitting.size());
+    int n = 0;
+    for (int g : std::as_const(groups))
+        n += group_fits[g];
     const int take = std::min(n, binding_sample_size);
-    for (int k = 0; k < take; ++k) {
-        const QString& name = names[fitting[int(qint64(k) * n / take)]];
-        out.sample << name.left(node_end(name));
+    QVector<int> wanted; // k-th fitting name, rising
+    for (int k = 0; k < take; ++k)
+        wanted << int(qint64(k) * n / take);
+    int flat = 0, fitting = 0, next = 0;
+    for (const buttonRecord& r : buttons) {
+        if (!names_scene_objects(r.kind))
+            continue;
+        for (const QString& name : r.names) {
+            if (next < wanted.size() && group_fits[groups[flat]]) {
+                if (fitting == wanted[next]) {
+                    out.sample << name.left(node_end(name));
+                    ++next;
+                }
+                ++fitting;
+            }
+            ++flat;
+        }
     }
     out.sample.removeDuplicates();
     return out;
