@@ -150,6 +150,12 @@ double fraction_value(const buttonAttributes& a, int i, double fraction)
     return lo + std::clamp(fraction, 0.0, 1.0) * (hi - lo);
 }
 
+bool usable_range(double lo, double hi)
+{
+    return std::isfinite(lo) && std::isfinite(hi) && lo < hi && std::fabs(lo) <= limits::max_attribute_value
+        && std::fabs(hi) <= limits::max_attribute_value;
+}
+
 QString settable_problem(const QString& plug, const attribute_facts& facts)
 {
     if (!is_plug_name(plug))

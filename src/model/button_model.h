@@ -231,6 +231,9 @@ QString plug_node(const QString& plug);
 // value at such a place; a checkbox is on at its maximum.
 double value_fraction(const buttonAttributes& a, int i, double value);
 double fraction_value(const buttonAttributes& a, int i, double fraction);
+// Ends an attribute widget may have: finite, the minimum below the maximum,
+// both within limits::max_attribute_value.
+bool usable_range(double lo, double hi);
 // The range a widget spans for a plug the host describes: `given` (two
 // values) or the attribute's own (a switch's off and on, an enum's fields,
 // a number's minimum and maximum), within whatever bounds it has. Empty

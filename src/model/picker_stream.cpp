@@ -80,6 +80,16 @@ void skip_string(QDataStream& in)
         in.setStatus(QDataStream::ReadPastEnd);
 }
 
+// `bytes` bytes into `out`; a stream that ends first fails.
+bool read_exactly(QDataStream& in, quint32 bytes, QByteArray& out)
+{
+    out = QByteArray(int(bytes), Qt::Uninitialized);
+    if (in.readRawData(out.data(), out.size()) == out.size())
+        return true;
+    in.setStatus(QDataStream::ReadPastEnd);
+    return false;
+}
+
 // A string of at most `most` characters; a longer claim fails the stream
 // before anything is allocated for it.
 bool read_short_string(QDataStream& in, int most, QString& out)
@@ -97,11 +107,9 @@ bool read_short_string(QDataStream& in, int most, QString& out)
         in.setStatus(QDataStream::ReadCorruptData);
         return false;
     }
-    QByteArray raw(int(bytes), Qt::Uninitialized);
-    if (in.readRawData(raw.data(), raw.size()) != raw.size()) {
-        in.setStatus(QDataStream::ReadPastEnd);
+    QByteArray raw;
+    if (!read_exactly(in, bytes, raw))
         return false;
-    }
     const bool big = in.byteOrder() == QDataStream::BigEndian;
     out.reserve(raw.size() / 2);
     for (int i = 0; i + 1 < raw.size(); i += 2) {
@@ -221,12 +229,6 @@ void append_f64(QByteArray& out, double v)
     char be[8];
     qToBigEndian(bits, be);
     out.append(be, 8);
-}
-
-bool usable_range(double lo, double hi)
-{
-    return std::isfinite(lo) && std::isfinite(hi) && lo < hi && std::fabs(lo) <= limits::max_attribute_value
-        && std::fabs(hi) <= limits::max_attribute_value;
 }
 
 // Read by hand: a stream of its own for each of hundreds of sliders would
@@ -374,11 +376,9 @@ bool read_record_tail(QDataStream& in, buttonAttributes& a, bool* newer, picture
             in.setStatus(QDataStream::ReadCorruptData);
             return false;
         }
-        QByteArray field_bytes(int(bytes), Qt::Uninitialized);
-        if (in.readRawData(field_bytes.data(), field_bytes.size()) != field_bytes.size()) {
-            in.setStatus(QDataStream::ReadPastEnd);
+        QByteArray field_bytes;
+        if (!read_exactly(in, bytes, field_bytes))
             return false;
-        }
         // A tag given twice would leave the record meaning either.
         if (tag < 32 && (seen & (1u << tag)))
             valid = false;

@@ -260,7 +260,7 @@ void read_widget(const QJsonObject& o, const QString& where, buttonAttributes& a
     for (int i = 0; i < plugs; ++i) {
         const QJsonArray pair = ranges.at(i).toArray();
         const double lo = pair.at(0).toDouble(qQNaN()), hi = pair.at(1).toDouble(qQNaN());
-        if (pair.size() != 2 || !(lo >= -most && hi <= most && lo < hi))
+        if (pair.size() != 2 || !usable_range(lo, hi))
             fail(QString("%1[%2]").arg(ranges_where).arg(i),
                  QString("must be [minimum, maximum], the minimum below the maximum, within +-%1").arg(most));
         a.minimum[i] = lo;

@@ -16,6 +16,14 @@ QString mel_literal(const QString& text)
     return out + '"';
 }
 
+QString mel_array_literal(const QStringList& texts)
+{
+    QStringList quoted;
+    for (const QString& text : texts)
+        quoted << mel_literal(text);
+    return "{" + quoted.join(", ") + "}";
+}
+
 namespace {
 
 // The script as a Python string literal.

@@ -36,16 +36,6 @@ bool maya_host::run_mel_undoable(const QString& text)
 
 namespace {
 
-// A list of strings as a MEL array literal; plugs are checked names, and
-// quoted all the same.
-QString mel_strings(const QStringList& items)
-{
-    QStringList quoted;
-    for (const QString& item : items)
-        quoted << mel_literal(item);
-    return "{" + quoted.join(", ") + "}";
-}
-
 double number_or_nan(const MString& text)
 {
     bool ok = false;
@@ -86,7 +76,7 @@ QVector<double> maya_host::attribute_values(const QStringList& plugs)
     QVector<double> values(plugs.size(), qQNaN());
     MStringArray result;
     if (plugs.isEmpty() || !load_attribute_procs()
-        || !MGlobal::executeCommand(MQtUtil::toMString("picker_AttributeValues(" + mel_strings(plugs) + ")"), result,
+        || !MGlobal::executeCommand(MQtUtil::toMString("picker_AttributeValues(" + mel_array_literal(plugs) + ")"), result,
                                     false, false)
         || int(result.length()) != plugs.size())
         return values;

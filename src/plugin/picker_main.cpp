@@ -688,12 +688,9 @@ void picker_main::watch_attributes()
     QStringList added(wanted.begin(), wanted.end());
     if (added.isEmpty() || !load_attribute_procs())
         return;
-    QStringList quoted;
-    for (const QString& plug : std::as_const(added))
-        quoted << mel_literal(plug);
     MStringArray result;
-    MGlobal::executeCommand(to_m(QString("picker_WatchAttributes({%1})").arg(quoted.join(", "))), result, false,
-                            false);
+    MGlobal::executeCommand(to_m(QString("picker_WatchAttributes(%1)").arg(mel_array_literal(added))), result,
+                            false, false);
     for (int i = 0; i < added.size() && i < int(result.length()); ++i) {
         bool ok = false;
         const int id = to_q(result[unsigned(i)]).toInt(&ok);
